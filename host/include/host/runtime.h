@@ -1,0 +1,277 @@
+// The host runtime: what the Xojo runtime is to a plugin. It loads plugin libraries,
+// answers their entry points by name, keeps the classes they register, and lets host
+// programs (tests, the qvr command) create instances and call members by declaration.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace host {
+
+struct ClassInfo;
+struct ObjectHeader;
+struct StringObject;
+class Runtime;
+
+// Host string encodings (the platform's CFStringEncoding codes).
+enum Encoding : uint32_t {
+  kEncodingMacRoman = 0,
+  kEncodingUTF16 = 0x100,
+  kEncodingASCII = 0x600,
+  kEncodingUTF8 = 0x08000100,
+  kEncodingUnknown = 0xFFFF,
+};
+
+enum class AppKind { Desktop, Console, Web };
+
+// The knobs a test or a host program sets before the plugins load.
+struct Options {
+  // What "REALGetRBVersion" answers; nullopt makes that entry point missing.
+  std::optional<double> version = 2013.03;
+  // Entry-point names the resolver answers with null, as an older host would.
+  std::set<std::string> missingEntryPoints;
+  AppKind kind = AppKind::Desktop;
+  // Load the sibling plugin (before the image plugin) in loadStandardPlugins().
+  bool siblings = true;
+  // What Gestalt answers for 'sys1' and 'sys2' (set for the platform through
+  // the QVR_SYSTEM_VERSION environment variable before any plugin loads).
+  int systemMajor = 10;
+  int systemMinor = 9;
+};
+
+// One counted reference to a host object or string; copying takes a reference,
+// destruction drops it. A null Ref is the host's Nil (or, for strings, "").
+class ObjectRef {
+ public:
+  ObjectRef() = default;
+  // Adopts a reference the caller already owns (for example a function result).
+  static ObjectRef adopt(ObjectHeader* object);
+  // Takes a new reference.
+  static ObjectRef retain(ObjectHeader* object);
+  ObjectRef(const ObjectRef& other);
+  ObjectRef(ObjectRef&& other) noexcept;
+  ObjectRef& operator=(ObjectRef other) noexcept;
+  ~ObjectRef();
+  ObjectHeader* get() const { return object_; }
+  // Gives up ownership without dropping the reference.
+  ObjectHeader* release();
+  explicit operator bool() const { return object_ != nullptr; }
+
+ private:
+  ObjectHeader* object_ = nullptr;
+};
+
+class StringRef {
+ public:
+  StringRef() = default;
+  static StringRef adopt(StringObject* string);
+  static StringRef retain(StringObject* string);
+  StringRef(const StringRef& other);
+  StringRef(StringRef&& other) noexcept;
+  StringRef& operator=(StringRef other) noexcept;
+  ~StringRef();
+  StringObject* get() const { return string_; }
+  StringObject* release();
+  explicit operator bool() const { return string_ != nullptr; }
+
+ private:
+  StringObject* string_ = nullptr;
+};
+
+// A host value as host code sees it.
+struct Value {
+  enum class Kind { Nil, Integer, Int32, Int64, UInt32, UInt64, Boolean, Single, Double, String, Object, Ptr, Color };
+  Kind kind = Kind::Nil;
+  int64_t integer = 0;       // Integer, Int32, Int64, UInt32, UInt64 (bit pattern), Color
+  double real = 0;           // Single, Double
+  bool boolean = false;      // Boolean
+  void* pointer = nullptr;   // Ptr
+  StringRef string;          // String (null: the empty string)
+  ObjectRef object;          // Object (null: Nil)
+
+  static Value nil() { return {}; }
+  static Value ofInteger(int64_t v);
+  static Value ofInt32(int32_t v);
+  static Value ofBoolean(bool v);
+  static Value ofSingle(float v);
+  static Value ofDouble(double v);
+  static Value ofPtr(void* v);
+  static Value ofColor(uint32_t rgb);
+  static Value ofObject(ObjectRef o);
+  static Value ofString(StringRef s);
+  bool isNil() const { return kind == Kind::Nil || (kind == Kind::Object && !object); }
+};
+
+// A host exception that host code did not catch: thrown by the call API once the
+// plugin function has returned with an exception pending.
+class HostException : public std::runtime_error {
+ public:
+  HostException(ObjectRef exception, std::string className, std::string message, int64_t errorNumber);
+  const ObjectRef& exception() const { return exception_; }
+  const std::string& className() const { return className_; }
+  const std::string& message() const { return message_; }
+  int64_t errorNumber() const { return errorNumber_; }
+
+ private:
+  ObjectRef exception_;
+  std::string className_, message_;
+  int64_t errorNumber_;
+};
+
+// An Objective-C object thrown out of a plugin function (not converted to a host
+// exception). The host reports it instead of crashing.
+class ThrownObject : public std::runtime_error {
+ public:
+  ThrownObject(void* object, std::string className);
+  void* object() const { return object_; }
+  const std::string& className() const { return className_; }
+
+ private:
+  void* object_;
+  std::string className_;
+};
+
+// A parsed declaration: "name(a as T, b as U = 0) as R".
+struct Parameter {
+  std::string name;
+  std::string type;          // host type name as written ("integer", "NSImageQVR", "String")
+  bool isArray = false;      // "a() as T"
+  bool assigns = false;      // "assigns v as T"
+  std::optional<std::string> defaultValue;
+};
+
+struct Declaration {
+  std::string name;
+  std::vector<Parameter> parameters;
+  std::string returnType;    // empty: no result
+  bool returnsArray = false;
+  static Declaration parse(std::string_view text);  // throws std::invalid_argument
+};
+
+// A member function implemented by the host itself (built-in classes).
+using NativeFunction = std::function<Value(Runtime&, const Value& self, std::vector<Value>& args)>;
+
+struct MethodInfo {
+  std::string declarationText;
+  Declaration declaration;
+  uintptr_t flags = 0;
+  void* function = nullptr;        // plugin function, called through libffi
+  void* setterFunction = nullptr;  // assignable methods
+  NativeFunction native;           // built-in classes
+  NativeFunction nativeSetter;
+};
+
+struct PropertyInfo {
+  std::string group, name, type;
+  uintptr_t flags = 0;
+  void* getter = nullptr;          // (void*)-1: read instance data at param
+  void* setter = nullptr;          // (void*)-1: write instance data at param
+  intptr_t param = 0;
+  NativeFunction nativeGetter;
+  NativeFunction nativeSetter;
+};
+
+struct ConstantInfo {
+  std::string declarationText, name, type, value;
+};
+
+struct ClassInfo {
+  std::string name, superName;
+  ClassInfo* superclass = nullptr;
+  bool builtIn = false;            // a class of the host, not of a plugin
+  int layout = 0;                  // record layout version the class was registered with
+  size_t dataSize = 0;             // instance data bytes of this class
+  size_t dataOffset = 0;           // where this class's data starts in an object
+  uintptr_t flags = 0;
+  void* constructor = nullptr;
+  void* destructor = nullptr;
+  std::function<void(Runtime&, ObjectHeader*)> nativeConstructor, nativeDestructor;
+  std::vector<PropertyInfo> properties, sharedProperties;
+  std::vector<MethodInfo> methods, sharedMethods;
+  std::vector<ConstantInfo> constants;
+  // The registration record as it was handed over: its words (25 for layout 9,
+  // 29 otherwise) and the byte sizes of the member records the host read it with.
+  std::vector<uintptr_t> recordWords;
+  size_t propertyRecordSize = 0, methodRecordSize = 0, constantRecordSize = 0;
+
+  bool isA(const ClassInfo* other) const;
+};
+
+// Every host object begins with this header; instance data starts 24 bytes in.
+struct ObjectHeader {
+  ClassInfo* cls;
+  intptr_t refCount;
+  uintptr_t reserved;
+};
+static_assert(sizeof(ObjectHeader) == 24, "instance data begins 24 bytes into an object");
+
+class Runtime {
+ public:
+  explicit Runtime(Options options = {});
+  ~Runtime();
+  Runtime(const Runtime&) = delete;
+  Runtime& operator=(const Runtime&) = delete;
+
+  // The runtime of this process (one at a time), or null.
+  static Runtime* current();
+  const Options& options() const;
+
+  // Loads a plugin library and calls its REALPluginMain with the resolver.
+  void loadPlugin(const std::string& path);
+  // The sibling plugin (when options().siblings) and then the image plugin, from
+  // the folder that holds the host's own build (or $QVR_LIB_DIR).
+  void loadStandardPlugins();
+  static std::string libraryDirectory();
+
+  // The layout version the last plugin passed to "RegisterPluginVersion".
+  std::optional<int> registeredPluginVersion() const;
+
+  // Classes in registration order, built-in classes first.
+  std::vector<ClassInfo*> classes() const;
+  ClassInfo* findClass(std::string_view name) const;  // case-insensitive, as the host language
+
+  // Instances and members. A member is named by its name (the overload is chosen by the
+  // arguments, as the host language does) or by its exact declaration text. Calls throw
+  // HostException for a pending host exception, ThrownObject for a thrown platform
+  // object, and std::invalid_argument for a member or overload that does not exist.
+  Value newInstance(std::string_view className, std::vector<Value> args = {});
+  Value call(const Value& self, std::string_view member, std::vector<Value> args = {});
+  Value callShared(std::string_view className, std::string_view member, std::vector<Value> args = {});
+  Value get(const Value& self, std::string_view property);
+  void set(const Value& self, std::string_view property, Value value);
+  void assign(const Value& self, std::string_view member, std::vector<Value> args, Value value);
+  Value constant(std::string_view className, std::string_view name);
+
+  // Strings.
+  Value string(std::string_view bytes, uint32_t encoding = kEncodingUTF8);
+  std::string bytes(const Value& string) const;    // the string's own bytes
+  std::string utf8(const Value& string) const;     // converted to UTF-8
+  uint32_t encoding(const Value& string) const;
+
+  // MemoryBlocks.
+  Value memoryBlock(const void* bytes, size_t size);
+  std::string memoryBlockBytes(const Value& block) const;
+
+  // Exceptions pending in the host (raised by a plugin, not yet thrown).
+  bool exceptionPending() const;
+
+  // Live host objects and strings: a test proves a call left nothing behind.
+  size_t liveObjects() const;
+  size_t liveStrings() const;
+
+  struct Impl;
+  Impl& impl() { return *impl_; }
+
+ private:
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace host
