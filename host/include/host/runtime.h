@@ -206,10 +206,12 @@ struct ClassInfo {
 };
 
 // Every host object begins with this header; instance data starts 24 bytes in.
+// The second word belongs to the class: a host array keeps the pointer to its element
+// storage there (plugins read it at byte offset 8); other objects leave it null.
 struct ObjectHeader {
   ClassInfo* cls;
+  void* classWord;
   intptr_t refCount;
-  uintptr_t reserved;
 };
 static_assert(sizeof(ObjectHeader) == 24, "instance data begins 24 bytes into an object");
 
