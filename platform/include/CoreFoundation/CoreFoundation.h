@@ -94,7 +94,10 @@ Boolean CFEqual(CFTypeRef a, CFTypeRef b);
 CFHashCode CFHash(CFTypeRef object);
 
 /* Type IDs: each CF type answers one; Objective-C classes that stand for a CF type answer
-   the same number from -_cfTypeID. */
+   the same number from -_cfTypeID. Core Foundation's own types use numbers below 0x100;
+   any other Objective-C object answers CFTypeGetTypeID() (1). */
+CFTypeID CFTypeGetTypeID(void);
+CFTypeID CFNullGetTypeID(void);
 CFTypeID CFStringGetTypeID(void);
 CFTypeID CFDataGetTypeID(void);
 CFTypeID CFArrayGetTypeID(void);
@@ -122,11 +125,27 @@ CFIndex CFStringGetLength(CFStringRef string);
 void CFStringGetCharacters(CFStringRef string, CFRange range, UniChar* buffer);
 Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize, CFStringEncoding encoding);
 void CFStringNormalize(CFMutableStringRef string, CFStringNormalizationForm form);
+CFStringRef CFStringCreateCopy(CFAllocatorRef alloc, CFStringRef string);
+CFMutableStringRef CFStringCreateMutable(CFAllocatorRef alloc, CFIndex maxLength);
+void CFStringAppend(CFMutableStringRef string, CFStringRef appended);
+CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding);
+/* Never an inner pointer on this platform: callers fall back to CFStringGetCString. */
+const char* CFStringGetCStringPtr(CFStringRef string, CFStringEncoding encoding);
+Boolean CFStringIsEncodingAvailable(CFStringEncoding encoding);
 
 /* Data */
 CFDataRef CFDataCreate(CFAllocatorRef alloc, const UInt8* bytes, CFIndex length);
 CFIndex CFDataGetLength(CFDataRef data);
 const UInt8* CFDataGetBytePtr(CFDataRef data);
+
+/* Arrays (read access) */
+CFIndex CFArrayGetCount(CFArrayRef array);
+const void* CFArrayGetValueAtIndex(CFArrayRef array, CFIndex index);
+
+/* Booleans and numbers */
+extern CFBooleanRef kCFBooleanTrue;
+extern CFBooleanRef kCFBooleanFalse;
+Boolean CFBooleanGetValue(CFBooleanRef boolean);
 
 /* Dictionaries */
 typedef const void* (*CFDictionaryRetainCallBack)(CFAllocatorRef allocator, const void* value);
@@ -165,8 +184,15 @@ const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key);
 Boolean CFDictionaryGetValueIfPresent(CFDictionaryRef dictionary, const void* key, const void** value);
 void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void* key, const void* value);
 void CFDictionaryRemoveValue(CFMutableDictionaryRef dictionary, const void* key);
+Boolean CFDictionaryContainsKey(CFDictionaryRef dictionary, const void* key);
+void CFDictionaryRemoveAllValues(CFMutableDictionaryRef dictionary);
+/* keys and values receive CFDictionaryGetCount() pointers each (either may be null). */
+void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys, const void** values);
+typedef void (*CFDictionaryApplierFunction)(const void* key, const void* value, void* context);
+void CFDictionaryApplyFunction(CFDictionaryRef dictionary, CFDictionaryApplierFunction applier, void* context);
 
 /* URLs */
+CFStringRef CFURLGetString(CFURLRef url);
 CFURLRef CFURLCreateWithString(CFAllocatorRef alloc, CFStringRef string, CFURLRef baseURL);
 CFURLRef CFURLCreateWithFileSystemPath(CFAllocatorRef alloc, CFStringRef path, CFURLPathStyle style,
                                        Boolean isDirectory);
