@@ -92,10 +92,6 @@ APPKIT_EXTERN NSString* const NSImageFallbackBackgroundColor; /* formats without
                   bitmapFormat:(NSBitmapFormat)bitmapFormat
                    bytesPerRow:(NSInteger)rBytes
                   bitsPerPixel:(NSInteger)pBits;
-- (id)initWithCGImage:(CGImageRef)cgImage;
-- (id)initWithData:(NSData*)data;
-+ (id)imageRepWithData:(NSData*)data;
-+ (NSArray*)imageRepsWithData:(NSData*)data;
 
 /* The pixel storage and its layout. */
 - (unsigned char*)bitmapData;
@@ -114,14 +110,28 @@ APPKIT_EXTERN NSString* const NSImageFallbackBackgroundColor; /* formats without
 - (NSColor*)colorAtX:(NSInteger)x y:(NSInteger)y;
 - (void)setColor:(NSColor*)color atX:(NSInteger)x y:(NSInteger)y;
 
+@end
+
+@interface NSBitmapImageRep (Decoding)
+/* Reading encoded data (TIFF, BMP, GIF, JPEG, PNG, JPEG 2000): nil for data none of them
+   reads in full. imageRepsWithData: gives every page of a TIFF file. */
+- (id)initWithData:(NSData*)data;
++ (id)imageRepWithData:(NSData*)data;
++ (NSArray*)imageRepsWithData:(NSData*)data;
++ (BOOL)canInitWithData:(NSData*)data;
+@end
+
+@interface NSBitmapImageRep (CoreGraphics)
 /* Core Graphics and colour spaces. */
+- (id)initWithCGImage:(CGImageRef)cgImage;
 - (CGImageRef)CGImage;
 - (NSColorSpace*)colorSpace;
 - (NSBitmapImageRep*)bitmapImageRepByConvertingToColorSpace:(NSColorSpace*)targetSpace
                                             renderingIntent:(NSColorRenderingIntent)renderingIntent;
 - (NSBitmapImageRep*)bitmapImageRepByRetaggingWithColorSpace:(NSColorSpace*)newSpace;
+@end
 
-/* TIFF. */
+@interface NSBitmapImageRep (TIFF)
 - (void)getCompression:(NSTIFFCompression*)compression factor:(float*)factor;
 - (void)setCompression:(NSTIFFCompression)compression factor:(float)factor;
 - (BOOL)canBeCompressedUsing:(NSTIFFCompression)compression;
@@ -142,6 +152,11 @@ APPKIT_EXTERN NSString* const NSImageFallbackBackgroundColor; /* formats without
                                  properties:(NSDictionary*)properties;
 - (NSData*)representationUsingType:(NSBitmapImageFileType)storageType
                         properties:(NSDictionary*)properties;
+@end
+
+@interface NSBitmapImageRep (Properties)
+/* The properties the encoders read and the decoders fill in (the keys above). Setting
+   NSImageCurrentFrame shows that frame of an animation. */
 - (void)setProperty:(NSString*)property withValue:(id)value;
 - (id)valueForProperty:(NSString*)property;
 @end

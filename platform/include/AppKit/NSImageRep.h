@@ -72,6 +72,18 @@ APPKIT_EXTERN NSString* const NSImageRepRegistryDidChangeNotification;
 - (void)setPixelsHigh:(NSInteger)anInt;
 - (NSInteger)pixelsHigh;
 
+/* Making representations from files, URLs and the pasteboard. */
++ (NSArray*)imageRepsWithContentsOfFile:(NSString*)filename;
++ (id)imageRepWithContentsOfFile:(NSString*)filename;
++ (NSArray*)imageRepsWithContentsOfURL:(NSURL*)url;
++ (id)imageRepWithContentsOfURL:(NSURL*)url;
++ (NSArray*)imageRepsWithPasteboard:(NSPasteboard*)pasteboard;
++ (id)imageRepWithPasteboard:(NSPasteboard*)pasteboard;
+
+@end
+
+@interface NSImageRep (Registry)
+
 /* The registry of representation classes. */
 + (void)registerImageRepClass:(Class)imageRepClass;
 + (void)unregisterImageRepClass:(Class)imageRepClass;
@@ -90,14 +102,6 @@ APPKIT_EXTERN NSString* const NSImageRepRegistryDidChangeNotification;
 + (NSArray*)imagePasteboardTypes;
 + (NSArray*)imageUnfilteredTypes;
 + (NSArray*)imageTypes;
-
-/* Making representations from files, URLs and the pasteboard. */
-+ (NSArray*)imageRepsWithContentsOfFile:(NSString*)filename;
-+ (id)imageRepWithContentsOfFile:(NSString*)filename;
-+ (NSArray*)imageRepsWithContentsOfURL:(NSURL*)url;
-+ (id)imageRepWithContentsOfURL:(NSURL*)url;
-+ (NSArray*)imageRepsWithPasteboard:(NSPasteboard*)pasteboard;
-+ (id)imageRepWithPasteboard:(NSPasteboard*)pasteboard;
 
 @end
 
