@@ -1,0 +1,17 @@
+/* Platform objects wrapped in host instances. The fixed-class wrappers keep one wrapper
+   per platform object through the shared instances dictionary; NewNSObjectQVR picks the
+   host class from the object's own class upwards and always makes a new wrapper. Each
+   returns a host reference owned by the caller, or nil. */
+#ifndef QVR_CONVERT_WRAPPERS_H
+#define QVR_CONVERT_WRAPPERS_H
+
+#import <AppKit/AppKit.h>
+
+#include "plugin/host_sdk.h"
+
+REALobject NewNSImageQVR(NSImage* image);
+REALobject NewNSPDFImageRepQVR(NSPDFImageRep* representation);
+REALobject NewNSBitmapImageRepQVR(NSBitmapImageRep* representation);
+REALobject NewNSObjectQVR(NSObject* object, Class requiredClass);
+
+#endif
