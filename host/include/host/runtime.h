@@ -32,6 +32,32 @@ enum Encoding : uint32_t {
 
 enum class AppKind { Desktop, Console, Web };
 
+// Element type codes of "RuntimeArrayCreateSingleDimBoundedArray". Element sizes on
+// this host: Integer, String and Object pointer-sized; Int32 and Single 4 bytes;
+// Int64 and Double 8 bytes; Boolean 1 byte.
+enum ArrayElementType : int32_t {
+  kArrayInteger = 0,
+  kArrayInt32 = 1,
+  kArrayDouble = 2,
+  kArrayString = 3,
+  kArrayObject = 4,
+  kArrayBoolean = 5,
+  kArraySingle = 6,
+  kArrayInt64 = 7,
+};
+
+// A host string, word by word as plugins of older hosts read it: the reference count,
+// a buffer whose text starts at its second byte (NUL-terminated), the encoding code and
+// the byte length.
+struct StringObject {
+  intptr_t refCount;
+  char* buffer;
+  uintptr_t encoding;
+  uintptr_t length;
+  const char* text() const { return buffer + 1; }
+};
+static_assert(sizeof(StringObject) == 4 * sizeof(void*), "four pointer-sized words");
+
 // The knobs a test or a host program sets before the plugins load.
 struct Options {
   // What "REALGetRBVersion" answers; nullopt makes that entry point missing.
@@ -261,6 +287,13 @@ class Runtime {
   // MemoryBlocks.
   Value memoryBlock(const void* bytes, size_t size);
   std::string memoryBlockBytes(const Value& block) const;
+
+  // One-dimensional host arrays.
+  Value array(ArrayElementType type, const std::vector<Value>& elements = {});
+  std::vector<Value> arrayElements(const Value& array) const;
+
+  // The class of an object value (null for Nil and non-objects).
+  ClassInfo* classOf(const Value& value) const;
 
   // Exceptions pending in the host (raised by a plugin, not yet thrown).
   bool exceptionPending() const;

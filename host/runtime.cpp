@@ -1,0 +1,268 @@
+// The runtime object itself: one per process at a time, owning the class table, the
+// live-object bookkeeping and the built-in classes. Also the small value types of the
+// public interface (Value, the counted references, the exceptions the call API throws).
+#include "runtime_private.h"
+
+#include "closures.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace host {
+
+namespace {
+Runtime* gCurrent = nullptr;
+}
+
+Runtime::Impl* currentImpl() { return gCurrent ? &gCurrent->impl() : nullptr; }
+
+std::string lowerCase(std::string_view text) {
+  std::string out(text);
+  for (char& c : out) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return out;
+}
+
+bool equalsIgnoringCase(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i)
+    if (std::tolower(static_cast<unsigned char>(a[i])) != std::tolower(static_cast<unsigned char>(b[i]))) return false;
+  return true;
+}
+
+// ---- references
+
+ObjectRef ObjectRef::adopt(ObjectHeader* object) {
+  ObjectRef ref;
+  ref.object_ = object;
+  return ref;
+}
+
+ObjectRef ObjectRef::retain(ObjectHeader* object) {
+  if (object)
+    if (auto* impl = currentImpl()) impl->lockObject(object);
+  return adopt(object);
+}
+
+ObjectRef::ObjectRef(const ObjectRef& other) : object_(other.object_) {
+  if (object_)
+    if (auto* impl = currentImpl()) impl->lockObject(object_);
+}
+
+ObjectRef::ObjectRef(ObjectRef&& other) noexcept : object_(other.object_) { other.object_ = nullptr; }
+
+ObjectRef& ObjectRef::operator=(ObjectRef other) noexcept {
+  std::swap(object_, other.object_);
+  return *this;
+}
+
+ObjectRef::~ObjectRef() {
+  if (object_)
+    if (auto* impl = currentImpl()) impl->unlockObject(object_);
+}
+
+ObjectHeader* ObjectRef::release() {
+  ObjectHeader* object = object_;
+  object_ = nullptr;
+  return object;
+}
+
+StringRef StringRef::adopt(StringObject* string) {
+  StringRef ref;
+  ref.string_ = string;
+  return ref;
+}
+
+StringRef StringRef::retain(StringObject* string) {
+  if (string)
+    if (auto* impl = currentImpl()) impl->lockString(string);
+  return adopt(string);
+}
+
+StringRef::StringRef(const StringRef& other) : string_(other.string_) {
+  if (string_)
+    if (auto* impl = currentImpl()) impl->lockString(string_);
+}
+
+StringRef::StringRef(StringRef&& other) noexcept : string_(other.string_) { other.string_ = nullptr; }
+
+StringRef& StringRef::operator=(StringRef other) noexcept {
+  std::swap(string_, other.string_);
+  return *this;
+}
+
+StringRef::~StringRef() {
+  if (string_)
+    if (auto* impl = currentImpl()) impl->unlockString(string_);
+}
+
+StringObject* StringRef::release() {
+  StringObject* string = string_;
+  string_ = nullptr;
+  return string;
+}
+
+// ---- values
+
+Value Value::ofInteger(int64_t v) {
+  Value value;
+  value.kind = Kind::Integer;
+  value.integer = v;
+  return value;
+}
+
+Value Value::ofInt32(int32_t v) {
+  Value value;
+  value.kind = Kind::Int32;
+  value.integer = v;
+  return value;
+}
+
+Value Value::ofBoolean(bool v) {
+  Value value;
+  value.kind = Kind::Boolean;
+  value.boolean = v;
+  return value;
+}
+
+Value Value::ofSingle(float v) {
+  Value value;
+  value.kind = Kind::Single;
+  value.real = v;
+  return value;
+}
+
+Value Value::ofDouble(double v) {
+  Value value;
+  value.kind = Kind::Double;
+  value.real = v;
+  return value;
+}
+
+Value Value::ofPtr(void* v) {
+  Value value;
+  value.kind = Kind::Ptr;
+  value.pointer = v;
+  return value;
+}
+
+Value Value::ofColor(uint32_t rgb) {
+  Value value;
+  value.kind = Kind::Color;
+  value.integer = rgb;
+  return value;
+}
+
+Value Value::ofObject(ObjectRef o) {
+  Value value;
+  value.kind = Kind::Object;
+  value.object = std::move(o);
+  return value;
+}
+
+Value Value::ofString(StringRef s) {
+  Value value;
+  value.kind = Kind::String;
+  value.string = std::move(s);
+  return value;
+}
+
+// ---- exceptions thrown to host code
+
+HostException::HostException(ObjectRef exception, std::string className, std::string message, int64_t errorNumber)
+    : std::runtime_error(className + (message.empty() ? std::string() : ": " + message)),
+      exception_(std::move(exception)),
+      className_(std::move(className)),
+      message_(std::move(message)),
+      errorNumber_(errorNumber) {}
+
+ThrownObject::ThrownObject(void* object, std::string className)
+    : std::runtime_error("uncaught platform exception of class " + className),
+      object_(object),
+      className_(std::move(className)) {}
+
+bool ClassInfo::isA(const ClassInfo* other) const {
+  for (const ClassInfo* c = this; c; c = c->superclass)
+    if (c == other) return true;
+  return false;
+}
+
+// ---- the runtime
+
+Runtime::Impl::Impl(Runtime& rt, Options opts) : runtime(rt), options(std::move(opts)) {}
+
+Runtime::Impl::~Impl() = default;
+
+ClassInfo* Runtime::Impl::findClass(std::string_view name) const {
+  auto it = classByName.find(lowerCase(name));
+  return it == classByName.end() ? nullptr : it->second;
+}
+
+ClassInfo* Runtime::Impl::addBuiltInClass(const std::string& name, const std::string& superName, size_t dataSize) {
+  auto cls = std::make_unique<ClassInfo>();
+  cls->name = name;
+  cls->superName = superName;
+  cls->builtIn = true;
+  cls->dataSize = dataSize;
+  cls->superclass = superName.empty() ? nullptr : findClass(superName);
+  cls->dataOffset = cls->superclass ? cls->superclass->dataOffset + cls->superclass->dataSize : sizeof(ObjectHeader);
+  ClassInfo* raw = cls.get();
+  classByName[lowerCase(name)] = raw;
+  classList.push_back(std::move(cls));
+  return raw;
+}
+
+Runtime::Runtime(Options options) {
+  if (gCurrent) throw std::logic_error("a host runtime already exists in this process");
+  impl_ = std::make_unique<Impl>(*this, std::move(options));
+  impl_->closures = std::make_unique<ClosurePool>();
+  gCurrent = this;
+  installExceptionClasses(*impl_);
+  installMemoryBlockClass(*impl_);
+  installArrayClasses(*impl_);
+  installApplicationClass(*impl_);
+  installGlobalFunctions(*impl_);
+}
+
+Runtime::~Runtime() {
+  // Plugins stay loaded for the life of the process; objects that host code still
+  // holds are left alone, since plugin code may refer to them.
+  if (impl_->pendingException) {
+    ObjectHeader* pending = impl_->pendingException;
+    impl_->pendingException = nullptr;
+    try {
+      impl_->unlockObject(pending);
+    } catch (...) {
+    }
+  }
+  gCurrent = nullptr;
+}
+
+Runtime* Runtime::current() { return gCurrent; }
+
+const Options& Runtime::options() const { return impl_->options; }
+
+std::optional<int> Runtime::registeredPluginVersion() const { return impl_->registeredVersion; }
+
+std::vector<ClassInfo*> Runtime::classes() const {
+  std::vector<ClassInfo*> out;
+  for (auto& c : impl_->classList)
+    if (c->builtIn) out.push_back(c.get());
+  for (auto& c : impl_->classList)
+    if (!c->builtIn) out.push_back(c.get());
+  return out;
+}
+
+ClassInfo* Runtime::findClass(std::string_view name) const { return impl_->findClass(name); }
+
+ClassInfo* Runtime::classOf(const Value& value) const {
+  if (value.kind != Value::Kind::Object || !value.object) return nullptr;
+  return value.object.get()->cls;
+}
+
+bool Runtime::exceptionPending() const { return impl_->pendingException != nullptr; }
+
+size_t Runtime::liveObjects() const { return impl_->liveObjects.size(); }
+
+size_t Runtime::liveStrings() const { return impl_->liveStrings.size(); }
+
+}  // namespace host

@@ -1,0 +1,147 @@
+// The runtime's private state and the helpers its files share: object and string
+// bookkeeping, the class table, the pending exception, the entry-point table. One
+// Runtime exists at a time; the entry points that plugins call reach it through
+// Runtime::current().
+#pragma once
+
+#include "host/runtime.h"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+namespace host {
+
+// The host's REALstringData record: five pointer-sized words.
+struct StringData {
+  void* data;
+  uintptr_t length;
+  uintptr_t encoding;
+  uintptr_t reserved1, reserved2;
+};
+
+// Instance data of the built-in classes, at their data offset.
+struct MemoryBlockData {
+  unsigned char* bytes;
+  intptr_t size;
+};
+
+struct ArrayData {
+  int32_t elementType;
+  size_t elementSize;
+  intptr_t count;
+  intptr_t capacity;
+};
+
+// A host function reached by declaration through "REALLoadGlobalMethod".
+struct GlobalFunction {
+  std::string declarationText;
+  Declaration declaration;
+  NativeFunction native;
+};
+
+struct EntryPoint {
+  const char* name;
+  void* function;
+};
+
+class ClosurePool;
+
+struct Runtime::Impl {
+  explicit Impl(Runtime& runtime, Options opts);
+  ~Impl();
+
+  Runtime& runtime;
+  Options options;
+  std::optional<int> registeredVersion;
+
+  // Classes, in registration order, and by lower-cased name.
+  std::vector<std::unique_ptr<ClassInfo>> classList;
+  std::map<std::string, ClassInfo*> classByName;
+  ClassInfo* runtimeExceptionClass = nullptr;
+  ClassInfo* memoryBlockClass = nullptr;
+  ClassInfo* arrayClasses[8] = {};
+
+  // Live objects and strings; entry points ignore pointers that are not in these sets.
+  std::unordered_set<ObjectHeader*> liveObjects;
+  std::unordered_set<ObjectHeader*> destroying;
+  std::unordered_set<StringObject*> liveStrings;
+
+  // The exception a plugin raised, holding one reference, until the call API throws it.
+  ObjectHeader* pendingException = nullptr;
+
+  std::vector<GlobalFunction> globals;
+  std::unique_ptr<ClosurePool> closures;
+
+  // --- classes (registration.cpp, runtime.cpp)
+  ClassInfo* addBuiltInClass(const std::string& name, const std::string& superName, size_t dataSize);
+  void registerClassRecord(uintptr_t* record);
+  ClassInfo* findClass(std::string_view name) const;
+
+  // --- objects (objects.cpp)
+  ObjectHeader* allocateObject(ClassInfo* cls);
+  // Allocates and runs the class constructors along the hierarchy, root first.
+  // guardCalls: plugin constructors run inside the call boundary (calls from host code);
+  // without it a platform exception goes on to the plugin that asked for the instance.
+  ObjectHeader* instantiate(ClassInfo* cls, bool guardCalls = true);
+  bool isLiveObject(const void* object) const;
+  void lockObject(ObjectHeader* object);
+  void unlockObject(ObjectHeader* object);
+  unsigned char* instanceData(ObjectHeader* object, const ClassInfo* cls) const;
+
+  // --- strings (strings.cpp)
+  StringObject* newString(const void* bytes, size_t length, uint32_t encoding);
+  bool isLiveString(const void* string) const;
+  void lockString(StringObject* string);
+  void unlockString(StringObject* string);
+  // Converts bytes between encodings; unconvertible characters become '?'.
+  static bool convertBytes(const std::string& in, uint32_t from, uint32_t to, std::string& out);
+  std::string utf8Of(const StringObject* string) const;
+
+  // --- exceptions (exceptions.cpp)
+  void raise(ObjectHeader* exception);
+  // Raises a new exception of the named built-in class with a message.
+  void raise(const std::string& className, const std::string& message, int64_t errorNumber = 0);
+  // Throws HostException when a plugin left one pending.
+  void throwPending();
+
+  // --- arrays (arrays.cpp)
+  ObjectHeader* newArray(int32_t elementType, intptr_t upperBound);
+  ArrayData* arrayData(ObjectHeader* array) const;  // null for non-arrays
+
+  // --- memory blocks (memoryblock.cpp)
+  ObjectHeader* newMemoryBlock(intptr_t size);
+  MemoryBlockData* memoryBlockData(ObjectHeader* block) const;  // null for non-blocks
+};
+
+// Lower-case ASCII copy, for names the host language compares without case.
+std::string lowerCase(std::string_view text);
+bool equalsIgnoringCase(std::string_view a, std::string_view b);
+
+// The built-in classes, set up by each file that owns one.
+void installExceptionClasses(Runtime::Impl& impl);
+void installMemoryBlockClass(Runtime::Impl& impl);
+void installArrayClasses(Runtime::Impl& impl);
+void installApplicationClass(Runtime::Impl& impl);
+void installGlobalFunctions(Runtime::Impl& impl);
+
+// The entry points each file offers to plugins; the resolver joins them.
+void addRegistrationEntryPoints(std::vector<EntryPoint>& table);
+void addObjectEntryPoints(std::vector<EntryPoint>& table);
+void addStringEntryPoints(std::vector<EntryPoint>& table);
+void addPlatformStringEntryPoints(std::vector<EntryPoint>& table);
+void addExceptionEntryPoints(std::vector<EntryPoint>& table);
+void addArrayEntryPoints(std::vector<EntryPoint>& table);
+void addMemoryBlockEntryPoints(std::vector<EntryPoint>& table);
+void addPropertyEntryPoints(std::vector<EntryPoint>& table);
+void addLoadedMethodEntryPoints(std::vector<EntryPoint>& table);
+
+// The resolver handed to REALPluginMain.
+extern "C" void* hostResolveEntryPoint(const char* name);
+
+// The runtime of this process, or null (entry points then give their neutral result).
+Runtime::Impl* currentImpl();
+
+}  // namespace host

@@ -1,0 +1,43 @@
+// The host suite's fixture: a fresh runtime per test with the suite's own plugin loaded,
+// and a check at the end of every test that the live object and string counts are back
+// where they were once the plugin had loaded. (A plugin's main function runs once per
+// process, so each test runs in its own process, as CTest runs them.)
+#pragma once
+
+#include "host/runtime.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#ifndef QVR_HOST_TEST_PLUGIN
+#error "QVR_HOST_TEST_PLUGIN names the host suite's test plugin"
+#endif
+
+class HostTest : public ::testing::Test {
+ protected:
+  void load(host::Options options = {}) {
+    runtime_ = std::make_unique<host::Runtime>(std::move(options));
+    runtime_->loadPlugin(QVR_HOST_TEST_PLUGIN);
+    objects_ = runtime_->liveObjects();
+    strings_ = runtime_->liveStrings();
+  }
+
+  void TearDown() override {
+    if (!runtime_) return;
+    EXPECT_FALSE(runtime_->exceptionPending());
+    EXPECT_EQ(runtime_->liveObjects(), objects_) << "host objects left behind";
+    EXPECT_EQ(runtime_->liveStrings(), strings_) << "host strings left behind";
+  }
+
+  host::Runtime& rt() { return *runtime_; }
+
+  host::Value integer(int64_t v) { return host::Value::ofInteger(v); }
+  host::Value str(const char* text) { return rt().string(text); }
+  std::string text(const host::Value& v) { return rt().utf8(v); }
+  std::string log() { return text(rt().callShared("TestBase", "Log")); }
+  void clearLog() { rt().callShared("TestBase", "ClearLog"); }
+
+  std::unique_ptr<host::Runtime> runtime_;
+  size_t objects_ = 0, strings_ = 0;
+};

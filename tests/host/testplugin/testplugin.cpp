@@ -1,0 +1,683 @@
+// A plugin written only against the host's entry points, as real plugins are: three
+// classes (TestBase > TestDerived > TestLeaf) whose members take and return every host
+// type, with defaults, overloads, assignable methods, marker properties, shared methods
+// and constants, and members that raise host exceptions, throw a platform object, and
+// use the string, array, MemoryBlock and property entry points. It registers its
+// records in the layout its host's version calls for (9, 10, 11 or 12).
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+extern "C" void testplugin_throw_string(void);
+extern "C" long testplugin_platform_length(void* string);
+extern "C" void testplugin_platform_release(void* string);
+
+namespace {
+
+using Object = void*;
+using String = void*;
+using Resolver = void* (*)(const char*);
+
+Resolver gResolver = nullptr;
+double gVersion = 0.0;
+int gLayout = 0;
+std::string gLog;
+
+template <class F>
+F entry(const char* name) {
+  return gResolver ? reinterpret_cast<F>(gResolver(name)) : nullptr;
+}
+
+void log(const std::string& event) {
+  if (!gLog.empty()) gLog += ",";
+  gLog += event;
+}
+
+// ---- records, in layout 12
+
+struct Property {
+  const char* group;
+  const char* name;
+  const char* type;
+  uintptr_t flags;
+  void* getter;
+  void* setter;
+  intptr_t param;
+  uintptr_t editor, enumCount, enumEntries, attributeCount, attributes;
+};
+
+struct Method {
+  void* function;
+  void* setterFunction;
+  const char* declaration;
+  uintptr_t flags, attributeCount, attributes;
+};
+
+struct Constant {
+  const char* declaration;
+  uintptr_t reserved1, reserved2, attributeCount, attributes;
+};
+
+struct ClassDefinition {
+  uintptr_t version;
+  const char* name;
+  const char* superName;
+  uintptr_t dataSize;
+  uintptr_t forSystemUse;
+  void* constructor;
+  void* destructor;
+  Property* properties;
+  uintptr_t propertyCount;
+  Method* methods;
+  uintptr_t methodCount;
+  void* events;
+  uintptr_t eventCount;
+  void* eventInstances;
+  uintptr_t eventInstanceCount;
+  const char* interfaces;
+  void* attributes;
+  uintptr_t attributeCount;
+  Constant* constants;
+  uintptr_t constantCount;
+  uintptr_t mFlags;
+  Property* sharedProperties;
+  uintptr_t sharedPropertyCount;
+  Method* sharedMethods;
+  uintptr_t sharedMethodCount;
+  void* delegates;
+  uintptr_t delegateCount;
+  void* enums;
+  uintptr_t enumCount;
+};
+static_assert(sizeof(ClassDefinition) == 29 * sizeof(void*), "29 words");
+
+void* const kMarker = reinterpret_cast<void*>(intptr_t(-1));
+template <class F>
+void* fn(F f) {
+  return reinterpret_cast<void*>(f);
+}
+
+ClassDefinition gBaseClass, gDerivedClass, gLeafClass;
+
+// Instance data of TestBase, at the offset the host wrote into forSystemUse.
+struct BaseData {
+  intptr_t handle;   // "Handle" (marker)
+  String tag;        // "Tag" (marker, held by the host)
+  double scale;      // "Scale"
+  float ratio;       // "Ratio"
+  int32_t count;     // "Count"
+  uint8_t flag;      // "Flag"
+  Object partner;    // "Partner" (marker)
+};
+
+struct DerivedData {
+  int64_t extra;
+};
+
+BaseData* base(Object self) {
+  return reinterpret_cast<BaseData*>(static_cast<char*>(self) + gBaseClass.forSystemUse);
+}
+
+DerivedData* derived(Object self) {
+  return reinterpret_cast<DerivedData*>(static_cast<char*>(self) + gDerivedClass.forSystemUse);
+}
+
+// ---- host services
+
+String makeString(const std::string& text) {
+  auto build = entry<String (*)(const char*, int32_t)>("REALBuildString");
+  auto tag = entry<void (*)(String, uint32_t)>("REALSetStringEncoding");
+  if (!build) return nullptr;
+  String s = build(text.data(), static_cast<int32_t>(text.size()));
+  if (s && tag) tag(s, 0x08000100);
+  return s;
+}
+
+struct StringData {
+  void* data;
+  uintptr_t length, encoding, reserved1, reserved2;
+};
+
+std::string textOf(String s, uint32_t encoding = 0x08000100) {
+  auto get = entry<int (*)(String, uint32_t, StringData*)>("PluginGetStringData");
+  auto dispose = entry<void (*)(StringData*)>("PluginDisposeStringData");
+  if (!s || !get || !dispose) return std::string();
+  StringData data{};
+  if (!get(s, encoding, &data)) return "<no data>";
+  std::string out(static_cast<const char*>(data.data), data.length);
+  dispose(&data);
+  return out;
+}
+
+void unlockString(String s) {
+  if (auto unlock = entry<void (*)(String)>("REALUnlockString"); unlock && s) unlock(s);
+}
+
+void unlockObject(Object o) {
+  if (auto unlock = entry<void (*)(Object)>("REALUnlockObject"); unlock && o) unlock(o);
+}
+
+void raise(const char* className, const std::string& message, int32_t number) {
+  auto newInstance = entry<Object (*)(const char*)>("PluginNewInstance");
+  auto setString = entry<int (*)(Object, const char*, String)>("REALSetPropValueString");
+  auto setInt = entry<int (*)(Object, const char*, int32_t)>("REALSetPropValueInt");
+  auto raiseException = entry<void (*)(Object)>("RuntimeRaiseException");
+  if (!newInstance || !raiseException) return;
+  Object e = newInstance(className);
+  if (!e) e = newInstance("RuntimeException");
+  if (!e) return;
+  String text = makeString(message);
+  if (setString) setString(e, "Message", text);
+  if (setInt) setInt(e, "ErrorNumber", number);
+  unlockString(text);
+  raiseException(e);
+  unlockObject(e);
+}
+
+// ---- constructors and destructors
+
+void baseConstructor(Object self) {
+  log("ctor Base");
+  base(self)->scale = 1.0;
+}
+void baseDestructor(Object) { log("dtor Base"); }
+void derivedConstructor(Object self) {
+  log("ctor Derived");
+  derived(self)->extra = 7;
+}
+void derivedDestructor(Object) { log("dtor Derived"); }
+void leafConstructor(Object) { log("ctor Leaf"); }
+void leafDestructor(Object) { log("dtor Leaf"); }
+
+// ---- property accessors: T f(self, param), void f(self, param, T)
+
+double getScale(Object self, intptr_t) { return base(self)->scale; }
+void setScale(Object self, intptr_t, double v) { base(self)->scale = v; }
+float getRatio(Object self, intptr_t) { return base(self)->ratio; }
+void setRatio(Object self, intptr_t, float v) { base(self)->ratio = v; }
+int32_t getCount(Object self, intptr_t) { return base(self)->count; }
+void setCount(Object self, intptr_t, int32_t v) { base(self)->count = v; }
+uint8_t getFlag(Object self, intptr_t) { return base(self)->flag; }
+void setFlag(Object self, intptr_t, uint8_t v) { base(self)->flag = v; }
+int64_t getBig(Object, intptr_t param) { return int64_t(param) * 1000; }
+String getName(Object self, intptr_t) { return makeString("name:" + std::to_string(base(self)->handle)); }
+void setName(Object self, intptr_t, String v) { base(self)->handle = static_cast<intptr_t>(textOf(v).size()); }
+
+// ---- methods
+
+intptr_t add(Object, intptr_t a, intptr_t b) { return a + b; }
+int32_t addInt32(Object, int32_t a, int32_t b) { return a + b; }
+int64_t addInt64(Object, int64_t a, int64_t b) { return a + b; }
+double half(Object, double x) { return x / 2; }
+float halfSingle(Object, float x) { return x / 2; }
+uint8_t negate(Object, uint8_t b) { return !b; }
+uint32_t invertColor(Object, uint32_t c) { return c ^ 0xFFFFFF; }
+void* offsetPtr(Object, void* p, intptr_t n) { return static_cast<char*>(p) + n; }
+
+String describe(Object, String s) { return makeString("<" + textOf(s) + ">"); }
+
+String kindInteger(Object, intptr_t) { return makeString("integer"); }
+String kindDouble(Object, double) { return makeString("double"); }
+String kindString(Object, String) { return makeString("string"); }
+String kindBoolean(Object, uint8_t) { return makeString("boolean"); }
+String kindBase(Object, Object) { return makeString("TestBase"); }
+String kindDerived(Object, Object) { return makeString("TestDerived"); }
+String kindDerivedOverride(Object, Object) { return makeString("TestDerived (in TestDerived)"); }
+
+String mixed(Object, int32_t a, double b, float c, uint8_t d, int64_t e, String f, Object g, intptr_t h) {
+  char buffer[256];
+  std::snprintf(buffer, sizeof buffer, "%d|%.3f|%.3f|%d|%lld|%s|%s|%ld", a, b, double(c), d, static_cast<long long>(e),
+                textOf(f).c_str(), g ? "object" : "nil", static_cast<long>(h));
+  return makeString(buffer);
+}
+
+String defaults(Object, intptr_t a, String s, double d, uint8_t b, Object o) {
+  char buffer[256];
+  std::snprintf(buffer, sizeof buffer, "%ld|%s|%.2f|%d|%s", static_cast<long>(a), textOf(s).c_str(), d, b,
+                o ? "object" : "nil");
+  return makeString(buffer);
+}
+
+Object makeDerived(Object) {
+  auto newInstance = entry<Object (*)(const char*)>("PluginNewInstance");
+  return newInstance ? newInstance("TestDerived") : nullptr;
+}
+
+Object self_(Object self) {
+  if (auto lock = entry<void (*)(Object)>("REALLockObject")) lock(self);
+  return self;
+}
+
+void fail(Object, String className, String message) { raise(textOf(className).c_str(), textOf(message), 7); }
+
+intptr_t failWithResult(Object) {
+  raise("OutOfBoundsException", "out of range", 0);
+  return 99;
+}
+
+void throwPlatform(Object) { testplugin_throw_string(); }
+
+// "Item(index as Integer, assigns value as String)": the setter form only.
+void setItem(Object self, intptr_t index, String value) {
+  base(self)->handle = index * 100 + static_cast<intptr_t>(textOf(value).size());
+}
+
+// "Slot(index as Integer) as Integer" with a setter function.
+intptr_t gSlots[4];
+intptr_t getSlot(Object, intptr_t index) { return index >= 0 && index < 4 ? gSlots[index] : -1; }
+void setSlot(Object, intptr_t index, intptr_t value) {
+  if (index >= 0 && index < 4) gSlots[index] = value;
+}
+
+String stringInfo(Object, String s) {
+  auto encodingOf = entry<uint32_t (*)(String)>("REALGetStringEncoding");
+  auto cString = entry<const char* (*)(String)>("StringGetCString");
+  auto loadGlobal = entry<void* (*)(void*, const char*)>("REALLoadGlobalMethod");
+  intptr_t (*lenB)(String) = nullptr;
+  if (loadGlobal) lenB = reinterpret_cast<intptr_t (*)(String)>(loadGlobal(nullptr, "LenB( s as string ) as integer"));
+  char buffer[256];
+  std::snprintf(buffer, sizeof buffer, "%x|%s|%ld", encodingOf ? encodingOf(s) : 0u, cString ? cString(s) : "?",
+                lenB ? static_cast<long>(lenB(s)) : -1L);
+  return makeString(buffer);
+}
+
+String convert(Object, String s, intptr_t encoding) {
+  auto convertString = entry<String (*)(String, uint32_t)>("REALConvertString");
+  return convertString ? convertString(s, static_cast<uint32_t>(encoding)) : nullptr;
+}
+
+String retag(Object, String s, intptr_t encoding) {
+  auto tag = entry<void (*)(String, uint32_t)>("REALSetStringEncoding");
+  if (auto lock = entry<void (*)(String)>("REALLockString"); lock && s) lock(s);
+  if (tag) tag(s, static_cast<uint32_t>(encoding));
+  return s;
+}
+
+// The string's bytes in the given encoding, as a MemoryBlock (through PluginGetStringData).
+Object bytesIn(Object, String s, intptr_t encoding) {
+  auto get = entry<int (*)(String, uint32_t, StringData*)>("PluginGetStringData");
+  auto dispose = entry<void (*)(StringData*)>("PluginDisposeStringData");
+  auto newBlock = entry<Object (*)(int32_t)>("newMemoryBlock");
+  auto ptr = entry<void* (*)(Object)>("memoryBlockGetPtr");
+  if (!get || !dispose || !newBlock || !ptr) return nullptr;
+  StringData data{};
+  if (!get(s, static_cast<uint32_t>(encoding), &data)) return nullptr;
+  Object block = newBlock(static_cast<int32_t>(data.length));
+  if (block) std::memcpy(ptr(block), data.data, data.length);
+  dispose(&data);
+  return block;
+}
+
+// Reads a host string as an older host's plugin does: words 1 and 3 of the object.
+String rawWords(Object, String s) {
+  if (!s) return makeString("nil");
+  auto* words = static_cast<uintptr_t*>(s);
+  const char* buffer = reinterpret_cast<const char*>(words[1]);
+  return makeString(std::string(buffer + 1, words[3]));
+}
+
+intptr_t platformLength(Object, String s) {
+  auto toPlatform = entry<void* (*)(String, int32_t)>("REALGetStringCFString");
+  if (!toPlatform) return -1;
+  void* platform = toPlatform(s, 0);
+  if (!platform) return -2;
+  long n = testplugin_platform_length(platform);
+  testplugin_platform_release(platform);
+  return n;
+}
+
+uint8_t isA(Object, Object o, String className) {
+  auto classRef = entry<void* (*)(const char*)>("pluginObjectType");
+  auto isa = entry<int (*)(Object, void*)>("RuntimeObjectIsa");
+  if (!classRef || !isa) return 0;
+  return isa(o, classRef(textOf(className).c_str())) ? 1 : 0;
+}
+
+String readMessage(Object, Object e) {
+  auto get = entry<int (*)(Object, const char*, String*)>("REALGetPropValueString");
+  String out = nullptr;
+  if (!get || !get(e, "Message", &out)) return makeString("<unreadable>");
+  return out;  // the reference the host gave goes back with the result
+}
+
+intptr_t readNumbers(Object, Object o) {
+  auto getInt = entry<int (*)(Object, const char*, int32_t*)>("REALGetPropValueInt");
+  auto getDouble = entry<int (*)(Object, const char*, double*)>("REALGetPropValueDouble");
+  auto getBool = entry<int (*)(Object, const char*, uint8_t*)>("REALGetPropValueBool");
+  auto getSingle = entry<int (*)(Object, const char*, float*)>("REALGetPropValueSingle");
+  auto getInt64 = entry<int (*)(Object, const char*, int64_t*)>("REALGetPropValueInt64");
+  auto setDouble = entry<int (*)(Object, const char*, double)>("REALSetPropValueDouble");
+  int32_t count = 0;
+  double scale = 0;
+  uint8_t flag = 0;
+  float ratio = 0;
+  int64_t handle = 0;
+  int ok = getInt(o, "Count", &count) + getDouble(o, "Scale", &scale) + getBool(o, "Flag", &flag) +
+           getSingle(o, "Ratio", &ratio) + getInt64(o, "Handle", &handle) + setDouble(o, "Scale", scale * 2) +
+           getInt(o, "NoSuchProperty", &count);
+  return ok * 1000000 + count * 10000 + intptr_t(scale) * 100 + flag * 10 + intptr_t(ratio) + handle;
+}
+
+// Builds a string array "n0".."n<count-1>" through the array entry points.
+Object names(Object, intptr_t count) {
+  auto create = entry<Object (*)(int32_t, intptr_t)>("RuntimeArrayCreateSingleDimBoundedArray");
+  auto insertProc = entry<void* (*)(Object)>("RuntimeArrayDirectGetInsertProc");
+  if (!create || !insertProc) return nullptr;
+  Object array = create(3, -1);
+  auto insert = reinterpret_cast<void (*)(Object, intptr_t, String)>(insertProc(array));
+  for (intptr_t i = 0; i < count; ++i) {
+    String s = makeString("n" + std::to_string(i));
+    if (insert) insert(array, i, s);
+    unlockString(s);
+  }
+  return array;
+}
+
+intptr_t sumArray(Object, Object array) {
+  auto ubound = entry<intptr_t (*)(Object)>("RuntimeUBound");
+  auto getProc = entry<void* (*)(Object)>("RuntimeArrayDirectGetGetProc");
+  if (!ubound || !getProc || !array) return -1;
+  auto get = reinterpret_cast<void (*)(Object, intptr_t, void*)>(getProc(array));
+  intptr_t sum = 0;
+  for (intptr_t i = 0; i <= ubound(array); ++i) {
+    intptr_t v = 0;
+    get(array, i, &v);
+    sum += v;
+  }
+  // Element storage is also readable directly through the word at byte offset 8.
+  auto* storage = *reinterpret_cast<intptr_t**>(static_cast<char*>(array) + 8);
+  intptr_t direct = 0;
+  for (intptr_t i = 0; i <= ubound(array); ++i) direct += storage[i];
+  return sum == direct ? sum : -2;
+}
+
+String joinStrings(Object, Object array) {
+  auto ubound = entry<intptr_t (*)(Object)>("RuntimeUBound");
+  auto getProc = entry<void* (*)(Object)>("RuntimeArrayDirectGetGetProc");
+  if (!ubound || !getProc || !array) return nullptr;
+  auto get = reinterpret_cast<void (*)(Object, intptr_t, String*)>(getProc(array));
+  std::string out;
+  for (intptr_t i = 0; i <= ubound(array); ++i) {
+    String s = nullptr;
+    get(array, i, &s);  // carries a reference
+    if (i) out += "+";
+    out += textOf(s);
+    unlockString(s);
+  }
+  return makeString(out);
+}
+
+Object doubles(Object, double a, double b) {
+  auto create = entry<Object (*)(int32_t, intptr_t)>("RuntimeArrayCreateSingleDimBoundedArray");
+  auto insertProc = entry<void* (*)(Object)>("RuntimeArrayDirectGetInsertProc");
+  Object array = create(2, -1);
+  auto insert = reinterpret_cast<void (*)(Object, intptr_t, double)>(insertProc(array));
+  insert(array, 0, b);
+  insert(array, 0, a);  // shifts b up
+  return array;
+}
+
+intptr_t blockSum(Object, Object block) {
+  auto ptr = entry<unsigned char* (*)(Object)>("memoryBlockGetPtr");
+  auto size = entry<intptr_t (*)(Object)>("memoryBlockGetSize");
+  if (!block) {
+    raise("NilObjectException", "Memoryblock is nil", 0);
+    return 0;
+  }
+  intptr_t sum = 0;
+  for (intptr_t i = 0; i < size(block); ++i) sum += ptr(block)[i];
+  return sum;
+}
+
+Object makeBlock(Object, intptr_t size) {
+  auto newBlock = entry<Object (*)(int32_t)>("newMemoryBlock");
+  auto ptr = entry<unsigned char* (*)(Object)>("memoryBlockGetPtr");
+  Object block = newBlock(static_cast<int32_t>(size));
+  if (!block) return nullptr;
+  for (intptr_t i = 0; i < size; ++i) ptr(block)[i] = static_cast<unsigned char>(i);
+  return block;
+}
+
+// Calls MemoryBlock members through "REALLoadObjectMethod".
+intptr_t blockMembers(Object, Object block) {
+  auto load = entry<void* (*)(Object, const char*)>("REALLoadObjectMethod");
+  auto byte = reinterpret_cast<intptr_t (*)(Object, intptr_t)>(load(block, "byte( offset as integer ) as INTEGER"));
+  auto setByte =
+      reinterpret_cast<void (*)(Object, intptr_t, intptr_t)>(load(block, "Byte(offset as Integer, assigns v as Integer)"));
+  auto stringValue =
+      reinterpret_cast<String (*)(Object, intptr_t, intptr_t)>(load(block, "StringValue(offset as integer, length as integer) as string"));
+  if (!byte || !setByte || !stringValue) return -1;
+  setByte(block, 0, 65);
+  setByte(block, 1, 66);
+  String s = stringValue(block, 0, 2);
+  intptr_t result = byte(block, 1) * 1000 + static_cast<intptr_t>(textOf(s, 0xFFFF) == "AB");
+  unlockString(s);
+  return result;
+}
+
+uint8_t missing(String name) { return gResolver && gResolver(textOf(name).c_str()) == nullptr; }
+
+String sharedLog() { return makeString(gLog); }
+void clearLog() { gLog.clear(); }
+double hostVersion() { return gVersion; }
+intptr_t layout() { return gLayout; }
+intptr_t twice(intptr_t x) { return 2 * x; }
+double twiceDouble(double x) { return 2 * x; }
+intptr_t recordOffset(intptr_t which) {
+  switch (which) {
+    case 0: return static_cast<intptr_t>(gBaseClass.forSystemUse);
+    case 1: return static_cast<intptr_t>(gDerivedClass.forSystemUse);
+    default: return static_cast<intptr_t>(gLeafClass.forSystemUse);
+  }
+}
+
+void derivedConstructorMethod(Object self) { log("Constructor()"); base(self)->handle = -1; }
+void leafConstructorMethod(Object self, intptr_t start) {
+  log("Constructor(" + std::to_string(start) + ")");
+  base(self)->handle = start;
+}
+void leafConstructorText(Object self, String text) {
+  log("Constructor(text)");
+  base(self)->handle = static_cast<intptr_t>(textOf(text).size());
+}
+intptr_t extra(Object self) { return derived(self)->extra; }
+
+// ---- tables
+
+Property gBaseProperties[] = {
+    {nullptr, "Handle", "Integer", 6, kMarker, kMarker, 0, 0, 0, 0, 0, 0},
+    {nullptr, "Tag", "String", 6, kMarker, kMarker, offsetof(BaseData, tag), 0, 0, 0, 0, 0},
+    {nullptr, "Partner", "TestBase", 6, kMarker, kMarker, offsetof(BaseData, partner), 0, 0, 0, 0, 0},
+    {nullptr, "Scale", "Double", 6, fn(&getScale), fn(&setScale), 0, 0, 0, 0, 0, 0},
+    {nullptr, "Ratio", "Single", 6, fn(&getRatio), fn(&setRatio), 0, 0, 0, 0, 0, 0},
+    {nullptr, "Count", "Int32", 6, fn(&getCount), fn(&setCount), 0, 0, 0, 0, 0, 0},
+    {nullptr, "Flag", "Boolean", 6, fn(&getFlag), fn(&setFlag), 0, 0, 0, 0, 0, 0},
+    {nullptr, "Big", "Int64", 6, fn(&getBig), nullptr, 7, 0, 0, 0, 0, 0},
+    {nullptr, "Name", "String", 6, fn(&getName), fn(&setName), 0, 0, 0, 0, 0, 0},
+};
+
+Method gBaseMethods[] = {
+    {fn(&add), nullptr, "Add(a as Integer, b as Integer = 5) as Integer", 4, 0, 0},
+    {fn(&addInt32), nullptr, "AddInt32(a as Int32, b as Int32) as Int32", 4, 0, 0},
+    {fn(&addInt64), nullptr, "AddInt64(a as Int64, b as Int64) as Int64", 4, 0, 0},
+    {fn(&half), nullptr, "Half(x as Double) as Double", 4, 0, 0},
+    {fn(&halfSingle), nullptr, "HalfSingle(x as Single) as Single", 4, 0, 0},
+    {fn(&negate), nullptr, "Negate(b as Boolean) as Boolean", 4, 0, 0},
+    {fn(&invertColor), nullptr, "InvertColor(c as Color) as Color", 4, 0, 0},
+    {fn(&offsetPtr), nullptr, "OffsetPtr(p as Ptr, n as Integer) as Ptr", 4, 0, 0},
+    {fn(&describe), nullptr, "Describe(s as String) as String", 4, 0, 0},
+    {fn(&kindInteger), nullptr, "Kind(x as Integer) as String", 4, 0, 0},
+    {fn(&kindDouble), nullptr, "Kind(x as Double) as String", 4, 0, 0},
+    {fn(&kindString), nullptr, "Kind(x as String) as String", 4, 0, 0},
+    {fn(&kindBoolean), nullptr, "Kind(x as Boolean) as String", 4, 0, 0},
+    {fn(&kindBase), nullptr, "Kind(x as TestBase) as String", 4, 0, 0},
+    {fn(&kindDerived), nullptr, "Kind(x as TestDerived) as String", 4, 0, 0},
+    {fn(&mixed), nullptr,
+     "Mixed(a as Int32, b as Double, c as Single, d as Boolean, e as Int64, f as String, g as TestBase, h as Integer) as String",
+     4, 0, 0},
+    {fn(&defaults), nullptr,
+     "Defaults(a as Integer = Answer, s as String = \"hi, there\", d as Double = 1.5, b as Boolean = true, o as TestBase = nil) as String",
+     4, 0, 0},
+    {fn(&makeDerived), nullptr, "MakeDerived() as TestDerived", 4, 0, 0},
+    {fn(&self_), nullptr, "Self as TestBase", 4, 0, 0},
+    {fn(&fail), nullptr, "Fail(className as String, message as String)", 4, 0, 0},
+    {fn(&failWithResult), nullptr, "FailWithResult() as Integer", 4, 0, 0},
+    {fn(&throwPlatform), nullptr, "ThrowPlatform()", 4, 0, 0},
+    {fn(&setItem), nullptr, "Item(index as Integer, assigns value as String)", 4, 0, 0},
+    {fn(&getSlot), fn(&setSlot), "Slot(index as Integer) as Integer", 4, 0, 0},
+    {fn(&stringInfo), nullptr, "StringInfo(s as String) as String", 4, 0, 0},
+    {fn(&convert), nullptr, "Convert(s as String, encoding as Integer) as String", 4, 0, 0},
+    {fn(&retag), nullptr, "Retag(s as String, encoding as Integer) as String", 4, 0, 0},
+    {fn(&bytesIn), nullptr, "BytesIn(s as String, encoding as Integer) as MemoryBlock", 4, 0, 0},
+    {fn(&rawWords), nullptr, "RawWords(s as String) as String", 4, 0, 0},
+    {fn(&platformLength), nullptr, "PlatformLength(s as String) as Integer", 4, 0, 0},
+    {fn(&isA), nullptr, "IsA(o as Object, className as String) as Boolean", 4, 0, 0},
+    {fn(&readMessage), nullptr, "ReadMessage(e as RuntimeException) as String", 4, 0, 0},
+    {fn(&readNumbers), nullptr, "ReadNumbers(o as TestBase) as Integer", 4, 0, 0},
+    {fn(&names), nullptr, "Names(count as Integer) as String()", 4, 0, 0},
+    {fn(&sumArray), nullptr, "SumArray(values() as Integer) as Integer", 4, 0, 0},
+    {fn(&joinStrings), nullptr, "JoinStrings(items() as String) as String", 4, 0, 0},
+    {fn(&doubles), nullptr, "Doubles(a as Double, b as Double) as Double()", 4, 0, 0},
+    {fn(&blockSum), nullptr, "BlockSum(m as MemoryBlock) as Integer", 4, 0, 0},
+    {fn(&makeBlock), nullptr, "MakeBlock(size as Integer) as MemoryBlock", 4, 0, 0},
+    {fn(&blockMembers), nullptr, "BlockMembers(m as MemoryBlock) as Integer", 4, 0, 0},
+};
+
+Method gBaseShared[] = {
+    {fn(&sharedLog), nullptr, "Log() as String", 4, 0, 0},
+    {fn(&clearLog), nullptr, "ClearLog()", 4, 0, 0},
+    {fn(&hostVersion), nullptr, "HostVersion() as Double", 4, 0, 0},
+    {fn(&layout), nullptr, "Layout() as Integer", 4, 0, 0},
+    {fn(&twice), nullptr, "Twice(x as Integer) as Integer", 4, 0, 0},
+    {fn(&twiceDouble), nullptr, "Twice(x as Double) as Double", 4, 0, 0},
+    {fn(&recordOffset), nullptr, "RecordOffset(which as Integer) as Integer", 4, 0, 0},
+    {fn(&missing), nullptr, "Missing(name as String) as Boolean", 4, 0, 0},
+};
+
+Constant gBaseConstants[] = {
+    {"Answer=42", 0, 0, 0, 0},
+    {"Pi as Double = 3.25", 0, 0, 0, 0},
+    {"Greeting = \"hello\"", 0, 0, 0, 0},
+    {"Enabled as Boolean = true", 0, 0, 0, 0},
+};
+
+Method gDerivedMethods[] = {
+    {fn(&derivedConstructorMethod), nullptr, "Constructor()", 4, 0, 0},
+    {fn(&kindDerivedOverride), nullptr, "Kind(x as TestDerived) as String", 4, 0, 0},
+    {fn(&extra), nullptr, "Extra() as Integer", 4, 0, 0},
+};
+
+Method gLeafMethods[] = {
+    {fn(&leafConstructorMethod), nullptr, "Constructor(start as Integer)", 4, 0, 0},
+    {fn(&leafConstructorText), nullptr, "Constructor(text as String)", 4, 0, 0},
+};
+
+// An event record table (layout 12: 4 words), carried to see that strides are honoured.
+uintptr_t gBaseEvents[][4] = {{reinterpret_cast<uintptr_t>("Changed()"), 0, 0, 0}};
+
+template <class T, size_t N>
+constexpr uintptr_t countOf(T (&)[N]) {
+  return N;
+}
+
+void setUpClasses() {
+  gBaseClass = ClassDefinition{};
+  gBaseClass.version = 12;
+  gBaseClass.name = "TestBase";
+  gBaseClass.dataSize = sizeof(BaseData);
+  gBaseClass.constructor = fn(&baseConstructor);
+  gBaseClass.destructor = fn(&baseDestructor);
+  gBaseClass.properties = gBaseProperties;
+  gBaseClass.propertyCount = countOf(gBaseProperties);
+  gBaseClass.methods = gBaseMethods;
+  gBaseClass.methodCount = countOf(gBaseMethods);
+  gBaseClass.events = gBaseEvents;
+  gBaseClass.eventCount = 1;
+  gBaseClass.attributeCount = 3;  // words 16-17 are cleared in layout 9
+  gBaseClass.constants = gBaseConstants;
+  gBaseClass.constantCount = countOf(gBaseConstants);
+  gBaseClass.mFlags = 4;
+  gBaseClass.sharedMethods = gBaseShared;
+  gBaseClass.sharedMethodCount = countOf(gBaseShared);
+
+  gDerivedClass = ClassDefinition{};
+  gDerivedClass.version = 12;
+  gDerivedClass.name = "TestDerived";
+  gDerivedClass.superName = "TestBase";
+  gDerivedClass.dataSize = sizeof(DerivedData);
+  gDerivedClass.constructor = fn(&derivedConstructor);
+  gDerivedClass.destructor = fn(&derivedDestructor);
+  gDerivedClass.methods = gDerivedMethods;
+  gDerivedClass.methodCount = countOf(gDerivedMethods);
+  gDerivedClass.mFlags = 4;
+
+  gLeafClass = ClassDefinition{};
+  gLeafClass.version = 12;
+  gLeafClass.name = "TestLeaf";
+  gLeafClass.superName = "TestDerived";
+  gLeafClass.constructor = fn(&leafConstructor);
+  gLeafClass.destructor = fn(&leafDestructor);
+  gLeafClass.methods = gLeafMethods;
+  gLeafClass.methodCount = countOf(gLeafMethods);
+  gLeafClass.mFlags = 4;
+}
+
+// Layout 9: 25 words with narrower member records, copied over the static record.
+template <size_t Words>
+uintptr_t* narrowed(const void* records, uintptr_t count, size_t fromWords) {
+  if (!records || !count) return nullptr;
+  auto* out = static_cast<uintptr_t*>(std::calloc(count, Words * sizeof(uintptr_t)));
+  auto* in = static_cast<const uintptr_t*>(records);
+  for (uintptr_t i = 0; i < count; ++i) std::memcpy(out + i * Words, in + i * fromWords, Words * sizeof(uintptr_t));
+  return out;
+}
+
+void registerClass(ClassDefinition& cls) {
+  auto registerRecord = entry<void (*)(void*)>("PluginRegisterClass");
+  if (!registerRecord) return;
+  if (gLayout > 9) {
+    cls.version = static_cast<uintptr_t>(gLayout);
+    registerRecord(&cls);
+    return;
+  }
+  uintptr_t words[25] = {};
+  std::memcpy(words, &cls, 7 * sizeof(uintptr_t));
+  words[0] = 9;
+  words[7] = reinterpret_cast<uintptr_t>(narrowed<10>(cls.properties, cls.propertyCount, 12));
+  words[8] = cls.propertyCount;
+  words[9] = reinterpret_cast<uintptr_t>(narrowed<4>(cls.methods, cls.methodCount, 6));
+  words[10] = cls.methodCount;
+  words[11] = reinterpret_cast<uintptr_t>(narrowed<2>(cls.events, cls.eventCount, 4));
+  words[12] = cls.eventCount;
+  words[13] = reinterpret_cast<uintptr_t>(cls.eventInstances);
+  words[14] = cls.eventInstanceCount;
+  words[15] = reinterpret_cast<uintptr_t>(cls.interfaces);
+  words[18] = reinterpret_cast<uintptr_t>(narrowed<3>(cls.constants, cls.constantCount, 5));
+  words[19] = cls.constantCount;
+  words[20] = cls.mFlags;
+  words[21] = reinterpret_cast<uintptr_t>(narrowed<10>(cls.sharedProperties, cls.sharedPropertyCount, 12));
+  words[22] = cls.sharedPropertyCount;
+  words[23] = reinterpret_cast<uintptr_t>(narrowed<4>(cls.sharedMethods, cls.sharedMethodCount, 6));
+  words[24] = cls.sharedMethodCount;
+  std::memcpy(&cls, words, sizeof words);
+  registerRecord(&cls);
+}
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) void REALPluginMain(void* (*resolver)(const char*)) {
+  gResolver = resolver;
+  auto registerVersion = entry<void (*)(int32_t)>("RegisterPluginVersion");
+  auto getVersion = entry<double (*)()>("REALGetRBVersion");
+  if (getVersion) gVersion = getVersion();
+  gLayout = gVersion >= 2013.03 ? 12 : gVersion >= 2013.0 ? 11 : gVersion >= 2012.0 ? 10 : 9;
+  if (registerVersion) registerVersion(gLayout);
+  setUpClasses();
+  registerClass(gBaseClass);
+  registerClass(gDerivedClass);
+  registerClass(gLeafClass);
+  log("main");
+}
