@@ -1,0 +1,10 @@
+/* Class records of the Core Foundation wrapper classes. */
+#ifndef QVR_SIBLINGS_CF_CLASSES_H
+#define QVR_SIBLINGS_CF_CLASSES_H
+
+#include "plugin/host_sdk.h"
+
+extern REALclassDefinition CFObjectQVRClass;
+extern REALclassDefinition CGImageQVRClass;
+
+#endif
