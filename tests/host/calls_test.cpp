@@ -1,0 +1,263 @@
+// Member calls through libffi: every parameter and result type, overload choice,
+// default values, assignable methods, properties by accessor function and by the
+// instance-data marker, shared methods, constants, and the order of constructors and
+// destructors along the class hierarchy.
+#include "host_fixture.h"
+
+#include <cstring>
+
+using host::Value;
+
+TEST_F(HostTest, CallsPassAndReturnEveryType) {
+  load();
+  Value o = rt().newInstance("TestBase");
+  EXPECT_EQ(rt().call(o, "Add", {integer(40), integer(2)}).integer, 42);
+  EXPECT_EQ(rt().call(o, "Add", {integer(-10), integer(4)}).kind, Value::Kind::Integer);
+  EXPECT_EQ(rt().call(o, "Add", {integer(int64_t(1) << 40), integer(1)}).integer, (int64_t(1) << 40) + 1);
+
+  Value i32 = rt().call(o, "AddInt32", {Value::ofInt32(-7), Value::ofInt32(3)});
+  EXPECT_EQ(i32.kind, Value::Kind::Int32);
+  EXPECT_EQ(i32.integer, -4);
+  Value i64 = rt().call(o, "AddInt64", {integer(int64_t(3) << 50), integer(5)});
+  EXPECT_EQ(i64.kind, Value::Kind::Int64);
+  EXPECT_EQ(i64.integer, (int64_t(3) << 50) + 5);
+
+  Value d = rt().call(o, "Half", {Value::ofDouble(5.0)});
+  EXPECT_EQ(d.kind, Value::Kind::Double);
+  EXPECT_DOUBLE_EQ(d.real, 2.5);
+  Value f = rt().call(o, "HalfSingle", {Value::ofSingle(3.0f)});
+  EXPECT_EQ(f.kind, Value::Kind::Single);
+  EXPECT_FLOAT_EQ(float(f.real), 1.5f);
+
+  EXPECT_FALSE(rt().call(o, "Negate", {Value::ofBoolean(true)}).boolean);
+  EXPECT_TRUE(rt().call(o, "Negate", {Value::ofBoolean(false)}).boolean);
+
+  Value c = rt().call(o, "InvertColor", {Value::ofColor(0x00FF00)});
+  EXPECT_EQ(c.kind, Value::Kind::Color);
+  EXPECT_EQ(c.integer, 0xFF00FF);
+
+  char buffer[8];
+  Value p = rt().call(o, "OffsetPtr", {Value::ofPtr(buffer), integer(3)});
+  EXPECT_EQ(p.kind, Value::Kind::Ptr);
+  EXPECT_EQ(p.pointer, buffer + 3);
+
+  EXPECT_EQ(text(rt().call(o, "Describe", {str("abc")})), "<abc>");
+  EXPECT_EQ(text(rt().call(o, "Describe", {Value::nil()})), "<>");  // Nil is the empty string
+
+  // Arguments of every register class in one call, in order.
+  Value mixed = rt().call(o, "Mixed", {Value::ofInt32(-3), Value::ofDouble(2.25), Value::ofSingle(0.5f),
+                                        Value::ofBoolean(true), integer(int64_t(1) << 33), str("s"), o, integer(9)});
+  EXPECT_EQ(text(mixed), "-3|2.250|0.500|1|8589934592|s|object|9");
+  // Integers convert to the declared numeric types.
+  mixed = rt().call(o, "Mixed", {integer(1), integer(2), integer(3), Value::ofBoolean(false), integer(4), str(""),
+                                 Value::nil(), integer(5)});
+  EXPECT_EQ(text(mixed), "1|2.000|3.000|0|4||nil|5");
+}
+
+TEST_F(HostTest, ObjectResultsComeWithOneReference) {
+  load();
+  Value o = rt().newInstance("TestBase");
+  size_t before = rt().liveObjects();
+  {
+    Value d = rt().call(o, "MakeDerived");
+    ASSERT_TRUE(d.object);
+    EXPECT_EQ(rt().classOf(d)->name, "TestDerived");
+    EXPECT_EQ(d.object.get()->refCount, 1);
+    EXPECT_EQ(rt().liveObjects(), before + 1);
+    Value same = rt().call(o, "Self");
+    EXPECT_EQ(same.object.get(), o.object.get());
+    EXPECT_EQ(o.object.get()->refCount, 2);
+  }
+  EXPECT_EQ(rt().liveObjects(), before);
+  EXPECT_EQ(o.object.get()->refCount, 1);
+}
+
+TEST_F(HostTest, OverloadsAreChosenByArgumentTypes) {
+  load();
+  Value o = rt().newInstance("TestBase");
+  Value derived = rt().newInstance("TestDerived");
+  Value leaf = rt().newInstance("TestLeaf", {integer(1)});
+  EXPECT_EQ(text(rt().call(o, "Kind", {integer(1)})), "integer");
+  EXPECT_EQ(text(rt().call(o, "Kind", {Value::ofInt32(1)})), "integer");  // nearest numeric type
+  EXPECT_EQ(text(rt().call(o, "Kind", {Value::ofDouble(1)})), "double");
+  EXPECT_EQ(text(rt().call(o, "Kind", {Value::ofSingle(1)})), "double");
+  EXPECT_EQ(text(rt().call(o, "Kind", {str("x")})), "string");
+  EXPECT_EQ(text(rt().call(o, "Kind", {Value::ofBoolean(true)})), "boolean");
+  EXPECT_EQ(text(rt().call(o, "Kind", {o})), "TestBase");
+  EXPECT_EQ(text(rt().call(o, "Kind", {derived})), "TestDerived");
+  EXPECT_EQ(text(rt().call(o, "Kind", {leaf})), "TestDerived");  // closest superclass wins
+  // A subclass's member hides the superclass member with the same parameters.
+  EXPECT_EQ(text(rt().call(derived, "Kind", {derived})), "TestDerived (in TestDerived)");
+  EXPECT_EQ(text(rt().call(derived, "Kind", {o})), "TestBase");
+  // Nil fits every object and string overload equally: ambiguous, as in host code ...
+  EXPECT_THROW(rt().call(o, "Kind", {Value::nil()}), std::invalid_argument);
+  // ... unless the exact declaration is named.
+  EXPECT_EQ(text(rt().call(o, "Kind(x as TestDerived) as String", {Value::nil()})), "TestDerived");
+  EXPECT_EQ(text(rt().call(o, "kind( X AS string )  as STRING", {Value::nil()})), "string");
+  // Shared overloads too.
+  EXPECT_EQ(rt().callShared("TestBase", "Twice", {integer(21)}).integer, 42);
+  EXPECT_DOUBLE_EQ(rt().callShared("TestBase", "Twice", {Value::ofDouble(1.25)}).real, 2.5);
+  // No fit at all.
+  EXPECT_THROW(rt().call(o, "Kind", {}), std::invalid_argument);
+  EXPECT_THROW(rt().call(o, "Add", {str("1")}), std::invalid_argument);
+  EXPECT_THROW(rt().call(o, "Add", {integer(1), integer(2), integer(3)}), std::invalid_argument);
+  EXPECT_THROW(rt().call(o, "NoSuchMethod"), std::invalid_argument);
+  EXPECT_THROW(rt().callShared("NoSuchClass", "Twice", {integer(1)}), std::invalid_argument);
+  EXPECT_THROW(rt().call(o, "Kind(x as Variant) as String", {Value::nil()}), std::invalid_argument);
+}
+
+TEST_F(HostTest, MissingArgumentsTakeTheirDefaults) {
+  load();
+  Value o = rt().newInstance("TestBase");
+  EXPECT_EQ(rt().call(o, "Add", {integer(1)}).integer, 6);
+  EXPECT_EQ(text(rt().call(o, "Defaults")), "42|hi, there|1.50|1|nil");  // 42 is the constant Answer
+  EXPECT_EQ(text(rt().call(o, "Defaults", {integer(1), str("x")})), "1|x|1.50|1|nil");
+  EXPECT_EQ(text(rt().call(o, "Defaults", {integer(1), str("x"), integer(3), Value::ofBoolean(false), o})),
+            "1|x|3.00|0|object");
+}
+
+TEST_F(HostTest, AssignableMethodsCallTheirSetters) {
+  load();
+  Value o = rt().newInstance("TestBase");
+  // Setter-only form: "Item(index as Integer, assigns value as String)".
+  rt().assign(o, "Item", {integer(3)}, str("abcd"));
+  EXPECT_EQ(rt().get(o, "Handle").integer, 304);
+  EXPECT_THROW(rt().call(o, "Item", {integer(3)}), std::invalid_argument);
+  // Getter with a setter function: "Slot(index as Integer) as Integer".
+  rt().assign(o, "Slot", {integer(2)}, integer(77));
+  EXPECT_EQ(rt().call(o, "Slot", {integer(2)}).integer, 77);
+  EXPECT_EQ(rt().call(o, "Slot", {integer(1)}).integer, 0);
+  EXPECT_THROW(rt().assign(o, "Slot", {integer(2)}, str("no")), std::invalid_argument);
+  EXPECT_THROW(rt().assign(o, "Add", {integer(2)}, integer(1)), std::invalid_argument);
+}
+
+TEST_F(HostTest, PropertiesReadAndWriteThroughAccessorsAndMarkers) {
+  load();
+  Value o = rt().newInstance("TestBase");
+  // Marker properties read and write the instance data at their offset.
+  EXPECT_EQ(rt().get(o, "Handle").integer, 0);
+  rt().set(o, "handle", integer(0x1234));
+  EXPECT_EQ(rt().get(o, "HANDLE").integer, 0x1234);
+  auto* data = reinterpret_cast<unsigned char*>(o.object.get()) + 24;
+  intptr_t stored;
+  std::memcpy(&stored, data, sizeof stored);
+  EXPECT_EQ(stored, 0x1234);
+  // A String marker property holds a reference of its own.
+  {
+    Value tag = str("tagged");
+    rt().set(o, "Tag", tag);
+    EXPECT_EQ(tag.string.get()->refCount, 2);
+  }
+  EXPECT_EQ(text(rt().get(o, "Tag")), "tagged");
+  rt().set(o, "Tag", str("again"));
+  EXPECT_EQ(text(rt().get(o, "Tag")), "again");
+  // An object marker property too; setting the object itself must not free it.
+  {
+    Value other = rt().newInstance("TestDerived");
+    rt().set(o, "Partner", other);
+    EXPECT_EQ(other.object.get()->refCount, 2);
+  }
+  EXPECT_EQ(rt().classOf(rt().get(o, "Partner"))->name, "TestDerived");
+  EXPECT_THROW(rt().set(o, "Partner", str("no")), std::invalid_argument);
+  rt().set(o, "Partner", Value::nil());
+  EXPECT_TRUE(rt().get(o, "Partner").isNil());
+
+  // Accessor functions of each type.
+  EXPECT_DOUBLE_EQ(rt().get(o, "Scale").real, 1.0);  // set by the class constructor
+  rt().set(o, "Scale", Value::ofDouble(2.5));
+  EXPECT_DOUBLE_EQ(rt().get(o, "Scale").real, 2.5);
+  rt().set(o, "Ratio", Value::ofDouble(0.25));
+  EXPECT_EQ(rt().get(o, "Ratio").kind, Value::Kind::Single);
+  EXPECT_FLOAT_EQ(float(rt().get(o, "Ratio").real), 0.25f);
+  rt().set(o, "Count", integer(-9));
+  EXPECT_EQ(rt().get(o, "Count").integer, -9);
+  rt().set(o, "Flag", Value::ofBoolean(true));
+  EXPECT_TRUE(rt().get(o, "Flag").boolean);
+  EXPECT_EQ(rt().get(o, "Big").integer, 7000);  // the getter receives its param
+  EXPECT_THROW(rt().set(o, "Big", integer(1)), std::invalid_argument);  // read-only
+  rt().set(o, "Name", str("12345"));
+  EXPECT_EQ(text(rt().get(o, "Name")), "name:5");
+  EXPECT_THROW(rt().get(o, "NoSuchProperty"), std::invalid_argument);
+  EXPECT_THROW(rt().set(o, "Count", str("x")), std::invalid_argument);
+  // A method without arguments reads like a property.
+  EXPECT_EQ(rt().get(o, "Self").object.get(), o.object.get());
+}
+
+TEST_F(HostTest, PluginsReadAndWritePropertiesByName) {
+  load();
+  Value o = rt().newInstance("TestBase");
+  rt().set(o, "Count", integer(3));
+  rt().set(o, "Scale", Value::ofDouble(4));
+  rt().set(o, "Flag", Value::ofBoolean(true));
+  rt().set(o, "Ratio", Value::ofSingle(5));
+  rt().set(o, "Handle", integer(6));
+  // Six entry points answer true, the unknown property false; Scale is doubled.
+  EXPECT_EQ(rt().call(o, "ReadNumbers", {o}).integer, 6 * 1000000 + 3 * 10000 + 4 * 100 + 10 + 5 + 6);
+  EXPECT_DOUBLE_EQ(rt().get(o, "Scale").real, 8);
+}
+
+TEST_F(HostTest, ConstantsHaveTheirDeclaredTypes) {
+  load();
+  Value answer = rt().constant("TestBase", "Answer");
+  EXPECT_EQ(answer.kind, Value::Kind::Integer);
+  EXPECT_EQ(answer.integer, 42);
+  EXPECT_EQ(rt().constant("TestBase", "pi").kind, Value::Kind::Double);
+  EXPECT_DOUBLE_EQ(rt().constant("TestBase", "Pi").real, 3.25);
+  EXPECT_EQ(text(rt().constant("TestBase", "Greeting")), "hello");
+  EXPECT_TRUE(rt().constant("TestBase", "Enabled").boolean);
+  EXPECT_EQ(rt().constant("TestLeaf", "Answer").integer, 42);  // inherited
+  EXPECT_THROW(rt().constant("TestBase", "Nothing"), std::invalid_argument);
+}
+
+TEST_F(HostTest, ConstructorsRunRootFirstAndDestructorsMostDerivedFirst) {
+  load();
+  clearLog();
+  {
+    Value leaf = rt().newInstance("TestLeaf", {integer(5)});
+    EXPECT_EQ(log(), "ctor Base,ctor Derived,ctor Leaf,Constructor(5)");
+    EXPECT_EQ(rt().get(leaf, "Handle").integer, 5);
+    EXPECT_EQ(rt().call(leaf, "Extra").integer, 7);
+    clearLog();
+  }
+  EXPECT_EQ(log(), "dtor Leaf,dtor Derived,dtor Base");
+  clearLog();
+  {
+    Value leaf = rt().newInstance("TestLeaf", {str("abc")});
+    EXPECT_EQ(rt().get(leaf, "Handle").integer, 3);
+    EXPECT_THROW(rt().newInstance("TestLeaf"), std::invalid_argument);  // no Constructor() in TestLeaf
+    EXPECT_THROW(rt().newInstance("TestBase", {integer(1)}), std::invalid_argument);
+    EXPECT_THROW(rt().newInstance("NoSuchClass"), std::invalid_argument);
+  }
+  clearLog();
+  {
+    // The inherited Constructor() of TestDerived runs after the class constructors.
+    Value derived = rt().newInstance("TestDerived");
+    EXPECT_EQ(log(), "ctor Base,ctor Derived,Constructor()");
+    EXPECT_EQ(rt().get(derived, "Handle").integer, -1);
+    clearLog();
+    // Instances a plugin makes get the class constructors only.
+    Value made = rt().call(derived, "MakeDerived");
+    EXPECT_EQ(log(), "ctor Base,ctor Derived");
+    EXPECT_EQ(rt().get(made, "Handle").integer, 0);
+  }
+  // Instance data starts zero-filled.
+  Value base = rt().newInstance("TestBase");
+  auto* bytes = reinterpret_cast<unsigned char*>(base.object.get());
+  host::ClassInfo* cls = rt().findClass("TestBase");
+  for (size_t i = 24; i < 24 + cls->dataSize; ++i) {
+    if (i >= 40 && i < 48) continue;  // Scale (bytes 40-47) is set by the constructor
+    EXPECT_EQ(bytes[i], 0) << i;
+  }
+  EXPECT_EQ(base.object.get()->classWord, nullptr);
+}
+
+TEST_F(HostTest, CallsOnNilRaiseNilObjectException) {
+  load();
+  try {
+    rt().call(Value::nil(), "Add", {integer(1)});
+    FAIL() << "no exception";
+  } catch (const host::HostException& e) {
+    EXPECT_EQ(e.className(), "NilObjectException");
+  }
+  EXPECT_THROW(rt().call(integer(1), "Add"), std::invalid_argument);
+}

@@ -1,0 +1,114 @@
+// Host arrays and MemoryBlocks: element storage at byte offset 8, the array entry
+// points (create, insert, get, upper bound), references held by elements, MemoryBlocks
+// made and read by the plugin and by host code, and built-in members reached by plugins
+// through "REALLoadObjectMethod".
+#include "host_fixture.h"
+
+#include <cstring>
+
+using host::Value;
+
+TEST_F(HostTest, PluginsFillAndReadArrays) {
+  load();
+  Value o = rt().newInstance("TestBase");
+  Value names = rt().call(o, "Names", {integer(3)});
+  ASSERT_TRUE(names.object);
+  EXPECT_EQ(rt().classOf(names)->name, "String()");
+  auto elements = rt().arrayElements(names);
+  ASSERT_EQ(elements.size(), 3u);
+  EXPECT_EQ(text(elements[0]), "n0");
+  EXPECT_EQ(text(elements[2]), "n2");
+  // Each element holds one reference of its own (the plugin dropped its own).
+  EXPECT_EQ(elements[1].string.get()->refCount, 2);
+  EXPECT_EQ(text(rt().call(o, "JoinStrings", {names})), "n0+n1+n2");
+  EXPECT_EQ(text(rt().call(o, "JoinStrings", {rt().call(o, "Names", {integer(0)})})), "");
+
+  Value numbers = rt().array(host::kArrayInteger, {integer(1), integer(20), integer(300)});
+  EXPECT_EQ(rt().call(o, "SumArray", {numbers}).integer, 321);  // through the get procedure and directly
+  EXPECT_EQ(rt().call(o, "SumArray", {rt().array(host::kArrayInteger)}).integer, 0);
+  // The element type must match the parameter.
+  EXPECT_THROW(rt().call(o, "SumArray", {names}), std::invalid_argument);
+
+  Value doubles = rt().call(o, "Doubles", {Value::ofDouble(1.5), Value::ofDouble(2.5)});
+  auto d = rt().arrayElements(doubles);
+  ASSERT_EQ(d.size(), 2u);
+  EXPECT_DOUBLE_EQ(d[0].real, 1.5);  // inserted at 0 after 2.5: shifted up
+  EXPECT_DOUBLE_EQ(d[1].real, 2.5);
+}
+
+TEST_F(HostTest, ArraysOfEveryElementTypeKeepTheirValues) {
+  load();
+  struct Case {
+    host::ArrayElementType type;
+    Value value;
+    size_t size;
+  } cases[] = {
+      {host::kArrayInteger, integer(-5), sizeof(void*)},  {host::kArrayInt32, Value::ofInt32(-6), 4},
+      {host::kArrayInt64, integer(int64_t(1) << 40), 8},  {host::kArrayDouble, Value::ofDouble(0.5), 8},
+      {host::kArraySingle, Value::ofSingle(0.25f), 4},    {host::kArrayBoolean, Value::ofBoolean(true), 1},
+      {host::kArrayString, str("s"), sizeof(void*)},      {host::kArrayObject, rt().newInstance("TestBase"), sizeof(void*)},
+  };
+  for (const Case& c : cases) {
+    Value array = rt().array(c.type, {c.value, c.value});
+    auto* header = array.object.get();
+    auto* storage = static_cast<unsigned char*>(header->classWord);
+    ASSERT_NE(storage, nullptr);
+    EXPECT_EQ(std::memcmp(storage, storage + c.size, c.size), 0) << c.type;  // element size as documented
+    auto elements = rt().arrayElements(array);
+    ASSERT_EQ(elements.size(), 2u);
+    EXPECT_EQ(elements[1].kind, c.value.kind == Value::Kind::Integer && c.type == host::kArrayInt64 ? Value::Kind::Int64
+                                                                                                     : c.value.kind);
+  }
+  EXPECT_THROW(rt().array(static_cast<host::ArrayElementType>(99)), std::invalid_argument);
+}
+
+TEST_F(HostTest, ArraysReleaseTheirElements) {
+  load();
+  size_t objects = rt().liveObjects();
+  {
+    Value element = rt().newInstance("TestBase");
+    {
+      Value array = rt().array(host::kArrayObject, {element, element, Value::nil()});
+      EXPECT_EQ(element.object.get()->refCount, 3);
+      EXPECT_TRUE(rt().arrayElements(array)[2].isNil());
+    }
+    EXPECT_EQ(element.object.get()->refCount, 1);
+  }
+  EXPECT_EQ(rt().liveObjects(), objects);
+}
+
+TEST_F(HostTest, MemoryBlocksPassBothWays) {
+  load();
+  Value o = rt().newInstance("TestBase");
+  Value block = rt().memoryBlock("\x01\x02\x03", 3);
+  EXPECT_EQ(rt().call(o, "BlockSum", {block}).integer, 6);
+  Value made = rt().call(o, "MakeBlock", {integer(5)});
+  EXPECT_EQ(rt().memoryBlockBytes(made), std::string("\0\1\2\3\4", 5));
+  EXPECT_EQ(rt().get(made, "Size").integer, 5);
+  EXPECT_EQ(rt().memoryBlockBytes(rt().call(o, "MakeBlock", {integer(0)})), "");
+  EXPECT_TRUE(rt().call(o, "MakeBlock", {integer(-1)}).isNil());
+  // A new block is zero-filled.
+  Value fresh = rt().newInstance("MemoryBlock", {integer(16)});
+  EXPECT_EQ(rt().memoryBlockBytes(fresh), std::string(16, '\0'));
+}
+
+TEST_F(HostTest, MemoryBlockMembersWorkForHostCodeAndPlugins) {
+  load();
+  Value block = rt().newInstance("MemoryBlock", {integer(4)});
+  rt().assign(block, "Byte", {integer(2)}, integer(200));
+  EXPECT_EQ(rt().call(block, "Byte", {integer(2)}).integer, 200);
+  rt().assign(block, "Int32Value", {integer(0)}, Value::ofInt32(-2));
+  EXPECT_EQ(rt().call(block, "Int32Value", {integer(0)}).integer, -2);
+  rt().assign(block, "StringValue", {integer(0), integer(2)}, str("hi"));
+  EXPECT_EQ(rt().bytes(rt().call(block, "StringValue", {integer(0), integer(2)})), "hi");
+  rt().set(block, "Size", integer(8));
+  EXPECT_EQ(rt().memoryBlockBytes(block).size(), 8u);
+  EXPECT_EQ(rt().memoryBlockBytes(block)[7], '\0');
+  EXPECT_THROW(rt().call(block, "Byte", {integer(8)}), host::HostException);  // OutOfBoundsException
+  EXPECT_THROW(rt().call(block, "Byte", {integer(-1)}), host::HostException);
+
+  // A plugin loads the same members as C functions (libffi closures).
+  Value o = rt().newInstance("TestBase");
+  EXPECT_EQ(rt().call(o, "BlockMembers", {block}).integer, 66 * 1000 + 1);
+  EXPECT_EQ(rt().memoryBlockBytes(block).substr(0, 2), "AB");
+}

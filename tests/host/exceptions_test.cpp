@@ -1,0 +1,90 @@
+// Host exceptions raised by a plugin stay pending until its function returns and are then
+// thrown to host code; a platform object thrown out of a plugin is reported, never a crash.
+#include "host_fixture.h"
+
+using host::Value;
+
+TEST_F(HostTest, RaisedExceptionsAreThrownAfterTheFunctionReturns) {
+  load();
+  Value o = rt().newInstance("TestBase");
+  try {
+    rt().call(o, "Fail", {str("OutOfBoundsException"), str("index 5 is too big")});
+    FAIL() << "no exception";
+  } catch (const host::HostException& e) {
+    EXPECT_EQ(e.className(), "OutOfBoundsException");
+    EXPECT_EQ(e.message(), "index 5 is too big");
+    EXPECT_EQ(e.errorNumber(), 7);
+    ASSERT_TRUE(e.exception());
+    EXPECT_TRUE(e.exception().get()->cls->isA(rt().findClass("RuntimeException")));
+    EXPECT_FALSE(rt().exceptionPending());
+    // The exception object reads like any host object.
+    EXPECT_EQ(text(rt().get(Value::ofObject(e.exception()), "Message")), "index 5 is too big");
+    EXPECT_EQ(rt().get(Value::ofObject(e.exception()), "ErrorNumber").integer, 7);
+    // And the plugin reads its Message through REALGetPropValueString.
+    EXPECT_EQ(text(rt().call(o, "ReadMessage", {Value::ofObject(e.exception())})), "index 5 is too big");
+  }
+  // A class the host does not know: the plugin falls back to RuntimeException.
+  try {
+    rt().call(o, "Fail", {str("NoSuchException"), str("m")});
+    FAIL() << "no exception";
+  } catch (const host::HostException& e) {
+    EXPECT_EQ(e.className(), "RuntimeException");
+    EXPECT_EQ(e.message(), "m");
+  }
+  // Every built-in exception class can be raised.
+  for (const char* name : {"NilObjectException", "IllegalCastException", "UnsupportedOperationException",
+                           "OutOfMemoryException", "OutOfBoundsException", "RuntimeException"}) {
+    try {
+      rt().call(o, "Fail", {str(name), Value::nil()});
+      ADD_FAILURE() << name;
+    } catch (const host::HostException& e) {
+      EXPECT_EQ(e.className(), name);
+      EXPECT_EQ(e.message(), "");
+    }
+  }
+}
+
+TEST_F(HostTest, TheResultOfARaisingFunctionIsDropped) {
+  load();
+  Value o = rt().newInstance("TestBase");
+  EXPECT_THROW(rt().call(o, "FailWithResult"), host::HostException);
+  EXPECT_FALSE(rt().exceptionPending());
+  // The next call is not affected.
+  EXPECT_EQ(rt().call(o, "Add", {integer(1), integer(1)}).integer, 2);
+  // Plugin blocks: a nil MemoryBlock raises NilObjectException with the plugin's message.
+  try {
+    rt().call(o, "BlockSum", {Value::nil()});
+    FAIL() << "no exception";
+  } catch (const host::HostException& e) {
+    EXPECT_EQ(e.className(), "NilObjectException");
+    EXPECT_EQ(e.message(), "Memoryblock is nil");
+    EXPECT_STREQ(e.what(), "NilObjectException: Memoryblock is nil");
+  }
+}
+
+TEST_F(HostTest, ThrownPlatformObjectsAreReportedNotFatal) {
+  load();
+  Value o = rt().newInstance("TestBase");
+  try {
+    rt().call(o, "ThrowPlatform");
+    FAIL() << "no exception";
+  } catch (const host::ThrownObject& e) {
+    EXPECT_NE(e.object(), nullptr);
+    EXPECT_NE(e.className().find("String"), std::string::npos) << e.className();
+  }
+  // The host goes on working, and C++ exceptions still travel as before.
+  EXPECT_EQ(rt().call(o, "Add", {integer(2), integer(2)}).integer, 4);
+  EXPECT_THROW(rt().call(o, "Fail", {str("IllegalCastException"), str("x")}), host::HostException);
+  EXPECT_THROW(rt().call(o, "NoSuchMethod"), std::invalid_argument);
+  for (int i = 0; i < 3; ++i) EXPECT_THROW(rt().call(o, "ThrowPlatform"), host::ThrownObject);
+}
+
+TEST_F(HostTest, ExceptionsCanBeMadeAndRaisedByHostCode) {
+  load();
+  Value e = rt().newInstance("OutOfMemoryException");
+  rt().set(e, "Message", str("made by host code"));
+  rt().set(e, "ErrorNumber", integer(12));
+  EXPECT_EQ(text(rt().get(e, "message")), "made by host code");
+  EXPECT_EQ(rt().get(e, "errornumber").integer, 12);
+  EXPECT_FALSE(rt().exceptionPending());
+}

@@ -1,0 +1,119 @@
+// Host strings: the word layout older plugins read directly, encodings through iconv in
+// both directions (UTF-8, UTF-16, ASCII, Mac Roman, unknown), the string entry points
+// and their reference counts.
+#include "host_fixture.h"
+
+#include <cstring>
+
+using host::Value;
+
+namespace {
+
+const char kCafeUTF8[] = "caf\xC3\xA9";      // "café"
+const char kCafeMacRoman[] = "caf\x8E";     // é is 0x8E in Mac Roman
+const char kCafeUTF16[] = "c\0a\0f\0\xE9\0";  // little-endian code units
+
+}  // namespace
+
+TEST_F(HostTest, StringObjectsHaveTheDocumentedWords) {
+  load();
+  Value s = rt().string("hello", host::kEncodingUTF8);
+  auto* words = reinterpret_cast<uintptr_t*>(s.string.get());
+  EXPECT_EQ(words[0], 1u);  // reference count
+  const char* buffer = reinterpret_cast<const char*>(words[1]);
+  EXPECT_STREQ(buffer + 1, "hello");  // text from the buffer's second byte, NUL-terminated
+  EXPECT_EQ(words[2], uintptr_t(host::kEncodingUTF8));
+  EXPECT_EQ(words[3], 5u);
+  EXPECT_EQ(s.string.get()->text(), buffer + 1);
+  // A plugin of an older host reads the same words.
+  EXPECT_EQ(text(rt().call(rt().newInstance("TestBase"), "RawWords", {s})), "hello");
+  {
+    Value copy = s;
+    EXPECT_EQ(words[0], 2u);
+  }
+  EXPECT_EQ(words[0], 1u);
+}
+
+TEST_F(HostTest, StringsConvertBetweenEncodings) {
+  load();
+  Value o = rt().newInstance("TestBase");
+  Value utf8 = rt().string(kCafeUTF8, host::kEncodingUTF8);
+  auto convert = [&](const Value& s, uint32_t encoding) { return rt().call(o, "Convert", {s, integer(encoding)}); };
+
+  Value mac = convert(utf8, host::kEncodingMacRoman);
+  EXPECT_EQ(rt().bytes(mac), kCafeMacRoman);
+  EXPECT_EQ(rt().encoding(mac), host::kEncodingMacRoman);
+  Value utf16 = convert(utf8, host::kEncodingUTF16);
+  EXPECT_EQ(rt().bytes(utf16), std::string(kCafeUTF16, 8));
+  EXPECT_EQ(rt().encoding(utf16), host::kEncodingUTF16);
+  // And back.
+  EXPECT_EQ(rt().bytes(convert(mac, host::kEncodingUTF8)), kCafeUTF8);
+  EXPECT_EQ(rt().bytes(convert(utf16, host::kEncodingUTF8)), kCafeUTF8);
+  EXPECT_EQ(rt().bytes(convert(utf16, host::kEncodingMacRoman)), kCafeMacRoman);
+  EXPECT_EQ(rt().utf8(mac), kCafeUTF8);
+  EXPECT_EQ(rt().utf8(utf16), kCafeUTF8);
+  // ASCII cannot hold é: it becomes '?'.
+  Value ascii = convert(utf8, host::kEncodingASCII);
+  EXPECT_EQ(rt().bytes(ascii), "caf?");
+  EXPECT_EQ(rt().encoding(ascii), host::kEncodingASCII);
+  // Broken UTF-8 input is replaced character by character.
+  EXPECT_EQ(rt().bytes(convert(rt().string("a\xFF" "b", host::kEncodingUTF8), host::kEncodingMacRoman)), "a?b");
+  // 0xFFFF: no conversion either way.
+  Value raw = convert(utf8, host::kEncodingUnknown);
+  EXPECT_EQ(rt().bytes(raw), kCafeUTF8);
+  EXPECT_EQ(rt().encoding(raw), host::kEncodingUnknown);
+  Value untagged = rt().string("\x8E", host::kEncodingUnknown);
+  EXPECT_EQ(rt().bytes(convert(untagged, host::kEncodingUTF8)), "\x8E");
+  // An encoding the host does not know gives no string.
+  EXPECT_EQ(convert(utf8, 0x12345).string.get(), nullptr);
+}
+
+TEST_F(HostTest, PluginsReadStringBytesInTheEncodingTheyAsk) {
+  load();
+  Value o = rt().newInstance("TestBase");
+  Value utf16 = rt().string(std::string(kCafeUTF16, 8), host::kEncodingUTF16);
+  auto bytesIn = [&](const Value& s, uint32_t encoding) {
+    return rt().memoryBlockBytes(rt().call(o, "BytesIn", {s, integer(encoding)}));
+  };
+  EXPECT_EQ(bytesIn(utf16, host::kEncodingUTF8), kCafeUTF8);
+  EXPECT_EQ(bytesIn(utf16, host::kEncodingMacRoman), kCafeMacRoman);
+  EXPECT_EQ(bytesIn(utf16, host::kEncodingUnknown), std::string(kCafeUTF16, 8));  // the string's own bytes
+  EXPECT_EQ(bytesIn(rt().string(kCafeMacRoman, host::kEncodingMacRoman), host::kEncodingUTF16),
+            std::string(kCafeUTF16, 8));
+  EXPECT_EQ(bytesIn(rt().string("plain", host::kEncodingASCII), host::kEncodingUTF8), "plain");
+  // Strings the plugin builds are tagged as it says; untagged ones are 0xFFFF.
+  Value described = rt().call(o, "Describe", {utf16});
+  EXPECT_EQ(rt().bytes(described), std::string("<") + kCafeUTF8 + ">");
+  EXPECT_EQ(rt().encoding(described), host::kEncodingUTF8);
+  Value retagged = rt().call(o, "Retag", {rt().string("x", host::kEncodingUTF8), integer(host::kEncodingASCII)});
+  EXPECT_EQ(rt().encoding(retagged), host::kEncodingASCII);
+}
+
+TEST_F(HostTest, StringEntryPointsAnswerEncodingTextAndLength) {
+  load();
+  Value o = rt().newInstance("TestBase");
+  // REALGetStringEncoding | StringGetCString | LenB through REALLoadGlobalMethod.
+  EXPECT_EQ(text(rt().call(o, "StringInfo", {rt().string("abc", host::kEncodingASCII)})), "600|abc|3");
+  EXPECT_EQ(text(rt().call(o, "StringInfo", {rt().string(kCafeUTF8, host::kEncodingUTF8)})), "8000100|caf\xC3\xA9|5");
+  EXPECT_EQ(text(rt().call(o, "StringInfo", {Value::nil()})), "ffff||0");
+  // Platform strings: UTF-16 units, whatever the host encoding.
+  EXPECT_EQ(rt().call(o, "PlatformLength", {rt().string(kCafeUTF8, host::kEncodingUTF8)}).integer, 4);
+  EXPECT_EQ(rt().call(o, "PlatformLength", {rt().string(std::string(kCafeUTF16, 8), host::kEncodingUTF16)}).integer, 4);
+  EXPECT_EQ(rt().call(o, "PlatformLength", {rt().string(kCafeMacRoman, host::kEncodingUnknown)}).integer, 4);
+  EXPECT_EQ(rt().call(o, "PlatformLength", {rt().string("\xF0\x9F\x98\x80", host::kEncodingUTF8)}).integer, 2);
+  EXPECT_EQ(rt().call(o, "PlatformLength", {Value::nil()}).integer, -2);
+}
+
+TEST_F(HostTest, StringResultsAreCountedAndReleased) {
+  load();
+  Value o = rt().newInstance("TestBase");
+  size_t before = rt().liveStrings();
+  {
+    Value a = rt().call(o, "Describe", {str("x")});
+    EXPECT_EQ(a.string.get()->refCount, 1);
+    EXPECT_EQ(rt().liveStrings(), before + 1);
+  }
+  EXPECT_EQ(rt().liveStrings(), before);
+  for (int i = 0; i < 50; ++i) rt().call(o, "Describe", {str("repeat")});
+  EXPECT_EQ(rt().liveStrings(), before);
+}
