@@ -1,0 +1,62 @@
+/* The entry points of the image codecs: one decoder and one encoder per format, all working
+   on Raster buffers in memory. Decoders return false for anything they cannot read in full
+   (corrupt, truncated, too large); they never abort. */
+#ifndef QVR_CODECS_CODECS_H
+#define QVR_CODECS_CODECS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "codecs/raster.h"
+
+namespace qvr {
+
+enum class ImageFormat { unknown, tiff, bmp, gif, jpeg, png, jpeg2000 };
+
+// Recognises a format by its signature bytes.
+ImageFormat sniff_image_format(const uint8_t* data, size_t size);
+
+// What the encoders may be asked for, beyond the pixels. Each encoder reads its own fields.
+struct EncodeOptions {
+  float quality = 0.8f;                   // JPEG, JPEG 2000: 0 (smallest) to 1 (best)
+  bool progressive = false;               // JPEG
+  bool interlaced = false;                // PNG (Adam7), GIF (four passes)
+  double gamma = 0.0;                     // PNG gAMA to write; 0 writes none
+  int tiff_compression = 1;               // TIFF: 1 none, 5 LZW, 6 JPEG, 32773 PackBits, ...
+  bool dither_transparency = false;       // GIF: diffuse partial alpha into on/off
+  std::vector<uint8_t> palette_rgb;       // GIF: fixed colour table, RGB triples
+  uint8_t background_rgb[3] = {255, 255, 255};  // laid under alpha where it must go
+  int loop_count = 0;                     // GIF animation: 0 loops forever
+  const ImageMetadata* metadata = nullptr;  // ICC, EXIF, resolution, frame duration
+};
+
+bool jpeg_decode(const uint8_t* data, size_t size, Frame& out);
+bool jpeg_encode(const Raster& raster, const EncodeOptions& options, std::vector<uint8_t>& out);
+
+bool png_decode(const uint8_t* data, size_t size, Frame& out);
+bool png_encode(const Raster& raster, const EncodeOptions& options, std::vector<uint8_t>& out);
+
+// Every page of a TIFF file, in order.
+bool tiff_decode(const uint8_t* data, size_t size, std::vector<Frame>& pages);
+// One page per frame; each page's compression is options.tiff_compression.
+bool tiff_encode(const std::vector<const Frame*>& pages, const EncodeOptions& options,
+                 std::vector<uint8_t>& out);
+bool tiff_compression_supported(int compression);
+
+// Every frame of a GIF, each the whole canvas as it shows at that frame (RGBA).
+bool gif_decode(const uint8_t* data, size_t size, std::vector<Frame>& frames);
+bool gif_encode(const std::vector<const Frame*>& frames, const EncodeOptions& options,
+                std::vector<uint8_t>& out);
+
+bool bmp_decode(const uint8_t* data, size_t size, Frame& out);
+bool bmp_encode(const Raster& raster, const EncodeOptions& options, std::vector<uint8_t>& out);
+
+// JPEG 2000 (JP2 container) through the system's OpenJPEG library when it is installed.
+bool jpeg2000_available();
+bool jpeg2000_decode(const uint8_t* data, size_t size, Frame& out);
+bool jpeg2000_encode(const Raster& raster, const EncodeOptions& options, std::vector<uint8_t>& out);
+
+}  // namespace qvr
+
+#endif

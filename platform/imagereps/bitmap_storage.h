@@ -1,0 +1,54 @@
+/* What an NSBitmapImageRep holds behind its public interface: the pixel planes (its own
+   memory or the caller's), their layout, the properties dictionary, the frames of an
+   animation, and the cached Core Graphics image. Shared by the imagereps/ files only. */
+#ifndef QVR_IMAGEREPS_BITMAP_STORAGE_H
+#define QVR_IMAGEREPS_BITMAP_STORAGE_H
+
+#import <AppKit/AppKit.h>
+
+#include <vector>
+
+#include "codecs/codecs.h"
+
+struct BitmapStorage {
+  unsigned char* planes[5] = {nullptr, nullptr, nullptr, nullptr, nullptr};
+  std::vector<uint8_t> owned;  // the pixels when the representation allocated them
+  NSInteger samplesPerPixel = 0;
+  NSInteger bitsPerPixel = 0;
+  NSInteger bytesPerRow = 0;
+  BOOL planar = NO;
+  NSBitmapFormat format = 0;
+  NSTIFFCompression compression = NSTIFFCompressionNone;
+  float compressionFactor = 0.0f;
+  NSMutableDictionary* properties = nil;  // retained
+  NSColorSpace* colorSpace = nil;         // retained; nil: the one its name implies
+  CGImageRef image = nullptr;             // cached -CGImage, owned
+  qvr::ImageMetadata metadata;            // what the decoder found (ICC, EXIF block, dpi)
+  std::vector<qvr::Frame> frames;         // every frame of an animation, or empty
+};
+
+@interface NSBitmapImageRep (QVRStorage)
+- (BitmapStorage*)qvrStorage;
+/* Takes over a decoded frame's pixels (no copy) and describes them. */
+- (id)qvrInitWithFrame:(qvr::Frame&)frame;
+/* The pixels as a codec Raster: a view of the representation's memory when its layout
+   allows, otherwise an 8- or 16-bit meshed copy. */
+- (qvr::Raster)qvrRaster;
+/* Drops the cached CGImage (the pixels changed or may have). */
+- (void)qvrPixelsChanged;
+@end
+
+/* Number of colour samples of a colour space name (0 for one this system does not know). */
+NSInteger QVRColourSamplesForSpaceName(NSString* name);
+/* Whether the name is one where 0 means white (the black colour spaces). */
+BOOL QVRSpaceNameIsInverted(NSString* name);
+
+/* Encodes bitmap representations (the first alone for single-image formats) as type, with
+   the given properties over each representation's own. nil when it cannot. */
+NSData* QVREncodeBitmapReps(NSArray* reps, NSBitmapImageFileType type, NSDictionary* properties);
+
+/* EXIF blocks (a TIFF structure) to and from the dictionary of NSImageEXIFData. */
+NSDictionary* QVRDictionaryFromEXIF(const std::vector<uint8_t>& tiffStructure);
+bool QVREXIFFromDictionary(NSDictionary* dictionary, std::vector<uint8_t>& tiffStructure);
+
+#endif

@@ -1,0 +1,225 @@
+/* Every format written and read back: the pixels as our decoders see them, and as decoders
+   that share no code with ours (netpbm, djpeg, Pillow) see them. */
+#import "platform/codec_support.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+namespace {
+
+class CodecRoundTrip : public ::testing::Test {
+ protected:
+  void SetUp() override { pool_ = [[NSAutoreleasePool alloc] init]; }
+  void TearDown() override {
+    for (const std::string& path : files_) std::remove(path.c_str());
+    [pool_ drain];
+  }
+  std::string Temporary(NSData* data, const std::string& extension) {
+    files_.push_back(WriteTemporaryFile(data, extension));
+    return files_.back();
+  }
+  NSAutoreleasePool* pool_ = nil;
+  std::vector<std::string> files_;
+};
+
+TEST_F(CodecRoundTrip, PNGKeepsEveryLayoutExactly) {
+  for (int samples = 1; samples <= 4; ++samples) {
+    TestPicture picture = MakeTestPicture(67, 45, samples);
+    NSData* png = [MakeRep(picture) representationUsingType:NSPNGFileType properties:nil];
+    ASSERT_NE(png, nil) << samples;
+    NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:png];
+    ASSERT_NE(back, nil);
+    EXPECT_EQ([back samplesPerPixel], samples);
+    EXPECT_EQ(MaxDifference(ReadRep(back), picture), 0) << samples;
+    std::string path = Temporary(png, ".png");
+    TestPicture independent;
+    ASSERT_TRUE(DecodeWithCommand("pngtopnm " + path, independent));
+    EXPECT_EQ(MaxDifference(independent, WithoutAlpha(picture)), 0) << samples;
+    if (samples == 4) {
+      TestPicture rgba;
+      ASSERT_TRUE(DecodeWithPillow(path, rgba));
+      EXPECT_EQ(MaxDifference(rgba, picture), 0);
+    }
+  }
+}
+
+TEST_F(CodecRoundTrip, PNGKeepsSixteenBitSamples) {
+  NSBitmapImageRep* rep = [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:NULL pixelsWide:9 pixelsHigh:4
+      bitsPerSample:16 samplesPerPixel:3 hasAlpha:NO isPlanar:NO colorSpaceName:NSCalibratedRGBColorSpace
+      bytesPerRow:0 bitsPerPixel:0] autorelease];
+  ASSERT_NE(rep, nil);
+  for (NSInteger y = 0; y < 4; ++y)
+    for (NSInteger x = 0; x < 9; ++x) {
+      NSUInteger p[3] = {NSUInteger(x * 7000 + y), NSUInteger(65535 - x * 3), NSUInteger(y * 16000 + 1)};
+      [rep setPixel:p atX:x y:y];
+    }
+  NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:[rep representationUsingType:NSPNGFileType properties:nil]];
+  ASSERT_NE(back, nil);
+  EXPECT_EQ([back bitsPerSample], 16);
+  NSUInteger a[3], b[3];
+  for (NSInteger y = 0; y < 4; ++y)
+    for (NSInteger x = 0; x < 9; ++x) {
+      [rep getPixel:a atX:x y:y];
+      [back getPixel:b atX:x y:y];
+      for (int s = 0; s < 3; ++s) ASSERT_EQ(a[s], b[s]) << x << "," << y;
+    }
+}
+
+TEST_F(CodecRoundTrip, TIFFKeepsPixelsInEveryCompression) {
+  const NSTIFFCompression codes[] = {NSTIFFCompressionNone, NSTIFFCompressionLZW, NSTIFFCompressionPackBits};
+  for (int samples : {1, 3, 4}) {
+    TestPicture picture = MakeTestPicture(50, 31, samples);
+    for (NSTIFFCompression code : codes) {
+      NSData* tiff = [MakeRep(picture) TIFFRepresentationUsingCompression:code factor:0];
+      ASSERT_NE(tiff, nil);
+      NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:tiff];
+      ASSERT_NE(back, nil);
+      EXPECT_EQ(MaxDifference(ReadRep(back), picture), 0) << samples << " " << code;
+      // netpbm reads the colour samples; Pillow also the (unassociated) alpha.
+      TestPicture independent;
+      const std::string path = Temporary(tiff, ".tiff");
+      if (samples == 4) {
+        ASSERT_TRUE(DecodeWithPillow(path, independent));
+        EXPECT_EQ(MaxDifference(independent, picture), 0) << code;
+      } else {
+        ASSERT_TRUE(DecodeWithCommand("tifftopnm " + path, independent));
+        EXPECT_EQ(MaxDifference(independent, picture), 0) << samples << " " << code;
+      }
+    }
+  }
+}
+
+TEST_F(CodecRoundTrip, TIFFWithJPEGCompressionStaysClose) {
+  TestPicture picture = MakeTestPicture(64, 48, 3);
+  NSData* tiff = [MakeRep(picture) TIFFRepresentationUsingCompression:NSTIFFCompressionJPEG factor:0.9f];
+  ASSERT_NE(tiff, nil);
+  NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:tiff];
+  ASSERT_NE(back, nil);
+  EXPECT_LT(MeanDifference(ReadRep(back), picture), 4.0);
+  TestPicture independent;
+  ASSERT_TRUE(DecodeWithCommand("tifftopnm " + Temporary(tiff, ".tiff"), independent));
+  EXPECT_LT(MeanDifference(independent, picture), 4.0);
+}
+
+TEST_F(CodecRoundTrip, JPEGStaysCloseAndIndependentDecoderAgrees) {
+  for (int samples : {1, 3}) {
+    TestPicture picture = MakeTestPicture(80, 60, samples);
+    NSDictionary* properties = [NSDictionary dictionaryWithObject:[NSNumber numberWithFloat:0.9f]
+                                                           forKey:NSImageCompressionFactor];
+    NSData* jpeg = [MakeRep(picture) representationUsingType:NSJPEGFileType properties:properties];
+    ASSERT_NE(jpeg, nil);
+    NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:jpeg];
+    ASSERT_NE(back, nil);
+    TestPicture ours = ReadRep(back);
+    EXPECT_LT(MeanDifference(ours, picture), 3.0) << samples;
+    TestPicture independent;
+    ASSERT_TRUE(DecodeWithCommand("djpeg -pnm " + Temporary(jpeg, ".jpg"), independent));
+    EXPECT_LE(MaxDifference(independent, ours), 1) << samples;  // the same decoder family, same pixels
+  }
+}
+
+TEST_F(CodecRoundTrip, JPEGOfAnImageWithAlphaIsLaidOverWhite) {
+  TestPicture picture = MakeTestPicture(40, 40, 4);
+  NSData* jpeg = [MakeRep(picture) representationUsingType:NSJPEGFileType
+                                                properties:[NSDictionary dictionaryWithObject:[NSNumber numberWithFloat:1.0f]
+                                                                                       forKey:NSImageCompressionFactor]];
+  NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:jpeg];
+  ASSERT_NE(back, nil);
+  EXPECT_FALSE([back hasAlpha]);
+  EXPECT_LT(MeanDifference(ReadRep(back), OverWhite(picture)), 2.0);
+}
+
+TEST_F(CodecRoundTrip, FallbackBackgroundColourReplacesWhite) {
+  TestPicture picture = MakeTestPicture(32, 32, 4);
+  NSDictionary* properties = [NSDictionary dictionaryWithObjectsAndKeys:
+      [NSColor colorWithCalibratedRed:0 green:0 blue:1 alpha:1], NSImageFallbackBackgroundColor,
+      [NSNumber numberWithFloat:1.0f], NSImageCompressionFactor, nil];
+  NSBitmapImageRep* back = [NSBitmapImageRep
+      imageRepWithData:[MakeRep(picture) representationUsingType:NSJPEGFileType properties:properties]];
+  ASSERT_NE(back, nil);
+  NSUInteger p[3];
+  [back getPixel:p atX:0 y:16];  // fully clear in the source: the background shows
+  EXPECT_LT(p[0], 12u);
+  EXPECT_LT(p[1], 12u);
+  EXPECT_GT(p[2], 240u);
+}
+
+TEST_F(CodecRoundTrip, BMPKeepsPixelsWithAndWithoutAlpha) {
+  for (int samples : {1, 3, 4}) {
+    TestPicture picture = MakeTestPicture(33, 17, samples);
+    NSData* bmp = [MakeRep(picture) representationUsingType:NSBMPFileType properties:nil];
+    ASSERT_NE(bmp, nil);
+    NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:bmp];
+    ASSERT_NE(back, nil);
+    TestPicture expected = picture;
+    if (samples == 1) {  // BMP has no grey: it comes back as RGB
+      expected = MakeTestPicture(33, 17, 1);
+      TestPicture rgb;
+      rgb.width = 33, rgb.height = 17, rgb.samples = 3;
+      for (uint8_t v : expected.pixels) rgb.pixels.insert(rgb.pixels.end(), {v, v, v});
+      expected = rgb;
+    }
+    EXPECT_EQ(MaxDifference(ReadRep(back), expected), 0) << samples;
+    std::string path = Temporary(bmp, ".bmp");
+    TestPicture independent;
+    ASSERT_TRUE(DecodeWithPillow(path, independent));
+    TestPicture rgba = expected;
+    if (expected.samples == 3) {
+      rgba.samples = 4;
+      rgba.pixels.clear();
+      for (size_t i = 0; i < expected.pixels.size(); i += 3)
+        rgba.pixels.insert(rgba.pixels.end(), {expected.pixels[i], expected.pixels[i + 1], expected.pixels[i + 2], 255});
+    }
+    EXPECT_EQ(MaxDifference(independent, rgba), 0) << samples;
+    if (samples != 4) {
+      TestPicture netpbm;
+      ASSERT_TRUE(DecodeWithCommand("bmptoppm " + path, netpbm));
+      EXPECT_EQ(MaxDifference(netpbm, expected), 0);
+    }
+  }
+}
+
+TEST_F(CodecRoundTrip, GIFKeepsAFewColoursAndClearPixelsExactly) {
+  TestPicture picture = MakeFewColourPicture(41, 29, true);
+  NSData* gif = [MakeRep(picture) representationUsingType:NSGIFFileType properties:nil];
+  ASSERT_NE(gif, nil);
+  NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:gif];
+  ASSERT_NE(back, nil);
+  ASSERT_TRUE([back hasAlpha]);
+  EXPECT_EQ(MaxDifference(ReadRep(back), picture), 0);
+  std::string path = Temporary(gif, ".gif");
+  TestPicture independent;
+  ASSERT_TRUE(DecodeWithPillow(path, independent));
+  for (size_t i = 0; i < independent.pixels.size(); i += 4)
+    if (independent.pixels[i + 3] == 0) independent.pixels[i] = independent.pixels[i + 1] = independent.pixels[i + 2] = 0;
+  EXPECT_EQ(MaxDifference(independent, picture), 0);
+  TestPicture netpbm;
+  ASSERT_TRUE(DecodeWithCommand("giftopnm " + path, netpbm));
+  EXPECT_EQ(netpbm.width, 41);
+}
+
+TEST_F(CodecRoundTrip, GIFOfAPhotographStaysClose) {
+  TestPicture picture = MakeTestPicture(64, 64, 3);
+  NSBitmapImageRep* back =
+      [NSBitmapImageRep imageRepWithData:[MakeRep(picture) representationUsingType:NSGIFFileType properties:nil]];
+  ASSERT_NE(back, nil);
+  EXPECT_LT(MeanDifference(ReadRep(back), picture), 6.0);
+}
+
+TEST_F(CodecRoundTrip, JPEG2000WhenTheLibraryIsThere) {
+  if (![[NSBitmapImageRep imageUnfilteredTypes] containsObject:@"public.jpeg-2000"]) GTEST_SKIP();
+  TestPicture picture = MakeTestPicture(48, 40, 3);
+  NSDictionary* lossless = [NSDictionary dictionaryWithObject:[NSNumber numberWithFloat:1.0f]
+                                                       forKey:NSImageCompressionFactor];
+  NSData* jp2 = [MakeRep(picture) representationUsingType:NSJPEG2000FileType properties:lossless];
+  ASSERT_NE(jp2, nil);
+  NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:jp2];
+  ASSERT_NE(back, nil);
+  EXPECT_EQ(MaxDifference(ReadRep(back), picture), 0);
+  TestPicture independent;
+  ASSERT_TRUE(DecodeWithPillow(Temporary(jp2, ".jp2"), independent));
+  EXPECT_EQ(MaxDifference(WithoutAlpha(independent), picture), 0);
+}
+
+}  // namespace

@@ -1,0 +1,50 @@
+/* Helpers the codec and bitmap tests share: deterministic test pictures, representations
+   made from them and read back, and the independent decoders (netpbm, djpeg, Pillow) run
+   on encoded bytes written to a temporary file. */
+#ifndef QVR_TESTS_CODEC_SUPPORT_H
+#define QVR_TESTS_CODEC_SUPPORT_H
+
+#import <AppKit/AppKit.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// 8-bit samples, meshed, alpha last and not premultiplied, row 0 at the top.
+struct TestPicture {
+  int width = 0;
+  int height = 0;
+  int samples = 0;
+  std::vector<uint8_t> pixels;
+  const uint8_t* at(int x, int y) const { return &pixels[(size_t(y) * width + x) * samples]; }
+};
+
+// Smooth gradients with a few hard edges; samples 1 (grey), 2, 3 (RGB) or 4 (alpha varying
+// across the picture, from clear to opaque).
+TestPicture MakeTestPicture(int width, int height, int samples);
+// Few colours (at most 16), for formats that keep a palette exactly.
+TestPicture MakeFewColourPicture(int width, int height, bool withClearPixels);
+
+// An autoreleased representation holding the picture (non-premultiplied when it has alpha).
+NSBitmapImageRep* MakeRep(const TestPicture& picture);
+// The representation's pixels as 8-bit samples in their stored order (getPixel:atX:y:).
+TestPicture ReadRep(NSBitmapImageRep* rep);
+
+// Largest difference of any sample (pictures of different shapes: 1000).
+int MaxDifference(const TestPicture& a, const TestPicture& b);
+// Mean absolute difference over all samples.
+double MeanDifference(const TestPicture& a, const TestPicture& b);
+// The same picture with only its colour samples (alpha dropped), or laid over white.
+TestPicture WithoutAlpha(const TestPicture& picture);
+TestPicture OverWhite(const TestPicture& picture);
+
+// Writes data to a fresh temporary file with the extension; returns its path.
+std::string WriteTemporaryFile(NSData* data, const std::string& extension);
+// Runs a command that prints a PNM picture (P5 grey or P6 RGB) and reads it.
+bool DecodeWithCommand(const std::string& command, TestPicture& out);
+// Reads a file with Pillow as RGBA.
+bool DecodeWithPillow(const std::string& path, TestPicture& out);
+// Bytes of a file in the source tree's test data, or of any path.
+NSData* ReadFile(const std::string& path);
+
+#endif

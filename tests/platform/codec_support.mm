@@ -1,0 +1,213 @@
+/* The codec tests' shared helpers: test pictures, representations of them, and decoding
+   with tools that share no code with ours. */
+#import "platform/codec_support.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <unistd.h>
+
+TestPicture MakeTestPicture(int width, int height, int samples) {
+  TestPicture p;
+  p.width = width;
+  p.height = height;
+  p.samples = samples;
+  p.pixels.resize(size_t(width) * height * samples);
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      uint8_t* o = &p.pixels[(size_t(y) * width + x) * samples];
+      const int edge = ((x / 16) + (y / 16)) % 2 ? 40 : 0;
+      const int r = (x * 255) / std::max(1, width - 1);
+      const int g = (y * 255) / std::max(1, height - 1);
+      const int b = std::min(255, ((x + y) * 255) / std::max(1, width + height - 2) + edge);
+      const int colours = samples >= 3 ? 3 : 1;
+      if (colours == 3) {
+        o[0] = uint8_t(r);
+        o[1] = uint8_t(g);
+        o[2] = uint8_t(b);
+      } else {
+        o[0] = uint8_t((r + g + b) / 3);
+      }
+      if (samples == 2 || samples == 4) o[colours] = uint8_t((x * 255) / std::max(1, width - 1));
+    }
+  }
+  return p;
+}
+
+TestPicture MakeFewColourPicture(int width, int height, bool withClearPixels) {
+  static const uint8_t colours[8][3] = {{255, 0, 0},   {0, 255, 0},   {0, 0, 255},   {255, 255, 0},
+                                        {0, 255, 255}, {255, 0, 255}, {255, 255, 255}, {10, 20, 30}};
+  TestPicture p;
+  p.width = width;
+  p.height = height;
+  p.samples = 4;
+  p.pixels.resize(size_t(width) * height * 4);
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      uint8_t* o = &p.pixels[(size_t(y) * width + x) * 4];
+      const uint8_t* c = colours[((x / 5) + (y / 7) * 3) % 8];
+      o[0] = c[0];
+      o[1] = c[1];
+      o[2] = c[2];
+      o[3] = withClearPixels && x < width / 4 ? 0 : 255;
+      if (o[3] == 0) o[0] = o[1] = o[2] = 0;
+    }
+  }
+  return p;
+}
+
+NSBitmapImageRep* MakeRep(const TestPicture& picture) {
+  const bool alpha = picture.samples == 2 || picture.samples == 4;
+  NSBitmapImageRep* rep = [[[NSBitmapImageRep alloc]
+      initWithBitmapDataPlanes:NULL
+                    pixelsWide:picture.width
+                    pixelsHigh:picture.height
+                 bitsPerSample:8
+               samplesPerPixel:picture.samples
+                      hasAlpha:alpha
+                      isPlanar:NO
+                colorSpaceName:picture.samples >= 3 ? NSCalibratedRGBColorSpace : NSCalibratedWhiteColorSpace
+                  bitmapFormat:alpha ? NSAlphaNonpremultipliedBitmapFormat : 0
+                   bytesPerRow:0
+                  bitsPerPixel:0] autorelease];
+  if (rep == nil) return nil;
+  unsigned char* data = [rep bitmapData];
+  const size_t row = size_t(picture.width) * picture.samples;
+  for (int y = 0; y < picture.height; ++y)
+    std::memcpy(data + size_t([rep bytesPerRow]) * y, &picture.pixels[row * y], row);
+  return rep;
+}
+
+TestPicture ReadRep(NSBitmapImageRep* rep) {
+  TestPicture p;
+  if (rep == nil) return p;
+  p.width = int([rep pixelsWide]);
+  p.height = int([rep pixelsHigh]);
+  p.samples = int([rep samplesPerPixel]);
+  p.pixels.resize(size_t(p.width) * p.height * p.samples);
+  const int bits = int([rep bitsPerSample]);
+  NSUInteger raw[5];
+  for (int y = 0; y < p.height; ++y)
+    for (int x = 0; x < p.width; ++x) {
+      [rep getPixel:raw atX:x y:y];
+      for (int s = 0; s < p.samples; ++s)
+        p.pixels[(size_t(y) * p.width + x) * p.samples + s] =
+            uint8_t(bits == 16 ? (raw[s] + 128) / 257 : bits == 8 ? raw[s] : raw[s] * 255 / ((1u << bits) - 1));
+    }
+  return p;
+}
+
+int MaxDifference(const TestPicture& a, const TestPicture& b) {
+  if (a.width != b.width || a.height != b.height || a.samples != b.samples || a.pixels.size() != b.pixels.size())
+    return 1000;
+  int worst = 0;
+  for (size_t i = 0; i < a.pixels.size(); ++i) worst = std::max(worst, std::abs(int(a.pixels[i]) - int(b.pixels[i])));
+  return worst;
+}
+
+double MeanDifference(const TestPicture& a, const TestPicture& b) {
+  if (MaxDifference(a, b) == 1000) return 1000;
+  double sum = 0;
+  for (size_t i = 0; i < a.pixels.size(); ++i) sum += std::abs(int(a.pixels[i]) - int(b.pixels[i]));
+  return a.pixels.empty() ? 0 : sum / a.pixels.size();
+}
+
+TestPicture WithoutAlpha(const TestPicture& picture) {
+  if (picture.samples == 1 || picture.samples == 3) return picture;
+  TestPicture p = picture;
+  p.samples = picture.samples - 1;
+  p.pixels.clear();
+  for (size_t i = 0; i < picture.pixels.size(); i += picture.samples)
+    p.pixels.insert(p.pixels.end(), &picture.pixels[i], &picture.pixels[i] + p.samples);
+  return p;
+}
+
+TestPicture OverWhite(const TestPicture& picture) {
+  if (picture.samples == 1 || picture.samples == 3) return picture;
+  TestPicture p = WithoutAlpha(picture);
+  for (size_t i = 0, o = 0; i < picture.pixels.size(); i += picture.samples) {
+    const int a = picture.pixels[i + picture.samples - 1];
+    for (int c = 0; c < p.samples; ++c, ++o) p.pixels[o] = uint8_t((picture.pixels[i + c] * a + 255 * (255 - a) + 127) / 255);
+  }
+  return p;
+}
+
+std::string WriteTemporaryFile(NSData* data, const std::string& extension) {
+  char path[] = "/tmp/qvr-codec-XXXXXX";
+  const int fd = mkstemp(path);
+  if (fd < 0) return "";
+  close(fd);
+  std::string named = std::string(path) + extension;
+  rename(path, named.c_str());
+  [data writeToFile:[NSString stringWithUTF8String:named.c_str()] atomically:NO];
+  return named;
+}
+
+namespace {
+
+bool ReadToken(FILE* f, long& value) {
+  int c = fgetc(f);
+  while (c == '#' || c == ' ' || c == '\n' || c == '\r' || c == '\t') {
+    if (c == '#')
+      while (c != '\n' && c != EOF) c = fgetc(f);
+    c = fgetc(f);
+  }
+  if (c == EOF) return false;
+  value = 0;
+  while (c >= '0' && c <= '9') {
+    value = value * 10 + (c - '0');
+    c = fgetc(f);
+  }
+  return true;
+}
+
+}  // namespace
+
+bool DecodeWithCommand(const std::string& command, TestPicture& out) {
+  FILE* f = popen((command + " 2>/dev/null").c_str(), "r");
+  if (f == nullptr) return false;
+  char magic[2] = {0, 0};
+  bool ok = fread(magic, 1, 2, f) == 2 && magic[0] == 'P' && (magic[1] == '5' || magic[1] == '6');
+  long w = 0, h = 0, maxval = 0;
+  ok = ok && ReadToken(f, w) && ReadToken(f, h) && ReadToken(f, maxval) && w > 0 && h > 0 && maxval > 0;
+  if (ok) {
+    out.width = int(w);
+    out.height = int(h);
+    out.samples = magic[1] == '6' ? 3 : 1;
+    const size_t count = size_t(w) * h * out.samples;
+    out.pixels.resize(count);
+    if (maxval < 256) {
+      ok = fread(out.pixels.data(), 1, count, f) == count;
+    } else {
+      std::vector<uint8_t> wide(count * 2);
+      ok = fread(wide.data(), 1, wide.size(), f) == wide.size();
+      for (size_t i = 0; ok && i < count; ++i) out.pixels[i] = uint8_t(((wide[2 * i] << 8 | wide[2 * i + 1]) * 255 + maxval / 2) / maxval);
+    }
+  }
+  pclose(f);
+  return ok;
+}
+
+bool DecodeWithPillow(const std::string& path, TestPicture& out) {
+  const std::string command =
+      "/usr/bin/python3 -c \"import sys; from PIL import Image; im = Image.open(sys.argv[1]).convert('RGBA'); "
+      "sys.stdout.write('P7 %d %d\\n' % im.size); sys.stdout.flush(); sys.stdout.buffer.write(im.tobytes())\" " + path;
+  FILE* f = popen((command + " 2>/dev/null").c_str(), "r");
+  if (f == nullptr) return false;
+  int w = 0, h = 0;
+  bool ok = fscanf(f, "P7 %d %d", &w, &h) == 2 && w > 0 && h > 0 && fgetc(f) == '\n';
+  if (ok) {
+    out.width = w;
+    out.height = h;
+    out.samples = 4;
+    out.pixels.resize(size_t(w) * h * 4);
+    ok = fread(out.pixels.data(), 1, out.pixels.size(), f) == out.pixels.size();
+  }
+  pclose(f);
+  return ok;
+}
+
+NSData* ReadFile(const std::string& path) {
+  return [NSData dataWithContentsOfFile:[NSString stringWithUTF8String:path.c_str()]];
+}
