@@ -26,6 +26,9 @@ void read_from_memory(png_structp png, png_bytep out, png_size_t length) {
 
 void ignore_warning(png_structp, png_const_charp) {}
 
+// Errors end the call quietly: back to the setjmp, nothing printed.
+[[noreturn]] void jump_on_error(png_structp png, png_const_charp) { png_longjmp(png, 1); }
+
 // Everything libpng touches is owned by the caller; this frame holds no C++ objects,
 // so libpng's longjmp on error skips no destructor.
 struct DecodeJob {
@@ -104,7 +107,7 @@ bool png_decode(const uint8_t* data, size_t size, Frame& out) {
   if (data == nullptr || size < 8 || png_sig_cmp(data, 0, 8) != 0) return false;
   std::vector<png_bytep> rows;
   DecodeJob job;
-  job.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, ignore_warning);
+  job.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, jump_on_error, ignore_warning);
   if (job.png == nullptr) return false;
   job.info = png_create_info_struct(job.png);
   if (job.info == nullptr) {

@@ -20,6 +20,9 @@ void append_to_vector(png_structp png, png_bytep data, png_size_t length) {
 void flush_nothing(png_structp) {}
 void ignore_warning(png_structp, png_const_charp) {}
 
+// Errors end the call quietly: back to the setjmp, nothing printed.
+[[noreturn]] void jump_on_error(png_structp png, png_const_charp) { png_longjmp(png, 1); }
+
 struct EncodeJob {
   png_structp png;
   png_infop info;
@@ -85,7 +88,7 @@ bool png_encode(const Raster& input, const EncodeOptions& options, std::vector<u
   std::vector<png_bytep> rows(size_t(raster->height));
   for (int y = 0; y < raster->height; ++y) rows[size_t(y)] = const_cast<png_bytep>(raster->row(y));
   EncodeJob job;
-  job.png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, ignore_warning);
+  job.png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, jump_on_error, ignore_warning);
   if (job.png == nullptr) return false;
   job.info = png_create_info_struct(job.png);
   if (job.info == nullptr) {

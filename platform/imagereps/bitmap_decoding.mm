@@ -61,11 +61,8 @@ void FillDecodedProperties(NSBitmapImageRep* rep, qvr::ImageFormat format, size_
       [properties setObject:[NSNumber numberWithBool:metadata.progressive] forKey:NSImageProgressive];
       break;
     case qvr::ImageFormat::tiff:
-      if (qvr::tiff_compression_supported(metadata.tiff_compression) ||
-          metadata.tiff_compression == NSTIFFCompressionNEXT || metadata.tiff_compression == NSTIFFCompressionOldJPEG) {
-        storage->compression = NSTIFFCompression(metadata.tiff_compression);
-      }
-      [properties setObject:[NSNumber numberWithInteger:metadata.tiff_compression] forKey:NSImageCompressionMethod];
+      storage->compression = QVRTIFFCompressionFromFile(metadata.tiff_compression);
+      [properties setObject:[NSNumber numberWithUnsignedInteger:storage->compression] forKey:NSImageCompressionMethod];
       break;
     case qvr::ImageFormat::gif:
       [properties setObject:[NSNumber numberWithInteger:NSInteger(frameCount)] forKey:NSImageFrameCount];

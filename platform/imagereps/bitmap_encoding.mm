@@ -86,7 +86,8 @@ NSData* QVREncodeBitmapReps(NSArray* reps, NSBitmapImageFileType type, NSDiction
   options.gamma = NumberFor(properties, NSImageGamma, 0.0);
   options.dither_transparency = FlagFor(properties, NSImageDitherTransparency);
   options.loop_count = int(NumberFor(properties, NSImageLoopCount, 0));
-  options.tiff_compression = int(NumberFor(properties, NSImageCompressionMethod, double([first qvrStorage]->compression)));
+  options.tiff_compression = QVRTIFFFileCompression(
+      NSTIFFCompression(NumberFor(properties, NSImageCompressionMethod, double([first qvrStorage]->compression))));
   ReadBackground(properties, options.background_rgb);
   id table = [properties objectForKey:NSImageRGBColorTable];
   if ([table isKindOfClass:[NSData class]]) {

@@ -38,6 +38,20 @@ struct BitmapStorage {
 - (void)qvrPixelsChanged;
 @end
 
+/* AppKit's TIFF compression constants and the codes in TIFF files differ for JPEG: AppKit's
+   NSTIFFCompressionJPEG (6) is written as TIFF's current JPEG scheme (7), since 6 in a file
+   is the withdrawn old-style JPEG that can be read but not written. */
+inline int QVRTIFFFileCompression(NSTIFFCompression compression) {
+  if (compression == NSTIFFCompressionJPEG) return 7;
+  if (compression == NSTIFFCompressionOldJPEG) return 6;
+  return int(compression);
+}
+inline NSTIFFCompression QVRTIFFCompressionFromFile(int code) {
+  if (code == 7) return NSTIFFCompressionJPEG;
+  if (code == 6) return NSTIFFCompressionOldJPEG;
+  return NSTIFFCompression(code);
+}
+
 /* Number of colour samples of a colour space name (0 for one this system does not know). */
 NSInteger QVRColourSamplesForSpaceName(NSString* name);
 /* Whether the name is one where 0 means white (the black colour spaces). */

@@ -39,12 +39,13 @@ NSData* TIFFOf(NSArray* reps, NSTIFFCompression compression, float factor) {
     case NSTIFFCompressionNone:
     case NSTIFFCompressionLZW:
     case NSTIFFCompressionPackBits:
-      return qvr::tiff_compression_supported(int(compression));
+      return qvr::tiff_compression_supported(QVRTIFFFileCompression(compression));
     case NSTIFFCompressionJPEG:
-      return _bitsPerSample == 8 && qvr::tiff_compression_supported(int(compression));
+      return _bitsPerSample == 8 && qvr::tiff_compression_supported(QVRTIFFFileCompression(compression));
     case NSTIFFCompressionCCITTFAX3:
     case NSTIFFCompressionCCITTFAX4:
-      return _bitsPerSample == 1 && [self samplesPerPixel] == 1 && qvr::tiff_compression_supported(int(compression));
+      return _bitsPerSample == 1 && [self samplesPerPixel] == 1 &&
+             qvr::tiff_compression_supported(QVRTIFFFileCompression(compression));
     default:
       return NO;
   }

@@ -1,0 +1,289 @@
+/* The encoder properties do what they say, checked in the bytes written and by reading them
+   back: JPEG quality and progressive scans, PNG interlace and gamma, TIFF compression codes,
+   GIF transparency, dithering, colour tables, interlace and animation, multi-page TIFF, and
+   EXIF read from and written into JPEG. */
+#import "platform/codec_support.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+class CodecProperties : public ::testing::Test {
+ protected:
+  void SetUp() override { pool_ = [[NSAutoreleasePool alloc] init]; }
+  void TearDown() override {
+    for (const std::string& path : files_) std::remove(path.c_str());
+    [pool_ drain];
+  }
+  std::string Temporary(NSData* data, const std::string& extension) {
+    files_.push_back(WriteTemporaryFile(data, extension));
+    return files_.back();
+  }
+  NSAutoreleasePool* pool_ = nil;
+  std::vector<std::string> files_;
+};
+
+NSDictionary* One(id value, NSString* key) { return [NSDictionary dictionaryWithObject:value forKey:key]; }
+
+bool Contains(NSData* data, const void* bytes, size_t length) {
+  return [data rangeOfData:[NSData dataWithBytes:bytes length:length] options:0 range:NSMakeRange(0, [data length])]
+             .location != NSNotFound;
+}
+
+// The value of a SHORT tag in the first IFD of a TIFF file, read straight from the bytes.
+int FirstIFDTag(NSData* tiff, uint16_t wanted) {
+  const uint8_t* d = static_cast<const uint8_t*>([tiff bytes]);
+  const size_t n = [tiff length];
+  if (n < 8) return -1;
+  const bool little = d[0] == 'I';
+  auto u16 = [&](size_t at) { return little ? d[at] | d[at + 1] << 8 : d[at] << 8 | d[at + 1]; };
+  auto u32 = [&](size_t at) { return little ? uint32_t(u16(at)) | uint32_t(u16(at + 2)) << 16
+                                            : uint32_t(u16(at)) << 16 | uint32_t(u16(at + 2)); };
+  const size_t ifd = u32(4);
+  if (ifd + 2 > n) return -1;
+  const int count = u16(ifd);
+  for (int i = 0; i < count && ifd + 2 + 12 * (i + 1) <= n; ++i) {
+    const size_t entry = ifd + 2 + 12 * size_t(i);
+    if (u16(entry) == wanted) return u16(entry + 8);
+  }
+  return -1;
+}
+
+TEST_F(CodecProperties, JPEGQualityFactorGrowsTheFile) {
+  NSBitmapImageRep* rep = MakeRep(MakeTestPicture(160, 120, 3));
+  NSUInteger previous = 0;
+  for (float factor : {0.0f, 0.2f, 0.4f, 0.6f, 0.8f, 0.95f, 1.0f}) {
+    NSData* jpeg = [rep representationUsingType:NSJPEGFileType
+                                     properties:One([NSNumber numberWithFloat:factor], NSImageCompressionFactor)];
+    ASSERT_NE(jpeg, nil);
+    EXPECT_GT([jpeg length], previous) << factor;
+    previous = [jpeg length];
+  }
+}
+
+TEST_F(CodecProperties, JPEGProgressiveWritesProgressiveScans) {
+  NSBitmapImageRep* rep = MakeRep(MakeTestPicture(64, 64, 3));
+  const uint8_t progressive[2] = {0xFF, 0xC2}, baseline[2] = {0xFF, 0xC0};
+  NSData* plain = [rep representationUsingType:NSJPEGFileType properties:nil];
+  NSData* scans = [rep representationUsingType:NSJPEGFileType properties:One([NSNumber numberWithBool:YES], NSImageProgressive)];
+  EXPECT_TRUE(Contains(plain, baseline, 2));
+  EXPECT_FALSE(Contains(plain, progressive, 2));
+  EXPECT_TRUE(Contains(scans, progressive, 2));
+  NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:scans];
+  ASSERT_NE(back, nil);
+  EXPECT_TRUE([[back valueForProperty:NSImageProgressive] boolValue]);
+  TestPicture independent;
+  ASSERT_TRUE(DecodeWithCommand("djpeg -pnm " + Temporary(scans, ".jpg"), independent));
+  EXPECT_LE(MaxDifference(independent, ReadRep(back)), 1);
+}
+
+TEST_F(CodecProperties, PNGInterlaceAndGammaAreWrittenAndReadBack) {
+  TestPicture picture = MakeTestPicture(30, 21, 4);
+  NSDictionary* properties = [NSDictionary dictionaryWithObjectsAndKeys:[NSNumber numberWithBool:YES], NSImageInterlaced,
+                                                                        [NSNumber numberWithDouble:0.45455], NSImageGamma, nil];
+  NSData* png = [MakeRep(picture) representationUsingType:NSPNGFileType properties:properties];
+  ASSERT_NE(png, nil);
+  EXPECT_EQ(static_cast<const uint8_t*>([png bytes])[28], 1);  // IHDR interlace method: Adam7
+  const uint8_t gamma[8] = {'g', 'A', 'M', 'A', 0x00, 0x00, 0xB1, 0x8F};  // 45455
+  EXPECT_TRUE(Contains(png, gamma, 8));
+  NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:png];
+  ASSERT_NE(back, nil);
+  EXPECT_EQ(MaxDifference(ReadRep(back), picture), 0);
+  EXPECT_TRUE([[back valueForProperty:NSImageInterlaced] boolValue]);
+  EXPECT_NEAR([[back valueForProperty:NSImageGamma] doubleValue], 0.45455, 1e-5);
+  TestPicture independent;
+  ASSERT_TRUE(DecodeWithPillow(Temporary(png, ".png"), independent));
+  EXPECT_EQ(MaxDifference(independent, picture), 0);
+  NSBitmapImageRep* plain = [NSBitmapImageRep
+      imageRepWithData:[MakeRep(picture) representationUsingType:NSPNGFileType properties:nil]];
+  EXPECT_EQ([plain valueForProperty:NSImageGamma], nil);
+}
+
+TEST_F(CodecProperties, TIFFCompressionCodeIsInTheFile) {
+  NSBitmapImageRep* rep = MakeRep(MakeTestPicture(40, 30, 3));
+  for (NSTIFFCompression code : {NSTIFFCompressionNone, NSTIFFCompressionLZW, NSTIFFCompressionJPEG,
+                                 NSTIFFCompressionPackBits}) {
+    ASSERT_TRUE([rep canBeCompressedUsing:code]) << code;
+    NSData* tiff = [rep TIFFRepresentationUsingCompression:code factor:0.8f];
+    ASSERT_NE(tiff, nil);
+    // AppKit's JPEG code 6 is TIFF's current JPEG scheme, 7 in the file (6 there is old-style JPEG).
+    const int inFile = code == NSTIFFCompressionJPEG ? 7 : int(code);
+    EXPECT_EQ(FirstIFDTag(tiff, 259), inFile);
+    NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:tiff];
+    ASSERT_NE(back, nil);
+    NSTIFFCompression read;
+    float factor;
+    [back getCompression:&read factor:&factor];
+    EXPECT_EQ(read, code);
+    EXPECT_EQ([[back valueForProperty:NSImageCompressionMethod] integerValue], NSInteger(code));
+    // Written again without a compression, it keeps the one it was read with.
+    EXPECT_EQ(FirstIFDTag([back TIFFRepresentation], 259), inFile);
+  }
+  // The same code through the properties dictionary.
+  NSData* packed = [rep representationUsingType:NSTIFFFileType
+                                     properties:One([NSNumber numberWithInt:NSTIFFCompressionPackBits], NSImageCompressionMethod)];
+  EXPECT_EQ(FirstIFDTag(packed, 259), 32773);
+}
+
+TEST_F(CodecProperties, TIFFCompressionThatDoesNotFitFallsBackToNone) {
+  NSBitmapImageRep* rgb = MakeRep(MakeTestPicture(16, 16, 3));
+  EXPECT_FALSE([rgb canBeCompressedUsing:NSTIFFCompressionCCITTFAX4]);
+  EXPECT_FALSE([rgb canBeCompressedUsing:NSTIFFCompressionNEXT]);
+  EXPECT_EQ(FirstIFDTag([rgb TIFFRepresentationUsingCompression:NSTIFFCompressionCCITTFAX4 factor:0], 259), 1);
+  // A one-bit bitmap can be faxed.
+  NSBitmapImageRep* bilevel = [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:NULL pixelsWide:64 pixelsHigh:8
+      bitsPerSample:1 samplesPerPixel:1 hasAlpha:NO isPlanar:NO colorSpaceName:NSCalibratedWhiteColorSpace
+      bytesPerRow:0 bitsPerPixel:0] autorelease];
+  ASSERT_NE(bilevel, nil);
+  std::memset([bilevel bitmapData], 0xF0, size_t([bilevel bytesPerPlane]));
+  ASSERT_TRUE([bilevel canBeCompressedUsing:NSTIFFCompressionCCITTFAX4]);
+  NSData* fax = [bilevel TIFFRepresentationUsingCompression:NSTIFFCompressionCCITTFAX4 factor:0];
+  EXPECT_EQ(FirstIFDTag(fax, 259), 4);
+  NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:fax];
+  ASSERT_NE(back, nil);
+  TestPicture pixels = ReadRep(back);
+  EXPECT_EQ(pixels.at(0, 0)[0], 255);
+  EXPECT_EQ(pixels.at(4, 0)[0], 0);
+}
+
+TEST_F(CodecProperties, TIFFHoldsManyPages) {
+  NSMutableArray* reps = [NSMutableArray array];
+  std::vector<TestPicture> pictures;
+  for (int i = 0; i < 3; ++i) {
+    pictures.push_back(MakeTestPicture(20 + i * 5, 10 + i, i == 1 ? 1 : 3));
+    [reps addObject:MakeRep(pictures.back())];
+  }
+  NSData* tiff = [NSBitmapImageRep TIFFRepresentationOfImageRepsInArray:reps usingCompression:NSTIFFCompressionLZW factor:0];
+  ASSERT_NE(tiff, nil);
+  NSArray* back = [NSBitmapImageRep imageRepsWithData:tiff];
+  ASSERT_EQ([back count], 3u);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(MaxDifference(ReadRep([back objectAtIndex:NSUInteger(i)]), pictures[size_t(i)]), 0);
+  EXPECT_EQ([[NSBitmapImageRep imageRepWithData:tiff] pixelsWide], 20);
+  // The file-level reader sees three pages too.
+  FILE* f = popen(("/usr/bin/python3 -c \"import sys; from PIL import Image; print(Image.open(sys.argv[1]).n_frames)\" " +
+                   Temporary(tiff, ".tiff")).c_str(), "r");
+  int pages = 0;
+  ASSERT_EQ(fscanf(f, "%d", &pages), 1);
+  pclose(f);
+  EXPECT_EQ(pages, 3);
+}
+
+TEST_F(CodecProperties, GIFTransparencyThresholdOrDither) {
+  // Everywhere 40% opaque: thresholded, all of it goes clear; dithered, about 40% stays.
+  TestPicture picture = MakeTestPicture(64, 64, 4);
+  for (size_t i = 3; i < picture.pixels.size(); i += 4) picture.pixels[i] = 102;
+  NSBitmapImageRep* rep = MakeRep(picture);
+  auto opaqueShare = [](NSBitmapImageRep* gif) {
+    TestPicture p = ReadRep(gif);
+    size_t opaque = 0;
+    for (size_t i = 3; i < p.pixels.size(); i += 4) opaque += p.pixels[i] == 255;
+    return double(opaque) / (p.pixels.size() / 4);
+  };
+  NSBitmapImageRep* plain = [NSBitmapImageRep imageRepWithData:[rep representationUsingType:NSGIFFileType properties:nil]];
+  NSBitmapImageRep* dithered = [NSBitmapImageRep
+      imageRepWithData:[rep representationUsingType:NSGIFFileType
+                                          properties:One([NSNumber numberWithBool:YES], NSImageDitherTransparency)]];
+  ASSERT_NE(plain, nil);
+  ASSERT_NE(dithered, nil);
+  EXPECT_EQ(opaqueShare(plain), 0.0);
+  EXPECT_NEAR(opaqueShare(dithered), 0.4, 0.05);
+}
+
+TEST_F(CodecProperties, GIFColourTableAndInterlace) {
+  const uint8_t table[12] = {0, 0, 0, 255, 255, 255, 255, 0, 0, 0, 0, 255};
+  NSDictionary* properties = [NSDictionary dictionaryWithObjectsAndKeys:[NSData dataWithBytes:table length:12],
+                                                                        NSImageRGBColorTable, [NSNumber numberWithBool:YES],
+                                                                        NSImageInterlaced, nil];
+  TestPicture picture = MakeTestPicture(33, 40, 3);
+  NSData* gif = [MakeRep(picture) representationUsingType:NSGIFFileType properties:properties];
+  ASSERT_NE(gif, nil);
+  NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:gif];
+  ASSERT_NE(back, nil);
+  EXPECT_TRUE([[back valueForProperty:NSImageInterlaced] boolValue]);
+  TestPicture pixels = ReadRep(back);
+  for (size_t i = 0; i < pixels.pixels.size(); i += 3) {
+    bool inTable = false;
+    for (int c = 0; c < 4; ++c) inTable |= std::memcmp(&pixels.pixels[i], table + 3 * c, 3) == 0;
+    ASSERT_TRUE(inTable) << i;
+  }
+  TestPicture independent;
+  ASSERT_TRUE(DecodeWithCommand("giftopnm " + Temporary(gif, ".gif"), independent));
+  EXPECT_EQ(MaxDifference(independent, pixels), 0);  // the interlaced rows land where they belong
+}
+
+TEST_F(CodecProperties, GIFAnimationFramesDurationsAndLoops) {
+  NSMutableArray* reps = [NSMutableArray array];
+  std::vector<TestPicture> pictures;
+  for (int i = 0; i < 3; ++i) {
+    pictures.push_back(MakeFewColourPicture(24, 18, false));
+    for (size_t p = 0; p < pictures.back().pixels.size(); p += 4) pictures.back().pixels[p] = uint8_t(80 * i);
+    NSBitmapImageRep* rep = MakeRep(pictures.back());
+    [rep setProperty:NSImageCurrentFrameDuration withValue:[NSNumber numberWithFloat:0.1f * (i + 1)]];
+    [reps addObject:rep];
+  }
+  NSData* gif = [NSBitmapImageRep representationOfImageRepsInArray:reps usingType:NSGIFFileType
+                                                        properties:One([NSNumber numberWithInt:3], NSImageLoopCount)];
+  ASSERT_NE(gif, nil);
+  NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:gif];
+  ASSERT_NE(back, nil);
+  EXPECT_EQ([[back valueForProperty:NSImageFrameCount] integerValue], 3);
+  EXPECT_EQ([[back valueForProperty:NSImageLoopCount] integerValue], 3);
+  for (int i = 0; i < 3; ++i) {
+    [back setProperty:NSImageCurrentFrame withValue:[NSNumber numberWithInt:i]];
+    EXPECT_EQ([[back valueForProperty:NSImageCurrentFrame] integerValue], i);
+    EXPECT_NEAR([[back valueForProperty:NSImageCurrentFrameDuration] floatValue], 0.1f * (i + 1), 0.001);
+    EXPECT_EQ(MaxDifference(ReadRep(back), WithoutAlpha(pictures[size_t(i)])), 0) << i;  // opaque: RGB
+  }
+  FILE* f = popen(("/usr/bin/python3 -c \"import sys; from PIL import Image; im = Image.open(sys.argv[1]); "
+                   "print(im.n_frames, im.info.get('loop'), im.info.get('duration'))\" " + Temporary(gif, ".gif")).c_str(), "r");
+  int frames = 0, loop = 0, duration = 0;
+  ASSERT_EQ(fscanf(f, "%d %d %d", &frames, &loop, &duration), 3);
+  pclose(f);
+  EXPECT_EQ(frames, 3);
+  EXPECT_EQ(loop, 3);
+  EXPECT_EQ(duration, 100);
+}
+
+TEST_F(CodecProperties, EXIFIsReadFromAJPEGWrittenElsewhere) {
+  const std::string path = "/tmp/qvr-exif-" + std::to_string(getpid()) + ".jpg";
+  files_.push_back(path);
+  const std::string script =
+      "/usr/bin/python3 -c \"import sys; from PIL import Image, TiffImagePlugin; im = Image.new('RGB', (40, 30), (200, 100, 50)); "
+      "ex = Image.Exif(); ex[0x010F] = 'QVR Camera'; ex[0x0110] = 'Model 7'; ex[0x0112] = 6; "
+      "ex[0x8769] = {0x829a: TiffImagePlugin.IFDRational(1, 250), 0x9003: '2024:01:02 03:04:05', 0x8827: 400}; "
+      "im.save(sys.argv[1], exif=ex)\" " + path;
+  ASSERT_EQ(system(script.c_str()), 0);
+  NSBitmapImageRep* rep = [NSBitmapImageRep imageRepWithData:ReadFile(path)];
+  ASSERT_NE(rep, nil);
+  NSDictionary* exif = [rep valueForProperty:NSImageEXIFData];
+  ASSERT_NE(exif, nil);
+  EXPECT_TRUE([[exif objectForKey:@"Make"] isEqualToString:@"QVR Camera"]);
+  EXPECT_TRUE([[exif objectForKey:@"Model"] isEqualToString:@"Model 7"]);
+  EXPECT_EQ([[exif objectForKey:@"Orientation"] intValue], 6);
+  EXPECT_NEAR([[exif objectForKey:@"ExposureTime"] doubleValue], 0.004, 1e-9);
+  EXPECT_TRUE([[exif objectForKey:@"DateTimeOriginal"] isEqualToString:@"2024:01:02 03:04:05"]);
+  EXPECT_EQ([[exif objectForKey:@"ISOSpeedRatings"] intValue], 400);
+}
+
+TEST_F(CodecProperties, EXIFDictionaryIsWrittenIntoJPEG) {
+  NSDictionary* exif = [NSDictionary dictionaryWithObjectsAndKeys:@"Writer Test", @"Make", [NSNumber numberWithDouble:0.5],
+                                                                  @"ExposureTime", [NSNumber numberWithInt:3], @"Orientation", nil];
+  NSData* jpeg = [MakeRep(MakeTestPicture(20, 20, 3)) representationUsingType:NSJPEGFileType
+                                                                  properties:One(exif, NSImageEXIFData)];
+  ASSERT_NE(jpeg, nil);
+  NSDictionary* back = [[NSBitmapImageRep imageRepWithData:jpeg] valueForProperty:NSImageEXIFData];
+  EXPECT_TRUE([[back objectForKey:@"Make"] isEqualToString:@"Writer Test"]);
+  EXPECT_NEAR([[back objectForKey:@"ExposureTime"] doubleValue], 0.5, 1e-9);
+  EXPECT_EQ([[back objectForKey:@"Orientation"] intValue], 3);
+  FILE* f = popen(("/usr/bin/python3 -c \"import sys; from PIL import Image; print(Image.open(sys.argv[1]).getexif()[271])\" " +
+                   Temporary(jpeg, ".jpg")).c_str(), "r");
+  char make[64] = {0};
+  ASSERT_NE(fgets(make, sizeof make, f), nullptr);
+  pclose(f);
+  EXPECT_STREQ(make, "Writer Test\n");
+}
+
+}  // namespace
