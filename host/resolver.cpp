@@ -38,4 +38,9 @@ extern "C" void* hostResolveEntryPoint(const char* name) {
   return nullptr;
 }
 
+void* Runtime::entryPoint(const std::string& name) const {
+  if (current() != this) return nullptr;
+  return hostResolveEntryPoint(name.c_str());
+}
+
 }  // namespace host

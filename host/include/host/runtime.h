@@ -259,6 +259,9 @@ class Runtime {
   void loadStandardPlugins();
   static std::string libraryDirectory();
 
+  // What the resolver hands a plugin for an entry-point name (null when missing).
+  void* entryPoint(const std::string& name) const;
+
   // The layout version the last plugin passed to "RegisterPluginVersion".
   std::optional<int> registeredPluginVersion() const;
 

@@ -1,0 +1,121 @@
+// Entry points given null or foreign pointers, and the standard plugin folder: bad input
+// from a plugin gives a neutral answer, never a crash.
+#include "host_fixture.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <unistd.h>
+
+using host::Value;
+
+namespace {
+
+template <class F>
+F entry(host::Runtime& rt, const char* name) {
+  return reinterpret_cast<F>(rt.entryPoint(name));
+}
+
+}  // namespace
+
+TEST_F(HostTest, EntryPointsIgnoreNullAndForeignPointers) {
+  load();
+  alignas(16) unsigned char foreign[64] = {};
+  void* stranger = foreign;
+
+  entry<void (*)(void*)>(rt(), "REALLockObject")(nullptr);
+  entry<void (*)(void*)>(rt(), "REALUnlockObject")(stranger);
+  entry<void (*)(void*)>(rt(), "REALLockString")(stranger);
+  entry<void (*)(void*)>(rt(), "REALUnlockString")(nullptr);
+  EXPECT_EQ(entry<void* (*)(const char*)>(rt(), "PluginNewInstance")(nullptr), nullptr);
+  EXPECT_EQ(entry<void* (*)(const char*)>(rt(), "PluginNewInstance")("NoSuchClass"), nullptr);
+  EXPECT_EQ(entry<void* (*)(const char*)>(rt(), "pluginObjectType")("NoSuchClass"), nullptr);
+  EXPECT_EQ(entry<int (*)(void*, void*)>(rt(), "RuntimeObjectIsa")(stranger, nullptr), 0);
+  EXPECT_EQ(entry<void* (*)(const char*, int32_t)>(rt(), "REALBuildString")(nullptr, 5), nullptr);
+  EXPECT_EQ(entry<void* (*)(const char*, int32_t)>(rt(), "REALBuildString")("x", -1), nullptr);
+  EXPECT_EQ(entry<uint32_t (*)(void*)>(rt(), "REALGetStringEncoding")(stranger), host::kEncodingUnknown);
+  entry<void (*)(void*, uint32_t)>(rt(), "REALSetStringEncoding")(stranger, 0);
+  EXPECT_EQ(entry<void* (*)(void*, uint32_t)>(rt(), "REALConvertString")(stranger, host::kEncodingUTF8), nullptr);
+  EXPECT_EQ(entry<int (*)(void*, uint32_t, void*)>(rt(), "PluginGetStringData")(stranger, 0, foreign), 0);
+  entry<void (*)(void*)>(rt(), "PluginDisposeStringData")(nullptr);
+  EXPECT_STREQ(entry<const char* (*)(void*)>(rt(), "StringGetCString")(stranger), "");
+  EXPECT_EQ(entry<void* (*)(void*, int32_t)>(rt(), "REALGetStringCFString")(stranger, 0), nullptr);
+  EXPECT_EQ(entry<void* (*)(void*, const char*)>(rt(), "REALLoadGlobalMethod")(nullptr, "NoSuch() as Integer"), nullptr);
+  EXPECT_EQ(entry<void* (*)(void*, const char*)>(rt(), "REALLoadGlobalMethod")(nullptr, "not a (declaration"), nullptr);
+  EXPECT_EQ(entry<void* (*)(void*, const char*)>(rt(), "REALLoadGlobalMethod")(nullptr, nullptr), nullptr);
+  EXPECT_EQ(entry<void* (*)(void*, const char*)>(rt(), "REALLoadObjectMethod")(stranger, "Byte(o as Integer) as Integer"), nullptr);
+  int32_t number = 0;
+  EXPECT_EQ(entry<int (*)(void*, const char*, int32_t*)>(rt(), "REALGetPropValueInt")(stranger, "Size", &number), 0);
+  EXPECT_EQ(entry<int (*)(void*, const char*, int32_t)>(rt(), "REALSetPropValueInt")(nullptr, "Size", 1), 0);
+  entry<void (*)(void*)>(rt(), "RuntimeRaiseException")(stranger);
+  EXPECT_FALSE(rt().exceptionPending());
+  EXPECT_EQ(entry<void* (*)(int32_t, int32_t)>(rt(), "RuntimeArrayCreateSingleDimBoundedArray")(99, 0), nullptr);
+  EXPECT_EQ(entry<void* (*)(int32_t, int32_t)>(rt(), "RuntimeArrayCreateSingleDimBoundedArray")(3, -2), nullptr);
+  EXPECT_EQ(entry<void* (*)(void*)>(rt(), "RuntimeArrayDirectGetInsertProc")(stranger), nullptr);
+  EXPECT_EQ(entry<void* (*)(void*)>(rt(), "RuntimeArrayDirectGetGetProc")(nullptr), nullptr);
+  EXPECT_EQ(entry<intptr_t (*)(void*)>(rt(), "RuntimeUBound")(stranger), -1);
+  EXPECT_EQ(entry<void* (*)(int32_t)>(rt(), "newMemoryBlock")(-5), nullptr);
+  EXPECT_EQ(entry<void* (*)(void*)>(rt(), "memoryBlockGetPtr")(stranger), nullptr);
+  EXPECT_EQ(entry<intptr_t (*)(void*)>(rt(), "memoryBlockGetSize")(stranger), 0);
+  // A non-array object and a non-block object are refused the same way.
+  Value o = rt().newInstance("TestBase");
+  EXPECT_EQ(entry<void* (*)(void*)>(rt(), "RuntimeArrayDirectGetInsertProc")(o.object.get()), nullptr);
+  EXPECT_EQ(entry<void* (*)(void*)>(rt(), "memoryBlockGetPtr")(o.object.get()), nullptr);
+  // A class record of an unknown layout is refused.
+  size_t classes = rt().classes().size();
+  uintptr_t record[29] = {7, reinterpret_cast<uintptr_t>("Stray")};
+  entry<void (*)(void*)>(rt(), "PluginRegisterClass")(record);
+  entry<void (*)(void*)>(rt(), "PluginRegisterClass")(nullptr);
+  // So is a second class of a name already taken, and one whose superclass is unknown.
+  uintptr_t again[29] = {12, reinterpret_cast<uintptr_t>("TestBase")};
+  entry<void (*)(void*)>(rt(), "PluginRegisterClass")(again);
+  uintptr_t orphan[29] = {12, reinterpret_cast<uintptr_t>("Orphan"), reinterpret_cast<uintptr_t>("NoSuchBase")};
+  entry<void (*)(void*)>(rt(), "PluginRegisterClass")(orphan);
+  EXPECT_EQ(rt().classes().size(), classes);
+  EXPECT_EQ(rt().findClass("Stray"), nullptr);
+  EXPECT_EQ(rt().findClass("Orphan"), nullptr);
+}
+
+TEST_F(HostTest, ArrayProceduresRaiseOutOfBounds) {
+  load();
+  Value array = rt().array(host::kArrayInt32, {Value::ofInt32(1)});
+  auto get = reinterpret_cast<void (*)(void*, int32_t, void*)>(
+      entry<void* (*)(void*)>(rt(), "RuntimeArrayDirectGetGetProc")(array.object.get()));
+  auto insert = reinterpret_cast<void (*)(void*, int32_t, int32_t)>(
+      entry<void* (*)(void*)>(rt(), "RuntimeArrayDirectGetInsertProc")(array.object.get()));
+  int32_t value = 42;
+  get(array.object.get(), 5, &value);
+  EXPECT_EQ(value, 0);
+  EXPECT_TRUE(rt().exceptionPending());
+  EXPECT_THROW(rt().call(rt().newInstance("TestBase"), "Add", {integer(1)}), host::HostException);
+  insert(array.object.get(), 2, 9);  // one past the end is out of bounds too
+  EXPECT_TRUE(rt().exceptionPending());
+  EXPECT_THROW(rt().call(rt().newInstance("TestBase"), "Add", {integer(1)}), host::HostException);
+  insert(array.object.get(), 1, 9);  // appending is fine
+  get(array.object.get(), 1, &value);
+  EXPECT_EQ(value, 9);
+  EXPECT_EQ(entry<intptr_t (*)(void*)>(rt(), "RuntimeUBound")(array.object.get()), 1);
+}
+
+TEST(HostStandardPlugins, LoadTheImagePluginFromTheLibraryFolder) {
+  namespace fs = std::filesystem;
+  fs::path dir = fs::temp_directory_path() / ("qvr-host-" + std::to_string(::getpid()));
+  fs::create_directories(dir);
+  fs::create_symlink(QVR_HOST_TEST_PLUGIN, dir / "libNSImageQVR.so");
+  ::setenv("QVR_LIB_DIR", dir.c_str(), 1);
+  {
+    host::Options options;
+    options.siblings = true;  // no sibling library in the folder: loading fails before the image plugin
+    host::Runtime runtime(options);
+    EXPECT_THROW(runtime.loadStandardPlugins(), std::runtime_error);
+    EXPECT_EQ(runtime.findClass("TestBase"), nullptr);
+  }
+  {
+    host::Options options;
+    options.siblings = false;
+    host::Runtime runtime(options);
+    runtime.loadStandardPlugins();
+    EXPECT_NE(runtime.findClass("TestBase"), nullptr);
+    EXPECT_EQ(runtime.registeredPluginVersion(), 12);
+  }
+  fs::remove_all(dir);
+}
