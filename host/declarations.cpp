@@ -155,4 +155,22 @@ Declaration Declaration::parse(std::string_view text) {
   return d;
 }
 
+std::string squeezed(std::string_view text) {
+  std::string out;
+  for (char c : text)
+    if (!isSpace(c)) out += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return out;
+}
+
+bool sameSignature(const Declaration& a, const Declaration& b, bool compareResult) {
+  if (!equalsIgnoringCase(a.name, b.name) || a.parameters.size() != b.parameters.size()) return false;
+  for (size_t i = 0; i < a.parameters.size(); ++i) {
+    const Parameter& p = a.parameters[i];
+    const Parameter& q = b.parameters[i];
+    if (!equalsIgnoringCase(p.type, q.type) || p.isArray != q.isArray || p.assigns != q.assigns) return false;
+  }
+  if (!compareResult) return true;
+  return equalsIgnoringCase(a.returnType, b.returnType) && a.returnsArray == b.returnsArray;
+}
+
 }  // namespace host

@@ -4,7 +4,6 @@
 // implements get a libffi closure. Also the host's global functions (LenB, Len).
 #include "closures.h"
 
-#include <cctype>
 #include <cstdio>
 #include <cstring>
 
@@ -59,22 +58,6 @@ void runClosure(ffi_cif*, void* ret, void** args, void* user) {
   writeResult(c->result, result, ret);
 }
 
-std::string squeezed(std::string_view text) {
-  std::string out;
-  for (char c : text)
-    if (!std::isspace(static_cast<unsigned char>(c))) out += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return out;
-}
-
-bool sameTypes(const Declaration& a, const Declaration& b) {
-  if (!equalsIgnoringCase(a.name, b.name) || a.parameters.size() != b.parameters.size()) return false;
-  for (size_t i = 0; i < a.parameters.size(); ++i)
-    if (!equalsIgnoringCase(a.parameters[i].type, b.parameters[i].type) || a.parameters[i].isArray != b.parameters[i].isArray ||
-        a.parameters[i].assigns != b.parameters[i].assigns)
-      return false;
-  return equalsIgnoringCase(a.returnType, b.returnType) && a.returnsArray == b.returnsArray;
-}
-
 // The getter form "Name(args) as T" of the setter form "Name(args, assigns v as T)".
 bool isSetterOf(const Declaration& setter, const Declaration& getter) {
   if (setter.parameters.empty() || !setter.parameters.back().assigns) return false;
@@ -82,12 +65,12 @@ bool isSetterOf(const Declaration& setter, const Declaration& getter) {
   g.returnType = g.parameters.back().type;
   g.returnsArray = g.parameters.back().isArray;
   g.parameters.pop_back();
-  return sameTypes(g, getter);
+  return sameSignature(g, getter, true);
 }
 
 bool matches(const std::string& registered, const Declaration& declaration, const std::string& wanted,
              const Declaration& wantedDeclaration) {
-  return squeezed(registered) == squeezed(wanted) || sameTypes(declaration, wantedDeclaration);
+  return squeezed(registered) == squeezed(wanted) || sameSignature(declaration, wantedDeclaration, true);
 }
 
 }  // namespace

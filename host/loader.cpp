@@ -31,12 +31,13 @@ std::string canonicalPath(const std::string& path) {
   return path;
 }
 
-void setSystemVersion(const Options& options) {
+}  // namespace
+
+// The platform's Gestalt answers the system version it finds in the environment.
+void publishSystemVersion(const Options& options) {
   std::string version = std::to_string(options.systemMajor) + "." + std::to_string(options.systemMinor);
   ::setenv("QVR_SYSTEM_VERSION", version.c_str(), 1);
 }
-
-}  // namespace
 
 std::string Runtime::libraryDirectory() {
   const char* dir = std::getenv("QVR_LIB_DIR");
@@ -48,7 +49,7 @@ void Runtime::loadPlugin(const std::string& path) {
   const std::string canonical = canonicalPath(path);
   if (loadedLibraries().count(canonical))
     throw std::logic_error("plugin " + path + " is already loaded in this process; a plugin's main function runs once");
-  setSystemVersion(impl_->options);
+  publishSystemVersion(impl_->options);
   void* library = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (!library) {
     const char* why = ::dlerror();

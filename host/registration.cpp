@@ -165,16 +165,14 @@ void Runtime::Impl::registerClassRecord(uintptr_t* record) {
     }
   }
   // Marker properties must lie inside the class's own data.
-  for (auto* list : {&cls->properties}) {
-    for (PropertyInfo& p : *list) {
-      bool marker = p.getter == reinterpret_cast<void*>(intptr_t(-1)) || p.setter == reinterpret_cast<void*>(intptr_t(-1));
-      if (!marker) continue;
-      size_t size = fieldSize(hostType(p.type));
-      if (p.param < 0 || size_t(p.param) + size > cls->dataSize) {
-        warn(cls->name, "property " + p.name + " lies outside the instance data; it reads and writes nothing");
-        if (p.getter == reinterpret_cast<void*>(intptr_t(-1))) p.getter = nullptr;
-        if (p.setter == reinterpret_cast<void*>(intptr_t(-1))) p.setter = nullptr;
-      }
+  void* const marker = reinterpret_cast<void*>(intptr_t(-1));
+  for (PropertyInfo& p : cls->properties) {
+    if (p.getter != marker && p.setter != marker) continue;
+    size_t size = fieldSize(hostType(p.type));
+    if (p.param < 0 || size_t(p.param) + size > cls->dataSize) {
+      warn(cls->name, "property " + p.name + " lies outside the instance data; it reads and writes nothing");
+      if (p.getter == marker) p.getter = nullptr;
+      if (p.setter == marker) p.setter = nullptr;
     }
   }
   record[4] = cls->dataOffset;

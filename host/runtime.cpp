@@ -216,6 +216,7 @@ Runtime::Runtime(Options options) {
   impl_ = std::make_unique<Impl>(*this, std::move(options));
   impl_->closures = std::make_unique<ClosurePool>();
   gCurrent = this;
+  publishSystemVersion(impl_->options);
   installExceptionClasses(*impl_);
   installMemoryBlockClass(*impl_);
   installArrayClasses(*impl_);

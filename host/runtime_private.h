@@ -116,6 +116,11 @@ struct Runtime::Impl {
   MemoryBlockData* memoryBlockData(ObjectHeader* block) const;  // null for non-blocks
 };
 
+// Declarations compared as the host compares them: without case, and either by text
+// without spacing or by name, parameter types (and, when asked, result type).
+std::string squeezed(std::string_view declarationText);
+bool sameSignature(const Declaration& a, const Declaration& b, bool compareResult);
+
 // Lower-case ASCII copy, for names the host language compares without case.
 std::string lowerCase(std::string_view text);
 bool equalsIgnoringCase(std::string_view a, std::string_view b);
@@ -137,6 +142,9 @@ void addArrayEntryPoints(std::vector<EntryPoint>& table);
 void addMemoryBlockEntryPoints(std::vector<EntryPoint>& table);
 void addPropertyEntryPoints(std::vector<EntryPoint>& table);
 void addLoadedMethodEntryPoints(std::vector<EntryPoint>& table);
+
+// Sets QVR_SYSTEM_VERSION ("10.6") for the platform layer.
+void publishSystemVersion(const Options& options);
 
 // The resolver handed to REALPluginMain.
 extern "C" void* hostResolveEntryPoint(const char* name);
