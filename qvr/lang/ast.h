@@ -1,0 +1,146 @@
+// The syntax tree of a program: expressions, statements, and the Sub and Function
+// definitions, each node with the position of its first token for error messages.
+#pragma once
+
+#include "errors.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace qvrlang {
+
+struct Expr;
+struct Stmt;
+using ExprPtr = std::unique_ptr<Expr>;
+using StmtPtr = std::unique_ptr<Stmt>;
+using Block = std::vector<StmtPtr>;
+
+// A type as written: "Integer", "NSImageQVR", "String()" (isArray).
+struct TypeName {
+  std::string name;
+  bool isArray = false;
+  Position where;
+  bool empty() const { return name.empty(); }
+  std::string describe() const { return isArray ? name + "()" : name; }
+};
+
+enum class Op {
+  Add, Subtract, Multiply, Divide, IntegerDivide, Modulo, Power,
+  Equal, NotEqual, Less, LessEqual, Greater, GreaterEqual,
+  And, Or, Xor, Not, Negate, Is,
+};
+
+struct Expr {
+  enum class Kind { Integer, Double, String, Color, Boolean, Nil, Name, Member, Call, New, ArrayLiteral, Unary, Binary, IsA, IfExpression };
+  Kind kind;
+  Position where;
+  int64_t integer = 0;       // Integer, Color, Boolean (0 or 1)
+  double real = 0;           // Double
+  std::string text;          // String contents; Name, Member and New: the name; IsA: the class
+  Op op = Op::Add;           // Unary, Binary
+  ExprPtr left, right;       // Member/Call: left is the object or callee; Unary: left
+  std::vector<ExprPtr> args; // Call, New, ArrayLiteral; IfExpression: condition, then, else
+  bool parentheses = false;  // Call: written with parentheses
+
+  Expr(Kind k, Position p) : kind(k), where(p) {}
+};
+
+struct DimItem {
+  std::string name;
+  Position where;
+  TypeName type;
+  ExprPtr size;         // Dim a(5) As T: the upper bound
+  bool sized = false;
+  ExprPtr initializer;  // = value
+  bool isNew = false;   // As New ClassName(args)
+  std::vector<ExprPtr> newArgs;
+};
+
+struct CaseClause {
+  enum class Kind { Value, Range, Is };
+  Kind kind = Kind::Value;
+  Op op = Op::Equal;    // Is
+  ExprPtr first, last;  // Range: first To last
+};
+
+struct CaseBlock {
+  std::vector<CaseClause> clauses;  // empty: Case Else
+  bool isElse = false;
+  Block body;
+  Position where;
+};
+
+struct CatchBlock {
+  std::string variable;  // may be empty
+  std::string className; // empty: catches every exception
+  Block body;
+  Position where;
+};
+
+enum class LoopKind { None, For, While, Do, Sub, Function, Select };
+
+struct Stmt {
+  enum class Kind { Dim, Const, Assign, Call, If, For, ForEach, While, Do, Exit, Continue, Select, Try, Raise, Return, Redim };
+  Kind kind;
+  Position where;
+
+  // Dim
+  std::vector<DimItem> items;
+  // Const: items[0] with its initializer. Assign: target, op (Add for +=, ...), value
+  ExprPtr target, value;
+  bool compound = false;
+  Op op = Op::Add;
+  // Call: value. If: conditions[i] guards blocks[i]; elseBlock
+  std::vector<ExprPtr> conditions;
+  std::vector<Block> blocks;
+  Block elseBlock;
+  bool hasElse = false;
+  // For: name, declared type, from (value), to (target), step; ForEach: name, type, value
+  std::string name;
+  TypeName type;
+  ExprPtr step;
+  bool downTo = false;
+  Block body;
+  // Do: condition before (pre) or after (post) the body; until: loop while it is false
+  ExprPtr preCondition, postCondition;
+  bool preUntil = false, postUntil = false;
+  // Exit, Continue
+  LoopKind loop = LoopKind::None;
+  // Select
+  std::vector<CaseBlock> cases;
+  // Try
+  std::vector<CatchBlock> catches;
+  Block finallyBlock;
+  bool hasFinally = false;
+
+  Stmt(Kind k, Position p) : kind(k), where(p) {}
+};
+
+struct Parameter {
+  std::string name;
+  TypeName type;
+  bool byRef = false;
+  bool optional = false;
+  ExprPtr defaultValue;
+  Position where;
+};
+
+struct Function {
+  std::string name;
+  bool isFunction = false;  // Function (with a result) or Sub
+  std::vector<Parameter> parameters;
+  TypeName returnType;
+  Block body;
+  Position where;
+};
+
+struct Program {
+  std::string file;
+  Block main;
+  std::multimap<std::string, std::unique_ptr<Function>> functions;  // by lower-case name; overloads allowed
+};
+
+}  // namespace qvrlang

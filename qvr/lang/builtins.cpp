@@ -1,0 +1,535 @@
+// Built-in functions (Print, Str, Val, Len, Format, Chr, Asc, the string functions and
+// the arithmetic ones) and the members the language gives strings, numbers and colours
+// ("s.Length", "n.ToString", "c.Red"). Strings count characters of UTF-8 text; searches
+// and comparisons ignore case, as the language's own functions do.
+#include "interpreter.h"
+
+#include "lexer.h"
+#include "text.h"
+
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <map>
+
+namespace qvrlang {
+
+namespace {
+
+using Args = std::vector<Value>;
+using Clock = std::chrono::steady_clock;
+const Clock::time_point kStart = Clock::now();
+
+std::string lowerText(const std::string& s) { return lowered(s); }
+
+// Byte offset of find in text at or after from, ignoring ASCII case; npos if absent.
+size_t findIgnoringCase(const std::string& text, const std::string& find, size_t from) {
+  if (find.empty()) return std::string::npos;
+  return lowerText(text).find(lowerText(find), from);
+}
+
+// Character index of a byte offset in UTF-8 text.
+int64_t characterIndex(const std::string& text, size_t byte) {
+  int64_t n = 0;
+  for (size_t i = 0; i < byte && i < text.size(); ++i)
+    if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) ++n;
+  return n;
+}
+
+// Byte offset of a character index (clamped to the end).
+size_t byteOffset(const std::string& text, int64_t character) {
+  if (character <= 0) return 0;
+  int64_t n = 0;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) {
+      if (n == character) return i;
+      ++n;
+    }
+  }
+  return text.size();
+}
+
+std::string substring(const std::string& text, int64_t start, int64_t length) {
+  if (length < 0) return text.substr(byteOffset(text, start));
+  size_t from = byteOffset(text, start);
+  size_t to = byteOffset(text, start + length);
+  return text.substr(from, to > from ? to - from : 0);
+}
+
+std::string replaceText(const std::string& text, const std::string& find, const std::string& with, bool all) {
+  if (find.empty()) return text;
+  std::string out;
+  size_t from = 0;
+  for (;;) {
+    size_t at = findIgnoringCase(text, find, from);
+    if (at == std::string::npos) break;
+    out += text.substr(from, at - from) + with;
+    from = at + find.size();
+    if (!all) break;
+  }
+  return out + text.substr(from);
+}
+
+std::string trimText(const std::string& text, bool left, bool right) {
+  size_t a = 0, b = text.size();
+  auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\v' || c == '\f'; };
+  if (left)
+    while (a < b && blank(text[a])) ++a;
+  if (right)
+    while (b > a && blank(text[b - 1])) --b;
+  return text.substr(a, b - a);
+}
+
+std::string titleCase(const std::string& text) {
+  std::string out = text;
+  bool start = true;
+  for (char& c : out) {
+    unsigned char u = static_cast<unsigned char>(c);
+    if (std::isalpha(u)) {
+      c = static_cast<char>(start ? std::toupper(u) : std::tolower(u));
+      start = false;
+    } else {
+      start = !std::isdigit(u) && c != '\'';
+    }
+  }
+  return out;
+}
+
+std::string upperText(const std::string& s) {
+  std::string out = s;
+  for (char& c : out) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return out;
+}
+
+std::string encodeCodePoint(uint32_t cp) {
+  std::string out;
+  if (cp < 0x80) {
+    out += static_cast<char>(cp);
+  } else if (cp < 0x800) {
+    out += static_cast<char>(0xC0 | (cp >> 6));
+    out += static_cast<char>(0x80 | (cp & 0x3F));
+  } else if (cp < 0x10000) {
+    out += static_cast<char>(0xE0 | (cp >> 12));
+    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+    out += static_cast<char>(0x80 | (cp & 0x3F));
+  } else {
+    out += static_cast<char>(0xF0 | (cp >> 18));
+    out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+    out += static_cast<char>(0x80 | (cp & 0x3F));
+  }
+  return out;
+}
+
+uint32_t firstCodePoint(const std::string& s) {
+  if (s.empty()) return 0;
+  unsigned char c = static_cast<unsigned char>(s[0]);
+  auto cont = [&](size_t i) { return i < s.size() ? static_cast<unsigned char>(s[i]) & 0x3F : 0; };
+  if (c < 0x80) return c;
+  if ((c >> 5) == 6) return ((c & 0x1F) << 6) | cont(1);
+  if ((c >> 4) == 14) return ((c & 0x0F) << 12) | (cont(1) << 6) | cont(2);
+  if ((c >> 3) == 30) return ((c & 0x07) << 18) | (cont(1) << 12) | (cont(2) << 6) | cont(3);
+  return c;
+}
+
+// Val: the number at the start of the text (after blanks); &h, &o, &b prefixes; 0 when none.
+double valueOf(const std::string& s) {
+  size_t i = 0;
+  while (i < s.size() && (s[i] == ' ' || s[i] == '\t')) ++i;
+  if (i + 1 < s.size() && s[i] == '&') {
+    char k = static_cast<char>(std::tolower(static_cast<unsigned char>(s[i + 1])));
+    int base = k == 'h' ? 16 : k == 'o' ? 8 : k == 'b' ? 2 : 0;
+    if (base) return static_cast<double>(std::strtoull(s.c_str() + i + 2, nullptr, base));
+  }
+  return std::strtod(s.c_str() + i, nullptr);
+}
+
+std::vector<std::string> splitText(const std::string& text, const std::string& separator) {
+  std::vector<std::string> out;
+  if (text.empty()) return out;
+  if (separator.empty()) {
+    for (const std::string& c : characters(text)) out.push_back(c);
+    return out;
+  }
+  size_t from = 0;
+  for (;;) {
+    size_t at = findIgnoringCase(text, separator, from);
+    if (at == std::string::npos) break;
+    out.push_back(text.substr(from, at - from));
+    from = at + separator.size();
+  }
+  out.push_back(text.substr(from));
+  return out;
+}
+
+std::string hexText(uint64_t v, int base) {
+  if (v == 0) return "0";
+  std::string out;
+  while (v) {
+    int d = static_cast<int>(v % static_cast<uint64_t>(base));
+    out.insert(out.begin(), static_cast<char>(d < 10 ? '0' + d : 'A' + d - 10));
+    v /= static_cast<uint64_t>(base);
+  }
+  return out;
+}
+
+}  // namespace
+
+std::string Interpreter::stringArgument(const Args& args, size_t i, const char* function, Position where) {
+  const Value& v = args.at(i);
+  if (v.isString()) return text(v);
+  if (v.variant && !v.isArray()) return variantText(rt_, v);
+  fail(where, std::string(function) + " expects a String for argument " + std::to_string(i + 1) + " but got " +
+                  typeNameOf(v) + (v.isNumber() ? "; convert it with Str" : ""));
+}
+
+double Interpreter::numberArgument(const Args& args, size_t i, const char* function, Position where) {
+  const Value& v = args.at(i);
+  if (v.isNumber()) return v.real();
+  if (v.variant && v.isString()) return valueOf(text(v));
+  fail(where, std::string(function) + " expects a number for argument " + std::to_string(i + 1) + " but got " +
+                  typeNameOf(v) + (v.isString() ? "; convert it with Val" : ""));
+}
+
+int64_t Interpreter::integerArgument(const Args& args, size_t i, const char* function, Position where) {
+  const Value& v = args.at(i);
+  if (v.isNumber()) return v.integer();
+  if (v.variant && v.isString()) return static_cast<int64_t>(valueOf(text(v)));
+  fail(where, std::string(function) + " expects an Integer for argument " + std::to_string(i + 1) + " but got " + typeNameOf(v));
+}
+
+namespace {
+
+struct Builtin {
+  size_t minArgs, maxArgs;
+  std::function<Value(Interpreter&, Args&, Position)> run;
+};
+
+Value integerOrDouble(double d, bool integer) {
+  return integer ? Value(host::Value::ofInteger(static_cast<int64_t>(d))) : Value(host::Value::ofDouble(d));
+}
+
+const std::map<std::string, Builtin>& builtins() {
+  static const std::map<std::string, Builtin> table = [] {
+    std::map<std::string, Builtin> t;
+    using I = Interpreter;
+    t["print"] = {0, 1, [](I& in, Args& a, Position w) {
+                    in.out() << (a.empty() ? std::string() : in.stringArgument(a, 0, "Print", w)) << '\n';
+                    return Value();
+                  }};
+    t["str"] = {1, 2, [](I& in, Args& a, Position w) {
+                  if (a[0].isString()) return a[0];
+                  if (a.size() == 2) return in.string(formatNumber(in.numberArgument(a, 0, "Str", w), in.stringArgument(a, 1, "Str", w)));
+                  if (!a[0].isNumber() && !a[0].isBoolean() && !a[0].isColor())
+                    fail(w, "Str expects a number but got " + typeNameOf(a[0]));
+                  return in.string(variantText(in.runtime(), a[0]));
+                }};
+    t["cstr"] = {1, 1, [](I& in, Args& a, Position w) {
+                   if (a[0].isObject() || a[0].isArray()) fail(w, "CStr cannot convert a " + typeNameOf(a[0]));
+                   return in.string(variantText(in.runtime(), a[0]));
+                 }};
+    t["val"] = {1, 1, [](I& in, Args& a, Position w) {
+                  return Value(host::Value::ofDouble(valueOf(in.stringArgument(a, 0, "Val", w))));
+                }};
+    t["cdbl"] = {1, 1, [](I& in, Args& a, Position w) {
+                   if (a[0].isNumber()) return Value(host::Value::ofDouble(a[0].real()));
+                   return Value(host::Value::ofDouble(valueOf(in.stringArgument(a, 0, "CDbl", w))));
+                 }};
+    t["len"] = {1, 1, [](I& in, Args& a, Position w) {
+                  return Value(host::Value::ofInteger(int64_t(characters(in.stringArgument(a, 0, "Len", w)).size())));
+                }};
+    t["lenb"] = {1, 1, [](I& in, Args& a, Position w) {
+                   return Value(host::Value::ofInteger(int64_t(in.stringArgument(a, 0, "LenB", w).size())));
+                 }};
+    t["format"] = {2, 2, [](I& in, Args& a, Position w) {
+                     return in.string(formatNumber(in.numberArgument(a, 0, "Format", w), in.stringArgument(a, 1, "Format", w)));
+                   }};
+    t["chr"] = {1, 1, [](I& in, Args& a, Position w) {
+                  int64_t cp = in.integerArgument(a, 0, "Chr", w);
+                  if (cp < 0 || cp > 0x10FFFF) in.raise("OutOfBoundsException", "Chr of " + std::to_string(cp), w);
+                  return in.string(encodeCodePoint(static_cast<uint32_t>(cp)));
+                }};
+    t["asc"] = {1, 1, [](I& in, Args& a, Position w) {
+                  return Value(host::Value::ofInteger(firstCodePoint(in.stringArgument(a, 0, "Asc", w))));
+                }};
+    t["left"] = {2, 2, [](I& in, Args& a, Position w) {
+                   std::string s = in.stringArgument(a, 0, "Left", w);
+                   return in.string(substring(s, 0, std::max<int64_t>(0, in.integerArgument(a, 1, "Left", w))));
+                 }};
+    t["right"] = {2, 2, [](I& in, Args& a, Position w) {
+                    std::string s = in.stringArgument(a, 0, "Right", w);
+                    int64_t n = std::max<int64_t>(0, in.integerArgument(a, 1, "Right", w));
+                    int64_t length = int64_t(characters(s).size());
+                    return in.string(substring(s, std::max<int64_t>(0, length - n), -1));
+                  }};
+    t["mid"] = {2, 3, [](I& in, Args& a, Position w) {
+                  std::string s = in.stringArgument(a, 0, "Mid", w);
+                  int64_t start = std::max<int64_t>(1, in.integerArgument(a, 1, "Mid", w));
+                  int64_t length = a.size() == 3 ? std::max<int64_t>(0, in.integerArgument(a, 2, "Mid", w)) : -1;
+                  return in.string(substring(s, start - 1, length));
+                }};
+    t["instr"] = {2, 3, [](I& in, Args& a, Position w) {
+                    size_t k = a.size() == 3 ? 1 : 0;
+                    int64_t start = k ? std::max<int64_t>(1, in.integerArgument(a, 0, "InStr", w)) : 1;
+                    std::string s = in.stringArgument(a, k, "InStr", w), find = in.stringArgument(a, k + 1, "InStr", w);
+                    size_t at = findIgnoringCase(s, find, byteOffset(s, start - 1));
+                    return Value(host::Value::ofInteger(at == std::string::npos ? 0 : characterIndex(s, at) + 1));
+                  }};
+    t["trim"] = {1, 1, [](I& in, Args& a, Position w) { return in.string(trimText(in.stringArgument(a, 0, "Trim", w), true, true)); }};
+    t["ltrim"] = {1, 1, [](I& in, Args& a, Position w) { return in.string(trimText(in.stringArgument(a, 0, "LTrim", w), true, false)); }};
+    t["rtrim"] = {1, 1, [](I& in, Args& a, Position w) { return in.string(trimText(in.stringArgument(a, 0, "RTrim", w), false, true)); }};
+    t["uppercase"] = {1, 1, [](I& in, Args& a, Position w) { return in.string(upperText(in.stringArgument(a, 0, "Uppercase", w))); }};
+    t["lowercase"] = {1, 1, [](I& in, Args& a, Position w) { return in.string(lowered(in.stringArgument(a, 0, "Lowercase", w))); }};
+    t["titlecase"] = {1, 1, [](I& in, Args& a, Position w) { return in.string(titleCase(in.stringArgument(a, 0, "Titlecase", w))); }};
+    t["replace"] = {3, 3, [](I& in, Args& a, Position w) {
+                      return in.string(replaceText(in.stringArgument(a, 0, "Replace", w), in.stringArgument(a, 1, "Replace", w),
+                                                   in.stringArgument(a, 2, "Replace", w), false));
+                    }};
+    t["replaceall"] = {3, 3, [](I& in, Args& a, Position w) {
+                         return in.string(replaceText(in.stringArgument(a, 0, "ReplaceAll", w), in.stringArgument(a, 1, "ReplaceAll", w),
+                                                      in.stringArgument(a, 2, "ReplaceAll", w), true));
+                       }};
+    t["strcomp"] = {2, 3, [](I& in, Args& a, Position w) {
+                      std::string x = in.stringArgument(a, 0, "StrComp", w), y = in.stringArgument(a, 1, "StrComp", w);
+                      int c = a.size() == 3 && in.integerArgument(a, 2, "StrComp", w) == 0 ? x.compare(y) : compareText(x, y);
+                      return Value(host::Value::ofInteger(c < 0 ? -1 : c > 0 ? 1 : 0));
+                    }};
+    t["split"] = {1, 2, [](I& in, Args& a, Position w) {
+                    std::string s = in.stringArgument(a, 0, "Split", w);
+                    std::string sep = a.size() == 2 ? in.stringArgument(a, 1, "Split", w) : " ";
+                    std::vector<Value> items;
+                    for (const std::string& part : splitText(s, sep)) items.push_back(in.string(part));
+                    return makeArray(resolveType(in.runtime(), "String", false, w), std::move(items));
+                  }};
+    t["join"] = {1, 2, [](I& in, Args& a, Position w) {
+                   if (!a[0].isArray() || a[0].array->elementType.kind != Type::Kind::String)
+                     fail(w, "Join expects a String array but got " + typeNameOf(a[0]));
+                   std::string sep = a.size() == 2 ? in.stringArgument(a, 1, "Join", w) : " ";
+                   std::string out;
+                   for (size_t i = 0; i < a[0].array->items.size(); ++i) out += (i ? sep : "") + in.text(a[0].array->items[i]);
+                   return in.string(out);
+                 }};
+    t["countfields"] = {2, 2, [](I& in, Args& a, Position w) {
+                          std::string s = in.stringArgument(a, 0, "CountFields", w);
+                          return Value(host::Value::ofInteger(s.empty() ? 0 : int64_t(splitText(s, in.stringArgument(a, 1, "CountFields", w)).size())));
+                        }};
+    t["nthfield"] = {3, 3, [](I& in, Args& a, Position w) {
+                       auto parts = splitText(in.stringArgument(a, 0, "NthField", w), in.stringArgument(a, 1, "NthField", w));
+                       int64_t n = in.integerArgument(a, 2, "NthField", w);
+                       return in.string(n >= 1 && n <= int64_t(parts.size()) ? parts[size_t(n - 1)] : std::string());
+                     }};
+    t["hex"] = {1, 1, [](I& in, Args& a, Position w) { return in.string(hexText(static_cast<uint64_t>(in.integerArgument(a, 0, "Hex", w)), 16)); }};
+    t["oct"] = {1, 1, [](I& in, Args& a, Position w) { return in.string(hexText(static_cast<uint64_t>(in.integerArgument(a, 0, "Oct", w)), 8)); }};
+    t["bin"] = {1, 1, [](I& in, Args& a, Position w) { return in.string(hexText(static_cast<uint64_t>(in.integerArgument(a, 0, "Bin", w)), 2)); }};
+    t["abs"] = {1, 1, [](I& in, Args& a, Position w) {
+                  if (a[0].isInteger()) return Value(host::Value::ofInteger(a[0].integer() < 0 ? -a[0].integer() : a[0].integer()));
+                  return Value(host::Value::ofDouble(std::fabs(in.numberArgument(a, 0, "Abs", w))));
+                }};
+    auto math = [](const char* name, double (*f)(double)) {
+      return Builtin{1, 1, [name, f](I& in, Args& a, Position w) { return Value(host::Value::ofDouble(f(in.numberArgument(a, 0, name, w)))); }};
+    };
+    t["round"] = math("Round", [](double x) { return std::round(x); });
+    t["floor"] = math("Floor", [](double x) { return std::floor(x); });
+    t["ceil"] = math("Ceil", [](double x) { return std::ceil(x); });
+    t["ceiling"] = math("Ceiling", [](double x) { return std::ceil(x); });
+    t["sqrt"] = math("Sqrt", [](double x) { return std::sqrt(x); });
+    t["sin"] = math("Sin", [](double x) { return std::sin(x); });
+    t["cos"] = math("Cos", [](double x) { return std::cos(x); });
+    t["tan"] = math("Tan", [](double x) { return std::tan(x); });
+    t["atan"] = math("ATan", [](double x) { return std::atan(x); });
+    t["exp"] = math("Exp", [](double x) { return std::exp(x); });
+    t["log"] = math("Log", [](double x) { return std::log(x); });
+    t["atan2"] = {2, 2, [](I& in, Args& a, Position w) {
+                    return Value(host::Value::ofDouble(std::atan2(in.numberArgument(a, 0, "ATan2", w), in.numberArgument(a, 1, "ATan2", w))));
+                  }};
+    t["pow"] = {2, 2, [](I& in, Args& a, Position w) {
+                  return Value(host::Value::ofDouble(std::pow(in.numberArgument(a, 0, "Pow", w), in.numberArgument(a, 1, "Pow", w))));
+                }};
+    auto extreme = [](const char* name, bool wantMax) {
+      return Builtin{2, 64, [name, wantMax](I& in, Args& a, Position w) {
+                       bool allIntegers = true;
+                       double best = in.numberArgument(a, 0, name, w);
+                       int64_t bestInteger = a[0].integer();
+                       for (size_t i = 0; i < a.size(); ++i) {
+                         double x = in.numberArgument(a, i, name, w);
+                         if (!a[i].isInteger()) allIntegers = false;
+                         if (wantMax ? x > best : x < best) best = x;
+                         if (a[i].isInteger() && (wantMax ? a[i].integer() > bestInteger : a[i].integer() < bestInteger))
+                           bestInteger = a[i].integer();
+                       }
+                       return allIntegers ? Value(host::Value::ofInteger(bestInteger)) : integerOrDouble(best, false);
+                     }};
+    };
+    t["max"] = extreme("Max", true);
+    t["min"] = extreme("Min", false);
+    t["rgb"] = {3, 4, [](I& in, Args& a, Position w) {
+                  auto channel = [&](size_t i) { return static_cast<uint32_t>(std::clamp<int64_t>(in.integerArgument(a, i, "RGB", w), 0, 255)); };
+                  uint32_t alpha = a.size() == 4 ? channel(3) : 0;
+                  return Value(host::Value::ofColor((alpha << 24) | (channel(0) << 16) | (channel(1) << 8) | channel(2)));
+                }};
+    t["ubound"] = {1, 1, [](I&, Args& a, Position w) {
+                     if (!a[0].isArray()) fail(w, "UBound expects an array but got " + typeNameOf(a[0]));
+                     return Value(host::Value::ofInteger(int64_t(a[0].array->items.size()) - 1));
+                   }};
+    t["ticks"] = {0, 0, [](I&, Args&, Position) {
+                    auto us = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - kStart).count();
+                    return Value(host::Value::ofInteger(us * 60 / 1000000));
+                  }};
+    t["microseconds"] = {0, 0, [](I&, Args&, Position) {
+                           auto us = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - kStart).count();
+                           return Value(host::Value::ofDouble(static_cast<double>(us)));
+                         }};
+    t["isnumeric"] = {1, 1, [](I& in, Args& a, Position) {
+                        if (a[0].isNumber()) return Value(host::Value::ofBoolean(true));
+                        if (!a[0].isString()) return Value(host::Value::ofBoolean(false));
+                        std::string s = trimText(in.text(a[0]), true, true);
+                        char* end = nullptr;
+                        std::strtod(s.c_str(), &end);
+                        return Value(host::Value::ofBoolean(!s.empty() && end && *end == '\0'));
+                      }};
+    t["array"] = {1, 1000, [](I& in, Args& a, Position w) {
+                    // The element type comes from the values: Integers, Doubles (when any is one),
+                    // Strings, Booleans, Colours, or objects of the first value's class.
+                    Type type;
+                    const Value& first = a[0];
+                    bool anyReal = false, allNumbers = true;
+                    for (const Value& v : a) {
+                      if (v.isReal()) anyReal = true;
+                      if (!v.isNumber()) allNumbers = false;
+                    }
+                    if (allNumbers) type = resolveType(in.runtime(), anyReal ? "Double" : "Integer", false, w);
+                    else if (first.isString()) type = resolveType(in.runtime(), "String", false, w);
+                    else if (first.isBoolean()) type = resolveType(in.runtime(), "Boolean", false, w);
+                    else if (first.isColor()) type = resolveType(in.runtime(), "Color", false, w);
+                    else if (first.isObject()) {
+                      type = resolveType(in.runtime(), in.runtime().classOf(first.v)->name, false, w);
+                      for (const Value& v : a)
+                        if (v.isObject() && !in.runtime().classOf(v.v)->isA(type.cls)) {
+                          type = resolveType(in.runtime(), "Object", false, w);
+                          break;
+                        }
+                    } else fail(w, "Array cannot hold a " + typeNameOf(first));
+                    std::vector<Value> items;
+                    for (const Value& v : a) items.push_back(convertTo(in.runtime(), type, v, w, "an element of Array(...)"));
+                    return makeArray(type, std::move(items));
+                  }};
+    return t;
+  }();
+  return table;
+}
+
+}  // namespace
+
+bool Interpreter::isBuiltin(const std::string& name) const { return builtins().count(lowered(name)) != 0; }
+
+bool Interpreter::builtin(const std::string& name, Args& args, const std::vector<ExprPtr>& argExprs, Position where, Value& out) {
+  auto it = builtins().find(lowered(name));
+  if (it == builtins().end()) return false;
+  if (args.size() != argExprs.size()) args = arguments(argExprs);
+  const Builtin& b = it->second;
+  if (args.size() < b.minArgs || args.size() > b.maxArgs) {
+    std::string count = b.minArgs == b.maxArgs ? std::to_string(b.minArgs)
+                                               : std::to_string(b.minArgs) + " to " + std::to_string(b.maxArgs);
+    fail(where, name + " takes " + count + " argument(s) but was given " + std::to_string(args.size()));
+  }
+  for (const Value& a : args)
+    if (a.isArray() && lowered(name) != "ubound" && lowered(name) != "join")
+      fail(where, name + " does not take an array");
+  out = b.run(*this, args, where);
+  return true;
+}
+
+bool Interpreter::valueMember(const Value& value, const std::string& name, Args& args, Position where, Value& out) {
+  const std::string n = lowered(name);
+  auto noArgs = [&] {
+    if (!args.empty()) fail(where, name + " takes no arguments");
+  };
+  if (value.isString()) {
+    const std::string s = text(value);
+    Args withSelf;
+    withSelf.push_back(value);
+    for (Value& a : args) withSelf.push_back(a);
+    auto viaBuiltin = [&](const char* builtinName) {
+      std::vector<ExprPtr> none;
+      Args copy = withSelf;
+      auto it = builtins().find(builtinName);
+      if (copy.size() < it->second.minArgs || copy.size() > it->second.maxArgs)
+        fail(where, name + " takes " + std::to_string(it->second.minArgs - 1) + " argument(s)");
+      out = it->second.run(*this, copy, where);
+      return true;
+    };
+    if (n == "length") { noArgs(); out = host::Value::ofInteger(int64_t(characters(s).size())); return true; }
+    if (n == "bytes") { noArgs(); out = host::Value::ofInteger(int64_t(s.size())); return true; }
+    if (n == "uppercase") return viaBuiltin("uppercase");
+    if (n == "lowercase") return viaBuiltin("lowercase");
+    if (n == "titlecase") return viaBuiltin("titlecase");
+    if (n == "trim") return viaBuiltin("trim");
+    if (n == "trimleft") return viaBuiltin("ltrim");
+    if (n == "trimright") return viaBuiltin("rtrim");
+    if (n == "left") return viaBuiltin("left");
+    if (n == "right") return viaBuiltin("right");
+    if (n == "replace") return viaBuiltin("replace");
+    if (n == "replaceall") return viaBuiltin("replaceall");
+    if (n == "split" || n == "tostringarray") return viaBuiltin("split");
+    if (n == "countfields") return viaBuiltin("countfields");
+    if (n == "nthfield") return viaBuiltin("nthfield");
+    if (n == "asc") return viaBuiltin("asc");
+    if (n == "val") return viaBuiltin("val");
+    if (n == "todouble") { noArgs(); out = host::Value::ofDouble(valueOf(s)); return true; }
+    if (n == "tointeger") { noArgs(); out = host::Value::ofInteger(static_cast<int64_t>(valueOf(s))); return true; }
+    if (n == "middle") {
+      if (args.empty() || args.size() > 2) fail(where, "Middle takes (start[, length])");
+      int64_t start = std::max<int64_t>(0, integerArgument(args, 0, "Middle", where));
+      int64_t length = args.size() == 2 ? std::max<int64_t>(0, integerArgument(args, 1, "Middle", where)) : -1;
+      out = string(substring(s, start, length));
+      return true;
+    }
+    if (n == "indexof") {
+      if (args.empty() || args.size() > 2) fail(where, "IndexOf takes ([start,] find)");
+      size_t k = args.size() == 2 ? 1 : 0;
+      int64_t start = k ? std::max<int64_t>(0, integerArgument(args, 0, "IndexOf", where)) : 0;
+      size_t at = findIgnoringCase(s, stringArgument(args, k, "IndexOf", where), byteOffset(s, start));
+      out = host::Value::ofInteger(at == std::string::npos ? -1 : characterIndex(s, at));
+      return true;
+    }
+    if (n == "contains" || n == "beginswith" || n == "endswith") {
+      if (args.size() != 1) fail(where, name + " takes one argument");
+      std::string find = lowered(stringArgument(args, 0, name.c_str(), where)), l = lowered(s);
+      bool result = n == "contains"     ? l.find(find) != std::string::npos
+                    : n == "beginswith" ? l.compare(0, find.size(), find) == 0
+                                        : l.size() >= find.size() && l.compare(l.size() - find.size(), find.size(), find) == 0;
+      out = host::Value::ofBoolean(result);
+      return true;
+    }
+    return false;
+  }
+  if (value.isNumber()) {
+    if (n == "tostring" || n == "totext") {
+      if (args.size() > 1) fail(where, "ToString takes at most a format");
+      out = string(args.empty() ? variantText(rt_, value) : formatNumber(value.real(), stringArgument(args, 0, "ToString", where)));
+      return true;
+    }
+    if (n == "tohex" && value.isInteger()) { noArgs(); out = string(hexText(static_cast<uint64_t>(value.integer()), 16)); return true; }
+    if (n == "abs") {
+      noArgs();
+      out = value.isInteger() ? host::Value::ofInteger(value.integer() < 0 ? -value.integer() : value.integer())
+                              : host::Value::ofDouble(std::fabs(value.real()));
+      return true;
+    }
+    return false;
+  }
+  if (value.isBoolean() && n == "tostring") { noArgs(); out = string(value.v.boolean ? "True" : "False"); return true; }
+  if (value.isColor()) {
+    uint32_t c = static_cast<uint32_t>(value.v.integer);
+    if (n == "red") { noArgs(); out = host::Value::ofInteger((c >> 16) & 0xFF); return true; }
+    if (n == "green") { noArgs(); out = host::Value::ofInteger((c >> 8) & 0xFF); return true; }
+    if (n == "blue") { noArgs(); out = host::Value::ofInteger(c & 0xFF); return true; }
+    if (n == "alpha") { noArgs(); out = host::Value::ofInteger((c >> 24) & 0xFF); return true; }
+    if (n == "tostring") { noArgs(); out = string(variantText(rt_, value)); return true; }
+  }
+  return false;
+}
+
+}  // namespace qvrlang

@@ -1,0 +1,731 @@
+// The interpreter's statements and expressions: declarations, assignment, the control
+// structures, exceptions with Try/Catch/Finally, and calls of the program's own Subs and
+// Functions (overloads, ByRef and optional parameters, recursion with a depth limit).
+#include "interpreter.h"
+
+#include "lexer.h"
+#include "text.h"
+
+namespace qvrlang {
+
+namespace {
+
+constexpr int kMaxDepth = 1000;  // nested calls before a StackOverflowException
+
+std::string key(const std::string& name) { return lowered(name); }
+
+}  // namespace
+
+Interpreter::Interpreter(host::Runtime& rt, const Program& program, std::ostream& out)
+    : rt_(rt), program_(program), out_(out) {}
+
+void Interpreter::run() {
+  frames_.clear();
+  frames_.emplace_back();
+  frames_.back().scopes.emplace_back();
+  Flow flow = execute(program_.main);
+  (void)flow;  // Return or Exit at the top level ends the program
+}
+
+std::string Interpreter::text(const Value& value) { return textOf(rt_, value); }
+
+void Interpreter::raise(const std::string& className, const std::string& message, Position where) {
+  std::string cls = rt_.findClass(className) ? className : "RuntimeException";
+  host::Value exception = rt_.newInstance(cls);
+  rt_.set(exception, "Message", rt_.string(message));
+  throw Raised{Value(exception), where};
+}
+
+// ---- names
+
+VariablePtr Interpreter::findVariable(const std::string& name) {
+  const std::string k = key(name);
+  Frame& frame = frames_.back();
+  for (auto scope = frame.scopes.rbegin(); scope != frame.scopes.rend(); ++scope) {
+    auto it = scope->find(k);
+    if (it != scope->end()) return it->second;
+  }
+  auto it = globalConstants_.find(k);
+  return it == globalConstants_.end() ? nullptr : it->second;
+}
+
+void Interpreter::declare(const std::string& name, VariablePtr variable, Position where) {
+  const std::string k = key(name);
+  Frame& frame = frames_.back();
+  for (auto& scope : frame.scopes)
+    if (scope.count(k)) fail(where, "\"" + name + "\" is already declared");
+  if (findFunction(name)) fail(where, "\"" + name + "\" is the name of a method");
+  frame.scopes.back()[k] = std::move(variable);
+}
+
+const Function* Interpreter::findFunction(const std::string& name) const {
+  auto it = program_.functions.find(key(name));
+  return it == program_.functions.end() ? nullptr : it->second.get();
+}
+
+bool Interpreter::isClassName(const Expr& e) const {
+  if (e.kind != Expr::Kind::Name) return false;
+  if (const_cast<Interpreter*>(this)->findVariable(e.text) || findFunction(e.text)) return false;
+  host::ClassInfo* cls = rt_.findClass(e.text);
+  return cls && cls->name.back() != ')';
+}
+
+// ---- statements
+
+Flow Interpreter::execute(const Block& block) {
+  for (const StmtPtr& s : block) {
+    Flow flow = statement(*s);
+    if (flow != Flow::Normal) return flow;
+  }
+  return Flow::Normal;
+}
+
+Flow Interpreter::executeInScope(const Block& block) {
+  Frame& frame = frames_.back();
+  frame.scopes.emplace_back();
+  struct Pop {
+    Interpreter* self;
+    size_t depth;
+    ~Pop() { self->frames_.back().scopes.resize(depth); }
+  } pop{this, frame.scopes.size() - 1};
+  return execute(block);
+}
+
+Flow Interpreter::statement(const Stmt& s) {
+  switch (s.kind) {
+    case Stmt::Kind::Dim: return dim(s);
+    case Stmt::Kind::Const: return constant(s);
+    case Stmt::Kind::Assign: return assignment(s);
+    case Stmt::Kind::Call: {
+      const Expr& e = *s.value;
+      if (e.kind == Expr::Kind::Name && findFunction(e.text) && !findVariable(e.text)) {
+        callFunction(e.text, {}, e.where, false);
+      } else if (e.kind == Expr::Kind::Call && e.left->kind == Expr::Kind::Name && findFunction(e.left->text) &&
+                 !findVariable(e.left->text)) {
+        callFunction(e.left->text, e.args, e.where, false);
+      } else {
+        if (e.kind == Expr::Kind::Name && findVariable(e.text))
+          fail(e.where, "\"" + e.text + "\" is a variable, not something to call");
+        evaluate(e);
+      }
+      return Flow::Normal;
+    }
+    case Stmt::Kind::If: return ifStatement(s);
+    case Stmt::Kind::For: return forStatement(s);
+    case Stmt::Kind::ForEach: return forEach(s);
+    case Stmt::Kind::While: return whileStatement(s);
+    case Stmt::Kind::Do: return doStatement(s);
+    case Stmt::Kind::Select: return selectStatement(s);
+    case Stmt::Kind::Try: return tryStatement(s);
+    case Stmt::Kind::Raise: {
+      Value e = evaluate(*s.value);
+      host::ClassInfo* cls = e.isObject() ? rt_.classOf(e.v) : nullptr;
+      host::ClassInfo* base = rt_.findClass("RuntimeException");
+      if (e.isNil()) raise("NilObjectException", "Raise was given Nil", s.where);
+      if (!cls || !base || !cls->isA(base)) fail(s.value->where, "Raise expects a RuntimeException but got " + typeNameOf(e));
+      throw Raised{e, s.where};
+    }
+    case Stmt::Kind::Return: return returnStatement(s);
+    case Stmt::Kind::Exit:
+      switch (s.loop) {
+        case LoopKind::For: return Flow::ExitFor;
+        case LoopKind::While: return Flow::ExitWhile;
+        case LoopKind::Do: return Flow::ExitDo;
+        case LoopKind::Select: return Flow::ExitSelect;
+        case LoopKind::Sub:
+        case LoopKind::Function: return Flow::Return;
+        default: return Flow::ExitAny;
+      }
+    case Stmt::Kind::Continue:
+      switch (s.loop) {
+        case LoopKind::For: return Flow::ContinueFor;
+        case LoopKind::While: return Flow::ContinueWhile;
+        case LoopKind::Do: return Flow::ContinueDo;
+        default: return Flow::ContinueAny;
+      }
+    case Stmt::Kind::Redim: return redim(s);
+  }
+  return Flow::Normal;
+}
+
+Flow Interpreter::dim(const Stmt& s) {
+  for (const DimItem& item : s.items) {
+    auto variable = std::make_shared<Variable>();
+    variable->type = resolveType(rt_, item.type);
+    if (item.isNew) {
+      std::vector<Value> args = arguments(item.newArgs);
+      Expr fake(Expr::Kind::New, item.type.where);
+      fake.text = item.type.name;
+      variable->value = hostCall(item.type.where, [&] {
+        std::vector<std::pair<host::Value, Value>> arrays;
+        std::vector<host::Value> hostArgs = toHost(args, item.type.where, arrays);
+        return rt_.newInstance(variable->type.name, hostArgs);
+      });
+    } else if (item.initializer) {
+      variable->value = convertTo(rt_, variable->type, evaluate(*item.initializer), item.initializer->where,
+                                  "\"" + item.name + "\"");
+    } else {
+      variable->value = defaultValue(rt_, variable->type);
+      if (item.sized) {
+        Value size = evaluate(*item.size);
+        if (!size.isInteger()) fail(item.size->where, "an array's upper bound must be an Integer");
+        int64_t upper = size.integer();
+        if (upper < -1) raise("OutOfBoundsException", "an array cannot have the upper bound " + std::to_string(upper), item.size->where);
+        Value element = defaultValue(rt_, variable->type.element());
+        for (int64_t i = 0; i <= upper; ++i) variable->value.array->items.push_back(defaultValue(rt_, variable->type.element()));
+      }
+    }
+    declare(item.name, std::move(variable), item.where);
+  }
+  return Flow::Normal;
+}
+
+Flow Interpreter::constant(const Stmt& s) {
+  const DimItem& item = s.items.at(0);
+  auto variable = std::make_shared<Variable>();
+  Value value = evaluate(*item.initializer);
+  if (!item.type.empty()) {
+    variable->type = resolveType(rt_, item.type);
+    value = convertTo(rt_, variable->type, value, item.initializer->where, "\"" + item.name + "\"");
+  } else if (value.isInteger()) {
+    variable->type = resolveType(rt_, "Integer", false, item.where);
+  } else if (value.isReal()) {
+    variable->type = resolveType(rt_, "Double", false, item.where);
+  } else if (value.isString()) {
+    variable->type = resolveType(rt_, "String", false, item.where);
+  } else if (value.isBoolean()) {
+    variable->type = resolveType(rt_, "Boolean", false, item.where);
+  } else if (value.isColor()) {
+    variable->type = resolveType(rt_, "Color", false, item.where);
+  } else {
+    fail(item.initializer->where, "a constant is a number, a string, a Boolean or a colour");
+  }
+  variable->value = value;
+  variable->isConstant = true;
+  if (frames_.size() == 1 && frames_.back().scopes.size() == 1) globalConstants_[key(item.name)] = variable;
+  declare(item.name, std::move(variable), item.where);
+  return Flow::Normal;
+}
+
+Flow Interpreter::assignment(const Stmt& s) {
+  Value value = evaluate(*s.value);
+  if (s.compound) value = applyBinary(s.op, evaluate(*s.target), value, s.where);
+  assign(*s.target, std::move(value), s.value->where);
+  return Flow::Normal;
+}
+
+void Interpreter::assign(const Expr& target, Value value, Position where) {
+  switch (target.kind) {
+    case Expr::Kind::Name: {
+      VariablePtr variable = findVariable(target.text);
+      if (!variable) {
+        if (findFunction(target.text)) fail(target.where, "\"" + target.text + "\" is a method; return a result with Return");
+        fail(target.where, "unknown variable \"" + target.text + "\"; declare it with Dim or Var");
+      }
+      if (variable->isConstant) fail(target.where, "\"" + target.text + "\" is a constant");
+      variable->value = convertTo(rt_, variable->type, value, where, "\"" + target.text + "\"");
+      return;
+    }
+    case Expr::Kind::Member: {
+      if (isClassName(*target.left))
+        fail(target.where, "shared properties of " + target.left->text + " cannot be assigned here");
+      Value object = evaluate(*target.left);
+      if (object.isNil()) raise("NilObjectException", "cannot set " + target.text + " of Nil", target.where);
+      if (!object.isObject()) fail(target.where, "cannot assign to " + target.text + " of a " + typeNameOf(object));
+      hostCall(target.where, [&] {
+        std::vector<std::pair<host::Value, Value>> arrays;
+        std::vector<host::Value> one = toHost({value}, where, arrays);
+        rt_.set(object.v, target.text, one[0]);
+        return host::Value::nil();
+      });
+      return;
+    }
+    case Expr::Kind::Call: {
+      std::vector<Value> args = arguments(target.args);
+      const Expr& callee = *target.left;
+      if (callee.kind == Expr::Kind::Member && !isClassName(*callee.left)) {
+        Value object = evaluate(*callee.left);
+        if (object.isObject()) {
+          hostCall(target.where, [&] {
+            std::vector<std::pair<host::Value, Value>> arrays;
+            std::vector<host::Value> hostArgs = toHost(args, target.where, arrays);
+            std::vector<host::Value> one = toHost({value}, where, arrays);
+            rt_.assign(object.v, callee.text, hostArgs, one[0]);
+            return host::Value::nil();
+          });
+          return;
+        }
+        if (object.isNil()) raise("NilObjectException", "cannot assign to " + callee.text + " of Nil", target.where);
+        Value array = memberOf(object, callee.text, {}, false, callee.where);
+        setElement(array, args, std::move(value), target.where);
+        return;
+      }
+      if (callee.kind == Expr::Kind::Name && !findVariable(callee.text))
+        fail(callee.where, "unknown array \"" + callee.text + "\"");
+      setElement(evaluate(callee), args, std::move(value), target.where);
+      return;
+    }
+    default:
+      fail(target.where, "this cannot be assigned to");
+  }
+}
+
+Flow Interpreter::ifStatement(const Stmt& s) {
+  for (size_t i = 0; i < s.conditions.size(); ++i)
+    if (condition(*s.conditions[i], "If")) return executeInScope(s.blocks[i]);
+  if (s.hasElse) return executeInScope(s.elseBlock);
+  return Flow::Normal;
+}
+
+// A loop's body ended with flow: true when the loop ends (flow then holds what to pass
+// on), false when the loop goes on.
+bool Interpreter::loopEnds(Flow& flow, Flow exitKind, Flow continueKind) {
+  if (flow == Flow::Normal || flow == continueKind || flow == Flow::ContinueAny) return false;
+  if (flow == exitKind || flow == Flow::ExitAny) flow = Flow::Normal;
+  return true;
+}
+
+Flow Interpreter::forStatement(const Stmt& s) {
+  Frame& frame = frames_.back();
+  frame.scopes.emplace_back();
+  struct Pop {
+    Interpreter* self;
+    size_t depth;
+    ~Pop() { self->frames_.back().scopes.resize(depth); }
+  } pop{this, frame.scopes.size() - 1};
+  VariablePtr counter;
+  if (!s.type.empty()) {
+    counter = std::make_shared<Variable>();
+    counter->type = resolveType(rt_, s.type);
+    if (counter->type.isArray || (counter->type.kind != Type::Kind::Integer && counter->type.kind != Type::Kind::Double))
+      fail(s.type.where, "a For loop counts with an Integer or a Double");
+    declare(s.name, counter, s.where);
+  } else {
+    counter = findVariable(s.name);
+    if (!counter) fail(s.where, "unknown variable \"" + s.name + "\"; write For " + s.name + " As Integer = ...");
+    if (counter->isConstant) fail(s.where, "\"" + s.name + "\" is a constant");
+    if (counter->type.isArray || (counter->type.kind != Type::Kind::Integer && counter->type.kind != Type::Kind::Double))
+      fail(s.where, "a For loop counts with an Integer or a Double");
+  }
+  counter->value = convertTo(rt_, counter->type, evaluate(*s.value), s.value->where, "the loop counter");
+  Value last = evaluate(*s.target);
+  if (!last.isNumber()) fail(s.target->where, "a For loop's end must be a number, not a " + typeNameOf(last));
+  Value step = host::Value::ofInteger(1);
+  if (s.step) {
+    step = evaluate(*s.step);
+    if (!step.isNumber()) fail(s.step->where, "a For loop's Step must be a number, not a " + typeNameOf(step));
+  }
+  if (s.downTo) step = applyBinary(Op::Subtract, Value(host::Value::ofInteger(0)), step, s.where);
+  const bool descending = step.isReal() ? step.real() < 0 : step.integer() < 0;
+  for (;;) {
+    Value now = counter->value;
+    bool done = descending ? !equal(now, last, s.where) && applyBinary(Op::Less, now, last, s.where).v.boolean
+                           : applyBinary(Op::Greater, now, last, s.where).v.boolean;
+    if (done) break;
+    Flow flow = executeInScope(s.body);
+    if (loopEnds(flow, Flow::ExitFor, Flow::ContinueFor)) return flow;
+    counter->value = convertTo(rt_, counter->type, applyBinary(Op::Add, counter->value, step, s.where), s.where, "the loop counter");
+  }
+  return Flow::Normal;
+}
+
+Flow Interpreter::forEach(const Stmt& s) {
+  Value collection = evaluate(*s.value);
+  if (!collection.isArray()) fail(s.value->where, "For Each goes through an array, not a " + typeNameOf(collection));
+  Frame& frame = frames_.back();
+  frame.scopes.emplace_back();
+  struct Pop {
+    Interpreter* self;
+    size_t depth;
+    ~Pop() { self->frames_.back().scopes.resize(depth); }
+  } pop{this, frame.scopes.size() - 1};
+  VariablePtr item;
+  if (!s.type.empty()) {
+    item = std::make_shared<Variable>();
+    item->type = resolveType(rt_, s.type);
+    declare(s.name, item, s.where);
+  } else {
+    item = findVariable(s.name);
+    if (!item) fail(s.where, "unknown variable \"" + s.name + "\"; write For Each " + s.name + " As Type In ...");
+  }
+  std::shared_ptr<ArrayObject> array = collection.array;
+  for (size_t i = 0; i < array->items.size(); ++i) {
+    item->value = convertTo(rt_, item->type, array->items[i], s.where, "\"" + s.name + "\"");
+    Flow flow = executeInScope(s.body);
+    if (loopEnds(flow, Flow::ExitFor, Flow::ContinueFor)) return flow;
+  }
+  return Flow::Normal;
+}
+
+Flow Interpreter::whileStatement(const Stmt& s) {
+  while (condition(*s.value, "While")) {
+    Flow flow = executeInScope(s.body);
+    if (loopEnds(flow, Flow::ExitWhile, Flow::ContinueWhile)) return flow;
+  }
+  return Flow::Normal;
+}
+
+Flow Interpreter::doStatement(const Stmt& s) {
+  for (;;) {
+    if (s.preCondition && condition(*s.preCondition, "Do") == s.preUntil) break;
+    Flow flow = executeInScope(s.body);
+    if (loopEnds(flow, Flow::ExitDo, Flow::ContinueDo)) return flow;
+    if (s.postCondition && condition(*s.postCondition, "Loop") == s.postUntil) break;
+  }
+  return Flow::Normal;
+}
+
+Flow Interpreter::selectStatement(const Stmt& s) {
+  Value subject = evaluate(*s.value);
+  for (const CaseBlock& c : s.cases) {
+    bool match = c.isElse;
+    for (const CaseClause& clause : c.clauses) {
+      if (match) break;
+      switch (clause.kind) {
+        case CaseClause::Kind::Value:
+          match = equal(subject, evaluate(*clause.first), clause.first->where);
+          break;
+        case CaseClause::Kind::Range:
+          match = applyBinary(Op::GreaterEqual, subject, evaluate(*clause.first), clause.first->where).v.boolean &&
+                  applyBinary(Op::LessEqual, subject, evaluate(*clause.last), clause.last->where).v.boolean;
+          break;
+        case CaseClause::Kind::Is:
+          match = applyBinary(clause.op, subject, evaluate(*clause.first), clause.first->where).v.boolean;
+          break;
+      }
+    }
+    if (match) {
+      Flow flow = executeInScope(c.body);
+      return flow == Flow::ExitSelect ? Flow::Normal : flow;
+    }
+  }
+  return Flow::Normal;
+}
+
+Flow Interpreter::tryStatement(const Stmt& s) {
+  Flow flow = Flow::Normal;
+  const size_t frameCount = frames_.size();
+  const size_t scopeCount = frames_.back().scopes.size();
+  try {
+    try {
+      flow = executeInScope(s.body);
+    } catch (Raised& raised) {
+      // Unwind to this Try's frame (the exception may come from a nested call).
+      frames_.resize(frameCount);
+      frames_.back().scopes.resize(scopeCount);
+      host::ClassInfo* cls = rt_.classOf(raised.exception.v);
+      const CatchBlock* handler = nullptr;
+      for (const CatchBlock& c : s.catches) {
+        if (c.className.empty()) {
+          handler = &c;
+          break;
+        }
+        host::ClassInfo* wanted = rt_.findClass(c.className);
+        if (!wanted) fail(c.where, "unknown exception class \"" + c.className + "\"");
+        if (cls && cls->isA(wanted)) {
+          handler = &c;
+          break;
+        }
+      }
+      if (!handler) throw;
+      Frame& frame = frames_.back();
+      frame.scopes.emplace_back();
+      struct Pop {
+        Interpreter* self;
+        size_t depth;
+        ~Pop() { self->frames_.back().scopes.resize(depth); }
+      } pop{this, frame.scopes.size() - 1};
+      if (!handler->variable.empty()) {
+        auto variable = std::make_shared<Variable>();
+        variable->type = handler->className.empty() ? resolveType(rt_, "RuntimeException", false, handler->where)
+                                                    : resolveType(rt_, handler->className, false, handler->where);
+        variable->value = raised.exception;
+        declare(handler->variable, variable, handler->where);
+      }
+      flow = execute(handler->body);
+    }
+  } catch (...) {
+    if (s.hasFinally) {
+      if (frames_.size() > frameCount) frames_.resize(frameCount);
+      frames_.back().scopes.resize(scopeCount);
+      Flow finallyFlow = executeInScope(s.finallyBlock);
+      if (finallyFlow != Flow::Normal) return finallyFlow;
+    }
+    throw;
+  }
+  if (s.hasFinally) {
+    Flow finallyFlow = executeInScope(s.finallyBlock);
+    if (finallyFlow != Flow::Normal) return finallyFlow;
+  }
+  return flow;
+}
+
+Flow Interpreter::returnStatement(const Stmt& s) {
+  Frame& frame = frames_.back();
+  if (!frame.function) {
+    if (s.value) fail(s.value->where, "the main program returns no value");
+    return Flow::Return;
+  }
+  if (!frame.function->isFunction) {
+    if (s.value) fail(s.value->where, "a Sub returns no value");
+    return Flow::Return;
+  }
+  const Function* function = frame.function;
+  if (!s.value) fail(s.where, "Return in a Function needs a value of type " + frame.resultType.describe());
+  Value value = evaluate(*s.value);
+  frames_.back().result = convertTo(rt_, frames_.back().resultType, value, s.value->where, "the result of " + function->name);
+  return Flow::Return;
+}
+
+Flow Interpreter::redim(const Stmt& s) {
+  Value array = evaluate(*s.target);
+  if (!array.isArray()) fail(s.target->where, "Redim resizes an array, not a " + typeNameOf(array));
+  Value size = evaluate(*s.value);
+  if (!size.isInteger()) fail(s.value->where, "an array's upper bound must be an Integer");
+  int64_t upper = size.integer();
+  if (upper < -1) raise("OutOfBoundsException", "an array cannot have the upper bound " + std::to_string(upper), s.value->where);
+  auto& items = array.array->items;
+  while (static_cast<int64_t>(items.size()) > upper + 1) items.pop_back();
+  while (static_cast<int64_t>(items.size()) < upper + 1) items.push_back(defaultValue(rt_, array.array->elementType));
+  return Flow::Normal;
+}
+
+// ---- expressions
+
+bool Interpreter::condition(const Expr& e, const char* what) {
+  Value v = evaluate(e);
+  if (!v.isBoolean()) fail(e.where, std::string(what) + " expects a Boolean but got " + typeNameOf(v));
+  return v.v.boolean;
+}
+
+std::vector<Value> Interpreter::arguments(const std::vector<ExprPtr>& args) {
+  std::vector<Value> out;
+  out.reserve(args.size());
+  for (const ExprPtr& a : args) out.push_back(evaluate(*a));
+  return out;
+}
+
+Value Interpreter::evaluate(const Expr& e) {
+  switch (e.kind) {
+    case Expr::Kind::Integer: return host::Value::ofInteger(e.integer);
+    case Expr::Kind::Double: return host::Value::ofDouble(e.real);
+    case Expr::Kind::String: return string(e.text);
+    case Expr::Kind::Color: return host::Value::ofColor(static_cast<uint32_t>(e.integer));
+    case Expr::Kind::Boolean: return host::Value::ofBoolean(e.integer != 0);
+    case Expr::Kind::Nil: return host::Value::nil();
+    case Expr::Kind::Name: return name(e);
+    case Expr::Kind::Member: return member(e);
+    case Expr::Kind::Call: return call(e);
+    case Expr::Kind::New: return newObject(e);
+    case Expr::Kind::ArrayLiteral: {
+      std::vector<Value> none;
+      Value out;
+      builtin("array", none, e.args, e.where, out);
+      return out;
+    }
+    case Expr::Kind::IfExpression: {
+      // Only the chosen value is evaluated; a Double on either side makes the result a Double.
+      bool which = condition(*e.args[0], "If(...)");
+      Value v = evaluate(*e.args[which ? 1 : 2]);
+      return v;
+    }
+    case Expr::Kind::Unary: return unary(e);
+    case Expr::Kind::Binary: return binary(e);
+    case Expr::Kind::IsA: {
+      Value object = evaluate(*e.left);
+      host::ClassInfo* wanted = rt_.findClass(e.text);
+      if (!wanted) fail(e.where, "unknown class \"" + e.text + "\"");
+      if (!object.isNil() && !object.isObject()) fail(e.left->where, "IsA tests an object, not a " + typeNameOf(object));
+      host::ClassInfo* cls = rt_.classOf(object.v);
+      return host::Value::ofBoolean(cls && cls->isA(wanted));
+    }
+  }
+  fail(e.where, "cannot evaluate this expression");
+}
+
+Value Interpreter::name(const Expr& e) {
+  if (VariablePtr variable = findVariable(e.text)) {
+    Value v = variable->value;
+    v.variant = variable->type.kind == Type::Kind::Variant && !variable->type.isArray;
+    return v;
+  }
+  if (findFunction(e.text)) return callFunction(e.text, {}, e.where, true);
+  Value out;
+  std::vector<Value> none;
+  if (isBuiltin(e.text) && builtin(e.text, none, {}, e.where, out)) return out;
+  if (isClassName(e)) fail(e.where, "\"" + e.text + "\" is a class; make an instance with New " + e.text);
+  fail(e.where, "unknown name \"" + e.text + "\"");
+}
+
+Value Interpreter::member(const Expr& e) {
+  if (isClassName(*e.left)) return sharedMember(e.left->text, e.text, {}, e.where);
+  Value object = evaluate(*e.left);
+  return memberOf(object, e.text, {}, false, e.where);
+}
+
+Value Interpreter::call(const Expr& e) {
+  const Expr& callee = *e.left;
+  if (callee.kind == Expr::Kind::Name) {
+    if (VariablePtr variable = findVariable(callee.text)) {
+      Value v = variable->value;
+      if (!v.isArray()) fail(e.where, "\"" + callee.text + "\" is a " + typeNameOf(v) + ", not an array or a method");
+      return index(v, arguments(e.args), e.where);
+    }
+    if (findFunction(callee.text)) return callFunction(callee.text, e.args, e.where, true);
+    if (isBuiltin(callee.text)) {
+      std::vector<Value> args;
+      Value out;
+      if (lowered(callee.text) != "array" && lowered(callee.text) != "ubound" && lowered(callee.text) != "redim")
+        args = arguments(e.args);
+      if (builtin(callee.text, args, e.args, e.where, out)) return out;
+    }
+    if (isClassName(callee)) fail(callee.where, "\"" + callee.text + "\" is a class; make an instance with New " + callee.text + "(...)");
+    fail(callee.where, "unknown method \"" + callee.text + "\"");
+  }
+  if (callee.kind == Expr::Kind::Member) {
+    if (isClassName(*callee.left)) return sharedMember(callee.left->text, callee.text, arguments(e.args), e.where);
+    Value object = evaluate(*callee.left);
+    return memberOf(object, callee.text, arguments(e.args), true, e.where);
+  }
+  Value target = evaluate(callee);
+  if (!target.isArray()) fail(e.where, "a " + typeNameOf(target) + " cannot be indexed");
+  return index(target, arguments(e.args), e.where);
+}
+
+Value Interpreter::newObject(const Expr& e) {
+  host::ClassInfo* cls = rt_.findClass(e.text);
+  if (!cls || cls->name.back() == ')') fail(e.where, "unknown class \"" + e.text + "\"");
+  std::vector<Value> args = arguments(e.args);
+  // Exceptions take their message (and error number) as constructor arguments.
+  host::ClassInfo* exceptionBase = rt_.findClass("RuntimeException");
+  bool hasConstructor = false;
+  for (host::ClassInfo* c = cls; c && !hasConstructor; c = c->superclass)
+    for (const host::MethodInfo& m : c->methods)
+      if (lowered(m.declaration.name) == "constructor") hasConstructor = true;
+  if (!hasConstructor && exceptionBase && cls->isA(exceptionBase) && !args.empty()) {
+    if (args.size() > 2 || !args[0].isString() || (args.size() == 2 && !args[1].isInteger()))
+      fail(e.where, "New " + cls->name + " takes (message As String, errorNumber As Integer = 0)");
+    Value object = hostCall(e.where, [&] { return rt_.newInstance(cls->name); });
+    hostCall(e.where, [&] {
+      rt_.set(object.v, "Message", args[0].v);
+      if (args.size() == 2) rt_.set(object.v, "ErrorNumber", args[1].v);
+      return host::Value::nil();
+    });
+    return object;
+  }
+  return hostCall(e.where, [&] {
+    std::vector<std::pair<host::Value, Value>> arrays;
+    std::vector<host::Value> hostArgs = toHost(args, e.where, arrays);
+    host::Value object = rt_.newInstance(cls->name, hostArgs);
+    copyBack(arrays);
+    return object;
+  });
+}
+
+Value Interpreter::unary(const Expr& e) {
+  Value v = evaluate(*e.left);
+  if (e.op == Op::Negate) {
+    if (v.isInteger()) return host::Value::ofInteger(static_cast<int64_t>(0ULL - static_cast<uint64_t>(v.integer())));
+    if (v.isReal()) return host::Value::ofDouble(-v.real());
+    fail(e.where, "cannot negate a " + typeNameOf(v));
+  }
+  if (v.isBoolean()) return host::Value::ofBoolean(!v.v.boolean);
+  if (v.isInteger()) return host::Value::ofInteger(~v.integer());
+  fail(e.where, "Not expects a Boolean or an Integer but got " + typeNameOf(v));
+}
+
+Value Interpreter::binary(const Expr& e) {
+  Value left = evaluate(*e.left);
+  // And and Or on Booleans look at their right side only when they must.
+  if ((e.op == Op::And || e.op == Op::Or) && left.isBoolean()) {
+    if (e.op == Op::And && !left.v.boolean) return host::Value::ofBoolean(false);
+    if (e.op == Op::Or && left.v.boolean) return host::Value::ofBoolean(true);
+    Value right = evaluate(*e.right);
+    if (!right.isBoolean())
+      fail(e.right->where, std::string(e.op == Op::And ? "And" : "Or") + " expects a Boolean but got " + typeNameOf(right));
+    return host::Value::ofBoolean(right.v.boolean);
+  }
+  Value right = evaluate(*e.right);
+  return applyBinary(e.op, left, right, e.where);
+}
+
+// ---- the program's own Subs and Functions
+
+Value Interpreter::callFunction(const std::string& name, const std::vector<ExprPtr>& argExprs, Position where, bool wantResult) {
+  std::vector<Value> args = arguments(argExprs);
+  // Overloads: the first definition whose parameters take these arguments.
+  auto range = program_.functions.equal_range(key(name));
+  const Function* chosen = nullptr;
+  std::vector<Type> types;
+  for (auto it = range.first; it != range.second && !chosen; ++it) {
+    const Function& f = *it->second;
+    if (args.size() > f.parameters.size()) continue;
+    std::vector<Type> resolved;
+    bool ok = true;
+    for (size_t i = 0; i < f.parameters.size() && ok; ++i) {
+      resolved.push_back(resolveType(rt_, f.parameters[i].type));
+      if (i < args.size()) ok = fits(resolved.back(), args[i]);
+      else ok = f.parameters[i].defaultValue || f.parameters[i].optional;
+    }
+    if (ok) {
+      chosen = &f;
+      types = std::move(resolved);
+    }
+  }
+  if (!chosen) {
+    const Function& f = *range.first->second;
+    if (std::distance(range.first, range.second) == 1) {
+      if (args.size() > f.parameters.size())
+        fail(where, name + " takes " + std::to_string(f.parameters.size()) + " argument(s) but was given " + std::to_string(args.size()));
+      for (size_t i = 0; i < f.parameters.size(); ++i) {
+        Type t = resolveType(rt_, f.parameters[i].type);
+        if (i < args.size()) convertTo(rt_, t, args[i], argExprs[i]->where, "parameter " + f.parameters[i].name + " of " + name);
+        else fail(where, name + " needs a value for its parameter " + f.parameters[i].name);
+      }
+    }
+    fail(where, "no version of " + name + " takes these arguments");
+  }
+  if (wantResult && !chosen->isFunction) fail(where, name + " is a Sub and has no value");
+  if (depth_ >= kMaxDepth) raise("StackOverflowException", "too many nested calls (" + std::to_string(kMaxDepth) + ")", where);
+
+  Frame frame;
+  frame.function = chosen;
+  frame.scopes.emplace_back();
+  for (size_t i = 0; i < chosen->parameters.size(); ++i) {
+    const Parameter& p = chosen->parameters[i];
+    VariablePtr variable;
+    if (p.byRef && i < args.size()) {
+      const Expr& a = *argExprs[i];
+      VariablePtr source = a.kind == Expr::Kind::Name ? findVariable(a.text) : nullptr;
+      if (!source || source->isConstant) fail(a.where, "the ByRef parameter " + p.name + " of " + name + " needs a variable");
+      if (source->type.describe() != types[i].describe() && lowered(source->type.describe()) != lowered(types[i].describe()))
+        fail(a.where, "the ByRef parameter " + p.name + " of " + name + " needs a variable of type " + types[i].describe());
+      variable = source;
+    } else {
+      variable = std::make_shared<Variable>();
+      variable->type = types[i];
+      if (i < args.size()) variable->value = convertTo(rt_, types[i], args[i], argExprs[i]->where, "parameter " + p.name + " of " + name);
+      else if (p.defaultValue) variable->value = convertTo(rt_, types[i], evaluate(*p.defaultValue), p.defaultValue->where, "parameter " + p.name);
+      else variable->value = defaultValue(rt_, types[i]);
+    }
+    frame.scopes.back()[key(p.name)] = variable;
+  }
+  if (chosen->isFunction) {
+    frame.resultType = resolveType(rt_, chosen->returnType);
+    frame.result = defaultValue(rt_, frame.resultType);
+  }
+  frames_.push_back(std::move(frame));
+  ++depth_;
+  struct Leave {
+    Interpreter* self;
+    size_t frames;
+    ~Leave() {
+      --self->depth_;
+      if (self->frames_.size() > frames) self->frames_.resize(frames);
+    }
+  } leave{this, frames_.size() - 1};
+  execute(chosen->body);
+  return frames_.back().result;
+}
+
+}  // namespace qvrlang

@@ -1,0 +1,160 @@
+// The interpreter: runs a parsed Program statement by statement in a host::Runtime.
+// Language values are host values, so calls on host and plugin classes pass them
+// through unchanged; the interpreter's own exceptions are host exception objects too.
+#pragma once
+
+#include "ast.h"
+#include "values.h"
+
+#include <host/runtime.h>
+
+#include <map>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace qvrlang {
+
+// A host exception on its way up the program: the exception object and where it was
+// raised (a Raise statement or the expression whose host call raised it).
+struct Raised {
+  Value exception;
+  Position where;
+};
+
+struct Variable {
+  Type type;
+  Value value;
+  bool isConstant = false;
+};
+using VariablePtr = std::shared_ptr<Variable>;
+
+// How a statement ended: normally, or leaving its block for an enclosing construct.
+enum class Flow { Normal, Return, ExitFor, ExitWhile, ExitDo, ExitAny, ExitSelect, ContinueFor, ContinueWhile, ContinueDo, ContinueAny };
+
+class Interpreter {
+ public:
+  Interpreter(host::Runtime& rt, const Program& program, std::ostream& out);
+
+  // Runs the main statements. Throws ProgramError for errors in the program and Raised
+  // for a host exception that the program did not catch.
+  void run();
+
+  host::Runtime& runtime() { return rt_; }
+  std::ostream& out() { return out_; }
+
+  // Raises a host exception of the class (RuntimeException when the runtime has no such
+  // class) with the message.
+  [[noreturn]] void raise(const std::string& className, const std::string& message, Position where);
+
+  // Strings made and read as UTF-8.
+  Value string(const std::string& text) { return Value(rt_.string(text)); }
+  std::string text(const Value& value);
+
+  // Runs a host call, turning host exceptions into Raised and host complaints about
+  // members and overloads into program errors at where.
+  template <typename F>
+  Value hostCall(Position where, F&& call);
+
+  // Host values cross into the language (host arrays become language arrays) and back.
+  Value fromHost(const host::Value& value);
+
+ private:
+  struct Frame {
+    std::vector<std::map<std::string, VariablePtr>> scopes;
+    const Function* function = nullptr;
+    Type resultType;
+    Value result;
+  };
+
+  // statements
+  Flow execute(const Block& block);
+  Flow executeInScope(const Block& block);
+  Flow statement(const Stmt& s);
+  Flow dim(const Stmt& s);
+  Flow constant(const Stmt& s);
+  Flow assignment(const Stmt& s);
+  Flow ifStatement(const Stmt& s);
+  Flow forStatement(const Stmt& s);
+  Flow forEach(const Stmt& s);
+  Flow whileStatement(const Stmt& s);
+  Flow doStatement(const Stmt& s);
+  Flow selectStatement(const Stmt& s);
+  Flow tryStatement(const Stmt& s);
+  Flow returnStatement(const Stmt& s);
+  Flow redim(const Stmt& s);
+  bool loopEnds(Flow& flow, Flow exitKind, Flow continueKind);
+
+  // expressions
+  Value evaluate(const Expr& e);
+  bool condition(const Expr& e, const char* what);
+  Value name(const Expr& e);
+  Value member(const Expr& e);
+  Value call(const Expr& e);
+  Value newObject(const Expr& e);
+  Value binary(const Expr& e);
+  Value unary(const Expr& e);
+  std::vector<Value> arguments(const std::vector<ExprPtr>& args);
+  void assign(const Expr& target, Value value, Position where);
+
+  // names
+  VariablePtr findVariable(const std::string& name);
+  void declare(const std::string& name, VariablePtr variable, Position where);
+  bool isClassName(const Expr& e) const;
+  const Function* findFunction(const std::string& name) const;
+
+  // user Subs and Functions
+  Value callFunction(const std::string& name, const std::vector<ExprPtr>& argExprs, Position where, bool wantResult);
+
+  // members of values
+  Value memberOf(const Value& object, const std::string& name, std::vector<Value> args, bool parentheses, Position where);
+  Value hostMember(const Value& object, const std::string& name, std::vector<Value> args, Position where);
+  Value sharedMember(const std::string& className, const std::string& name, std::vector<Value> args, Position where);
+  Value arrayMember(const Value& array, const std::string& name, std::vector<Value>& args, Position where);
+  Value index(const Value& array, const std::vector<Value>& args, Position where);
+  void setElement(const Value& array, const std::vector<Value>& args, Value value, Position where);
+
+  // host values
+  std::vector<host::Value> toHost(const std::vector<Value>& args, Position where, std::vector<std::pair<host::Value, Value>>& arrays);
+  void copyBack(const std::vector<std::pair<host::Value, Value>>& arrays);
+
+ public:
+  // Operators (operators.cpp), shared with Select Case.
+  Value applyBinary(Op op, const Value& a, const Value& b, Position where);
+  bool equal(const Value& a, const Value& b, Position where);
+  // Built-in functions (builtins.cpp): true when name is one; result in out.
+  bool builtin(const std::string& name, std::vector<Value>& args, const std::vector<ExprPtr>& argExprs, Position where, Value& out);
+  bool isBuiltin(const std::string& name) const;
+  // Members of strings, numbers and colours (builtins.cpp).
+  bool valueMember(const Value& value, const std::string& name, std::vector<Value>& args, Position where, Value& out);
+  // Argument checks for built-ins.
+  std::string stringArgument(const std::vector<Value>& args, size_t i, const char* function, Position where);
+  double numberArgument(const std::vector<Value>& args, size_t i, const char* function, Position where);
+  int64_t integerArgument(const std::vector<Value>& args, size_t i, const char* function, Position where);
+
+ private:
+  host::Runtime& rt_;
+  const Program& program_;
+  std::ostream& out_;
+  std::vector<Frame> frames_;
+  std::map<std::string, VariablePtr> globalConstants_;
+  int depth_ = 0;
+};
+
+template <typename F>
+Value Interpreter::hostCall(Position where, F&& call) {
+  try {
+    return fromHost(call());
+  } catch (host::HostException& e) {
+    throw Raised{Value(host::Value::ofObject(e.exception())), where};
+  } catch (host::ThrownObject& e) {
+    fail(where, "a platform exception of class " + e.className() + " came out of the plugin unconverted");
+  } catch (std::invalid_argument& e) {
+    fail(where, e.what());
+  } catch (std::bad_alloc&) {
+    raise("OutOfMemoryException", "out of memory", where);
+  }
+}
+
+}  // namespace qvrlang

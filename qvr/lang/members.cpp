@@ -1,0 +1,287 @@
+// Members of values: calls and properties of host objects (by name, the overload chosen
+// by the host from the arguments), shared members and constants by class name, the
+// language's array members, and the crossing of arrays between the language and the host.
+#include "interpreter.h"
+
+#include "lexer.h"
+#include "text.h"
+
+#include <algorithm>
+
+namespace qvrlang {
+
+namespace {
+
+bool hasMethod(host::ClassInfo* cls, const std::string& name, bool shared) {
+  for (host::ClassInfo* c = cls; c; c = c->superclass)
+    for (const host::MethodInfo& m : shared ? c->sharedMethods : c->methods)
+      if (lowered(m.declaration.name) == lowered(name)) return true;
+  return false;
+}
+
+bool hasProperty(host::ClassInfo* cls, const std::string& name) {
+  for (host::ClassInfo* c = cls; c; c = c->superclass)
+    for (const host::PropertyInfo& p : c->properties)
+      if (lowered(p.name) == lowered(name)) return true;
+  return false;
+}
+
+// The host's array element code for a language element type, or -1.
+int hostElementCode(const Type& t) {
+  switch (t.kind) {
+    case Type::Kind::Integer:
+      if (t.integerBits == 32 && !t.isUnsigned) return host::kArrayInt32;
+      if (t.integerBits == 64 && lowered(t.name) == "int64") return host::kArrayInt64;
+      return t.integerBits == 64 ? host::kArrayInteger : -1;
+    case Type::Kind::Double: return t.integerBits == 32 ? host::kArraySingle : host::kArrayDouble;
+    case Type::Kind::String: return host::kArrayString;
+    case Type::Kind::Boolean: return host::kArrayBoolean;
+    case Type::Kind::Object: return host::kArrayObject;
+    default: return -1;
+  }
+}
+
+}  // namespace
+
+Value Interpreter::fromHost(const host::Value& value) {
+  if (value.kind == host::Value::Kind::Object && value.object) {
+    host::ClassInfo* cls = value.object.get()->cls;
+    if (!cls->name.empty() && cls->name.back() == ')') {
+      std::string element = cls->name.substr(0, cls->name.size() - 2);
+      Type type;
+      if (lowered(element) == "object") {
+        type.kind = Type::Kind::Object;
+        type.name = "Object";
+      } else {
+        type = resolveType(rt_, element, false, {});
+      }
+      std::vector<Value> items;
+      for (const host::Value& item : rt_.arrayElements(value)) items.push_back(fromHost(item));
+      return makeArray(type, std::move(items));
+    }
+  }
+  if (value.kind == host::Value::Kind::String && !value.string) return Value(rt_.string(""));
+  return Value(value);
+}
+
+std::vector<host::Value> Interpreter::toHost(const std::vector<Value>& args, Position where,
+                                             std::vector<std::pair<host::Value, Value>>& arrays) {
+  std::vector<host::Value> out;
+  for (const Value& a : args) {
+    if (!a.isArray()) {
+      out.push_back(a.v);
+      continue;
+    }
+    int code = hostElementCode(a.array->elementType);
+    if (code < 0) fail(where, "an array of " + a.array->elementType.describe() + " cannot be passed to the host");
+    std::vector<host::Value> items;
+    for (const Value& item : a.array->items) {
+      if (item.isArray()) fail(where, "arrays of arrays cannot be passed to the host");
+      items.push_back(item.v);
+    }
+    host::Value array = rt_.array(static_cast<host::ArrayElementType>(code), items);
+    arrays.emplace_back(array, a);
+    out.push_back(array);
+  }
+  return out;
+}
+
+// A host function may fill an array it was given: its elements come back.
+void Interpreter::copyBack(const std::vector<std::pair<host::Value, Value>>& arrays) {
+  for (const auto& [hostArray, array] : arrays) {
+    std::vector<Value> items;
+    for (const host::Value& item : rt_.arrayElements(hostArray)) items.push_back(fromHost(item));
+    array.array->items = std::move(items);
+  }
+}
+
+Value Interpreter::memberOf(const Value& object, const std::string& name, std::vector<Value> args, bool parentheses,
+                            Position where) {
+  (void)parentheses;
+  if (object.isArray()) return arrayMember(object, name, args, where);
+  if (object.isNil()) raise("NilObjectException", "\"" + name + "\" was used on Nil", where);
+  if (object.isObject()) return hostMember(object, name, std::move(args), where);
+  Value out;
+  if (valueMember(object, name, args, where, out)) return out;
+  fail(where, "a " + typeNameOf(object) + " has no member \"" + name + "\"");
+}
+
+Value Interpreter::hostMember(const Value& object, const std::string& name, std::vector<Value> args, Position where) {
+  host::ClassInfo* cls = rt_.classOf(object.v);
+  const bool method = hasMethod(cls, name, false);
+  if (!args.empty() && !method && hasProperty(cls, name)) {
+    // obj.Items(i): index the array a property holds.
+    Value array = hostCall(where, [&] { return rt_.get(object.v, name); });
+    if (!array.isArray()) fail(where, cls->name + "." + name + " is a property and takes no arguments");
+    return index(array, args, where);
+  }
+  if (!method && !hasProperty(cls, name))
+    fail(where, "class " + cls->name + " has no member \"" + name + "\"");
+  std::vector<std::pair<host::Value, Value>> arrays;
+  std::vector<host::Value> hostArgs = toHost(args, where, arrays);
+  Value result = hostCall(where, [&] {
+    host::Value r = method ? rt_.call(object.v, name, hostArgs) : rt_.get(object.v, name);
+    copyBack(arrays);
+    return r;
+  });
+  return result;
+}
+
+Value Interpreter::sharedMember(const std::string& className, const std::string& name, std::vector<Value> args,
+                                Position where) {
+  host::ClassInfo* cls = rt_.findClass(className);
+  if (hasMethod(cls, name, true)) {
+    std::vector<std::pair<host::Value, Value>> arrays;
+    std::vector<host::Value> hostArgs = toHost(args, where, arrays);
+    return hostCall(where, [&] {
+      host::Value r = rt_.callShared(cls->name, name, hostArgs);
+      copyBack(arrays);
+      return r;
+    });
+  }
+  for (host::ClassInfo* c = cls; c; c = c->superclass)
+    for (const host::ConstantInfo& k : c->constants)
+      if (lowered(k.name) == lowered(name)) {
+        if (!args.empty()) fail(where, cls->name + "." + name + " is a constant and takes no arguments");
+        return hostCall(where, [&] { return rt_.constant(cls->name, name); });
+      }
+  for (host::ClassInfo* c = cls; c; c = c->superclass)
+    for (const host::PropertyInfo& p : c->sharedProperties)
+      if (lowered(p.name) == lowered(name)) {
+        if (!p.nativeGetter) fail(where, "the shared property " + cls->name + "." + name + " cannot be read from here");
+        std::vector<host::Value> none;
+        return hostCall(where, [&] { return p.nativeGetter(rt_, host::Value::nil(), none); });
+      }
+  if (hasMethod(cls, name, false) || hasProperty(cls, name))
+    fail(where, name + " belongs to instances of " + cls->name + "; call it on an instance");
+  fail(where, "class " + cls->name + " has no shared member or constant \"" + name + "\"");
+}
+
+Value Interpreter::index(const Value& array, const std::vector<Value>& args, Position where) {
+  if (!array.isArray()) fail(where, "a " + typeNameOf(array) + " cannot be indexed");
+  if (args.size() != 1) fail(where, "an array takes one index");
+  if (!args[0].isInteger()) fail(where, "an array index must be an Integer, not a " + typeNameOf(args[0]));
+  int64_t i = args[0].integer();
+  const auto& items = array.array->items;
+  if (i < 0 || i >= static_cast<int64_t>(items.size()))
+    raise("OutOfBoundsException",
+          "index " + std::to_string(i) + " is outside the array (last index " + std::to_string(int64_t(items.size()) - 1) + ")", where);
+  Value v = items[size_t(i)];
+  v.variant = array.array->elementType.kind == Type::Kind::Variant;
+  return v;
+}
+
+void Interpreter::setElement(const Value& array, const std::vector<Value>& args, Value value, Position where) {
+  if (!array.isArray()) fail(where, "a " + typeNameOf(array) + " cannot be indexed");
+  if (args.size() != 1) fail(where, "an array takes one index");
+  if (!args[0].isInteger()) fail(where, "an array index must be an Integer, not a " + typeNameOf(args[0]));
+  int64_t i = args[0].integer();
+  auto& items = array.array->items;
+  Value converted = convertTo(rt_, array.array->elementType, value, where, "an element of " + array.array->elementType.describe() + "()");
+  if (i < 0 || i >= static_cast<int64_t>(items.size()))
+    raise("OutOfBoundsException",
+          "index " + std::to_string(i) + " is outside the array (last index " + std::to_string(int64_t(items.size()) - 1) + ")", where);
+  items[size_t(i)] = std::move(converted);
+}
+
+Value Interpreter::arrayMember(const Value& array, const std::string& name, std::vector<Value>& args, Position where) {
+  const std::string n = lowered(name);
+  auto& items = array.array->items;
+  const Type& element = array.array->elementType;
+  auto expectArgs = [&](size_t count) {
+    if (args.size() != count)
+      fail(where, "array member " + name + " takes " + std::to_string(count) + " argument(s), not " + std::to_string(args.size()));
+  };
+  auto checkedIndex = [&](size_t i, bool allowEnd) {
+    if (!args[i].isInteger()) fail(where, "an array index must be an Integer, not a " + typeNameOf(args[i]));
+    int64_t at = args[i].integer();
+    int64_t limit = static_cast<int64_t>(items.size()) - (allowEnd ? 0 : 1);
+    if (at < 0 || at > limit)
+      raise("OutOfBoundsException", "index " + std::to_string(at) + " is outside the array (last index " +
+                                        std::to_string(int64_t(items.size()) - 1) + ")", where);
+    return size_t(at);
+  };
+  if (n == "ubound" || n == "lastindex" || n == "lastrowindex") {
+    expectArgs(0);
+    return host::Value::ofInteger(int64_t(items.size()) - 1);
+  }
+  if (n == "count") {
+    expectArgs(0);
+    return host::Value::ofInteger(int64_t(items.size()));
+  }
+  if (n == "append" || n == "addrow" || n == "add") {
+    expectArgs(1);
+    items.push_back(convertTo(rt_, element, args[0], where, name));
+    return host::Value::nil();
+  }
+  if (n == "insert" || n == "addat" || n == "addrowat") {
+    expectArgs(2);
+    size_t at = checkedIndex(0, true);
+    Value v = convertTo(rt_, element, args[1], where, name);
+    items.insert(items.begin() + static_cast<std::ptrdiff_t>(at), std::move(v));
+    return host::Value::nil();
+  }
+  if (n == "remove" || n == "removeat" || n == "removerowat") {
+    expectArgs(1);
+    size_t at = checkedIndex(0, false);
+    items.erase(items.begin() + static_cast<std::ptrdiff_t>(at));
+    return host::Value::nil();
+  }
+  if (n == "removeall" || n == "removeallrows") {
+    expectArgs(0);
+    items.clear();
+    return host::Value::nil();
+  }
+  if (n == "pop") {
+    expectArgs(0);
+    if (items.empty()) raise("OutOfBoundsException", "Pop on an empty array", where);
+    Value last = items.back();
+    items.pop_back();
+    return last;
+  }
+  if (n == "indexof") {
+    if (args.size() != 1 && args.size() != 2) expectArgs(1);
+    size_t start = args.size() == 2 ? checkedIndex(1, true) : 0;
+    for (size_t i = start; i < items.size(); ++i) {
+      const Value& item = items[i];
+      bool same = (item.isObject() || item.isNil()) && (args[0].isObject() || args[0].isNil())
+                      ? item.v.object.get() == args[0].v.object.get()
+                      : (item.isString() && args[0].isString()) || (item.isNumber() && args[0].isNumber()) ||
+                                (item.isBoolean() && args[0].isBoolean()) || (item.isColor() && args[0].isColor())
+                            ? equal(item, args[0], where)
+                            : false;
+      if (same) return host::Value::ofInteger(int64_t(i));
+    }
+    return host::Value::ofInteger(-1);
+  }
+  if (n == "resizeto" || n == "redim") {
+    expectArgs(1);
+    if (!args[0].isInteger()) fail(where, "an array's upper bound must be an Integer");
+    int64_t upper = args[0].integer();
+    if (upper < -1) raise("OutOfBoundsException", "an array cannot have the upper bound " + std::to_string(upper), where);
+    while (int64_t(items.size()) > upper + 1) items.pop_back();
+    while (int64_t(items.size()) < upper + 1) items.push_back(defaultValue(rt_, element));
+    return host::Value::nil();
+  }
+  if (n == "sort") {
+    expectArgs(0);
+    if (element.kind == Type::Kind::String) {
+      std::vector<std::pair<std::string, Value>> keyed;
+      for (Value& v : items) keyed.emplace_back(text(v), v);
+      std::stable_sort(keyed.begin(), keyed.end(),
+                       [](const auto& a, const auto& b) { return compareText(a.first, b.first) < 0; });
+      for (size_t i = 0; i < items.size(); ++i) items[i] = keyed[i].second;
+    } else if (element.kind == Type::Kind::Integer || element.kind == Type::Kind::Double) {
+      std::stable_sort(items.begin(), items.end(), [](const Value& a, const Value& b) {
+        if (a.isInteger() && b.isInteger()) return a.integer() < b.integer();
+        return a.real() < b.real();
+      });
+    } else {
+      fail(where, "Sort sorts arrays of numbers and strings");
+    }
+    return host::Value::nil();
+  }
+  fail(where, "an array has no member \"" + name + "\"");
+}
+
+}  // namespace qvrlang

@@ -1,0 +1,814 @@
+// The parser: recursive descent over the tokens, one function per construct. The
+// language is line-oriented: a statement ends at the end of its line, blocks end at
+// their closing keyword (End If, Next, Wend, Loop, ...). Operator precedence, tightest
+// first: member access and calls, IsA, ^, negation and Not, * / \ Mod, + -,
+// comparisons and Is, And, Or and Xor.
+#include "parser.h"
+
+#include "lexer.h"
+
+#include <initializer_list>
+#include <set>
+
+namespace qvrlang {
+
+namespace {
+
+const std::set<std::string> kReserved = {
+    "if", "then", "else", "elseif", "end", "for", "each", "to", "downto", "step", "next", "while", "wend",
+    "do", "loop", "until", "exit", "continue", "select", "case", "try", "catch", "finally", "raise", "return",
+    "dim", "var", "as", "new", "and", "or", "not", "xor", "mod", "is", "isa", "nil", "true", "false", "sub",
+    "function", "byref", "byval", "optional", "const", "redim", "in", "paramarray"};
+
+class Parser {
+ public:
+  explicit Parser(std::vector<Token> tokens) : t_(std::move(tokens)) {}
+
+  Program program() {
+    Program p;
+    for (;;) {
+      skipEndsOfLine();
+      if (at().kind == Token::Kind::EndOfFile) break;
+      if (startsDefinition()) {
+        std::unique_ptr<Function> f = definition();
+        std::string key = lowered(f->name);
+        p.functions.emplace(key, std::move(f));
+        continue;
+      }
+      if (isWord("end") || isWord("next") || isWord("wend") || isWord("loop") || isWord("else") ||
+          isWord("elseif") || isWord("case") || isWord("catch") || isWord("finally"))
+        fail(at().where, "\"" + at().text + "\" without the statement it closes");
+      p.main.push_back(statement());
+    }
+    return p;
+  }
+
+ private:
+  // ---- tokens
+
+  const Token& at(size_t ahead = 0) const {
+    size_t i = pos_ + ahead;
+    return i < t_.size() ? t_[i] : t_.back();
+  }
+  const Token& next() {
+    const Token& t = t_[pos_];
+    if (pos_ + 1 < t_.size()) ++pos_;
+    return t;
+  }
+  bool isWord(const char* word, size_t ahead = 0) const {
+    const Token& t = at(ahead);
+    return t.kind == Token::Kind::Identifier && t.lower == word;
+  }
+  bool isSymbol(const char* symbol, size_t ahead = 0) const {
+    const Token& t = at(ahead);
+    return t.kind == Token::Kind::Symbol && t.text == symbol;
+  }
+  bool acceptWord(const char* word) {
+    if (!isWord(word)) return false;
+    next();
+    return true;
+  }
+  bool acceptSymbol(const char* symbol) {
+    if (!isSymbol(symbol)) return false;
+    next();
+    return true;
+  }
+  bool atEndOfLine() const {
+    return at().kind == Token::Kind::EndOfLine || at().kind == Token::Kind::EndOfFile;
+  }
+
+  static std::string describe(const Token& t) {
+    switch (t.kind) {
+      case Token::Kind::EndOfLine: return "the end of the line";
+      case Token::Kind::EndOfFile: return "the end of the program";
+      case Token::Kind::String: return "the string \"" + t.text + "\"";
+      default: return "\"" + t.text + "\"";
+    }
+  }
+
+  [[noreturn]] void expected(const std::string& what) const {
+    fail(at().where, "expected " + what + " but found " + describe(at()));
+  }
+
+  void expectWord(const char* word, const char* display) {
+    if (!acceptWord(word)) expected(std::string("\"") + display + "\"");
+  }
+  void expectSymbol(const char* symbol) {
+    if (!acceptSymbol(symbol)) expected(std::string("\"") + symbol + "\"");
+  }
+  void expectEndOfLine() {
+    if (at().kind == Token::Kind::EndOfFile) return;
+    if (at().kind != Token::Kind::EndOfLine) expected("the end of the statement");
+    next();
+  }
+  void skipEndsOfLine() {
+    while (at().kind == Token::Kind::EndOfLine) next();
+  }
+
+  std::string name(const char* what) {
+    const Token& t = at();
+    if (t.kind != Token::Kind::Identifier || kReserved.count(t.lower)) expected(what);
+    next();
+    return t.text;
+  }
+
+  TypeName typeName() {
+    TypeName type;
+    type.where = at().where;
+    type.name = name("a type name");
+    while (isSymbol(".") && at(1).kind == Token::Kind::Identifier) {  // qualified names: Module.Class
+      next();
+      type.name += "." + next().text;
+    }
+    if (isSymbol("(") && isSymbol(")", 1)) {
+      next();
+      next();
+      type.isArray = true;
+    }
+    return type;
+  }
+
+  // ---- definitions
+
+  bool startsDefinition() const {
+    size_t i = 0;
+    while (isWord("public", i) || isWord("private", i) || isWord("protected", i) || isWord("shared", i)) ++i;
+    return isWord("sub", i) || isWord("function", i);
+  }
+
+  std::unique_ptr<Function> definition() {
+    while (acceptWord("public") || acceptWord("private") || acceptWord("protected") || acceptWord("shared")) {
+    }
+    auto f = std::make_unique<Function>();
+    f->where = at().where;
+    f->isFunction = isWord("function");
+    next();
+    f->name = name(f->isFunction ? "the function's name" : "the sub's name");
+    if (acceptSymbol("(")) {
+      if (!acceptSymbol(")")) {
+        do {
+          f->parameters.push_back(parameter());
+        } while (acceptSymbol(","));
+        expectSymbol(")");
+      }
+    }
+    if (f->isFunction) {
+      expectWord("as", "As");
+      f->returnType = typeName();
+    } else if (isWord("as")) {
+      fail(at().where, "a Sub has no result; declare a Function to return one");
+    }
+    expectEndOfLine();
+    const char* closer = f->isFunction ? "function" : "sub";
+    f->body = block({closer});
+    expectEnd(closer, f->isFunction ? "End Function" : "End Sub");
+    return f;
+  }
+
+  Parameter parameter() {
+    Parameter p;
+    p.where = at().where;
+    for (;;) {
+      if (acceptWord("byref")) p.byRef = true;
+      else if (acceptWord("byval")) p.byRef = false;
+      else if (acceptWord("optional")) p.optional = true;
+      else break;
+    }
+    if (isWord("paramarray")) fail(at().where, "ParamArray parameters are not supported; pass an array");
+    p.name = name("a parameter name");
+    bool array = false;
+    if (isSymbol("(") && isSymbol(")", 1)) {
+      next();
+      next();
+      array = true;
+    }
+    expectWord("as", "As");
+    p.type = typeName();
+    if (array) p.type.isArray = true;
+    if (acceptSymbol("=")) p.defaultValue = expression();
+    return p;
+  }
+
+  // ---- blocks and statements
+
+  // Statements up to (not including) a line that starts with one of the closing words.
+  Block block(std::initializer_list<const char*> closers) {
+    Block out;
+    for (;;) {
+      skipEndsOfLine();
+      if (at().kind == Token::Kind::EndOfFile) return out;
+      for (const char* c : closers)
+        if (isWord(c)) return out;
+      if (isWord("end")) return out;
+      if (startsDefinition()) fail(at().where, "a Sub or Function cannot be defined inside another block");
+      out.push_back(statement());
+    }
+  }
+
+  // "End" optionally followed by the construct's word.
+  void expectEnd(const char* word, const char* display) {
+    if (!isWord("end")) expected(std::string("\"") + display + "\"");
+    next();
+    if (!atEndOfLine()) {
+      if (!acceptWord(word)) expected(std::string("\"") + display + "\"");
+    }
+    expectEndOfLine();
+  }
+
+  StmtPtr statement() {
+    const Token& first = at();
+    if (first.kind == Token::Kind::Identifier) {
+      const std::string& w = first.lower;
+      if (w == "dim" || w == "var") return dim();
+      if (w == "const") return constant();
+      if (w == "if") return ifStatement();
+      if (w == "for") return forStatement();
+      if (w == "while") return whileStatement();
+      if (w == "do") return doStatement();
+      if (w == "select") return selectStatement();
+      if (w == "try") return tryStatement();
+      if (w == "redim") return redim();
+    }
+    StmtPtr s = simpleStatement();
+    expectEndOfLine();
+    return s;
+  }
+
+  // Statements that fit on one line (also the branches of a single-line If).
+  StmtPtr simpleStatement() {
+    const Token& first = at();
+    Position where = first.where;
+    if (first.kind == Token::Kind::Identifier) {
+      const std::string& w = first.lower;
+      if (w == "exit" || w == "continue") {
+        auto s = std::make_unique<Stmt>(w == "exit" ? Stmt::Kind::Exit : Stmt::Kind::Continue, where);
+        next();
+        if (acceptWord("for")) s->loop = LoopKind::For;
+        else if (acceptWord("while")) s->loop = LoopKind::While;
+        else if (acceptWord("do")) s->loop = LoopKind::Do;
+        else if (w == "exit" && acceptWord("sub")) s->loop = LoopKind::Sub;
+        else if (w == "exit" && acceptWord("function")) s->loop = LoopKind::Function;
+        else if (w == "exit" && acceptWord("select")) s->loop = LoopKind::Select;
+        return s;
+      }
+      if (w == "raise") {
+        next();
+        auto s = std::make_unique<Stmt>(Stmt::Kind::Raise, where);
+        s->value = expression();
+        return s;
+      }
+      if (w == "return") {
+        next();
+        auto s = std::make_unique<Stmt>(Stmt::Kind::Return, where);
+        if (!atEndOfLine() && !isWord("else")) s->value = expression();
+        return s;
+      }
+      if (w == "dim" || w == "var") return dim(false);
+      if (kReserved.count(w) && w != "new") fail(where, "\"" + first.text + "\" cannot start a statement here");
+    }
+    ExprPtr head = postfix();
+    if (isSymbol("=") || isSymbol("+=") || isSymbol("-=") || isSymbol("*=") || isSymbol("/=")) {
+      if (head->kind != Expr::Kind::Name && head->kind != Expr::Kind::Member && head->kind != Expr::Kind::Call)
+        fail(head->where, "this cannot be assigned to");
+      auto s = std::make_unique<Stmt>(Stmt::Kind::Assign, where);
+      std::string op = next().text;
+      if (op != "=") {
+        s->compound = true;
+        s->op = op == "+=" ? Op::Add : op == "-=" ? Op::Subtract : op == "*=" ? Op::Multiply : Op::Divide;
+      }
+      s->target = std::move(head);
+      s->value = expression();
+      return s;
+    }
+    auto s = std::make_unique<Stmt>(Stmt::Kind::Call, where);
+    if (!atEndOfLine() && !isWord("else")) {
+      // A call without parentheses: "Print x", "a.Append v", "DoIt 1, 2".
+      if (head->kind != Expr::Kind::Name && head->kind != Expr::Kind::Member)
+        expected("the end of the statement");
+      auto call = std::make_unique<Expr>(Expr::Kind::Call, head->where);
+      call->left = std::move(head);
+      do {
+        call->args.push_back(expression());
+      } while (acceptSymbol(","));
+      s->value = std::move(call);
+      return s;
+    }
+    if (head->kind != Expr::Kind::Name && head->kind != Expr::Kind::Member && head->kind != Expr::Kind::Call)
+      fail(head->where, "this expression is not a statement; assign or use its value");
+    s->value = std::move(head);
+    return s;
+  }
+
+  StmtPtr dim(bool wholeLine = true) {
+    auto s = std::make_unique<Stmt>(Stmt::Kind::Dim, at().where);
+    next();
+    // "Dim a, b As Integer, c As String = "x"": names share the type that follows them.
+    std::vector<DimItem> pending;
+    for (;;) {
+      DimItem item;
+      item.where = at().where;
+      item.name = name("a variable name");
+      if (acceptSymbol("(")) {
+        if (!acceptSymbol(")")) {
+          item.size = expression();
+          item.sized = true;
+          if (isSymbol(",")) fail(at().where, "only one-dimensional arrays are supported");
+          expectSymbol(")");
+        }
+        item.type.isArray = true;
+      }
+      pending.push_back(std::move(item));
+      if (acceptSymbol(",")) continue;
+      if (!acceptWord("as")) expected("\"As\" and a type");
+      bool isNew = acceptWord("new");
+      TypeName type = typeName();
+      for (DimItem& d : pending) {
+        bool array = d.type.isArray;
+        d.type.name = type.name;
+        d.type.where = type.where;
+        d.type.isArray = array || type.isArray;
+      }
+      if (isNew) {
+        if (pending.back().type.isArray) fail(type.where, "\"As New\" makes an object, not an array");
+        pending.back().isNew = true;
+        if (acceptSymbol("(")) pending.back().newArgs = arguments();
+      } else if (acceptSymbol("=")) {
+        if (pending.size() > 1) fail(at().where, "an initial value belongs to one variable");
+        if (pending.back().type.isArray && pending.back().sized)
+          fail(at().where, "an array with a size cannot also have an initial value");
+        pending.back().initializer = expression();
+      }
+      for (DimItem& d : pending) s->items.push_back(std::move(d));
+      pending.clear();
+      if (!acceptSymbol(",")) break;
+    }
+    if (wholeLine) expectEndOfLine();
+    return s;
+  }
+
+  StmtPtr constant() {
+    auto s = std::make_unique<Stmt>(Stmt::Kind::Const, at().where);
+    next();
+    DimItem item;
+    item.where = at().where;
+    item.name = name("the constant's name");
+    if (acceptWord("as")) item.type = typeName();
+    expectSymbol("=");
+    item.initializer = expression();
+    s->items.push_back(std::move(item));
+    expectEndOfLine();
+    return s;
+  }
+
+  StmtPtr redim() {
+    auto s = std::make_unique<Stmt>(Stmt::Kind::Redim, at().where);
+    next();
+    ExprPtr target = postfix();
+    if (target->kind != Expr::Kind::Call || target->args.size() != 1)
+      fail(target->where, "expected an array and its new upper bound: Redim a(n)");
+    s->value = std::move(target->args[0]);
+    s->target = std::move(target->left);
+    expectEndOfLine();
+    return s;
+  }
+
+  StmtPtr ifStatement() {
+    auto s = std::make_unique<Stmt>(Stmt::Kind::If, at().where);
+    next();
+    s->conditions.push_back(expression());
+    expectWord("then", "Then");
+    if (!atEndOfLine()) {
+      // Single-line form: If c Then statement [Else statement]
+      Block thenBlock;
+      thenBlock.push_back(simpleStatement());
+      s->blocks.push_back(std::move(thenBlock));
+      if (acceptWord("else")) {
+        s->hasElse = true;
+        s->elseBlock.push_back(simpleStatement());
+      }
+      expectEndOfLine();
+      return s;
+    }
+    expectEndOfLine();
+    s->blocks.push_back(block({"else", "elseif"}));
+    for (;;) {
+      if (isWord("elseif") || (isWord("else") && isWord("if", 1))) {
+        if (isWord("else")) next();
+        next();
+        s->conditions.push_back(expression());
+        expectWord("then", "Then");
+        expectEndOfLine();
+        s->blocks.push_back(block({"else", "elseif"}));
+        continue;
+      }
+      if (acceptWord("else")) {
+        expectEndOfLine();
+        s->hasElse = true;
+        s->elseBlock = block({"else", "elseif"});
+        if (isWord("else") || isWord("elseif")) fail(at().where, "nothing may follow the Else branch of an If");
+      }
+      break;
+    }
+    expectEnd("if", "End If");
+    return s;
+  }
+
+  void expectNext(const std::string& variable) {
+    if (!acceptWord("next")) expected("\"Next\"");
+    if (!atEndOfLine()) {
+      const Token& t = at();
+      if (t.kind != Token::Kind::Identifier || t.lower != lowered(variable))
+        fail(t.where, "expected \"Next\" or \"Next " + variable + "\" but found " + describe(t));
+      next();
+    }
+    expectEndOfLine();
+  }
+
+  StmtPtr forStatement() {
+    Position where = at().where;
+    next();
+    if (acceptWord("each")) {
+      auto s = std::make_unique<Stmt>(Stmt::Kind::ForEach, where);
+      s->name = name("the loop variable");
+      if (acceptWord("as")) s->type = typeName();
+      expectWord("in", "In");
+      s->value = expression();
+      expectEndOfLine();
+      s->body = block({"next"});
+      expectNext(s->name);
+      return s;
+    }
+    auto s = std::make_unique<Stmt>(Stmt::Kind::For, where);
+    s->name = name("the loop variable");
+    if (acceptWord("as")) s->type = typeName();
+    expectSymbol("=");
+    s->value = expression();
+    if (acceptWord("downto")) s->downTo = true;
+    else expectWord("to", "To");
+    s->target = expression();
+    if (acceptWord("step")) s->step = expression();
+    expectEndOfLine();
+    s->body = block({"next"});
+    expectNext(s->name);
+    return s;
+  }
+
+  StmtPtr whileStatement() {
+    auto s = std::make_unique<Stmt>(Stmt::Kind::While, at().where);
+    next();
+    s->value = expression();
+    expectEndOfLine();
+    s->body = block({"wend"});
+    expectWord("wend", "Wend");
+    expectEndOfLine();
+    return s;
+  }
+
+  StmtPtr doStatement() {
+    auto s = std::make_unique<Stmt>(Stmt::Kind::Do, at().where);
+    next();
+    if (isWord("until") || isWord("while")) {
+      s->preUntil = isWord("until");
+      next();
+      s->preCondition = expression();
+    }
+    expectEndOfLine();
+    s->body = block({"loop"});
+    expectWord("loop", "Loop");
+    if (isWord("until") || isWord("while")) {
+      s->postUntil = isWord("until");
+      next();
+      s->postCondition = expression();
+    }
+    if (s->preCondition && s->postCondition) fail(s->where, "a Do loop has its condition at the Do or at the Loop, not both");
+    expectEndOfLine();
+    return s;
+  }
+
+  StmtPtr selectStatement() {
+    auto s = std::make_unique<Stmt>(Stmt::Kind::Select, at().where);
+    next();
+    expectWord("case", "Case");
+    s->value = expression();
+    expectEndOfLine();
+    skipEndsOfLine();
+    while (isWord("case")) {
+      CaseBlock c;
+      c.where = at().where;
+      next();
+      if (acceptWord("else")) {
+        c.isElse = true;
+      } else {
+        do {
+          CaseClause clause;
+          if (acceptWord("is")) {
+            clause.kind = CaseClause::Kind::Is;
+            const Token& t = at();
+            if (t.kind != Token::Kind::Symbol) expected("a comparison (= <> < <= > >=)");
+            if (t.text == "=") clause.op = Op::Equal;
+            else if (t.text == "<>") clause.op = Op::NotEqual;
+            else if (t.text == "<") clause.op = Op::Less;
+            else if (t.text == "<=") clause.op = Op::LessEqual;
+            else if (t.text == ">") clause.op = Op::Greater;
+            else if (t.text == ">=") clause.op = Op::GreaterEqual;
+            else expected("a comparison (= <> < <= > >=)");
+            next();
+            clause.first = additive();
+          } else {
+            clause.first = expression();
+            if (acceptWord("to")) {
+              clause.kind = CaseClause::Kind::Range;
+              clause.last = expression();
+            }
+          }
+          c.clauses.push_back(std::move(clause));
+        } while (acceptSymbol(","));
+      }
+      expectEndOfLine();
+      c.body = block({"case"});
+      bool wasElse = c.isElse;
+      s->cases.push_back(std::move(c));
+      if (wasElse && isWord("case")) fail(at().where, "Case Else must be the last Case");
+    }
+    expectEnd("select", "End Select");
+    return s;
+  }
+
+  StmtPtr tryStatement() {
+    auto s = std::make_unique<Stmt>(Stmt::Kind::Try, at().where);
+    next();
+    expectEndOfLine();
+    s->body = block({"catch", "exception", "finally"});
+    while (isWord("catch") || isWord("exception")) {
+      CatchBlock c;
+      c.where = at().where;
+      next();
+      if (!atEndOfLine()) {
+        c.variable = name("the exception's variable name");
+        if (acceptWord("as")) c.className = typeName().name;
+      }
+      expectEndOfLine();
+      c.body = block({"catch", "exception", "finally"});
+      s->catches.push_back(std::move(c));
+    }
+    if (acceptWord("finally")) {
+      expectEndOfLine();
+      s->hasFinally = true;
+      s->finallyBlock = block({"catch", "finally"});
+    }
+    expectEnd("try", "End Try");
+    return s;
+  }
+
+  // ---- expressions
+
+  ExprPtr binary(Op op, ExprPtr l, ExprPtr r, Position where) {
+    auto e = std::make_unique<Expr>(Expr::Kind::Binary, where);
+    e->op = op;
+    e->left = std::move(l);
+    e->right = std::move(r);
+    return e;
+  }
+
+ public:
+  ExprPtr expression() { return orExpr(); }
+
+ private:
+  ExprPtr orExpr() {
+    ExprPtr l = andExpr();
+    for (;;) {
+      Position where = at().where;
+      if (acceptWord("or")) l = binary(Op::Or, std::move(l), andExpr(), where);
+      else if (acceptWord("xor")) l = binary(Op::Xor, std::move(l), andExpr(), where);
+      else return l;
+    }
+  }
+
+  ExprPtr andExpr() {
+    ExprPtr l = comparison();
+    for (;;) {
+      Position where = at().where;
+      if (!acceptWord("and")) return l;
+      l = binary(Op::And, std::move(l), comparison(), where);
+    }
+  }
+
+  ExprPtr comparison() {
+    ExprPtr l = additive();
+    for (;;) {
+      Position where = at().where;
+      Op op;
+      if (isSymbol("=")) op = Op::Equal;
+      else if (isSymbol("<>")) op = Op::NotEqual;
+      else if (isSymbol("<")) op = Op::Less;
+      else if (isSymbol("<=")) op = Op::LessEqual;
+      else if (isSymbol(">")) op = Op::Greater;
+      else if (isSymbol(">=")) op = Op::GreaterEqual;
+      else if (isWord("is")) op = Op::Is;
+      else return l;
+      next();
+      l = binary(op, std::move(l), additive(), where);
+    }
+  }
+
+  ExprPtr additive() {
+    ExprPtr l = multiplicative();
+    for (;;) {
+      Position where = at().where;
+      if (acceptSymbol("+")) l = binary(Op::Add, std::move(l), multiplicative(), where);
+      else if (acceptSymbol("-")) l = binary(Op::Subtract, std::move(l), multiplicative(), where);
+      else return l;
+    }
+  }
+
+  ExprPtr multiplicative() {
+    ExprPtr l = unary();
+    for (;;) {
+      Position where = at().where;
+      Op op;
+      if (isSymbol("*")) op = Op::Multiply;
+      else if (isSymbol("/")) op = Op::Divide;
+      else if (isSymbol("\\")) op = Op::IntegerDivide;
+      else if (isWord("mod")) op = Op::Modulo;
+      else return l;
+      next();
+      l = binary(op, std::move(l), unary(), where);
+    }
+  }
+
+  ExprPtr unary() {
+    Position where = at().where;
+    if (acceptSymbol("-")) {
+      auto e = std::make_unique<Expr>(Expr::Kind::Unary, where);
+      e->op = Op::Negate;
+      e->left = unary();
+      return e;
+    }
+    if (acceptSymbol("+")) return unary();
+    if (acceptWord("not")) {
+      auto e = std::make_unique<Expr>(Expr::Kind::Unary, where);
+      e->op = Op::Not;
+      e->left = unary();
+      return e;
+    }
+    return power();
+  }
+
+  ExprPtr power() {
+    ExprPtr l = isA();
+    for (;;) {
+      Position where = at().where;
+      if (!acceptSymbol("^")) return l;
+      ExprPtr r;
+      if (isSymbol("-")) {
+        Position minus = next().where;
+        r = std::make_unique<Expr>(Expr::Kind::Unary, minus);
+        r->op = Op::Negate;
+        r->left = isA();
+      } else {
+        r = isA();
+      }
+      l = binary(Op::Power, std::move(l), std::move(r), where);
+    }
+  }
+
+  ExprPtr isA() {
+    ExprPtr l = postfix();
+    while (isWord("isa")) {
+      Position where = next().where;
+      auto e = std::make_unique<Expr>(Expr::Kind::IsA, where);
+      e->left = std::move(l);
+      e->text = typeName().name;
+      l = std::move(e);
+    }
+    return l;
+  }
+
+  std::vector<ExprPtr> arguments() {  // after "(": arguments up to ")"
+    std::vector<ExprPtr> args;
+    if (acceptSymbol(")")) return args;
+    do {
+      args.push_back(expression());
+    } while (acceptSymbol(","));
+    expectSymbol(")");
+    return args;
+  }
+
+  ExprPtr postfix() {
+    ExprPtr e = primary();
+    for (;;) {
+      if (isSymbol(".")) {
+        Position where = next().where;
+        const Token& t = at();
+        if (t.kind != Token::Kind::Identifier) expected("a member name after \".\"");
+        next();
+        auto m = std::make_unique<Expr>(Expr::Kind::Member, t.where);
+        (void)where;
+        m->text = t.text;
+        m->left = std::move(e);
+        e = std::move(m);
+        continue;
+      }
+      if (isSymbol("(")) {
+        Position where = next().where;
+        auto c = std::make_unique<Expr>(Expr::Kind::Call, e->where);
+        (void)where;
+        c->parentheses = true;
+        c->left = std::move(e);
+        c->args = arguments();
+        e = std::move(c);
+        continue;
+      }
+      return e;
+    }
+  }
+
+  ExprPtr primary() {
+    const Token& t = at();
+    Position where = t.where;
+    switch (t.kind) {
+      case Token::Kind::Integer: {
+        next();
+        auto e = std::make_unique<Expr>(Expr::Kind::Integer, where);
+        e->integer = t.integer;
+        return e;
+      }
+      case Token::Kind::Double: {
+        next();
+        auto e = std::make_unique<Expr>(Expr::Kind::Double, where);
+        e->real = t.real;
+        return e;
+      }
+      case Token::Kind::String: {
+        next();
+        auto e = std::make_unique<Expr>(Expr::Kind::String, where);
+        e->text = t.text;
+        return e;
+      }
+      case Token::Kind::Color: {
+        next();
+        auto e = std::make_unique<Expr>(Expr::Kind::Color, where);
+        e->integer = t.integer;
+        return e;
+      }
+      case Token::Kind::Symbol:
+        if (t.text == "(") {
+          next();
+          ExprPtr inner = expression();
+          expectSymbol(")");
+          return inner;
+        }
+        expected("an expression");
+      case Token::Kind::Identifier: {
+        if (t.lower == "true" || t.lower == "false") {
+          next();
+          auto e = std::make_unique<Expr>(Expr::Kind::Boolean, where);
+          e->integer = t.lower == "true";
+          return e;
+        }
+        if (t.lower == "nil") {
+          next();
+          return std::make_unique<Expr>(Expr::Kind::Nil, where);
+        }
+        if (t.lower == "if" && isSymbol("(", 1)) {  // If(condition, a, b)
+          next();
+          next();
+          auto e = std::make_unique<Expr>(Expr::Kind::IfExpression, where);
+          e->args = arguments();
+          if (e->args.size() != 3) fail(where, "If(...) takes a condition and two values");
+          return e;
+        }
+        if (t.lower == "new") {
+          next();
+          auto e = std::make_unique<Expr>(Expr::Kind::New, where);
+          TypeName type = typeName();
+          if (type.isArray) fail(type.where, "New makes an object; declare arrays with Dim a() As T");
+          e->text = type.name;
+          if (acceptSymbol("(")) e->args = arguments();
+          return e;
+        }
+        if (kReserved.count(t.lower)) expected("an expression");
+        next();
+        auto e = std::make_unique<Expr>(Expr::Kind::Name, where);
+        e->text = t.text;
+        return e;
+      }
+      default:
+        expected("an expression");
+    }
+  }
+
+  std::vector<Token> t_;
+  size_t pos_ = 0;
+};
+
+}  // namespace
+
+Program parseProgram(const std::string& source, const std::string& file) {
+  Parser parser(tokenize(source));
+  Program program = parser.program();
+  program.file = file;
+  return program;
+}
+
+}  // namespace qvrlang

@@ -1,0 +1,145 @@
+// Running programs: parse, run, and report what went wrong in words a person can act
+// on. Nothing a program does escapes as a crash: program errors, host exceptions,
+// platform exceptions and failures of the runtime itself all end in a message and a
+// non-zero status.
+#include <qvrlang/run.h>
+
+#include "interpreter.h"
+#include "parser.h"
+#include "text.h"
+
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+namespace qvrlang {
+
+namespace {
+
+std::string baseName(const std::string& path) {
+  size_t slash = path.find_last_of('/');
+  return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+}  // namespace
+
+int runSource(host::Runtime& rt, const std::string& source, const std::string& file, std::ostream& out, std::ostream& err) {
+  Program program;
+  try {
+    program = parseProgram(source, file);
+  } catch (const ProgramError& e) {
+    err << e.describe(file) << '\n';
+    return 1;
+  }
+  Interpreter interpreter(rt, program, out);
+  try {
+    interpreter.run();
+    out.flush();
+    return 0;
+  } catch (const ProgramError& e) {
+    out.flush();
+    err << e.describe(file) << '\n';
+  } catch (const Raised& raised) {
+    out.flush();
+    std::string className = "an exception";
+    std::string message;
+    host::ClassInfo* cls = rt.classOf(raised.exception.v);
+    if (cls) className = cls->name;
+    try {
+      message = textOf(rt, Value(rt.get(raised.exception.v, "Message")));
+    } catch (...) {
+    }
+    err << file << ":" << raised.where.line << ": uncaught " << className;
+    if (!message.empty()) err << ": " << message;
+    err << '\n';
+  } catch (const host::HostException& e) {
+    out.flush();
+    err << file << ": uncaught " << e.className() << (e.message().empty() ? "" : ": " + e.message()) << '\n';
+  } catch (const std::exception& e) {
+    out.flush();
+    err << file << ": the runner failed: " << e.what() << '\n';
+  }
+  return 1;
+}
+
+int runFile(host::Runtime& rt, const std::string& path, std::ostream& out, std::ostream& err) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) {
+    err << path << ": cannot read this program\n";
+    return 2;
+  }
+  std::stringstream buffer;
+  buffer << in.rdbuf();
+  return runSource(rt, buffer.str(), baseName(path), out, err);
+}
+
+const std::string& embeddedExample() {
+  static const std::string kExample = R"QVR(' The embedded example of `qvr run`: what a program can do with the plugin today.
+Print "Strings, numbers and arrays"
+Dim names() As String = Array("tiff", "bmp", "gif", "jpeg", "png")
+Print "  " + Str(names.Count) + " formats: " + Join(names, ", ")
+Print "  7 / 2 = " + Str(7 / 2) + ", 7 \ 2 = " + Str(7 \ 2) + ", 7 Mod 2 = " + Str(7 Mod 2)
+Print "  Format(1234567.891, ""#,##0.00"") = " + Format(1234567.891, "#,##0.00")
+
+Print "MemoryBlock"
+Dim mb As New MemoryBlock(4)
+mb.Byte(0) = &h51
+mb.Byte(1) = &h56
+mb.Byte(2) = &h52
+mb.Byte(3) = &h21
+Print "  " + Str(mb.Size) + " bytes: " + mb.StringValue(0, 4)
+
+Print "Exceptions"
+Try
+  Dim b As Integer = mb.Byte(10)
+  Print "  read " + Str(b)
+Catch e As OutOfBoundsException
+  Print "  caught OutOfBoundsException: " + e.Message
+End Try
+
+Print "The image class"
+Dim img As New NSImageQVR
+Print "  New NSImageQVR: Handle is " + If(img.Handle <> 0, "set", "zero")
+Dim size As New NSSizeQVR(64, 48)
+Print "  NSSizeQVR: " + Str(size.Width) + " x " + Str(size.Height)
+Dim sized As New NSImageQVR(size)
+Print "  New NSImageQVR(size): Handle is " + If(sized.Handle <> 0, "set", "zero")
+Dim rect As New NSRectQVR(0, 0, 64, 48)
+Print "  NSRectQVR: " + Str(rect.Width) + " x " + Str(rect.Height)
+)QVR";
+  return kExample;
+}
+
+int runCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
+  host::Options options;
+  std::string program;
+  for (size_t i = 0; i < args.size(); ++i) {
+    const std::string& a = args[i];
+    if (a == "--no-siblings") {
+      options.siblings = false;
+    } else if (a == "--console") {
+      options.kind = host::AppKind::Console;
+    } else if (a == "--host-version" && i + 1 < args.size()) {
+      options.version = std::strtod(args[++i].c_str(), nullptr);
+    } else if (!a.empty() && a[0] == '-') {
+      err << "qvr run: unknown option " << a << "\nusage: qvr run [--no-siblings] [--console] [--host-version V] [PROGRAM]\n";
+      return 2;
+    } else if (program.empty()) {
+      program = a;
+    } else {
+      err << "qvr run: one program at a time\n";
+      return 2;
+    }
+  }
+  try {
+    host::Runtime rt(options);
+    rt.loadStandardPlugins();
+    if (program.empty()) return runSource(rt, embeddedExample(), "example", out, err);
+    return runFile(rt, program, out, err);
+  } catch (const std::exception& e) {
+    err << "qvr run: " << e.what() << '\n';
+    return 1;
+  }
+}
+
+}  // namespace qvrlang

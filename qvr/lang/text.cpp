@@ -1,0 +1,181 @@
+// Text of values: number formatting for Str and Format, reading host strings as UTF-8,
+// UTF-8 characters, and the case-insensitive string comparison the language uses.
+#include "text.h"
+
+#include <cctype>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+
+namespace qvrlang {
+
+std::string formatReal(double value) {
+  if (std::isnan(value)) return "NAN";
+  if (std::isinf(value)) return value > 0 ? "INF" : "-INF";
+  if (value == 0) return "0";
+  char buffer[64];
+  std::snprintf(buffer, sizeof buffer, "%.7g", value);
+  std::string text = buffer;
+  // The exponent without leading zeros, and a mantissa that always shows six decimals:
+  // 1.234568e+8.
+  size_t e = text.find('e');
+  if (e != std::string::npos) {
+    std::snprintf(buffer, sizeof buffer, "%.6e", value);
+    text = buffer;
+    e = text.find('e');
+    std::string mantissa = text.substr(0, e);
+    char sign = text[e + 1];
+    std::string digits = text.substr(e + 2);
+    while (digits.size() > 1 && digits[0] == '0') digits.erase(0, 1);
+    text = mantissa + "e" + sign + digits;
+  }
+  return text;
+}
+
+namespace {
+
+std::string groupThousands(const std::string& digits) {
+  std::string out;
+  int count = 0;
+  for (size_t i = digits.size(); i-- > 0;) {
+    out.insert(out.begin(), digits[i]);
+    if (++count % 3 == 0 && i > 0) out.insert(out.begin(), ',');
+  }
+  return out;
+}
+
+std::string formatSection(double value, const std::string& spec, bool showMinus) {
+  // Read the pattern: integer placeholders, decimal placeholders, literals around them.
+  int intZeros = 0, intDigits = 0, fracZeros = 0, fracHashes = 0;
+  bool seenPoint = false, thousands = false, percent = false, hasPlaceholder = false;
+  std::string prefix, suffix;
+  bool signWritten = false;
+  for (size_t i = 0; i < spec.size(); ++i) {
+    char c = spec[i];
+    std::string& literal = hasPlaceholder ? suffix : prefix;
+    if (c == '\\' && i + 1 < spec.size()) {
+      literal += spec[++i];
+    } else if (c == '#' || c == '0') {
+      if (!suffix.empty() && hasPlaceholder) {  // a placeholder after a literal: keep it in the suffix
+        suffix += c;
+        continue;
+      }
+      hasPlaceholder = true;
+      if (seenPoint) {
+        if (c == '0') ++fracZeros; else ++fracHashes;
+      } else {
+        ++intDigits;
+        if (c == '0') ++intZeros;
+      }
+    } else if (c == '.' && !seenPoint && (hasPlaceholder || (i + 1 < spec.size() && (spec[i + 1] == '#' || spec[i + 1] == '0')))) {
+      seenPoint = true;
+      hasPlaceholder = true;
+    } else if (c == ',' && hasPlaceholder && !seenPoint) {
+      thousands = true;
+    } else if (c == '%') {
+      percent = true;
+      literal += '%';
+    } else if (c == '-' || c == '+') {
+      if (c == '-') literal += (value < 0 ? "-" : "");
+      else literal += (value < 0 ? "-" : "+");
+      signWritten = true;
+    } else {
+      literal += c;
+    }
+  }
+  double v = std::fabs(value);
+  if (percent) v *= 100;
+  int decimals = fracZeros + fracHashes;
+  char buffer[512];
+  std::snprintf(buffer, sizeof buffer, "%.*f", decimals, v);
+  std::string number = buffer;
+  std::string whole = number, fraction;
+  size_t point = number.find('.');
+  if (point != std::string::npos) {
+    whole = number.substr(0, point);
+    fraction = number.substr(point + 1);
+  }
+  // Optional decimals drop their trailing zeros.
+  while (static_cast<int>(fraction.size()) > fracZeros && !fraction.empty() && fraction.back() == '0') fraction.pop_back();
+  if (whole == "0" && intZeros == 0) whole.clear();
+  while (static_cast<int>(whole.size()) < intZeros) whole.insert(whole.begin(), '0');
+  if (thousands) whole = groupThousands(whole);
+  std::string body = whole;
+  if (!fraction.empty()) body += "." + fraction;
+  else if (fracZeros > 0) body += ".";
+  if (!hasPlaceholder) body.clear();
+  std::string sign = (showMinus && value < 0 && !signWritten && (!body.empty() && body.find_first_not_of("0.,") != std::string::npos)) ? "-" : "";
+  return sign + prefix + body + suffix;
+}
+
+}  // namespace
+
+std::string formatNumber(double value, const std::string& spec) {
+  if (spec.empty()) return formatReal(value);
+  std::vector<std::string> sections;
+  std::string current;
+  for (size_t i = 0; i < spec.size(); ++i) {
+    if (spec[i] == '\\' && i + 1 < spec.size()) {
+      current += spec[i];
+      current += spec[++i];
+    } else if (spec[i] == ';') {
+      sections.push_back(current);
+      current.clear();
+    } else {
+      current += spec[i];
+    }
+  }
+  sections.push_back(current);
+  if (value == 0 && sections.size() >= 3) return formatSection(value, sections[2], false);
+  if (value < 0 && sections.size() >= 2) return formatSection(-value, sections[1], false);
+  return formatSection(value, sections[0], true);
+}
+
+std::string textOf(host::Runtime& rt, const Value& value) {
+  if (!value.isString() || !value.v.string) return std::string();
+  uint32_t encoding = rt.encoding(value.v);
+  if (encoding == host::kEncodingUTF8 || encoding == host::kEncodingUnknown || encoding == host::kEncodingASCII)
+    return rt.bytes(value.v);
+  return rt.utf8(value.v);
+}
+
+std::string variantText(host::Runtime& rt, const Value& value) {
+  if (value.isString()) return textOf(rt, value);
+  if (value.isInteger()) {
+    if (value.v.kind == host::Value::Kind::UInt64) return std::to_string(static_cast<uint64_t>(value.v.integer));
+    return std::to_string(value.v.integer);
+  }
+  if (value.isReal()) return formatReal(value.v.real);
+  if (value.isBoolean()) return value.v.boolean ? "True" : "False";
+  if (value.isColor()) {
+    char buffer[16];
+    std::snprintf(buffer, sizeof buffer, "&h%08X", static_cast<unsigned>(value.v.integer));
+    return buffer;
+  }
+  return std::string();
+}
+
+std::vector<std::string> characters(const std::string& text) {
+  std::vector<std::string> out;
+  for (size_t i = 0; i < text.size();) {
+    unsigned char c = static_cast<unsigned char>(text[i]);
+    size_t n = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 1;
+    if (i + n > text.size()) n = 1;
+    out.push_back(text.substr(i, n));
+    i += n;
+  }
+  return out;
+}
+
+int compareText(const std::string& a, const std::string& b) {
+  size_t n = std::min(a.size(), b.size());
+  for (size_t i = 0; i < n; ++i) {
+    int x = std::tolower(static_cast<unsigned char>(a[i]));
+    int y = std::tolower(static_cast<unsigned char>(b[i]));
+    if (x != y) return x < y ? -1 : 1;
+  }
+  if (a.size() == b.size()) return 0;
+  return a.size() < b.size() ? -1 : 1;
+}
+
+}  // namespace qvrlang

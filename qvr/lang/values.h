@@ -1,0 +1,84 @@
+// Values of the language: host values (numbers, strings, colours, objects) and the
+// language's own arrays, the declared types of variables and how a value is converted
+// to a declared type, or refused with a type error.
+#pragma once
+
+#include "ast.h"
+
+#include <host/runtime.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace qvrlang {
+
+struct ArrayObject;
+
+// A value: a host value, or (when array is set) a language array, shared by reference
+// as the language's arrays are.
+struct Value {
+  host::Value v;
+  std::shared_ptr<ArrayObject> array;
+  bool variant = false;  // read from a Variant: converts to a String where one is wanted
+
+  Value() = default;
+  Value(host::Value value) : v(std::move(value)) {}  // NOLINT: values pass through freely
+  bool isArray() const { return array != nullptr; }
+  bool isNil() const { return !array && v.isNil(); }
+  bool isObject() const { return !array && v.kind == host::Value::Kind::Object && v.object; }
+  bool isString() const { return !array && v.kind == host::Value::Kind::String; }
+  bool isBoolean() const { return !array && v.kind == host::Value::Kind::Boolean; }
+  bool isInteger() const;
+  bool isReal() const;
+  bool isNumber() const { return isInteger() || isReal(); }
+  bool isColor() const { return !array && v.kind == host::Value::Kind::Color; }
+  int64_t integer() const;  // integers; reals truncated
+  double real() const;
+};
+
+// A declared type, resolved.
+struct Type {
+  enum class Kind { Integer, Double, Boolean, String, Color, Ptr, Variant, Object };
+  Kind kind = Kind::Variant;
+  std::string name;       // as written, for messages and the host ("Int32", "NSImageQVR")
+  int integerBits = 64;   // Integer kinds: the width values are kept in
+  bool isUnsigned = false;
+  bool isArray = false;
+  host::ClassInfo* cls = nullptr;  // Object: the class (null: any object)
+
+  std::string describe() const { return isArray ? name + "()" : name; }
+  Type element() const {
+    Type t = *this;
+    t.isArray = false;
+    return t;
+  }
+};
+
+struct ArrayObject {
+  Type elementType;
+  std::vector<Value> items;
+};
+
+class Strings;
+
+// Looks a written type up: the language's value types or a class the runtime holds.
+Type resolveType(host::Runtime& rt, const TypeName& written);
+Type resolveType(host::Runtime& rt, const std::string& name, bool isArray, Position where);
+
+// The value a variable of this type starts with.
+Value defaultValue(host::Runtime& rt, const Type& type);
+
+// What a value is, in the words a type error uses ("Integer", "String", "NSImageQVR").
+std::string typeNameOf(const Value& value);
+
+// Converts a value for a variable, parameter or result of the type; a value that does
+// not fit is a type error at where ("what" names the receiving thing).
+Value convertTo(host::Runtime& rt, const Type& type, const Value& value, Position where, const std::string& what);
+
+// Whether convertTo would accept the value (used to choose among overloads).
+bool fits(const Type& type, const Value& value);
+
+Value makeArray(const Type& elementType, std::vector<Value> items = {});
+
+}  // namespace qvrlang
