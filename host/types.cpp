@@ -165,10 +165,6 @@ bool toSlot(const HostType& type, const Value& value, Slot& slot) {
         slot.p = value.pointer;
         return true;
       }
-      if (value.kind == Value::Kind::Object) {  // a MemoryBlock passes as its bytes' address
-        slot.p = value.object.get();
-        return true;
-      }
       if (!isIntegerKind(value.kind)) return false;
       slot.p = reinterpret_cast<void*>(static_cast<intptr_t>(value.integer));
       return true;
@@ -341,6 +337,7 @@ int fitScore(Runtime::Impl& impl, const HostType& type, const Value& value) {
     case TypeKind::Ptr:
       if (k == Value::Kind::Ptr) return 0;
       if (k == Value::Kind::Nil) return 1;
+      if (k == Value::Kind::Object && impl.memoryBlockData(value.object.get())) return 1;  // passes its bytes
       if (k == Value::Kind::Integer) return 2;
       return -1;
     case TypeKind::Variant:
@@ -380,6 +377,11 @@ int fitScore(Runtime::Impl& impl, const HostType& type, const Value& value) {
 }
 
 Value coerce(Runtime::Impl& impl, const HostType& type, const Value& value) {
+  if (type.kind == TypeKind::Ptr && !type.isArray && value.kind == Value::Kind::Object) {
+    // A MemoryBlock passed for a Ptr gives the address of its bytes.
+    MemoryBlockData* block = impl.memoryBlockData(value.object.get());
+    return block ? Value::ofPtr(block->bytes) : value;
+  }
   if (isReference(type) && type.kind != TypeKind::Ptr) return value;
   Slot slot;
   if (!toSlot(type, value, slot)) return value;

@@ -40,6 +40,10 @@ TEST_F(HostTest, CallsPassAndReturnEveryType) {
   Value p = rt().call(o, "OffsetPtr", {Value::ofPtr(buffer), integer(3)});
   EXPECT_EQ(p.kind, Value::Kind::Ptr);
   EXPECT_EQ(p.pointer, buffer + 3);
+  // A MemoryBlock passed for a Ptr gives the address of its bytes.
+  Value block = rt().memoryBlock("abcd", 4);
+  Value q = rt().call(o, "OffsetPtr", {block, integer(1)});
+  EXPECT_EQ(*static_cast<char*>(q.pointer), 'b');
 
   EXPECT_EQ(text(rt().call(o, "Describe", {str("abc")})), "<abc>");
   EXPECT_EQ(text(rt().call(o, "Describe", {Value::nil()})), "<>");  // Nil is the empty string

@@ -112,3 +112,41 @@ TEST_F(HostTest, MemoryBlockMembersWorkForHostCodeAndPlugins) {
   EXPECT_EQ(rt().call(o, "BlockMembers", {block}).integer, 66 * 1000 + 1);
   EXPECT_EQ(rt().memoryBlockBytes(block).substr(0, 2), "AB");
 }
+
+TEST_F(HostTest, LoadedMethodsAreRealCFunctions) {
+  load();
+  auto loadObject = reinterpret_cast<void* (*)(void*, const char*)>(rt().entryPoint("REALLoadObjectMethod"));
+  auto loadGlobal = reinterpret_cast<void* (*)(void*, const char*)>(rt().entryPoint("REALLoadGlobalMethod"));
+  ASSERT_TRUE(loadObject && loadGlobal);
+  Value o = rt().newInstance("TestLeaf", {integer(1)});
+  host::ClassInfo* base = rt().findClass("TestBase");
+  // Plugin members give the plugin's own functions, found along the hierarchy.
+  EXPECT_EQ(loadObject(o.object.get(), "add(A AS INTEGER,b as integer=5)as integer"), base->methods[0].function);
+  EXPECT_EQ(loadObject(o.object.get(), "Slot(i as Integer, assigns v as Integer)"), base->methods[23].setterFunction);
+  EXPECT_EQ(loadObject(o.object.get(), "Add(a as Double, b as Integer) as Integer"), nullptr);
+  // Host functions are closures with the declared C signature, handed out once.
+  auto lenB = reinterpret_cast<intptr_t (*)(void*)>(loadGlobal(nullptr, "LenB(s as String) as Integer"));
+  auto len = reinterpret_cast<intptr_t (*)(void*)>(loadGlobal(nullptr, "len( text as string ) as integer"));
+  ASSERT_TRUE(lenB && len);
+  EXPECT_EQ(reinterpret_cast<void*>(lenB), loadGlobal(nullptr, "lenb(x as string) as integer"));
+  Value s = rt().string("caf\xC3\xA9", host::kEncodingUTF8);
+  EXPECT_EQ(lenB(s.string.get()), 5);
+  EXPECT_EQ(len(s.string.get()), 4);
+  EXPECT_EQ(lenB(nullptr), 0);
+  // A MemoryBlock member returning a string gives the caller one reference.
+  Value block = rt().memoryBlock("xyz", 3);
+  auto stringValue = reinterpret_cast<host::StringObject* (*)(void*, intptr_t, intptr_t)>(
+      loadObject(block.object.get(), "StringValue(offset as Integer, length as Integer) as String"));
+  ASSERT_NE(stringValue, nullptr);
+  host::StringObject* yz = stringValue(block.object.get(), 1, 2);
+  ASSERT_NE(yz, nullptr);
+  EXPECT_EQ(yz->refCount, 1);
+  EXPECT_EQ(std::string(yz->text(), yz->length), "yz");
+  host::StringRef::adopt(yz);  // drop it
+  // A member raising an exception leaves it pending for the host to throw.
+  auto byte = reinterpret_cast<intptr_t (*)(void*, intptr_t)>(loadObject(block.object.get(), "Byte(o as Integer) as Integer"));
+  EXPECT_EQ(byte(block.object.get(), 10), 0);
+  EXPECT_TRUE(rt().exceptionPending());
+  EXPECT_THROW(rt().call(block, "Byte", {integer(0)}), host::HostException);
+  EXPECT_FALSE(rt().exceptionPending());
+}
