@@ -33,7 +33,7 @@ APPKIT_EXTERN NSString* const NSGraphicsContextRepresentationFormatAttributeName
   BOOL _flipped;
   NSDictionary* _attributes;
   id _bitmapImageRep;
-  NSMutableArray* _savedStates;
+  BOOL _antialias;
 }
 
 /* The current context of the calling thread (nil until one is set). */

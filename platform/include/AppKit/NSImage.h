@@ -112,26 +112,8 @@ APPKIT_EXTERN NSString* const NSImageNameStatusNone;
   unsigned int _flags;
 }
 
-/* The name registry: the standard images and every image given a name with setName:.
-   nil for an unknown name. */
-+ (id)imageNamed:(NSString*)name;
-
-/* Making images. Every initialiser answers nil (and frees the receiver) when it gets
-   nothing it can read: nil or empty data, an unreadable file, a URL it cannot fetch
-   (file, http and https URLs are fetched), an empty pasteboard. */
 - (id)init;
 - (id)initWithSize:(NSSize)size;
-- (id)initWithData:(NSData*)data;
-- (id)initWithDataIgnoringOrientation:(NSData*)data;
-- (id)initWithContentsOfFile:(NSString*)fileName;
-- (id)initWithContentsOfURL:(NSURL*)url;
-- (id)initByReferencingFile:(NSString*)fileName;
-- (id)initByReferencingURL:(NSURL*)url;
-- (id)initWithPasteboard:(NSPasteboard*)pasteboard;
-/* A zero size takes the image's pixel size. */
-- (id)initWithCGImage:(CGImageRef)cgImage size:(NSSize)size;
-/* There are no icon references on this system: always nil. */
-- (id)initWithIconRef:(IconRef)iconRef;
 
 /* Size in points; an image without a size set takes that of its first representation. */
 - (void)setSize:(NSSize)size;
@@ -139,11 +121,11 @@ APPKIT_EXTERN NSString* const NSImageNameStatusNone;
 /* Names must be unique: NO when another image holds the name (nil removes the name). */
 - (BOOL)setName:(NSString*)name;
 - (NSString*)name;
-/* YES when the image has a representation that can draw, or a size to draw into. */
+/* YES when the image has a representation, or a size to draw into. */
 - (BOOL)isValid;
 
 /* Flags and properties. Flipped: drawing into the image (lockFocus) happens with the
-   origin at the top left, y down. */
+   origin at the top left, y down; drawing the image is the same either way. */
 - (void)setFlipped:(BOOL)flag;
 - (BOOL)isFlipped;
 - (void)setScalesWhenResized:(BOOL)flag;
@@ -166,7 +148,7 @@ APPKIT_EXTERN NSString* const NSImageNameStatusNone;
 - (BOOL)isTemplate;
 - (void)setCacheMode:(NSImageCacheMode)mode;
 - (NSImageCacheMode)cacheMode;
-/* The colour drawn under the image's transparent parts when it is cached (clear). */
+/* The colour under the image's transparent parts when it is cached (clear; nil sets clear). */
 - (void)setBackgroundColor:(NSColor*)color;
 - (NSColor*)backgroundColor;
 - (void)setAlignmentRect:(NSRect)rect;
@@ -175,31 +157,70 @@ APPKIT_EXTERN NSString* const NSImageNameStatusNone;
 - (NSString*)accessibilityDescription;
 - (void)setDelegate:(id)delegate;
 - (id)delegate;
-/* Caching is not separate from the representations here: both have nothing to undo. */
+/* Images draw straight from their representations here, with no separate cache and no
+   incremental loading: both have nothing to do. */
 - (void)recache;
 - (void)cancelIncrementalLoad;
 
-/* Representations. */
+/* Representations. addRepresentation: raises NSInvalidArgumentException for nil. */
 - (NSArray*)representations;
 - (void)addRepresentation:(NSImageRep*)imageRep;
 - (void)addRepresentations:(NSArray*)imageReps;
 - (void)removeRepresentation:(NSImageRep*)imageRep;
-/* The representation with the most pixels for rect (bitmaps before others). */
+/* A resolution-independent representation, else the smallest bitmap covering rect, else
+   the largest. */
 - (NSImageRep*)bestRepresentationForRect:(NSRect)rect context:(NSGraphicsContext*)referenceContext hints:(NSDictionary*)hints;
-/* The image rendered at the size of proposedDestRect (or its own size), owned by the
-   image; NULL when it cannot be drawn. */
-- (CGImageRef)CGImageForProposedRect:(NSRect*)proposedDestRect context:(NSGraphicsContext*)referenceContext hints:(NSDictionary*)hints;
 
-/* Drawing into the image: makes a graphics context on a bitmap representation of the
-   image's size (drawn from the image's current content, or a new transparent one when it
-   has none) current; unlockFocus makes the previous context current again. */
+@end
+
+/* Making images from encoded data, files, URLs, the pasteboard and CGImages. Every
+   initialiser answers nil (and frees the receiver) when it gets nothing it can read: nil
+   or empty data, an unreadable file, a URL it cannot fetch (file, http and https URLs are
+   fetched), an empty pasteboard. */
+@interface NSImage (NSImageLoading)
+- (id)initWithData:(NSData*)data;
+/* As initWithData:, without turning the pixels by an EXIF orientation tag. */
+- (id)initWithDataIgnoringOrientation:(NSData*)data;
+- (id)initWithContentsOfFile:(NSString*)fileName;
+- (id)initWithContentsOfURL:(NSURL*)url;
+- (id)initByReferencingFile:(NSString*)fileName;
+- (id)initByReferencingURL:(NSURL*)url;
+- (id)initWithPasteboard:(NSPasteboard*)pasteboard;
+/* A zero size takes the image's pixel size. */
+- (id)initWithCGImage:(CGImageRef)cgImage size:(NSSize)size;
+/* There are no icon references on this system: always nil. */
+- (id)initWithIconRef:(IconRef)iconRef;
+
+/* What images can be read from: forwarded to NSImageRep's class registry. */
++ (NSArray*)imageTypes;
++ (NSArray*)imageUnfilteredTypes;
++ (NSArray*)imageFileTypes;
++ (NSArray*)imageUnfilteredFileTypes;
++ (NSArray*)imagePasteboardTypes;
++ (NSArray*)imageUnfilteredPasteboardTypes;
++ (BOOL)canInitWithPasteboard:(NSPasteboard*)pasteboard;
+@end
+
+/* The name registry: the standard images (made on first use and kept) and every image
+   given a name with setName: (held without a reference while it lives). */
+@interface NSImage (NSImageNames)
+/* nil for an unknown name. */
++ (id)imageNamed:(NSString*)name;
+@end
+
+/* Drawing the image into the current graphics context, and drawing into the image. */
+@interface NSImage (NSImageDrawing)
+/* Makes a graphics context on a bitmap representation of the image's size (drawn from
+   the image's current content, transparent when it has none) current; unlockFocus makes
+   the previous context current again and leaves that bitmap as the image's only
+   representation. */
 - (void)lockFocus;
 - (void)lockFocusFlipped:(BOOL)flipped;
 - (void)unlockFocus;
 
-/* Drawing the image into the current graphics context. fromRect is in the image's own
-   coordinates (NSZeroRect: the whole image); fraction is the opacity, op the compositing
-   operation. Without respectFlipped a flipped context shows the image upside down. */
+/* fromRect is in the image's own coordinates (NSZeroRect: the whole image); fraction is
+   the opacity, op the compositing operation. Without respectFlipped a flipped context
+   shows the image upside down. */
 - (void)drawAtPoint:(NSPoint)point fromRect:(NSRect)fromRect operation:(NSCompositingOperation)op fraction:(CGFloat)delta;
 - (void)drawInRect:(NSRect)rect fromRect:(NSRect)fromRect operation:(NSCompositingOperation)op fraction:(CGFloat)delta;
 - (void)drawInRect:(NSRect)dstSpacePortionRect
@@ -210,26 +231,24 @@ APPKIT_EXTERN NSString* const NSImageNameStatusNone;
              hints:(NSDictionary*)hints;
 - (void)drawInRect:(NSRect)rect;
 - (BOOL)drawRepresentation:(NSImageRep*)imageRep inRect:(NSRect)rect;
-/* The older composite calls: draw at the image's own size at point, unscaled. */
+/* The older composite calls: the image at its own size with its bottom-left corner at
+   point, upright also in flipped contexts. */
 - (void)compositeToPoint:(NSPoint)point operation:(NSCompositingOperation)op;
 - (void)compositeToPoint:(NSPoint)point operation:(NSCompositingOperation)op fraction:(CGFloat)delta;
 - (void)compositeToPoint:(NSPoint)point fromRect:(NSRect)rect operation:(NSCompositingOperation)op;
 - (void)compositeToPoint:(NSPoint)point fromRect:(NSRect)rect operation:(NSCompositingOperation)op fraction:(CGFloat)delta;
 - (void)dissolveToPoint:(NSPoint)point fraction:(CGFloat)aFloat;
 
-/* TIFF of the representations that are bitmaps (others rendered to bitmaps first). */
+/* The image rendered at the pixel size of proposedDestRect (or its own size); owned by the
+   autorelease pool. NULL when it cannot be drawn. */
+- (CGImageRef)CGImageForProposedRect:(NSRect*)proposedDestRect context:(NSGraphicsContext*)referenceContext hints:(NSDictionary*)hints;
+@end
+
+/* TIFF of the bitmap representations (others are rendered to bitmaps first; an image
+   without any gives one transparent bitmap of its size, at least 1 x 1). */
+@interface NSImage (NSImageTIFF)
 - (NSData*)TIFFRepresentation;
 - (NSData*)TIFFRepresentationUsingCompression:(NSTIFFCompression)comp factor:(float)aFloat;
-
-/* What images can be read from: forwarded to NSImageRep's class registry. */
-+ (NSArray*)imageTypes;
-+ (NSArray*)imageUnfilteredTypes;
-+ (NSArray*)imageFileTypes;
-+ (NSArray*)imageUnfilteredFileTypes;
-+ (NSArray*)imagePasteboardTypes;
-+ (NSArray*)imageUnfilteredPasteboardTypes;
-+ (BOOL)canInitWithPasteboard:(NSPasteboard*)pasteboard;
-
 @end
 
 #endif

@@ -88,9 +88,6 @@ void CGContextSetFillColorWithColor(CGContextRef context, CGColorRef color);
 /* Clipping (intersects the current clip). */
 void CGContextClipToRect(CGContextRef context, CGRect rect);
 void CGContextClipToRects(CGContextRef context, const CGRect* rects, size_t count);
-/* Clips to the area where mask, stretched over rect, lets drawing through (an image mask,
-   or a grey image used as coverage). */
-void CGContextClipToMask(CGContextRef context, CGRect rect, CGImageRef mask);
 CGRect CGContextGetClipBoundingBox(CGContextRef context);
 
 /* Painting. */

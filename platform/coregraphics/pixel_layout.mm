@@ -1,0 +1,167 @@
+/* Pixel layouts: where grey, red, green, blue and alpha lie in a pixel for each
+   combination of colour space, alpha info and byte order that images and bitmap contexts
+   accept, and the row conversions to and from cairo's premultiplied native ARGB32 that
+   reading images and drawing into foreign layouts rest on. */
+#include "cg_internal.h"
+
+bool PixelLayoutFromBitmapInfo(size_t colorComponents, CGBitmapInfo info, size_t bitsPerComponent,
+                               size_t bitsPerPixel, PixelLayout* layout) {
+  PixelLayout result = PixelLayoutEmpty();
+  CGImageAlphaInfo alphaInfo = info & kCGBitmapAlphaInfoMask;
+  uint32_t byteOrder = info & kCGBitmapByteOrderMask;
+  if (info & kCGBitmapFloatComponents) return false;
+  if (bitsPerComponent != 8 && bitsPerComponent != 16) return false;
+  if (alphaInfo > kCGImageAlphaOnly) return false;
+
+  /* The sample sequence, as the alpha info names it. */
+  int order[4];
+  int samples = 0;
+  enum { kColor0 = 0, kAlpha = 10, kSkip = 11 };
+  if (alphaInfo == kCGImageAlphaOnly) {
+    order[samples++] = kAlpha;
+    result.alphaOnly = true;
+  } else {
+    if (colorComponents != 1 && colorComponents != 3) return false;
+    bool first = alphaInfo == kCGImageAlphaPremultipliedFirst || alphaInfo == kCGImageAlphaFirst ||
+                 alphaInfo == kCGImageAlphaNoneSkipFirst;
+    bool last = alphaInfo == kCGImageAlphaPremultipliedLast || alphaInfo == kCGImageAlphaLast ||
+                alphaInfo == kCGImageAlphaNoneSkipLast;
+    int extra = (alphaInfo == kCGImageAlphaNoneSkipFirst || alphaInfo == kCGImageAlphaNoneSkipLast) ? kSkip : kAlpha;
+    if (first) order[samples++] = extra;
+    for (size_t i = 0; i < colorComponents; i++) order[samples++] = kColor0 + (int)i;
+    if (last) order[samples++] = extra;
+    result.premultiplied =
+        alphaInfo == kCGImageAlphaPremultipliedFirst || alphaInfo == kCGImageAlphaPremultipliedLast;
+  }
+  if (bitsPerPixel != (size_t)samples * bitsPerComponent) return false;
+  int bytesPerSample = (int)bitsPerComponent / 8;
+  result.bytesPerPixel = samples * bytesPerSample;
+
+  /* Little-endian pixel words reverse the samples of a pixel. */
+  bool reverse = false;
+  if (bitsPerComponent == 8) {
+    if (byteOrder == kCGBitmapByteOrder32Little) {
+      if (bitsPerPixel != 32) return false;
+      reverse = true;
+    } else if (byteOrder == kCGBitmapByteOrder16Little) {
+      if (bitsPerPixel != 16) return false;
+      reverse = true;
+    } else if (byteOrder == kCGBitmapByteOrder32Big && bitsPerPixel != 32) {
+      return false;
+    } else if (byteOrder == kCGBitmapByteOrder16Big && bitsPerPixel != 16) {
+      return false;
+    }
+  } else {
+    if (byteOrder == kCGBitmapByteOrder16Little) result.littleSamples = true;
+    else if (byteOrder == kCGBitmapByteOrderDefault || byteOrder == kCGBitmapByteOrder16Big) result.bigSamples = true;
+    else return false;
+  }
+
+  for (int i = 0; i < samples; i++) {
+    int offset = (reverse ? samples - 1 - i : i) * bytesPerSample;
+    switch (order[i]) {
+      case kAlpha: result.alpha = offset; break;
+      case kSkip: result.skip = offset; break;
+      default:
+        if (colorComponents == 1) result.grey = offset;
+        else if (order[i] == 0) result.red = offset;
+        else if (order[i] == 1) result.green = offset;
+        else result.blue = offset;
+    }
+  }
+  *layout = result;
+  return true;
+}
+
+cairo_format_t PixelLayoutCairoFormat(const PixelLayout& l) {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+  if (l.bigSamples || l.littleSamples) return CAIRO_FORMAT_INVALID;
+  if (l.bytesPerPixel == 4 && l.blue == 0 && l.green == 1 && l.red == 2) {
+    if (l.alpha == 3 && l.premultiplied) return CAIRO_FORMAT_ARGB32;
+    if (l.skip == 3) return CAIRO_FORMAT_RGB24;
+  }
+  if (l.bytesPerPixel == 1 && l.alphaOnly) return CAIRO_FORMAT_A8;
+#endif
+  return CAIRO_FORMAT_INVALID;
+}
+
+static inline uint32_t Mul255(uint32_t a, uint32_t b) {
+  uint32_t t = a * b + 128;
+  return (t + (t >> 8)) >> 8;
+}
+
+void PixelRowToARGB(const PixelLayout& l, const uint8_t* src, uint32_t* dst, size_t width) {
+  /* 16-bit samples: read the high byte. */
+  int hi = l.littleSamples ? 1 : 0;
+  int step = l.bytesPerPixel;
+  if (l.alphaOnly) {
+    for (size_t x = 0; x < width; x++, src += step) dst[x] = (uint32_t)src[l.alpha + hi] << 24;
+    return;
+  }
+  bool grey = l.grey >= 0;
+  for (size_t x = 0; x < width; x++, src += step) {
+    uint32_t r, g, b;
+    if (grey) {
+      r = g = b = src[l.grey + hi];
+    } else {
+      r = src[l.red + hi];
+      g = src[l.green + hi];
+      b = src[l.blue + hi];
+    }
+    uint32_t a = l.alpha >= 0 ? src[l.alpha + hi] : 255;
+    if (a != 255) {
+      if (l.premultiplied) {
+        if (r > a) r = a;
+        if (g > a) g = a;
+        if (b > a) b = a;
+      } else {
+        r = Mul255(r, a);
+        g = Mul255(g, a);
+        b = Mul255(b, a);
+      }
+    }
+    dst[x] = a << 24 | r << 16 | g << 8 | b;
+  }
+}
+
+void PixelRowFromARGB(const PixelLayout& l, const uint32_t* src, uint8_t* dst, size_t width) {
+  int step = l.bytesPerPixel;
+  bool wide = l.bigSamples || l.littleSamples;
+  auto put = [&](uint8_t* p, int offset, uint32_t v) {
+    if (!wide) {
+      p[offset] = (uint8_t)v;
+    } else {
+      p[offset] = (uint8_t)v; /* v * 257 has equal bytes */
+      p[offset + 1] = (uint8_t)v;
+    }
+  };
+  for (size_t x = 0; x < width; x++, dst += step) {
+    uint32_t p = src[x];
+    uint32_t a = p >> 24, r = (p >> 16) & 255, g = (p >> 8) & 255, b = p & 255;
+    if (l.alphaOnly) {
+      put(dst, l.alpha, a);
+      continue;
+    }
+    if (l.alpha >= 0 && !l.premultiplied && a != 255) {
+      if (a == 0) {
+        r = g = b = 0;
+      } else {
+        r = (r * 255 + a / 2) / a;
+        g = (g * 255 + a / 2) / a;
+        b = (b * 255 + a / 2) / a;
+        if (r > 255) r = 255;
+        if (g > 255) g = 255;
+        if (b > 255) b = 255;
+      }
+    }
+    if (l.grey >= 0) {
+      put(dst, l.grey, (77 * r + 150 * g + 29 * b + 128) >> 8);
+    } else {
+      put(dst, l.red, r);
+      put(dst, l.green, g);
+      put(dst, l.blue, b);
+    }
+    if (l.alpha >= 0) put(dst, l.alpha, a);
+    if (l.skip >= 0) put(dst, l.skip, 255);
+  }
+}

@@ -1,0 +1,158 @@
+/* Compositing through AppKit: an image drawn into a graphics context with copy and
+   source-over over partial alpha, at fraction 0.25, into flipped contexts, and the other
+   operations with their Porter-Duff results; NSRectFill and colours; the current context
+   and its saved states. */
+#import "drawing_pixels.h"
+
+namespace {
+
+class Compositing : public PoolTest {
+ protected:
+  /* A 2 x 2 image of one premultiplied colour. */
+  NSImage* Solid(int r, int g, int b, int a) {
+    std::vector<uint8_t> bytes;
+    for (int i = 0; i < 4; i++) bytes.insert(bytes.end(), {(uint8_t)r, (uint8_t)g, (uint8_t)b, (uint8_t)a});
+    CGImageRef cg = NewRGBAImage(2, 2, bytes);
+    NSImage* image = [[[NSImage alloc] initWithCGImage:cg size:NSMakeSize(2, 2)] autorelease];
+    CGImageRelease(cg);
+    return image;
+  }
+
+  /* Draws image over a context holding `under` (straight colour) everywhere and answers
+     one pixel (premultiplied). */
+  RGBA Composite(NSImage* image, RGBA under, NSCompositingOperation op, CGFloat fraction) {
+    CGContextRef port = NewARGBContext(2, 2);
+    FillContext(port, under.r / 255.0, under.g / 255.0, under.b / 255.0, under.a / 255.0);
+    NSGraphicsContext* context = [NSGraphicsContext graphicsContextWithGraphicsPort:port flipped:NO];
+    [NSGraphicsContext saveGraphicsState];
+    [NSGraphicsContext setCurrentContext:context];
+    [image drawInRect:NSMakeRect(0, 0, 2, 2) fromRect:NSZeroRect operation:op fraction:fraction];
+    [NSGraphicsContext restoreGraphicsState];
+    RGBA result = PixelAt(port, 1, 1);
+    CGContextRelease(port);
+    return result;
+  }
+};
+
+TEST_F(Compositing, CopyReplacesWhileSourceOverBlendsPartialAlpha) {
+  NSImage* halfRed = Solid(128, 0, 0, 128); /* red at alpha 0.5, premultiplied */
+  RGBA blue = {0, 0, 255, 255};
+  EXPECT_TRUE(Near(Composite(halfRed, blue, NSCompositeCopy, 1), RGBA{128, 0, 0, 128}));
+  EXPECT_TRUE(Near(Composite(halfRed, blue, NSCompositeSourceOver, 1), RGBA{128, 0, 127, 255}));
+}
+
+TEST_F(Compositing, FractionIsTheOpacityOfTheSource) {
+  NSImage* red = Solid(255, 0, 0, 255);
+  RGBA blue = {0, 0, 255, 255};
+  EXPECT_TRUE(Near(Composite(red, blue, NSCompositeSourceOver, 0.25), RGBA{64, 0, 191, 255}));
+  /* Copy at a fraction: the destination becomes the faded source. */
+  EXPECT_TRUE(Near(Composite(red, blue, NSCompositeCopy, 0.25), RGBA{64, 0, 0, 64}));
+  EXPECT_TRUE(Near(Composite(red, blue, NSCompositeSourceOver, 0), blue));
+}
+
+TEST_F(Compositing, PorterDuffOperationsGiveTheirTextbookResults) {
+  NSImage* red = Solid(255, 0, 0, 255);
+  NSImage* halfGreen = Solid(0, 128, 0, 128);
+  RGBA halfBlue = {0, 0, 255, 128};
+  EXPECT_EQ(Composite(red, halfBlue, NSCompositeClear, 1), (RGBA{0, 0, 0, 0}));
+  EXPECT_TRUE(Near(Composite(red, halfBlue, NSCompositeSourceIn, 1), RGBA{128, 0, 0, 128}));
+  EXPECT_TRUE(Near(Composite(red, halfBlue, NSCompositeSourceOut, 1), RGBA{127, 0, 0, 127}));
+  EXPECT_TRUE(Near(Composite(red, halfBlue, NSCompositeSourceAtop, 1), RGBA{128, 0, 0, 128}));
+  EXPECT_TRUE(Near(Composite(halfGreen, halfBlue, NSCompositeDestinationOver, 1), RGBA{0, 64, 128, 192}));
+  EXPECT_TRUE(Near(Composite(halfGreen, halfBlue, NSCompositeDestinationIn, 1), RGBA{0, 0, 64, 64}));
+  EXPECT_TRUE(Near(Composite(halfGreen, halfBlue, NSCompositeDestinationOut, 1), RGBA{0, 0, 64, 64}));
+  EXPECT_TRUE(Near(Composite(halfGreen, halfBlue, NSCompositeXOR, 1), RGBA{0, 64, 64, 128}));
+  EXPECT_TRUE(Near(Composite(halfGreen, halfBlue, NSCompositePlusLighter, 1), RGBA{0, 128, 128, 255}));
+}
+
+TEST_F(Compositing, FlippedContextsShowImagesUpsideDownUnlessRespected) {
+  /* Red over blue: red is the top row. */
+  CGImageRef cg = NewRGBAImage(1, 2, {255, 0, 0, 255, 0, 0, 255, 255});
+  NSImage* image = [[[NSImage alloc] initWithCGImage:cg size:NSMakeSize(1, 2)] autorelease];
+  CGImageRelease(cg);
+  CGContextRef port = NewARGBContext(2, 2);
+  /* A flipped context: the drawing code's y runs down from the top. */
+  CGContextTranslateCTM(port, 0, 2);
+  CGContextScaleCTM(port, 1, -1);
+  NSGraphicsContext* context = [NSGraphicsContext graphicsContextWithGraphicsPort:port flipped:YES];
+  EXPECT_TRUE([context isFlipped]);
+  [NSGraphicsContext saveGraphicsState];
+  [NSGraphicsContext setCurrentContext:context];
+  [image drawInRect:NSMakeRect(0, 0, 1, 2) fromRect:NSZeroRect operation:NSCompositeCopy fraction:1];
+  [image drawInRect:NSMakeRect(1, 0, 1, 2)
+           fromRect:NSZeroRect
+          operation:NSCompositeCopy
+           fraction:1
+     respectFlipped:YES
+              hints:nil];
+  [NSGraphicsContext restoreGraphicsState];
+  EXPECT_EQ(PixelAt(port, 0, 0), (RGBA{0, 0, 255, 255})) << "plain drawing: upside down";
+  EXPECT_EQ(PixelAt(port, 0, 1), (RGBA{255, 0, 0, 255}));
+  EXPECT_EQ(PixelAt(port, 1, 0), (RGBA{255, 0, 0, 255})) << "respecting the flip: upright";
+  EXPECT_EQ(PixelAt(port, 1, 1), (RGBA{0, 0, 255, 255}));
+  CGContextRelease(port);
+}
+
+TEST_F(Compositing, RectFillCopiesTheCurrentColourAndOperationsFollowTheContext) {
+  CGContextRef port = NewARGBContext(4, 1);
+  FillContext(port, 0, 0, 1, 1);
+  NSGraphicsContext* context = [NSGraphicsContext graphicsContextWithGraphicsPort:port flipped:NO];
+  [NSGraphicsContext saveGraphicsState];
+  [NSGraphicsContext setCurrentContext:context];
+  [[NSColor colorWithCalibratedRed:1 green:0 blue:0 alpha:0.5] set];
+  NSRectFill(NSMakeRect(0, 0, 1, 1));
+  NSRectFillUsingOperation(NSMakeRect(1, 0, 1, 1), NSCompositeSourceOver);
+  [[NSColor whiteColor] setFill];
+  NSRectFill(NSMakeRect(2, 0, 1, 1));
+  [context setCompositingOperation:NSCompositeDestinationOver];
+  EXPECT_EQ([context compositingOperation], (NSCompositingOperation)NSCompositeDestinationOver);
+  EXPECT_EQ(CGContextGetBlendMode(port), kCGBlendModeDestinationOver);
+  [context setImageInterpolation:NSImageInterpolationHigh];
+  EXPECT_EQ(CGContextGetInterpolationQuality(port), kCGInterpolationHigh);
+  [NSGraphicsContext restoreGraphicsState];
+  EXPECT_TRUE(Near(PixelAt(port, 0, 0), RGBA{128, 0, 0, 128}));
+  EXPECT_TRUE(Near(PixelAt(port, 1, 0), RGBA{128, 0, 127, 255}));
+  EXPECT_EQ(PixelAt(port, 2, 0), (RGBA{255, 255, 255, 255}));
+  EXPECT_EQ(PixelAt(port, 3, 0), (RGBA{0, 0, 255, 255}));
+  CGContextRelease(port);
+}
+
+TEST_F(Compositing, CurrentContextIsPerThreadAndClassLevelSavesBringItBack) {
+  EXPECT_TRUE([NSGraphicsContext currentContext] == nil);
+  CGContextRef a = NewARGBContext(1, 1), b = NewARGBContext(1, 1);
+  NSGraphicsContext* first = [NSGraphicsContext graphicsContextWithGraphicsPort:a flipped:NO];
+  NSGraphicsContext* second = [NSGraphicsContext graphicsContextWithGraphicsPort:b flipped:NO];
+  [NSGraphicsContext setCurrentContext:first];
+  [NSGraphicsContext saveGraphicsState];
+  [NSGraphicsContext setCurrentContext:second];
+  EXPECT_EQ([NSGraphicsContext currentContext], second);
+  EXPECT_EQ([second graphicsPort], (void*)b);
+  [NSGraphicsContext restoreGraphicsState];
+  EXPECT_EQ([NSGraphicsContext currentContext], first);
+  [NSGraphicsContext setCurrentContext:nil];
+  EXPECT_TRUE([NSGraphicsContext graphicsContextWithGraphicsPort:NULL flipped:NO] == nil);
+  NSString* notAContext = @"not a context";
+  EXPECT_TRUE([NSGraphicsContext graphicsContextWithGraphicsPort:(void*)notAContext flipped:NO] == nil);
+  CGContextRelease(a);
+  CGContextRelease(b);
+}
+
+TEST_F(Compositing, ColoursConvertBetweenWhiteAndRGB) {
+  NSColor* grey = [NSColor colorWithCalibratedWhite:0.25 alpha:0.5];
+  EXPECT_EQ([grey colorSpaceName], NSCalibratedWhiteColorSpace);
+  EXPECT_DOUBLE_EQ([grey whiteComponent], 0.25);
+  NSColor* rgb = [grey colorUsingColorSpaceName:NSCalibratedRGBColorSpace];
+  EXPECT_DOUBLE_EQ([rgb redComponent], 0.25);
+  EXPECT_DOUBLE_EQ([rgb alphaComponent], 0.5);
+  EXPECT_TRUE([grey colorUsingColorSpaceName:NSDeviceCMYKColorSpace] == nil);
+  EXPECT_EQ([NSColor whiteColor], [NSColor whiteColor]);
+  EXPECT_DOUBLE_EQ([[NSColor clearColor] alphaComponent], 0);
+  EXPECT_DOUBLE_EQ([[NSColor colorWithDeviceRed:2 green:-1 blue:0.5 alpha:1] redComponent], 1) << "clamped";
+  CGColorRef cg = [[NSColor redColor] CGColor];
+  EXPECT_EQ(CGColorGetNumberOfComponents(cg), 4u);
+  EXPECT_EQ([[NSColorSpace deviceRGBColorSpace] colorSpaceModel], NSRGBColorSpaceModel);
+  EXPECT_EQ(CGColorSpaceGetModel([[NSColorSpace deviceGrayColorSpace] CGColorSpace]), kCGColorSpaceModelMonochrome);
+  EXPECT_EQ([NSColorSpace sRGBColorSpace], [NSColorSpace sRGBColorSpace]);
+}
+
+}  // namespace

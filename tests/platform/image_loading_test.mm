@@ -1,0 +1,234 @@
+/* NSImage made from what holds images: encoded data, files, file URLs, http URLs served
+   by a loopback server of the test's own, the pasteboard and CGImages; nil, never a
+   crash, for anything that holds no image. */
+#import "drawing_pixels.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+
+namespace {
+
+/* PNG bytes of a w x h image, red on the left half, through the bitmap encoder. */
+static NSData* RedBluePNG(int w, int h) {
+  std::vector<uint8_t> bytes;
+  for (int y = 0; y < h; y++)
+    for (int x = 0; x < w; x++) {
+      bool left = x < w / 2;
+      bytes.insert(bytes.end(), {(uint8_t)(left ? 255 : 0), 0, (uint8_t)(left ? 0 : 255), 255});
+    }
+  CGImageRef cg = NewRGBAImage(w, h, bytes);
+  NSBitmapImageRep* rep = [[[NSBitmapImageRep alloc] initWithCGImage:cg] autorelease];
+  CGImageRelease(cg);
+  return [rep representationUsingType:NSPNGFileType properties:nil];
+}
+
+/* Draws the image at its size into a new context and reads one pixel from the top. Sizes
+   of decoded files are near whole points (resolutions are stored per metre). */
+static RGBA DrawnPixel(NSImage* image, size_t x, size_t row) {
+  NSSize size = [image size];
+  CGContextRef port = NewARGBContext((size_t)lround(size.width), (size_t)lround(size.height));
+  NSGraphicsContext* context = [NSGraphicsContext graphicsContextWithGraphicsPort:port flipped:NO];
+  [NSGraphicsContext saveGraphicsState];
+  [NSGraphicsContext setCurrentContext:context];
+  [image drawInRect:NSMakeRect(0, 0, lround(size.width), lround(size.height))
+          fromRect:NSZeroRect
+         operation:NSCompositeCopy
+          fraction:1];
+  [NSGraphicsContext restoreGraphicsState];
+  RGBA pixel = PixelAt(port, x, row);
+  CGContextRelease(port);
+  return pixel;
+}
+
+/* A one-thread HTTP server on 127.0.0.1 answering GET by path. */
+class LoopbackServer {
+ public:
+  LoopbackServer(NSData* png) : png_([png retain]) {
+    listener_ = socket(AF_INET, SOCK_STREAM, 0);
+    int yes = 1;
+    setsockopt(listener_, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    bind(listener_, (sockaddr*)&address, sizeof address);
+    listen(listener_, 8);
+    socklen_t length = sizeof address;
+    getsockname(listener_, (sockaddr*)&address, &length);
+    port_ = ntohs(address.sin_port);
+    thread_ = std::thread([this] { Serve(); });
+  }
+  ~LoopbackServer() {
+    stopping_ = true;
+    shutdown(listener_, SHUT_RDWR);
+    close(listener_);
+    thread_.join();
+    [png_ release];
+  }
+  NSURL* URL(const char* path) {
+    return [NSURL URLWithString:[NSString stringWithFormat:@"http://127.0.0.1:%d%s", port_, path]];
+  }
+  int requests() const { return requests_; }
+
+ private:
+  void Serve() {
+    while (!stopping_) {
+      int client = accept(listener_, NULL, NULL);
+      if (client < 0) return;
+      std::string request;
+      char buffer[1024];
+      ssize_t n;
+      while (request.find("\r\n\r\n") == std::string::npos && (n = read(client, buffer, sizeof buffer)) > 0)
+        request.append(buffer, (size_t)n);
+      requests_++;
+      std::string path = request.substr(4, request.find(' ', 4) - 4);
+      std::string status = "200 OK", body;
+      if (path == "/image.png") body.assign((const char*)[png_ bytes], [png_ length]);
+      else if (path == "/moved") status = "302 Found";
+      else if (path == "/garbage") body = "this is no image at all";
+      else status = "404 Not Found", body = "missing";
+      std::string head = "HTTP/1.1 " + status + "\r\nContent-Length: " + std::to_string(body.size()) +
+                         (path == "/moved" ? "\r\nLocation: /image.png" : "") + "\r\nConnection: close\r\n\r\n";
+      std::string reply = head + body;
+      for (size_t sent = 0; sent < reply.size();) {
+        ssize_t m = write(client, reply.data() + sent, reply.size() - sent);
+        if (m <= 0) break;
+        sent += (size_t)m;
+      }
+      close(client);
+    }
+  }
+  NSData* png_;
+  int listener_ = -1;
+  int port_ = 0;
+  std::atomic<bool> stopping_{false};
+  std::atomic<int> requests_{0};
+  std::thread thread_;
+};
+
+class Loading : public PoolTest {};
+
+TEST_F(Loading, FromDataTakesTheSizeAndPixelsOfThePicture) {
+  NSData* png = RedBluePNG(8, 4);
+  ASSERT_TRUE(png != nil);
+  NSImage* image = [[[NSImage alloc] initWithData:png] autorelease];
+  ASSERT_TRUE(image != nil);
+  EXPECT_TRUE([image isValid]);
+  EXPECT_NEAR([image size].width, 8, 0.01);
+  EXPECT_NEAR([image size].height, 4, 0.01);
+  ASSERT_EQ([[image representations] count], 1u);
+  EXPECT_TRUE([[[image representations] objectAtIndex:0] isKindOfClass:[NSBitmapImageRep class]]);
+  EXPECT_EQ(DrawnPixel(image, 0, 0), (RGBA{255, 0, 0, 255}));
+  EXPECT_EQ(DrawnPixel(image, 7, 3), (RGBA{0, 0, 255, 255}));
+  NSImage* ignoring = [[[NSImage alloc] initWithDataIgnoringOrientation:png] autorelease];
+  EXPECT_NEAR([ignoring size].width, 8, 0.01);
+}
+
+TEST_F(Loading, NothingReadableGivesNil) {
+  EXPECT_TRUE([[NSImage alloc] initWithData:nil] == nil);
+  EXPECT_TRUE([[NSImage alloc] initWithData:[NSData data]] == nil);
+  EXPECT_TRUE([[NSImage alloc] initWithData:[@"not an image" dataUsingEncoding:NSUTF8StringEncoding]] == nil);
+  NSData* png = RedBluePNG(8, 4);
+  EXPECT_TRUE([[NSImage alloc] initWithData:[png subdataWithRange:NSMakeRange(0, 20)]] == nil) << "truncated";
+  EXPECT_TRUE([[NSImage alloc] initWithContentsOfFile:@"/nonexistent/picture.png"] == nil);
+  EXPECT_TRUE([[NSImage alloc] initWithContentsOfFile:nil] == nil);
+  EXPECT_TRUE([[NSImage alloc] initWithContentsOfURL:nil] == nil);
+  EXPECT_TRUE([[NSImage alloc] initWithContentsOfURL:[NSURL URLWithString:@"ftp://127.0.0.1/x.png"]] == nil);
+  EXPECT_TRUE([[NSImage alloc] initWithIconRef:(IconRef)(void*)0x1234] == nil);
+  EXPECT_TRUE([[NSImage alloc] initWithCGImage:NULL size:NSZeroSize] == nil);
+  EXPECT_TRUE([[NSImage alloc] initWithPasteboard:nil] == nil);
+}
+
+TEST_F(Loading, FromFilesAndFileURLs) {
+  NSString* path = [NSTemporaryDirectory() stringByAppendingPathComponent:
+                                               [NSString stringWithFormat:@"image-loading-%d.png", getpid()]];
+  ASSERT_TRUE([RedBluePNG(6, 2) writeToFile:path atomically:YES]);
+  NSImage* fromPath = [[[NSImage alloc] initWithContentsOfFile:path] autorelease];
+  NSImage* fromURL = [[[NSImage alloc] initWithContentsOfURL:[NSURL fileURLWithPath:path]] autorelease];
+  NSImage* referenced = [[[NSImage alloc] initByReferencingFile:path] autorelease];
+  unlink([path fileSystemRepresentation]);
+  ASSERT_TRUE(fromPath != nil);
+  ASSERT_TRUE(fromURL != nil);
+  EXPECT_NEAR([fromPath size].width, 6, 0.01);
+  EXPECT_NEAR([fromURL size].height, 2, 0.01);
+  EXPECT_NEAR([referenced size].width, 6, 0.01);
+  EXPECT_EQ(DrawnPixel(fromURL, 5, 1), (RGBA{0, 0, 255, 255}));
+}
+
+TEST_F(Loading, FromHttpURLsServedOnLoopback) {
+  LoopbackServer server(RedBluePNG(10, 4));
+  NSImage* image = [[[NSImage alloc] initWithContentsOfURL:server.URL("/image.png")] autorelease];
+  ASSERT_TRUE(image != nil);
+  EXPECT_NEAR([image size].width, 10, 0.01);
+  EXPECT_EQ(DrawnPixel(image, 0, 0), (RGBA{255, 0, 0, 255}));
+  NSImage* redirected = [[[NSImage alloc] initWithContentsOfURL:server.URL("/moved")] autorelease];
+  EXPECT_TRUE(redirected != nil) << "redirects are followed";
+  EXPECT_TRUE([[NSImage alloc] initWithContentsOfURL:server.URL("/missing")] == nil) << "an error status";
+  EXPECT_TRUE([[NSImage alloc] initWithContentsOfURL:server.URL("/garbage")] == nil) << "a body that is no image";
+  EXPECT_GE(server.requests(), 4);
+}
+
+TEST_F(Loading, FromAnUnreachableServerGivesNil) {
+  /* A port that was just free: nothing listens there. */
+  int probe = socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address = {};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  bind(probe, (sockaddr*)&address, sizeof address);
+  socklen_t length = sizeof address;
+  getsockname(probe, (sockaddr*)&address, &length);
+  close(probe);
+  NSURL* url = [NSURL URLWithString:[NSString stringWithFormat:@"http://127.0.0.1:%d/x.png", ntohs(address.sin_port)]];
+  EXPECT_TRUE([[NSImage alloc] initWithContentsOfURL:url] == nil);
+}
+
+TEST_F(Loading, FromTheGeneralPasteboard) {
+  NSPasteboard* pasteboard = [NSPasteboard generalPasteboard];
+  [pasteboard declareTypes:[NSArray arrayWithObject:NSStringPboardType] owner:nil];
+  [pasteboard setString:@"only text" forType:NSStringPboardType];
+  EXPECT_FALSE([NSImage canInitWithPasteboard:pasteboard]);
+  EXPECT_TRUE([[NSImage alloc] initWithPasteboard:pasteboard] == nil);
+  NSImage* source = [[[NSImage alloc] initWithData:RedBluePNG(4, 4)] autorelease];
+  NSInteger before = [pasteboard changeCount];
+  [pasteboard declareTypes:[NSArray arrayWithObject:NSTIFFPboardType] owner:nil];
+  EXPECT_GT([pasteboard changeCount], before);
+  EXPECT_TRUE([pasteboard setData:[source TIFFRepresentation] forType:NSTIFFPboardType]);
+  NSArray* wanted = [NSArray arrayWithObjects:NSPDFPboardType, NSTIFFPboardType, nil];
+  EXPECT_EQ([pasteboard availableTypeFromArray:wanted], NSTIFFPboardType);
+  EXPECT_TRUE([NSImage canInitWithPasteboard:pasteboard]);
+  NSImage* pasted = [[[NSImage alloc] initWithPasteboard:pasteboard] autorelease];
+  ASSERT_TRUE(pasted != nil);
+  EXPECT_NEAR([pasted size].width, 4, 0.01);
+  EXPECT_EQ(DrawnPixel(pasted, 0, 0), (RGBA{255, 0, 0, 255}));
+  [pasteboard clearContents];
+  EXPECT_EQ([[pasteboard types] count], 0u);
+}
+
+TEST_F(Loading, FromCGImagesWithTheirOwnOrAGivenSize) {
+  CGImageRef cg = NewRGBAImage(3, 2, std::vector<uint8_t>(3 * 2 * 4, 255));
+  NSImage* natural = [[[NSImage alloc] initWithCGImage:cg size:NSZeroSize] autorelease];
+  NSImage* sized = [[[NSImage alloc] initWithCGImage:cg size:NSMakeSize(30, 20)] autorelease];
+  CGImageRelease(cg);
+  EXPECT_NEAR([natural size].width, 3, 0.01);
+  EXPECT_NEAR([natural size].height, 2, 0.01);
+  EXPECT_NEAR([sized size].width, 30, 0.01);
+  EXPECT_EQ([[[sized representations] objectAtIndex:0] pixelsWide], 3);
+}
+
+TEST_F(Loading, TypeListsComeFromTheRepresentationRegistry) {
+  NSArray* fileTypes = [NSImage imageFileTypes];
+  EXPECT_GT([fileTypes count], 0u);
+  EXPECT_TRUE([fileTypes isEqual:[NSImageRep imageFileTypes]]);
+  EXPECT_TRUE([[NSImage imageTypes] isEqual:[NSImageRep imageTypes]]);
+  EXPECT_TRUE([[NSImage imageUnfilteredTypes] isEqual:[NSImageRep imageUnfilteredTypes]]);
+  EXPECT_TRUE([[NSImage imageUnfilteredFileTypes] isEqual:[NSImageRep imageUnfilteredFileTypes]]);
+  EXPECT_TRUE([[NSImage imagePasteboardTypes] isEqual:[NSImageRep imagePasteboardTypes]]);
+  EXPECT_TRUE([[NSImage imageUnfilteredPasteboardTypes] isEqual:[NSImageRep imageUnfilteredPasteboardTypes]]);
+}
+
+}  // namespace

@@ -1,0 +1,263 @@
+/* NSImage as an object: drawing into it with lockFocus (upright and flipped), its
+   properties and flags, representations, copies, TIFF, CGImage renderings, the name
+   registry with the standard images, and working with no display at all. */
+#import "drawing_pixels.h"
+
+#include <stdlib.h>
+
+namespace {
+
+class ImageObject : public PoolTest {};
+
+/* The bitmap an image holds after drawing, pixel x of row `row` from the top. */
+static RGBA RepPixel(NSImage* image, NSInteger x, NSInteger row) {
+  NSBitmapImageRep* rep = nil;
+  NSArray* reps = [image representations];
+  for (NSUInteger i = 0; i < [reps count]; i++)
+    if ([[reps objectAtIndex:i] isKindOfClass:[NSBitmapImageRep class]]) rep = [reps objectAtIndex:i];
+  if (!rep) return RGBA{-1, -1, -1, -1};
+  NSColor* color = [[rep colorAtX:x y:row] colorUsingColorSpaceName:NSCalibratedRGBColorSpace];
+  return RGBA{(int)lround([color redComponent] * 255), (int)lround([color greenComponent] * 255),
+              (int)lround([color blueComponent] * 255), (int)lround([color alphaComponent] * 255)};
+}
+
+TEST_F(ImageObject, LockFocusDrawsIntoABitmapOfTheImage) {
+  NSImage* image = [[[NSImage alloc] initWithSize:NSMakeSize(4, 2)] autorelease];
+  EXPECT_TRUE([image isValid]);
+  EXPECT_EQ([[image representations] count], 0u);
+  NSGraphicsContext* before = [NSGraphicsContext currentContext];
+  [image lockFocus];
+  EXPECT_TRUE([NSGraphicsContext currentContext] != before);
+  [[NSColor whiteColor] set];
+  NSRectFill(NSMakeRect(0, 0, 4, 2));
+  [[NSColor redColor] set];
+  NSRectFill(NSMakeRect(0, 0, 1, 1)); /* bottom left */
+  [image unlockFocus];
+  EXPECT_EQ([NSGraphicsContext currentContext], before);
+  ASSERT_EQ([[image representations] count], 1u);
+  EXPECT_EQ([[[image representations] objectAtIndex:0] pixelsWide], 4);
+  EXPECT_EQ(RepPixel(image, 0, 1), (RGBA{255, 0, 0, 255}));
+  EXPECT_EQ(RepPixel(image, 0, 0), (RGBA{255, 255, 255, 255}));
+  /* Focusing again starts from what is there. */
+  [image lockFocus];
+  [[NSColor blueColor] set];
+  NSRectFill(NSMakeRect(3, 1, 1, 1)); /* top right */
+  [image unlockFocus];
+  EXPECT_EQ(RepPixel(image, 3, 0), (RGBA{0, 0, 255, 255}));
+  EXPECT_EQ(RepPixel(image, 0, 1), (RGBA{255, 0, 0, 255}));
+}
+
+TEST_F(ImageObject, FlippedImagesAreDrawnIntoFromTheTop) {
+  NSImage* image = [[[NSImage alloc] initWithSize:NSMakeSize(2, 2)] autorelease];
+  [image setFlipped:YES];
+  EXPECT_TRUE([image isFlipped]);
+  [image lockFocus];
+  EXPECT_TRUE([[NSGraphicsContext currentContext] isFlipped]);
+  [[NSColor greenColor] set];
+  NSRectFill(NSMakeRect(0, 0, 1, 1)); /* y down: the top-left pixel */
+  [image unlockFocus];
+  EXPECT_EQ(RepPixel(image, 0, 0), (RGBA{0, 255, 0, 255}));
+  EXPECT_EQ(RepPixel(image, 0, 1).a, 0);
+}
+
+TEST_F(ImageObject, DrawingOneImageIntoAnotherScalesAndFades) {
+  NSImage* source = [[[NSImage alloc] initWithSize:NSMakeSize(8, 8)] autorelease];
+  [source lockFocus];
+  [[NSColor redColor] set];
+  NSRectFill(NSMakeRect(0, 0, 8, 8));
+  [source unlockFocus];
+  NSImage* target = [[[NSImage alloc] initWithSize:NSMakeSize(2, 2)] autorelease];
+  [target lockFocus];
+  [[NSGraphicsContext currentContext] setImageInterpolation:NSImageInterpolationHigh];
+  [source drawInRect:NSMakeRect(0, 0, 2, 2) fromRect:NSZeroRect operation:NSCompositeCopy fraction:0.5];
+  [target unlockFocus];
+  EXPECT_TRUE(Near(RepPixel(target, 1, 1), RGBA{255, 0, 0, 128}, 2)) << "straight colour read back, half alpha";
+  /* compositeToPoint draws at the image's own size. */
+  NSImage* canvas = [[[NSImage alloc] initWithSize:NSMakeSize(16, 16)] autorelease];
+  [canvas lockFocus];
+  [source compositeToPoint:NSMakePoint(8, 8) operation:NSCompositeSourceOver];
+  [canvas unlockFocus];
+  EXPECT_EQ(RepPixel(canvas, 8, 7), (RGBA{255, 0, 0, 255}));
+  EXPECT_EQ(RepPixel(canvas, 7, 8).a, 0);
+}
+
+TEST_F(ImageObject, PropertiesAndFlagsKeepWhatIsSet) {
+  NSImage* image = [[[NSImage alloc] init] autorelease];
+  EXPECT_FALSE([image isValid]);
+  EXPECT_EQ([image size].width, 0);
+  [image setSize:NSMakeSize(0.5, 0.25)];
+  EXPECT_EQ([image size].width, 0.5);
+  EXPECT_EQ([image size].height, 0.25);
+  [image setCacheMode:NSImageCacheBySize];
+  EXPECT_EQ([image cacheMode], (NSImageCacheMode)NSImageCacheBySize);
+  [image setTemplate:YES];
+  [image setScalesWhenResized:NO];
+  [image setDataRetained:YES];
+  [image setCachedSeparately:YES];
+  [image setCacheDepthMatchesImageDepth:YES];
+  [image setUsesEPSOnResolutionMismatch:YES];
+  [image setPrefersColorMatch:NO];
+  [image setMatchesOnMultipleResolution:NO];
+  EXPECT_TRUE([image isTemplate]);
+  EXPECT_FALSE([image scalesWhenResized]);
+  EXPECT_TRUE([image isDataRetained]);
+  EXPECT_TRUE([image isCachedSeparately]);
+  EXPECT_TRUE([image cacheDepthMatchesImageDepth]);
+  EXPECT_TRUE([image usesEPSOnResolutionMismatch]);
+  EXPECT_FALSE([image prefersColorMatch]);
+  EXPECT_FALSE([image matchesOnMultipleResolution]);
+  [image setAccessibilityDescription:@"a picture"];
+  EXPECT_TRUE([[image accessibilityDescription] isEqual:@"a picture"]);
+  [image setAccessibilityDescription:nil];
+  EXPECT_TRUE([image accessibilityDescription] == nil);
+  EXPECT_DOUBLE_EQ([[image backgroundColor] alphaComponent], 0);
+  [image setBackgroundColor:[NSColor redColor]];
+  EXPECT_EQ([image backgroundColor], [NSColor redColor]);
+  [image setAlignmentRect:NSMakeRect(1, 2, 3, 4)];
+  EXPECT_EQ([image alignmentRect].size.height, 4);
+  [image recache];
+  [image cancelIncrementalLoad];
+}
+
+TEST_F(ImageObject, RepresentationsComeAndGo) {
+  NSImage* image = [[[NSImage alloc] initWithSize:NSMakeSize(2, 2)] autorelease];
+  NSBitmapImageRep* small = [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:NULL pixelsWide:2 pixelsHigh:2
+      bitsPerSample:8 samplesPerPixel:4 hasAlpha:YES isPlanar:NO colorSpaceName:NSCalibratedRGBColorSpace
+      bytesPerRow:0 bitsPerPixel:0] autorelease];
+  NSBitmapImageRep* large = [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:NULL pixelsWide:8 pixelsHigh:8
+      bitsPerSample:8 samplesPerPixel:4 hasAlpha:YES isPlanar:NO colorSpaceName:NSCalibratedRGBColorSpace
+      bytesPerRow:0 bitsPerPixel:0] autorelease];
+  [image addRepresentation:small];
+  [image addRepresentation:large];
+  [image addRepresentation:small];
+  EXPECT_EQ([[image representations] count], 2u) << "a representation is held once";
+  EXPECT_EQ([image bestRepresentationForRect:NSMakeRect(0, 0, 2, 2) context:nil hints:nil], small);
+  EXPECT_EQ([image bestRepresentationForRect:NSMakeRect(0, 0, 6, 6) context:nil hints:nil], large);
+  EXPECT_EQ([image bestRepresentationForRect:NSMakeRect(0, 0, 60, 60) context:nil hints:nil], large);
+  [image removeRepresentation:small];
+  [image removeRepresentation:nil];
+  EXPECT_EQ([[image representations] count], 1u);
+  NSImage* copy = [[image copy] autorelease];
+  EXPECT_EQ([copy size].width, 2);
+  EXPECT_EQ([[copy representations] count], 1u);
+  EXPECT_NE([[copy representations] objectAtIndex:0], large) << "representations are copied too";
+}
+
+TEST_F(ImageObject, TIFFRoundTripsThePixels) {
+  NSImage* image = [[[NSImage alloc] initWithSize:NSMakeSize(3, 3)] autorelease];
+  [image lockFocus];
+  [[NSColor colorWithCalibratedRed:0 green:0 blue:1 alpha:1] set];
+  NSRectFill(NSMakeRect(0, 0, 3, 3));
+  [image unlockFocus];
+  NSData* tiff = [image TIFFRepresentation];
+  ASSERT_GT([tiff length], 8u);
+  NSImage* back = [[[NSImage alloc] initWithData:tiff] autorelease];
+  EXPECT_NEAR([back size].width, 3, 0.01);
+  EXPECT_EQ(RepPixel(back, 1, 1), (RGBA{0, 0, 255, 255}));
+  NSData* lzw = [image TIFFRepresentationUsingCompression:NSTIFFCompressionLZW factor:0];
+  ASSERT_TRUE(lzw != nil);
+  EXPECT_EQ(RepPixel([[[NSImage alloc] initWithData:lzw] autorelease], 2, 2), (RGBA{0, 0, 255, 255}));
+  /* An empty image still has a TIFF form: one transparent pixel. */
+  NSData* empty = [[[[NSImage alloc] init] autorelease] TIFFRepresentation];
+  ASSERT_TRUE(empty != nil);
+  NSImage* blank = [[[NSImage alloc] initWithData:empty] autorelease];
+  EXPECT_NEAR([blank size].width, 1, 0.01);
+}
+
+TEST_F(ImageObject, RendersToCGImagesOfTheProposedSize) {
+  NSImage* image = [[[NSImage alloc] initWithSize:NSMakeSize(4, 4)] autorelease];
+  [image lockFocus];
+  [[NSColor greenColor] set];
+  NSRectFill(NSMakeRect(0, 0, 4, 4));
+  [image unlockFocus];
+  CGImageRef own = [image CGImageForProposedRect:NULL context:nil hints:nil];
+  ASSERT_TRUE(own != NULL);
+  EXPECT_EQ(CGImageGetWidth(own), 4u);
+  NSRect proposed = NSMakeRect(0, 0, 10, 2);
+  CGImageRef stretched = [image CGImageForProposedRect:&proposed context:nil hints:nil];
+  ASSERT_TRUE(stretched != NULL);
+  EXPECT_EQ(CGImageGetWidth(stretched), 10u);
+  EXPECT_EQ(CGImageGetHeight(stretched), 2u);
+  CGContextRef port = NewARGBContext(10, 2);
+  CGContextDrawImage(port, CGRectMake(0, 0, 10, 2), stretched);
+  EXPECT_EQ(PixelAt(port, 9, 1), (RGBA{0, 255, 0, 255}));
+  CGContextRelease(port);
+  EXPECT_TRUE([[[[NSImage alloc] init] autorelease] CGImageForProposedRect:NULL context:nil hints:nil] == NULL);
+}
+
+TEST_F(ImageObject, TheNameRegistryHoldsStandardAndNamedImages) {
+  NSImage* computer = [NSImage imageNamed:NSImageNameComputer];
+  ASSERT_TRUE(computer != nil);
+  EXPECT_EQ([NSImage imageNamed:NSImageNameComputer], computer) << "the same object each time";
+  EXPECT_TRUE([[computer name] isEqual:NSImageNameComputer]);
+  EXPECT_GT([computer size].width, 0);
+  EXPECT_GT(RepPixel(computer, 16, 10).a, 0) << "drawn, not empty";
+  NSImage* add = [NSImage imageNamed:NSImageNameAddTemplate];
+  EXPECT_TRUE([add isTemplate]);
+  EXPECT_EQ(RepPixel(add, 16, 16), (RGBA{0, 0, 0, 255}));
+  EXPECT_EQ(RepPixel(add, 1, 1).a, 0);
+  EXPECT_TRUE([NSImage imageNamed:@"NoSuchImageAnywhere"] == nil);
+  EXPECT_TRUE([NSImage imageNamed:nil] == nil);
+
+  NSAutoreleasePool* inner = [[NSAutoreleasePool alloc] init];
+  NSImage* mine = [[NSImage alloc] initWithSize:NSMakeSize(1, 1)];
+  EXPECT_TRUE([mine setName:@"MyImageName"]);
+  EXPECT_EQ([NSImage imageNamed:@"MyImageName"], mine);
+  NSImage* other = [[[NSImage alloc] initWithSize:NSMakeSize(1, 1)] autorelease];
+  EXPECT_FALSE([other setName:@"MyImageName"]) << "names are unique";
+  EXPECT_FALSE([other setName:NSImageNameComputer]);
+  EXPECT_TRUE([mine setName:@"MyOtherName"]);
+  EXPECT_TRUE([NSImage imageNamed:@"MyImageName"] == nil) << "renaming frees the old name";
+  [inner drain];
+  [mine release];
+  EXPECT_TRUE([NSImage imageNamed:@"MyOtherName"] == nil) << "a freed image leaves the registry";
+}
+
+TEST_F(ImageObject, EveryStandardNameHasAnImage) {
+  NSString* names[] = {
+      NSImageNameQuickLookTemplate, NSImageNameBluetoothTemplate, NSImageNameIChatTheaterTemplate,
+      NSImageNameSlideshowTemplate, NSImageNameActionTemplate, NSImageNameSmartBadgeTemplate,
+      NSImageNameIconViewTemplate, NSImageNameListViewTemplate, NSImageNameColumnViewTemplate,
+      NSImageNameFlowViewTemplate, NSImageNamePathTemplate, NSImageNameInvalidDataFreestandingTemplate,
+      NSImageNameLockLockedTemplate, NSImageNameLockUnlockedTemplate, NSImageNameGoRightTemplate,
+      NSImageNameGoLeftTemplate, NSImageNameRightFacingTriangleTemplate, NSImageNameLeftFacingTriangleTemplate,
+      NSImageNameAddTemplate, NSImageNameRemoveTemplate, NSImageNameRevealFreestandingTemplate,
+      NSImageNameFollowLinkFreestandingTemplate, NSImageNameEnterFullScreenTemplate,
+      NSImageNameExitFullScreenTemplate, NSImageNameStopProgressTemplate,
+      NSImageNameStopProgressFreestandingTemplate, NSImageNameRefreshTemplate,
+      NSImageNameRefreshFreestandingTemplate, NSImageNameBonjour, NSImageNameComputer,
+      NSImageNameFolderBurnable, NSImageNameFolderSmart, NSImageNameFolder, NSImageNameNetwork,
+      NSImageNameDotMac, NSImageNameMobileMe, NSImageNameMultipleDocuments, NSImageNameUserAccounts,
+      NSImageNamePreferencesGeneral, NSImageNameAdvanced, NSImageNameInfo, NSImageNameFontPanel,
+      NSImageNameColorPanel, NSImageNameUser, NSImageNameUserGroup, NSImageNameEveryone,
+      NSImageNameUserGuest, NSImageNameMenuOnStateTemplate, NSImageNameMenuMixedStateTemplate,
+      NSImageNameApplicationIcon, NSImageNameTrashEmpty, NSImageNameTrashFull, NSImageNameHomeTemplate,
+      NSImageNameBookmarksTemplate, NSImageNameCaution, NSImageNameStatusAvailable,
+      NSImageNameStatusPartiallyAvailable, NSImageNameStatusUnavailable, NSImageNameStatusNone};
+  ASSERT_EQ(sizeof names / sizeof names[0], 59u);
+  for (NSString* name : names) {
+    NSImage* image = [NSImage imageNamed:name];
+    ASSERT_TRUE(image != nil) << [name UTF8String];
+    EXPECT_EQ([image isTemplate], (BOOL)[name hasSuffix:@"Template"]) << [name UTF8String];
+    /* Something was drawn: some pixel is not transparent. */
+    NSBitmapImageRep* rep = (NSBitmapImageRep*)[[image representations] objectAtIndex:0];
+    const uint8_t* data = [rep bitmapData];
+    bool drawn = false;
+    for (NSInteger i = 0; i < [rep bytesPerRow] * [rep pixelsHigh] && !drawn; i++) drawn = data[i] != 0;
+    EXPECT_TRUE(drawn) << [name UTF8String];
+  }
+}
+
+TEST_F(ImageObject, WorksWithoutADisplay) {
+  unsetenv("DISPLAY");
+  unsetenv("WAYLAND_DISPLAY");
+  NSImage* image = [[[NSImage alloc] initWithSize:NSMakeSize(2, 2)] autorelease];
+  [image lockFocus];
+  [[NSColor redColor] set];
+  NSRectFill(NSMakeRect(0, 0, 2, 2));
+  [image unlockFocus];
+  EXPECT_EQ(RepPixel(image, 1, 1), (RGBA{255, 0, 0, 255}));
+  EXPECT_TRUE([image TIFFRepresentation] != nil);
+}
+
+}  // namespace
