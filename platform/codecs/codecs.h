@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "codecs/raster.h"
+#include "raster.h"
 
 namespace qvr {
 

@@ -1,0 +1,217 @@
+/* Bitmap representations of every documented layout: what the initializer accepts and
+   refuses, memory of their own or the caller's (meshed and planar), the layout getters,
+   pixels and colours one at a time in 1, 4, 8 and 16 bits, alpha first and float samples,
+   and such layouts encoded as they look. */
+#import "platform/codec_support.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class BitmapLayout : public ::testing::Test {
+ protected:
+  void SetUp() override { pool_ = [[NSAutoreleasePool alloc] init]; }
+  void TearDown() override { [pool_ drain]; }
+  NSAutoreleasePool* pool_ = nil;
+};
+
+NSBitmapImageRep* Make(unsigned char** planes, NSInteger w, NSInteger h, NSInteger bps, NSInteger spp, BOOL alpha,
+                       BOOL planar, NSString* space, NSBitmapFormat format, NSInteger row, NSInteger pixel) {
+  return [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:planes pixelsWide:w pixelsHigh:h bitsPerSample:bps
+                                             samplesPerPixel:spp hasAlpha:alpha isPlanar:planar colorSpaceName:space
+                                                bitmapFormat:format bytesPerRow:row bitsPerPixel:pixel] autorelease];
+}
+
+TEST_F(BitmapLayout, OwnMemoryIsZeroedAndDescribed) {
+  NSBitmapImageRep* rep = Make(NULL, 10, 7, 8, 4, YES, NO, NSCalibratedRGBColorSpace, 0, 0, 0);
+  ASSERT_NE(rep, nil);
+  EXPECT_EQ([rep pixelsWide], 10);
+  EXPECT_EQ([rep pixelsHigh], 7);
+  EXPECT_EQ([rep bitsPerSample], 8);
+  EXPECT_EQ([rep samplesPerPixel], 4);
+  EXPECT_EQ([rep bitsPerPixel], 32);
+  EXPECT_EQ([rep bytesPerRow], 40);
+  EXPECT_EQ([rep bytesPerPlane], 280);
+  EXPECT_EQ([rep numberOfPlanes], 1);
+  EXPECT_FALSE([rep isPlanar]);
+  EXPECT_TRUE([rep hasAlpha]);
+  EXPECT_FALSE([rep isOpaque]);
+  EXPECT_EQ([rep bitmapFormat], 0u);
+  EXPECT_TRUE(NSEqualSizes([rep size], NSMakeSize(10, 7)));
+  EXPECT_TRUE([[rep colorSpaceName] isEqualToString:NSCalibratedRGBColorSpace]);
+  for (NSInteger i = 0; i < [rep bytesPerPlane]; ++i) ASSERT_EQ([rep bitmapData][i], 0);
+  // Padding in pixels and rows, as given.
+  NSBitmapImageRep* padded = Make(NULL, 5, 2, 8, 3, NO, NO, NSDeviceRGBColorSpace, 0, 24, 32);
+  ASSERT_NE(padded, nil);
+  EXPECT_EQ([padded bitsPerPixel], 32);
+  EXPECT_EQ([padded bytesPerRow], 24);
+}
+
+TEST_F(BitmapLayout, RefusesLayoutsThatDoNotAddUp) {
+  EXPECT_EQ(Make(NULL, 0, 5, 8, 3, NO, NO, NSCalibratedRGBColorSpace, 0, 0, 0), nil);       // no width
+  EXPECT_EQ(Make(NULL, 5, 5, 8, 4, NO, NO, NSCalibratedRGBColorSpace, 0, 0, 0), nil);       // 4 samples, RGB, no alpha
+  EXPECT_EQ(Make(NULL, 5, 5, 8, 3, YES, NO, NSCalibratedRGBColorSpace, 0, 0, 0), nil);      // alpha needs a sample
+  EXPECT_EQ(Make(NULL, 5, 5, 7, 3, NO, NO, NSCalibratedRGBColorSpace, 0, 0, 0), nil);       // 7 bits
+  EXPECT_EQ(Make(NULL, 5, 5, 8, 3, NO, NO, NSCalibratedRGBColorSpace, 0, 10, 0), nil);      // row too short
+  EXPECT_EQ(Make(NULL, 5, 5, 8, 3, NO, NO, NSCalibratedRGBColorSpace, 0, 0, 16), nil);      // pixel too small
+  EXPECT_EQ(Make(NULL, 5, 5, 8, 3, NO, NO, @"NoSuchColorSpace", 0, 0, 0), nil);
+  EXPECT_EQ(Make(NULL, 5, 5, 16, 3, NO, NO, NSCalibratedRGBColorSpace, NSFloatingPointSamplesBitmapFormat, 0, 0), nil);
+  EXPECT_NE(Make(NULL, 5, 5, 32, 3, NO, NO, NSCalibratedRGBColorSpace, NSFloatingPointSamplesBitmapFormat, 0, 0), nil);
+}
+
+TEST_F(BitmapLayout, CallersMeshedMemoryIsUsedInPlace) {
+  std::vector<unsigned char> memory(3 * 4 * 2, 0);
+  unsigned char* planes[1] = {memory.data()};
+  NSBitmapImageRep* rep = Make(planes, 4, 2, 8, 3, NO, NO, NSCalibratedRGBColorSpace, 0, 0, 0);
+  ASSERT_NE(rep, nil);
+  EXPECT_EQ([rep bitmapData], memory.data());
+  memory[3 * 5 + 1] = 200;  // pixel (1, 1), green
+  NSUInteger p[3];
+  [rep getPixel:p atX:1 y:1];
+  EXPECT_EQ(p[1], 200u);
+  NSUInteger q[3] = {1, 2, 3};
+  [rep setPixel:q atX:3 y:0];
+  EXPECT_EQ(memory[9], 1);
+  EXPECT_EQ(memory[11], 3);
+}
+
+TEST_F(BitmapLayout, CallersPlanarMemoryHoldsOneSampleAPlane) {
+  std::vector<unsigned char> red(6, 10), green(6, 20), blue(6, 30), alpha(6, 255);
+  unsigned char* planes[4] = {red.data(), green.data(), blue.data(), alpha.data()};
+  NSBitmapImageRep* rep = Make(planes, 3, 2, 8, 4, YES, YES, NSCalibratedRGBColorSpace,
+                               NSAlphaNonpremultipliedBitmapFormat, 0, 0);
+  ASSERT_NE(rep, nil);
+  EXPECT_TRUE([rep isPlanar]);
+  EXPECT_EQ([rep numberOfPlanes], 4);
+  EXPECT_EQ([rep bitsPerPixel], 8);
+  EXPECT_EQ([rep bytesPerRow], 3);
+  unsigned char* back[5];
+  [rep getBitmapDataPlanes:back];
+  EXPECT_EQ(back[2], blue.data());
+  green[4] = 99;
+  NSUInteger p[4];
+  [rep getPixel:p atX:1 y:1];
+  EXPECT_EQ(p[0], 10u);
+  EXPECT_EQ(p[1], 99u);
+  EXPECT_EQ(p[3], 255u);
+  // Encoded, the planes come out meshed and right.
+  NSBitmapImageRep* png = [NSBitmapImageRep imageRepWithData:[rep representationUsingType:NSPNGFileType properties:nil]];
+  ASSERT_NE(png, nil);
+  EXPECT_FALSE([png isPlanar]);
+  [png getPixel:p atX:1 y:1];
+  EXPECT_EQ(p[1], 99u);
+  EXPECT_EQ(p[2], 30u);
+  // Platform-allocated planar storage: one plane a sample, each bytesPerPlane long.
+  NSBitmapImageRep* own = Make(NULL, 3, 2, 8, 3, NO, YES, NSCalibratedRGBColorSpace, 0, 0, 0);
+  ASSERT_NE(own, nil);
+  [own getBitmapDataPlanes:back];
+  EXPECT_EQ(back[1], back[0] + [own bytesPerPlane]);
+}
+
+TEST_F(BitmapLayout, SubByteAndSixteenBitSamples) {
+  NSBitmapImageRep* one = Make(NULL, 9, 2, 1, 1, NO, NO, NSCalibratedWhiteColorSpace, 0, 0, 0);
+  ASSERT_NE(one, nil);
+  EXPECT_EQ([one bytesPerRow], 2);
+  NSUInteger on = 1;
+  [one setPixel:&on atX:8 y:1];
+  EXPECT_EQ([one bitmapData][3], 0x80);  // most significant bit first
+  NSUInteger read = 0;
+  [one getPixel:&read atX:8 y:1];
+  EXPECT_EQ(read, 1u);
+
+  NSBitmapImageRep* four = Make(NULL, 3, 1, 4, 2, YES, NO, NSCalibratedWhiteColorSpace, NSAlphaNonpremultipliedBitmapFormat, 0, 0);
+  ASSERT_NE(four, nil);
+  NSUInteger ga[2] = {0xA, 0x5};
+  [four setPixel:ga atX:1 y:0];
+  EXPECT_EQ([four bitmapData][1], 0xA5);
+  NSColor* colour = [four colorAtX:1 y:0];
+  EXPECT_NEAR([colour whiteComponent], 10.0 / 15, 1e-6);
+  EXPECT_NEAR([colour alphaComponent], 5.0 / 15, 1e-6);
+
+  NSBitmapImageRep* deep = Make(NULL, 2, 2, 16, 3, NO, NO, NSCalibratedRGBColorSpace, 0, 0, 0);
+  NSUInteger rgb[3] = {65535, 32768, 1};
+  [deep setPixel:rgb atX:1 y:1];
+  NSUInteger back[3];
+  [deep getPixel:back atX:1 y:1];
+  EXPECT_EQ(back[0], 65535u);
+  EXPECT_EQ(back[1], 32768u);
+  EXPECT_EQ(back[2], 1u);
+}
+
+TEST_F(BitmapLayout, ColoursKnowPremultiplicationAndAlphaFirst) {
+  NSBitmapImageRep* premultiplied = Make(NULL, 2, 1, 8, 4, YES, NO, NSCalibratedRGBColorSpace, 0, 0, 0);
+  [premultiplied setColor:[NSColor colorWithCalibratedRed:1 green:0.5 blue:0 alpha:0.5] atX:0 y:0];
+  NSUInteger p[4];
+  [premultiplied getPixel:p atX:0 y:0];
+  EXPECT_EQ(p[0], 128u);  // 1 x 0.5
+  EXPECT_EQ(p[1], 64u);
+  EXPECT_EQ(p[3], 128u);
+  NSColor* colour = [premultiplied colorAtX:0 y:0];
+  EXPECT_NEAR([colour redComponent], 1.0, 0.01);
+  EXPECT_NEAR([colour greenComponent], 0.5, 0.01);
+  EXPECT_NEAR([colour alphaComponent], 0.5, 0.01);
+
+  NSBitmapImageRep* first = Make(NULL, 2, 1, 8, 4, YES, NO, NSCalibratedRGBColorSpace,
+                                 NSAlphaFirstBitmapFormat | NSAlphaNonpremultipliedBitmapFormat, 0, 0);
+  ASSERT_NE(first, nil);
+  EXPECT_EQ([first bitmapFormat], NSAlphaFirstBitmapFormat | NSAlphaNonpremultipliedBitmapFormat);
+  [first setColor:[NSColor colorWithCalibratedRed:0.2 green:0.4 blue:0.6 alpha:0.8] atX:1 y:0];
+  [first getPixel:p atX:1 y:0];
+  EXPECT_EQ(p[0], 204u);  // alpha leads
+  EXPECT_EQ(p[1], 51u);
+  NSBitmapImageRep* png = [NSBitmapImageRep imageRepWithData:[first representationUsingType:NSPNGFileType properties:nil]];
+  [png getPixel:p atX:1 y:0];
+  EXPECT_EQ(p[0], 51u);  // written the usual way round
+  EXPECT_EQ(p[3], 204u);
+}
+
+TEST_F(BitmapLayout, FloatSamplesAndBlackColourSpace) {
+  NSBitmapImageRep* floats = Make(NULL, 2, 1, 32, 3, NO, NO, NSCalibratedRGBColorSpace, NSFloatingPointSamplesBitmapFormat, 0, 0);
+  ASSERT_NE(floats, nil);
+  float* samples = reinterpret_cast<float*>([floats bitmapData]);
+  samples[3] = 1.0f, samples[4] = 0.5f, samples[5] = 0.0f;
+  EXPECT_NEAR([[floats colorAtX:1 y:0] greenComponent], 0.5, 1e-6);
+  NSBitmapImageRep* png = [NSBitmapImageRep imageRepWithData:[floats representationUsingType:NSPNGFileType properties:nil]];
+  ASSERT_NE(png, nil);
+  NSUInteger p[3];
+  [png getPixel:p atX:1 y:0];
+  EXPECT_EQ(p[0], 65535u);  // deeper samples are written as 16 bits
+  EXPECT_EQ(p[1], 32768u);
+
+  NSBitmapImageRep* black = Make(NULL, 1, 1, 8, 1, NO, NO, NSDeviceBlackColorSpace, 0, 0, 0);
+  [black bitmapData][0] = 255;  // full ink
+  EXPECT_NEAR([[black colorAtX:0 y:0] whiteComponent], 0.0, 1e-6);
+  NSBitmapImageRep* written = [NSBitmapImageRep imageRepWithData:[black TIFFRepresentation]];
+  [written getPixel:p atX:0 y:0];
+  EXPECT_EQ(p[0], 0u);
+}
+
+TEST_F(BitmapLayout, CopiesOwnTheirPixels) {
+  std::vector<unsigned char> memory(12, 7);
+  unsigned char* planes[1] = {memory.data()};
+  NSBitmapImageRep* rep = Make(planes, 2, 2, 8, 3, NO, NO, NSCalibratedRGBColorSpace, 0, 6, 0);
+  [rep setProperty:NSImageGamma withValue:[NSNumber numberWithDouble:0.5]];
+  NSBitmapImageRep* copy = [[rep copy] autorelease];
+  EXPECT_NE([copy bitmapData], memory.data());
+  memory[0] = 1;
+  NSUInteger p[3];
+  [copy getPixel:p atX:0 y:0];
+  EXPECT_EQ(p[0], 7u);
+  EXPECT_EQ([[copy valueForProperty:NSImageGamma] doubleValue], 0.5);
+  [copy setProperty:NSImageGamma withValue:nil];
+  EXPECT_NE([rep valueForProperty:NSImageGamma], nil);
+}
+
+TEST_F(BitmapLayout, ResolutionComesFromTheFileAndGoesBackIntoIt) {
+  NSBitmapImageRep* rep = MakeRep(MakeTestPicture(144, 72, 3));
+  [rep setSize:NSMakeSize(72, 36)];  // 144 dpi
+  for (NSBitmapImageFileType type : {NSPNGFileType, NSTIFFFileType, NSJPEGFileType, NSBMPFileType}) {
+    NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:[rep representationUsingType:type properties:nil]];
+    ASSERT_NE(back, nil) << type;
+    EXPECT_NEAR([back size].width, 72, 0.5) << type;
+    EXPECT_NEAR([back size].height, 36, 0.5) << type;
+    EXPECT_EQ([back pixelsWide], 144);
+  }
+}
+
+}  // namespace

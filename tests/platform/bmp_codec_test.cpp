@@ -1,0 +1,246 @@
+/* The BMP codec on its own: files from another encoder (ImageMagick) in every depth it
+   writes, including RLE8, 16-bit and 32-bit bitfields, compared with another decoder
+   (Pillow); hand-made RLE4/RLE8 streams with deltas, top-down rows, core headers; and
+   malformed files that must fail cleanly. */
+#include "../../platform/codecs/codecs.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <cstdlib>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+std::vector<uint8_t> ReadAll(const std::string& path) {
+  std::vector<uint8_t> bytes;
+  FILE* f = std::fopen(path.c_str(), "rb");
+  if (f == nullptr) return bytes;
+  uint8_t buffer[4096];
+  size_t n;
+  while ((n = std::fread(buffer, 1, sizeof buffer, f)) > 0) bytes.insert(bytes.end(), buffer, buffer + n);
+  std::fclose(f);
+  return bytes;
+}
+
+void WriteAll(const std::string& path, const std::vector<uint8_t>& bytes) {
+  FILE* f = std::fopen(path.c_str(), "wb");
+  ASSERT_NE(f, nullptr);
+  std::fwrite(bytes.data(), 1, bytes.size(), f);
+  std::fclose(f);
+}
+
+// Pillow's RGBA reading of a file: width, height, then the bytes.
+bool PillowRGBA(const std::string& path, int& w, int& h, std::vector<uint8_t>& rgba) {
+  const std::string command =
+      "/usr/bin/python3 -c \"import sys; from PIL import Image; im = Image.open(sys.argv[1]).convert('RGBA'); "
+      "sys.stdout.write('%d %d\\n' % im.size); sys.stdout.flush(); sys.stdout.buffer.write(im.tobytes())\" " + path +
+      " 2>/dev/null";
+  FILE* f = popen(command.c_str(), "r");
+  if (f == nullptr) return false;
+  bool ok = std::fscanf(f, "%d %d", &w, &h) == 2 && std::fgetc(f) == '\n';
+  if (ok) {
+    rgba.resize(size_t(w) * h * 4);
+    ok = std::fread(rgba.data(), 1, rgba.size(), f) == rgba.size();
+  }
+  pclose(f);
+  return ok;
+}
+
+std::vector<uint8_t> AsRGBA(const qvr::Raster& r) {
+  std::vector<uint8_t> out(size_t(r.width) * r.height * 4);
+  const uint8_t white[3] = {255, 255, 255};
+  for (int y = 0; y < r.height; ++y) qvr::raster_row_to_8_bits(r, y, 4, white, &out[size_t(y) * r.width * 4]);
+  return out;
+}
+
+class BMPCodec : public ::testing::Test {
+ protected:
+  std::string Path(const std::string& name) {
+    const std::string path = "/tmp/qvr-bmp-" + std::to_string(getpid()) + "-" + name;
+    files_.push_back(path);
+    return path;
+  }
+  void TearDown() override {
+    for (const std::string& f : files_) std::remove(f.c_str());
+  }
+  // Decodes a file with ours and with Pillow and expects the same RGBA.
+  void ExpectSameAsPillow(const std::string& path, bool expect_alpha) {
+    std::vector<uint8_t> bytes = ReadAll(path);
+    ASSERT_FALSE(bytes.empty()) << path;
+    qvr::Frame frame;
+    ASSERT_TRUE(qvr::bmp_decode(bytes.data(), bytes.size(), frame)) << path;
+    EXPECT_EQ(frame.raster.alpha, expect_alpha) << path;
+    int w = 0, h = 0;
+    std::vector<uint8_t> theirs;
+    ASSERT_TRUE(PillowRGBA(path, w, h, theirs)) << path;
+    ASSERT_EQ(w, frame.raster.width);
+    ASSERT_EQ(h, frame.raster.height);
+    std::vector<uint8_t> ours = AsRGBA(frame.raster);
+    int worst = 0;
+    for (size_t i = 0; i < ours.size(); ++i) worst = std::max(worst, std::abs(int(ours[i]) - int(theirs[i])));
+    EXPECT_LE(worst, 1) << path;  // 16-bit channels may round differently by one
+  }
+  std::vector<std::string> files_;
+};
+
+TEST_F(BMPCodec, ReadsWhatImageMagickWritesInEveryDepth) {
+  struct Case {
+    const char* name;
+    const char* options;
+    bool alpha;
+  } cases[] = {
+      {"1bit.bmp", "-colors 2 -type palette BMP3:", false},
+      {"4bit.bmp", "-colors 16 -type palette BMP3:", false},
+      {"8bit.bmp", "-colors 200 -type palette BMP3:", false},
+      {"rle8.bmp", "-colors 60 -compress RLE BMP3:", false},
+      {"24bit.bmp", "-type truecolor BMP3:", false},
+      {"565.bmp", "-define bmp:subtype=RGB565 BMP:", false},
+      {"555.bmp", "-define bmp:subtype=RGB555 BMP:", false},
+      {"32bit.bmp", "-alpha set -channel A -fx 'i/w' +channel BMP:", true},
+  };
+  for (const Case& c : cases) {
+    const std::string path = Path(c.name);
+    const std::string command = "convert -size 53x31 gradient:'#f02010'-'#1040e0' -swirl 60 " + std::string(c.options) + path +
+                                " 2>/dev/null";
+    ASSERT_EQ(std::system(command.c_str()), 0) << c.name;
+    ExpectSameAsPillow(path, c.alpha);
+  }
+}
+
+// A bitmap file around pixel data: info header (40 bytes), palette, pixels.
+std::vector<uint8_t> MakeFile(int width, int height, int bpp, uint32_t compression, const std::vector<uint8_t>& palette_bgra,
+                              const std::vector<uint8_t>& pixels) {
+  std::vector<uint8_t> f(54);
+  auto put32 = [&](size_t at, uint32_t v) {
+    for (int i = 0; i < 4; ++i) f[at + i] = uint8_t(v >> (8 * i));
+  };
+  f[0] = 'B', f[1] = 'M';
+  put32(10, uint32_t(54 + palette_bgra.size()));
+  put32(14, 40);
+  put32(18, uint32_t(width));
+  put32(22, uint32_t(height));
+  f[26] = 1;
+  f[28] = uint8_t(bpp);
+  put32(30, compression);
+  put32(46, uint32_t(palette_bgra.size() / 4));
+  f.insert(f.end(), palette_bgra.begin(), palette_bgra.end());
+  f.insert(f.end(), pixels.begin(), pixels.end());
+  put32(2, uint32_t(f.size()));
+  return f;
+}
+
+const std::vector<uint8_t> kPalette = {0, 0, 0, 0, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0, 0, 0};  // black, red, green, blue
+
+TEST_F(BMPCodec, RLE4WithRunsLiteralsDeltaAndLineEnds) {
+  // Bottom row first. Row 0 (stored first): run of 4 alternating 1,2; literal 3,1,2,1; end of line.
+  // Row 1: delta of (2, 0) then run of 3 of index 3; end of bitmap. Row 2 is never written.
+  const std::vector<uint8_t> stream = {4, 0x12, 0, 4, 0x31, 0x21, 0, 0, 0, 2, 2, 0, 3, 0x33, 0, 1};
+  const std::vector<uint8_t> file = MakeFile(8, 3, 4, 2, kPalette, stream);
+  qvr::Frame frame;
+  ASSERT_TRUE(qvr::bmp_decode(file.data(), file.size(), frame));
+  const uint8_t* bottom = frame.raster.row(2);
+  const int expected_bottom[8] = {1, 2, 1, 2, 3, 1, 2, 1};
+  const uint8_t rgb[4][3] = {{0, 0, 0}, {255, 0, 0}, {0, 255, 0}, {0, 0, 255}};
+  for (int x = 0; x < 8; ++x) EXPECT_EQ(0, std::memcmp(bottom + x * 3, rgb[expected_bottom[x]], 3)) << x;
+  const uint8_t* middle = frame.raster.row(1);
+  const int expected_middle[8] = {0, 0, 3, 3, 3, 0, 0, 0};
+  for (int x = 0; x < 8; ++x) EXPECT_EQ(0, std::memcmp(middle + x * 3, rgb[expected_middle[x]], 3)) << x;
+  const std::string path = Path("rle4.bmp");
+  WriteAll(path, file);
+  int w = 0, h = 0;
+  std::vector<uint8_t> theirs;
+  if (PillowRGBA(path, w, h, theirs)) {  // the other decoder agrees where it reads RLE4
+    for (int x = 0; x < 8; ++x) EXPECT_EQ(0, std::memcmp(&theirs[(2 * 8 + x) * 4], rgb[expected_bottom[x]], 3)) << x;
+  }
+}
+
+TEST_F(BMPCodec, RLE8AbsoluteRunsArePaddedToWords) {
+  // Literal of 3 (padded with one byte), run of 2, end of line; second row run of 5; end.
+  const std::vector<uint8_t> stream = {0, 3, 1, 2, 3, 0, 2, 1, 0, 0, 5, 2, 0, 1};
+  const std::vector<uint8_t> file = MakeFile(5, 2, 8, 1, kPalette, stream);
+  qvr::Frame frame;
+  ASSERT_TRUE(qvr::bmp_decode(file.data(), file.size(), frame));
+  EXPECT_EQ(frame.raster.row(1)[0], 255);       // index 1 red at the bottom-left
+  EXPECT_EQ(frame.raster.row(1)[2 * 3 + 2], 255);  // index 3 blue third
+  EXPECT_EQ(frame.raster.row(1)[4 * 3 + 0], 255);  // run of index 1
+  for (int x = 0; x < 5; ++x) EXPECT_EQ(frame.raster.row(0)[x * 3 + 1], 255);  // top row green
+}
+
+TEST_F(BMPCodec, TopDownRowsAndCoreHeader) {
+  std::vector<uint8_t> pixels = {0, 0, 255, 0, 255, 0, 0, 0, /* row 0: red, green, pad */
+                                 255, 0, 0, 255, 255, 255, 0, 0 /* row 1: blue, white */};
+  std::vector<uint8_t> file = MakeFile(2, 2, 24, 0, {}, pixels);
+  const uint32_t minus_two = uint32_t(-2);
+  for (int i = 0; i < 4; ++i) file[22 + i] = uint8_t(minus_two >> (8 * i));
+  qvr::Frame frame;
+  ASSERT_TRUE(qvr::bmp_decode(file.data(), file.size(), frame));
+  EXPECT_EQ(frame.raster.row(0)[0], 255);  // first stored row is the top: red
+  EXPECT_EQ(frame.raster.row(1)[2], 255);  // blue below it
+
+  // OS/2 core header: 12 bytes, 16-bit sizes, 3-byte palette entries.
+  std::vector<uint8_t> core = {'B', 'M', 0, 0, 0, 0, 0, 0, 0, 0, 14 + 12 + 6, 0, 0, 0, 12, 0, 0, 0, 2, 0, 1, 0, 1, 0, 1, 0,
+                               0, 0, 0, /* black */ 0, 255, 255, /* yellow */ 0x40, 0, 0, 0};
+  ASSERT_TRUE(qvr::bmp_decode(core.data(), core.size(), frame));
+  EXPECT_EQ(frame.raster.row(0)[0], 0);
+  EXPECT_EQ(frame.raster.row(0)[3], 255);  // bit 1 set: yellow
+  EXPECT_EQ(frame.raster.row(0)[5], 0);
+}
+
+TEST_F(BMPCodec, WritesTwentyFourAndThirtyTwoBits) {
+  qvr::Raster raster;
+  ASSERT_TRUE(raster.allocate(7, 3, 4, 8, true));
+  for (size_t i = 0; i < raster.storage.size(); ++i) raster.storage[i] = uint8_t(i * 37);
+  qvr::EncodeOptions options;
+  std::vector<uint8_t> bytes;
+  ASSERT_TRUE(qvr::bmp_encode(raster, options, bytes));
+  EXPECT_EQ(bytes[28], 32);
+  qvr::Frame back;
+  ASSERT_TRUE(qvr::bmp_decode(bytes.data(), bytes.size(), back));
+  EXPECT_EQ(back.raster.storage, raster.storage);
+  raster.alpha = false;
+  raster.samples = 3;  // the same memory read as RGB of a narrower picture
+  raster.width = 5;
+  ASSERT_TRUE(qvr::bmp_encode(raster, options, bytes));
+  EXPECT_EQ(bytes[28], 24);
+  ASSERT_TRUE(qvr::bmp_decode(bytes.data(), bytes.size(), back));
+  for (int y = 0; y < 3; ++y) EXPECT_EQ(0, std::memcmp(back.raster.row(y), raster.row(y), 15));
+}
+
+TEST_F(BMPCodec, MalformedFilesFailCleanly) {
+  const std::vector<uint8_t> good = MakeFile(4, 4, 8, 1, kPalette, {4, 1, 0, 0, 4, 2, 0, 0, 4, 3, 0, 0, 4, 1, 0, 1});
+  qvr::Frame frame;
+  ASSERT_TRUE(qvr::bmp_decode(good.data(), good.size(), frame));
+  // An RLE stream that stops before the last row.
+  std::vector<uint8_t> cut(good.begin(), good.end() - 6);
+  EXPECT_FALSE(qvr::bmp_decode(cut.data(), cut.size(), frame));
+  // Runs longer than the row, deltas past the picture: clipped, not written out of bounds.
+  const std::vector<uint8_t> wild = MakeFile(4, 4, 8, 1, kPalette, {255, 1, 0, 2, 200, 200, 9, 2, 0, 1});
+  EXPECT_TRUE(qvr::bmp_decode(wild.data(), wild.size(), frame));
+  // Palette indices past the table read as black.
+  const std::vector<uint8_t> high = MakeFile(2, 1, 8, 0, kPalette, {200, 1, 0, 0});
+  ASSERT_TRUE(qvr::bmp_decode(high.data(), high.size(), frame));
+  EXPECT_EQ(frame.raster.row(0)[0], 0);
+  EXPECT_EQ(frame.raster.row(0)[3], 255);
+  // Impossible headers.
+  std::vector<uint8_t> bad = good;
+  bad[28] = 7;  // 7 bits a pixel
+  EXPECT_FALSE(qvr::bmp_decode(bad.data(), bad.size(), frame));
+  bad = good;
+  bad[26] = 2;  // two planes
+  EXPECT_FALSE(qvr::bmp_decode(bad.data(), bad.size(), frame));
+  bad = good;
+  bad[18] = 0, bad[19] = 0, bad[20] = 0, bad[21] = 0x80;  // negative width
+  EXPECT_FALSE(qvr::bmp_decode(bad.data(), bad.size(), frame));
+  bad = good;
+  bad[14] = 0xFF, bad[15] = 0xFF;  // header longer than the file
+  EXPECT_FALSE(qvr::bmp_decode(bad.data(), bad.size(), frame));
+  bad = MakeFile(4, 4, 24, 0, {}, std::vector<uint8_t>(20, 0));  // pixels cut short
+  EXPECT_FALSE(qvr::bmp_decode(bad.data(), bad.size(), frame));
+  EXPECT_FALSE(qvr::bmp_decode(nullptr, 0, frame));
+}
+
+}  // namespace
