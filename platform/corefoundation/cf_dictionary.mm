@@ -254,11 +254,13 @@ void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys,
   if (dictionary == NULL) return;
   NSDictionary* source = (NSDictionary*)dictionary;
   size_t i = 0;
+  NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
   NSEnumerator* enumerator = [source keyEnumerator];
   for (id key = [enumerator nextObject]; key != nil; key = [enumerator nextObject], i++) {
     if (keys) keys[i] = key;
     if (values) values[i] = CFDictionaryGetValue(dictionary, key);
   }
+  [pool release];
 }
 
 void CFDictionaryApplyFunction(CFDictionaryRef dictionary, CFDictionaryApplierFunction applier, void* context) {

@@ -94,17 +94,23 @@ Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize,
   buffer[0] = 0;
   NSStringEncoding ns = QVRFoundationEncoding(encoding);
   if (string == NULL || ns == 0) return false;
+  /* CF calls run outside any caller's pool: Foundation's temporaries go to our own. */
+  NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+  Boolean copied = false;
   NSData* bytes = [(NSString*)string dataUsingEncoding:ns allowLossyConversion:NO];
-  if (bytes == nil) return false;
   NSUInteger length = [bytes length];
-  if ((CFIndex)length >= bufferSize) return false;
-  memcpy(buffer, [bytes bytes], length);
-  buffer[length] = 0;
-  return true;
+  if (bytes != nil && (CFIndex)length < bufferSize) {
+    memcpy(buffer, [bytes bytes], length);
+    buffer[length] = 0;
+    copied = true;
+  }
+  [pool release];
+  return copied;
 }
 
 void CFStringNormalize(CFMutableStringRef string, CFStringNormalizationForm form) {
   if (string == NULL) return;
+  NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
   NSMutableString* target = (NSMutableString*)string;
   NSString* normalized = nil;
   switch (form) {
@@ -113,5 +119,6 @@ void CFStringNormalize(CFMutableStringRef string, CFStringNormalizationForm form
     case kCFStringNormalizationFormC: normalized = [target precomposedStringWithCanonicalMapping]; break;
     case kCFStringNormalizationFormKC: normalized = [target precomposedStringWithCompatibilityMapping]; break;
   }
-  if (normalized != nil && ![normalized isEqualToString:target]) [target setString:normalized];
+  if (normalized != nil) [target setString:normalized];
+  [pool release];
 }

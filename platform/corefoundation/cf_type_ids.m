@@ -116,13 +116,17 @@ CFTypeID CFGetTypeID(CFTypeRef object) {
 }
 @end
 
-CFBooleanRef kCFBooleanTrue;
-CFBooleanRef kCFBooleanFalse;
+/* Foundation keeps [NSNumber numberWithBool:] as two shared instances; these are they. */
+CFBooleanRef QVRCFBooleanTrue(void) {
+  static CFBooleanRef value = NULL;
+  if (value == NULL) value = (CFBooleanRef)[[NSNumber alloc] initWithBool:YES];
+  return value;
+}
 
-static void QVRMakeBooleans(void) __attribute__((constructor));
-static void QVRMakeBooleans(void) {
-  kCFBooleanTrue = (CFBooleanRef)[[NSNumber alloc] initWithBool:YES];
-  kCFBooleanFalse = (CFBooleanRef)[[NSNumber alloc] initWithBool:NO];
+CFBooleanRef QVRCFBooleanFalse(void) {
+  static CFBooleanRef value = NULL;
+  if (value == NULL) value = (CFBooleanRef)[[NSNumber alloc] initWithBool:NO];
+  return value;
 }
 
 Boolean CFBooleanGetValue(CFBooleanRef boolean) {

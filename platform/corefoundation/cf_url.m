@@ -18,28 +18,38 @@ CFStringRef CFURLGetString(CFURLRef url) {
   return url ? (CFStringRef)[(NSURL*)url relativeString] : NULL;
 }
 
+/* Foundation's temporaries go to a pool of the call's own: CF calls may run outside
+   any caller's pool. Results are retained before it drains (the Copy and Create rule). */
 CFStringRef CFURLCopyFileSystemPath(CFURLRef url, CFURLPathStyle style) {
   if (url == NULL || style != kCFURLPOSIXPathStyle) return NULL;
-  NSString* path = [(NSURL*)url path];
-  return path ? (CFStringRef)[path copy] : NULL;
+  NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+  NSString* path = [[(NSURL*)url path] copy];
+  [pool release];
+  return (CFStringRef)path;
 }
 
 CFStringRef CFURLCopyLastPathComponent(CFURLRef url) {
   if (url == NULL) return NULL;
-  NSString* path = [(NSURL*)url path];
-  if (path == nil) return NULL;
-  return (CFStringRef)[[path lastPathComponent] copy];
+  NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+  NSString* component = [[[(NSURL*)url path] lastPathComponent] copy];
+  [pool release];
+  return (CFStringRef)component;
 }
 
 CFURLRef CFURLCreateCopyDeletingLastPathComponent(CFAllocatorRef alloc, CFURLRef url) {
   if (url == NULL) return NULL;
-  NSURL* result = [(NSURL*)url URLByDeletingLastPathComponent];
-  return (CFURLRef)[result retain];
+  NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+  NSURL* result = [[(NSURL*)url URLByDeletingLastPathComponent] retain];
+  [pool release];
+  return (CFURLRef)result;
 }
 
 CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef alloc, CFURLRef url, CFStringRef component,
                                                Boolean isDirectory) {
   if (url == NULL || component == NULL) return NULL;
-  NSURL* result = [(NSURL*)url URLByAppendingPathComponent:(NSString*)component isDirectory:isDirectory ? YES : NO];
-  return (CFURLRef)[result retain];
+  NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+  NSURL* result =
+      [[(NSURL*)url URLByAppendingPathComponent:(NSString*)component isDirectory:isDirectory ? YES : NO] retain];
+  [pool release];
+  return (CFURLRef)result;
 }

@@ -143,8 +143,12 @@ CFIndex CFArrayGetCount(CFArrayRef array);
 const void* CFArrayGetValueAtIndex(CFArrayRef array, CFIndex index);
 
 /* Booleans and numbers */
-extern CFBooleanRef kCFBooleanTrue;
-extern CFBooleanRef kCFBooleanFalse;
+/* The two shared boolean objects, made on first use (no work at library load time, when
+   the Objective-C classes may not be ready yet). */
+CFBooleanRef QVRCFBooleanTrue(void);
+CFBooleanRef QVRCFBooleanFalse(void);
+#define kCFBooleanTrue (QVRCFBooleanTrue())
+#define kCFBooleanFalse (QVRCFBooleanFalse())
 Boolean CFBooleanGetValue(CFBooleanRef boolean);
 
 /* Dictionaries */

@@ -1,0 +1,217 @@
+// Host exceptions raised by the plugin: by class name and message, out-of-bounds
+// messages, and platform exceptions met by each form of the Cocoa call guard, with and
+// without the sibling plugin that converts them.
+#include <gtest/gtest.h>
+
+#include "support/plugin_fixture.h"
+
+namespace {
+
+using support::PluginTest;
+
+enum Form { kFull = 0, kPooled = 1, kInitSimple = 2, kSimple = 3, kInitOnly = 4 };
+enum Throw { kNothing = 0, kNSException = 1, kString = 2 };
+
+const char kLogLine[] = "A QVRProbeException: probe reason, Info: ";
+
+TEST_F(PluginTest, RaiseByClassAndMessage) {
+  Probe();
+  try {
+    Shared("Raise", {Text("NilObjectException"), Text("")});
+    FAIL() << "nothing raised";
+  } catch (const host::HostException& e) {
+    EXPECT_EQ(e.className(), "NilObjectException");
+    EXPECT_EQ(e.message(), "");
+    EXPECT_EQ(e.errorNumber(), 0);
+  }
+  try {
+    Shared("RaiseNil", {Text("UnsupportedOperationException")});
+    FAIL() << "nothing raised";
+  } catch (const host::HostException& e) {
+    EXPECT_EQ(e.className(), "UnsupportedOperationException");
+    EXPECT_EQ(e.message(), "");
+  }
+  try {
+    Shared("Raise", {Text("IllegalCastException"), Text("CGImage must be a CGImageQVR!")});
+    FAIL() << "nothing raised";
+  } catch (const host::HostException& e) {
+    EXPECT_EQ(e.className(), "IllegalCastException");
+    EXPECT_EQ(e.message(), "CGImage must be a CGImageQVR!");
+    EXPECT_EQ(e.errorNumber(), 0);
+  }
+}
+
+TEST_F(PluginTest, UnknownClassFallsBackToRuntimeException) {
+  Probe();
+  try {
+    Shared("Raise", {Text("NoSuchException"), Text("kept message")});
+    FAIL() << "nothing raised";
+  } catch (const host::HostException& e) {
+    EXPECT_EQ(e.className(), "RuntimeException");
+    EXPECT_EQ(e.message(), "kept message");
+  }
+}
+
+TEST_F(PluginTest, HostThatCannotMakeExceptionsRaisesNothing) {
+  host::Options options;
+  options.missingEntryPoints = {"PluginNewInstance"};
+  host::Runtime& runtime = Probe(options);
+  EXPECT_NO_THROW(Shared("Raise", {Text("NilObjectException"), Text("lost")}));
+  EXPECT_FALSE(runtime.exceptionPending());
+}
+
+TEST_F(PluginTest, OutOfBoundsMessages) {
+  Probe();
+  struct Case {
+    int64_t value, count;
+    const char* method;
+    const char* message;
+  } cases[] = {
+      {-1, 3, "RepresentationWidth",
+       "Parameter index to method RepresentationWidth is too small. Range is 0 to 2, but value is -1."},
+      {5, 2, "RepresentationHeight",
+       "Parameter index to method RepresentationHeight is too big. Range is 0 to 1, but value is 5."},
+      {0, 0, "", "Parameter index to method ? is too big. Range is 0 to -1, but value is 0."},
+      {INT64_MIN, INT64_MAX, "M",
+       "Parameter index to method M is too small. Range is 0 to 9223372036854775806, but value is "
+       "-9223372036854775808."},
+  };
+  for (const Case& c : cases) {
+    try {
+      Shared("RaiseOutOfBounds", {host::Value::ofInteger(c.value), host::Value::ofInteger(c.count), Text(c.method)});
+      ADD_FAILURE() << "nothing raised for " << c.method;
+    } catch (const host::HostException& e) {
+      EXPECT_EQ(e.className(), "OutOfBoundsException");
+      EXPECT_EQ(e.message(), c.message);
+    }
+  }
+  // A method name long enough to need all of the buffer's room.
+  std::string longName(300, 'm');
+  try {
+    Shared("RaiseOutOfBounds", {host::Value::ofInteger(7), host::Value::ofInteger(1), Text(longName)});
+    ADD_FAILURE() << "nothing raised";
+  } catch (const host::HostException& e) {
+    EXPECT_EQ(e.message(), "Parameter index to method " + longName + " is too big. Range is 0 to 0, but value is 7.");
+  }
+}
+
+struct GuardCase {
+  int form;
+  bool siblings;
+};
+
+std::string GuardCaseName(const ::testing::TestParamInfo<GuardCase>& info) {
+  const char* names[] = {"Full", "Pooled", "InitAndSimple", "Simple", "InitOnly"};
+  return std::string(names[info.param.form]) + (info.param.siblings ? "" : "NoSiblings");
+}
+
+class GuardForms : public PluginTest, public ::testing::WithParamInterface<GuardCase> {
+ protected:
+  host::Runtime& StartCase() {
+    host::Options options;
+    options.siblings = GetParam().siblings;
+    return Probe(options);
+  }
+  host::Value Run(int form, int kind) {
+    return Shared("GuardForm", {host::Value::ofInteger(form), host::Value::ofInteger(kind)});
+  }
+};
+
+TEST_P(GuardForms, CompletedBodyGivesItsResult) {
+  StartCase();
+  support::StderrCapture log;
+  EXPECT_EQ(Run(GetParam().form, kNothing).integer, 42);
+  EXPECT_EQ(support::CountContaining(log.lines(), "QVRProbeException"), 0u);
+  EXPECT_EQ(Shared("PoolProbesAlive").integer, 0);
+}
+
+TEST_P(GuardForms, PlatformExceptionIsLoggedOnceAndConverted) {
+  if (GetParam().form == kInitOnly) GTEST_SKIP() << "Init only has no frame";
+  StartCase();
+  support::StderrCapture log;
+  try {
+    Run(GetParam().form, kNSException);
+    ADD_FAILURE() << "nothing raised";
+  } catch (const host::HostException& e) {
+    EXPECT_EQ(e.className(), GetParam().siblings ? "NSExceptionQVR" : "RuntimeException");
+    EXPECT_EQ(e.message(), "probe reason");
+    EXPECT_EQ(e.errorNumber(), 0);
+    if (GetParam().siblings) {
+      host::Value exception = host::Value::ofObject(e.exception());
+      EXPECT_EQ(Utf8(runtime_->get(exception, "Name")), "QVRProbeException");
+      EXPECT_EQ(Utf8(runtime_->get(exception, "Reason")), "probe reason");
+    }
+  }
+  std::vector<std::string> lines = log.lines();
+  EXPECT_EQ(support::CountContaining(lines, kLogLine), 1u);
+  EXPECT_EQ(support::CountContaining(lines, "probe key"), 1u) << "the userInfo is logged on the same line";
+  EXPECT_EQ(Shared("PoolProbesAlive").integer, 0) << "the guard's pool was released";
+}
+
+TEST_P(GuardForms, UnconvertibleExceptionGivesTheNeutralResult) {
+  if (GetParam().form == kInitOnly) GTEST_SKIP() << "Init only has no frame";
+  // With no way to make a host exception the platform exception is logged and swallowed.
+  host::Options options;
+  options.siblings = GetParam().siblings;
+  options.missingEntryPoints = {"PluginNewInstance"};
+  Probe(options);
+  support::StderrCapture log;
+  host::Value result;
+  EXPECT_NO_THROW(result = Run(GetParam().form, kNSException));
+  EXPECT_EQ(result.integer, 0);
+  EXPECT_EQ(support::CountContaining(log.lines(), kLogLine), 1u);
+  EXPECT_EQ(Shared("PoolProbesAlive").integer, 0);
+}
+
+TEST_P(GuardForms, OtherThrownObjectsReachTheHostUnchanged) {
+  StartCase();
+  support::StderrCapture log;
+  try {
+    Run(GetParam().form, kString);
+    ADD_FAILURE() << "nothing thrown";
+  } catch (const host::ThrownObject& thrown) {
+    EXPECT_EQ(thrown.object(), Shared("LastThrown").pointer);
+    EXPECT_NE(thrown.className().find("String"), std::string::npos) << thrown.className();
+  }
+  EXPECT_EQ(support::CountContaining(log.lines(), ", Info: "), 0u) << "not logged as a platform exception";
+  EXPECT_EQ(Shared("PoolProbesAlive").integer, 0) << "the guard's pool was released";
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryForm, GuardForms,
+                         ::testing::Values(GuardCase{kFull, true}, GuardCase{kPooled, true},
+                                           GuardCase{kInitSimple, true}, GuardCase{kSimple, true},
+                                           GuardCase{kInitOnly, true}, GuardCase{kFull, false},
+                                           GuardCase{kPooled, false}, GuardCase{kSimple, false}),
+                         GuardCaseName);
+
+TEST_F(PluginTest, InitOnlyLetsAPlatformExceptionThrough) {
+  Probe();
+  try {
+    Shared("GuardForm", {host::Value::ofInteger(kInitOnly), host::Value::ofInteger(kNSException)});
+    ADD_FAILURE() << "nothing thrown";
+  } catch (const host::ThrownObject& thrown) {
+    EXPECT_EQ(thrown.object(), Shared("LastThrown").pointer);
+    EXPECT_EQ(thrown.className(), "NSException");
+  }
+}
+
+TEST_F(PluginTest, CocoaInitFindsTheSiblingAdditions) {
+  Probe();
+  Shared("GuardForm", {host::Value::ofInteger(kSimple), host::Value::ofInteger(kNothing)});
+  EXPECT_FALSE(Shared("InstancesReady").boolean) << "the simple form does not run CocoaInit";
+  Shared("GuardForm", {host::Value::ofInteger(kInitSimple), host::Value::ofInteger(kNothing)});
+  EXPECT_TRUE(Shared("InstancesReady").boolean);
+  EXPECT_TRUE(Shared("ExceptionsReady").boolean);
+}
+
+TEST_F(PluginTest, CocoaInitWithoutSiblingsLeavesInstancesUnset) {
+  host::Options options;
+  options.siblings = false;
+  Probe(options);
+  Shared("GuardForm", {host::Value::ofInteger(kFull), host::Value::ofInteger(kNothing)});
+  EXPECT_FALSE(Shared("InstancesReady").boolean);
+  EXPECT_FALSE(Shared("ExceptionsReady").boolean);
+  EXPECT_EQ(Shared("InstancesCount").integer, -1);
+}
+
+}  // namespace

@@ -1,0 +1,184 @@
+// The image plugin's start in hosts of different versions: the record layout it
+// negotiates at each version boundary, the six classes as the host receives them in the
+// newest and the oldest layout, and hosts that lack the version or registration entry
+// points.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "support/plugin_fixture.h"
+
+namespace {
+
+using support::PluginTest;
+
+const char* const kImageClasses[] = {"NSImageQVR",       "NSImageRepQVR",     "NSPDFImageRepQVR",
+                                     "NSEPSImageRepQVR", "NSPICTImageRepQVR", "NSBitmapImageRepQVR"};
+
+std::vector<std::string> ImageClassesInOrder(const host::Runtime& runtime) {
+  std::vector<std::string> names;
+  for (const host::ClassInfo* cls : runtime.classes()) {
+    for (const char* name : kImageClasses)
+      if (cls->name == name) names.push_back(cls->name);
+  }
+  return names;
+}
+
+struct Boundary {
+  std::optional<double> version;
+  int layout;
+};
+
+std::string BoundaryName(const ::testing::TestParamInfo<Boundary>& info) {
+  if (!info.param.version) return "NoVersion";
+  std::string text = std::to_string(*info.param.version);
+  text.erase(text.find_last_not_of('0') + 1);
+  for (char& c : text)
+    if (c == '.') c = '_';
+  return "Host" + text;
+}
+
+class LayoutNegotiation : public PluginTest, public ::testing::WithParamInterface<Boundary> {};
+
+TEST_P(LayoutNegotiation, RegistersEveryClassInTheNegotiatedLayout) {
+  host::Options options;
+  options.version = GetParam().version;
+  host::Runtime& runtime = Start(options);
+  ASSERT_TRUE(runtime.registeredPluginVersion().has_value());
+  EXPECT_EQ(*runtime.registeredPluginVersion(), GetParam().layout);
+  EXPECT_EQ(ImageClassesInOrder(runtime).size(), 6u);
+  for (const char* name : kImageClasses) {
+    host::ClassInfo* cls = runtime.findClass(name);
+    ASSERT_NE(cls, nullptr) << name;
+    EXPECT_EQ(cls->layout, GetParam().layout) << name;
+    ASSERT_FALSE(cls->recordWords.empty());
+    EXPECT_EQ(cls->recordWords[0], uintptr_t(GetParam().layout)) << name;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(VersionBoundaries, LayoutNegotiation,
+                         ::testing::Values(Boundary{2013.03, 12}, Boundary{2013.9, 12}, Boundary{2013.02, 11},
+                                           Boundary{2013.0, 11}, Boundary{2012.99, 10}, Boundary{2012.0, 10},
+                                           Boundary{2011.9, 9}, Boundary{2010.02, 9}, Boundary{std::nullopt, 9},
+                                           Boundary{0.0, 9}),
+                         BoundaryName);
+
+TEST_F(PluginTest, ClassesArriveInOrderWithTheirDataAndHandles) {
+  host::Runtime& runtime = Start();
+  std::vector<std::string> expected(std::begin(kImageClasses), std::end(kImageClasses));
+  EXPECT_EQ(ImageClassesInOrder(runtime), expected);
+
+  // 8 bytes of Handle raised to 16; the subclasses have none of their own and live in
+  // their base class's data, 24 bytes into the object.
+  host::ClassInfo* image = runtime.findClass("NSImageQVR");
+  host::ClassInfo* base = runtime.findClass("NSImageRepQVR");
+  EXPECT_EQ(image->dataSize, 16u);
+  EXPECT_EQ(base->dataSize, 16u);
+  EXPECT_EQ(image->dataOffset, 24u);
+  EXPECT_EQ(base->dataOffset, 24u);
+  EXPECT_EQ(image->recordWords[4], 24u);
+  for (const char* name : {"NSPDFImageRepQVR", "NSEPSImageRepQVR", "NSPICTImageRepQVR", "NSBitmapImageRepQVR"}) {
+    host::ClassInfo* cls = runtime.findClass(name);
+    EXPECT_EQ(cls->dataSize, 0u) << name;
+    EXPECT_EQ(cls->superclass, base) << name;
+    EXPECT_EQ(cls->flags, 0x4u) << name;
+  }
+  EXPECT_EQ(image->superclass, nullptr);
+
+  for (host::ClassInfo* cls : {image, base}) {
+    ASSERT_EQ(cls->properties.size(), 1u);
+    const host::PropertyInfo& handle = cls->properties[0];
+    EXPECT_EQ(handle.name, "Handle");
+    EXPECT_EQ(handle.type, "Integer");
+    EXPECT_EQ(handle.flags, 0x6u);
+    EXPECT_EQ(handle.getter, reinterpret_cast<void*>(intptr_t(-1)));
+    EXPECT_EQ(handle.setter, reinterpret_cast<void*>(intptr_t(-1)));
+    EXPECT_EQ(handle.param, 0);
+  }
+  ASSERT_EQ(base->methods.size(), 1u);
+  EXPECT_EQ(base->methods[0].declarationText, "Constructor");
+  EXPECT_EQ(base->methods[0].flags, 0x84u);
+}
+
+TEST_F(PluginTest, NewInstancesHoldNothingAndDieQuietly) {
+  host::Runtime& runtime = Start();
+  for (const char* name : kImageClasses) {
+    host::Value object = runtime.newInstance(name);
+    ASSERT_FALSE(object.isNil()) << name;
+    EXPECT_EQ(runtime.get(object, "Handle").integer, 0) << name;
+  }
+  host::Value viaConstructor = runtime.newInstance("NSBitmapImageRepQVR");
+  EXPECT_EQ(support::ClassName(runtime, viaConstructor), "NSBitmapImageRepQVR");
+}
+
+TEST_F(PluginTest, LayoutNineRecordsCarryTheShortMemberRecords) {
+  host::Options options;
+  options.version = 2011.9;
+  host::Runtime& runtime = Start(options);
+  for (const char* name : kImageClasses) {
+    host::ClassInfo* cls = runtime.findClass(name);
+    ASSERT_NE(cls, nullptr) << name;
+    ASSERT_EQ(cls->recordWords.size(), 25u) << name;
+    EXPECT_EQ(cls->propertyRecordSize, 10 * sizeof(void*)) << name;
+    EXPECT_EQ(cls->methodRecordSize, 4 * sizeof(void*)) << name;
+    EXPECT_EQ(cls->constantRecordSize, 3 * sizeof(void*)) << name;
+    EXPECT_EQ(cls->recordWords[16], 0u) << name;
+    EXPECT_EQ(cls->recordWords[17], 0u) << name;
+  }
+  // The copied records still serve: Handle and the empty representation constructor.
+  host::ClassInfo* base = runtime.findClass("NSImageRepQVR");
+  ASSERT_EQ(base->properties.size(), 1u);
+  EXPECT_EQ(base->properties[0].name, "Handle");
+  EXPECT_EQ(base->properties[0].getter, reinterpret_cast<void*>(intptr_t(-1)));
+  ASSERT_EQ(base->methods.size(), 1u);
+  EXPECT_EQ(base->methods[0].flags, 0x84u);
+  EXPECT_EQ(runtime.findClass("NSImageQVR")->dataSize, 16u);
+  host::Value object = runtime.newInstance("NSImageRepQVR");
+  EXPECT_EQ(runtime.get(object, "Handle").integer, 0);
+}
+
+TEST_F(PluginTest, HostWithoutVersionFunctionGetsLayoutNineAndNoMarkerFlags) {
+  host::Options options;
+  options.version.reset();
+  options.missingEntryPoints = {"REALGetRBVersion"};
+  host::Runtime& runtime = Start(options);
+  ASSERT_TRUE(runtime.registeredPluginVersion().has_value());
+  EXPECT_EQ(*runtime.registeredPluginVersion(), 9);
+  EXPECT_EQ(runtime.findClass("NSImageQVR")->layout, 9);
+}
+
+TEST_F(PluginTest, HostWithoutRegistrationGetsNoClassesAndNoCrash) {
+  host::Options options;
+  options.missingEntryPoints = {"PluginRegisterClass"};
+  host::Runtime& runtime = Start(options);
+  EXPECT_TRUE(ImageClassesInOrder(runtime).empty());
+  EXPECT_EQ(*runtime.registeredPluginVersion(), 12);
+}
+
+TEST_F(PluginTest, HostWithoutRegistrationInLayoutNineGetsNoClassesEither) {
+  host::Options options;
+  options.version = 2011.0;
+  options.missingEntryPoints = {"PluginRegisterClass"};
+  host::Runtime& runtime = Start(options);
+  EXPECT_TRUE(ImageClassesInOrder(runtime).empty());
+  EXPECT_EQ(*runtime.registeredPluginVersion(), 9);
+}
+
+TEST_F(PluginTest, HostWithoutVersionRegistrationStillGetsTheClasses) {
+  host::Options options;
+  options.missingEntryPoints = {"RegisterPluginVersion"};
+  host::Runtime& runtime = Start(options);
+  EXPECT_EQ(ImageClassesInOrder(runtime).size(), 6u);
+  EXPECT_EQ(runtime.findClass("NSImageQVR")->layout, 12);
+}
+
+TEST_F(PluginTest, ConsoleAndNoSiblingHostsGetTheSameClasses) {
+  host::Options options;
+  options.kind = host::AppKind::Console;
+  options.siblings = false;
+  host::Runtime& runtime = Start(options);
+  EXPECT_EQ(ImageClassesInOrder(runtime).size(), 6u);
+  EXPECT_EQ(runtime.findClass("NSSizeQVR"), nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,21 @@
+// The test-only plugin: the image plugin's own sources with an entry point that also
+// registers probe classes, whose members call the frame functions that no image class
+// member reaches yet (exceptions, the guard forms, string conversion, wrappers), and
+// whose tables carry the plugin's marker bits, so that tests drive all of it through
+// the host as host code would.
+#pragma once
+
+#include "plugin/host_sdk.h"
+
+// Member tables (probe_members_*.mm) and class records (probe_classes.mm).
+extern REALclassDefinition FrameProbeQVRClass;
+extern REALmethodDefinition FrameProbeSharedMethods[];
+extern const uintptr_t FrameProbeSharedMethodCount;
+
+// The event record's forSystemUse word after registration (layout 9: its copy's address).
+uintptr_t ProbeEventForSystemUse();
+
+// Runtime-made platform classes with names of 196 and 197 bytes (probe_wrappers.mm),
+// and the host class names their wrappers take.
+const char* LongClassName(int length);
+void MakeLongPlatformClasses();

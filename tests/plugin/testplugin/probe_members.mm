@@ -1,0 +1,380 @@
+// Shared methods of FrameProbeQVR: each drives one frame function the way a member of an
+// image class will, so tests can call it through the host. Host strings come in and go
+// out through the plugin's own conversions.
+#import <AppKit/AppKit.h>
+#include <objc/runtime.h>
+
+#include "tests/plugin/testplugin/probe.h"
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "convert/strings.h"
+#include "convert/wrappers.h"
+#include "image/NSImageQVR_class.h"
+#include "imagerep/NSImageRepQVR_class.h"
+#include "plugin/call_guard.h"
+#include "plugin/errors.h"
+#include "plugin/host_bridge.h"
+
+// Counts live instances, so a test can see that a pool was released.
+@interface QVRPoolProbe : NSObject
++ (long)alive;
+@end
+
+static long poolProbesAlive = 0;
+
+@implementation QVRPoolProbe
++ (long)alive { return poolProbesAlive; }
+- (id)init {
+  if ((self = [super init]) != nil) poolProbesAlive++;
+  return self;
+}
+- (void)dealloc {
+  poolProbesAlive--;
+  [super dealloc];
+}
+@end
+
+namespace {
+
+// Objects thrown by the probes outside a pool are kept here rather than autoreleased.
+NSMutableArray* keptObjects = nil;
+void* lastThrown = nullptr;
+
+id Keep(id object) {
+  if (keptObjects == nil) keptObjects = [[NSMutableArray alloc] init];
+  [keptObjects addObject:object];
+  [object release];
+  return object;
+}
+
+std::string Utf8(REALstring string) {
+  CFStringRef platform = RBString2CFString(string);
+  if (platform == nullptr) return std::string();
+  std::string out;
+  CFIndex size = CFStringGetLength(platform) * 6 + 1;
+  std::vector<char> buffer(static_cast<size_t>(size));
+  if (CFStringGetCString(platform, buffer.data(), size, kCFStringEncodingUTF8)) out = buffer.data();
+  CFRelease(platform);
+  return out;
+}
+
+REALstring HostString(const std::string& text) {
+  CFStringRef platform = CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingUTF8);
+  REALstring result = CFString2RBString(platform);
+  if (platform) CFRelease(platform);
+  return result;
+}
+
+std::string Hex(unsigned value, int digits) {
+  char text[16];
+  std::snprintf(text, sizeof text, "%0*x", digits, value);
+  return text;
+}
+
+// ---- exceptions
+
+void Raise(REALstring className, REALstring message) {
+  std::string cls = Utf8(className), text = Utf8(message);
+  RaiseException(cls.c_str(), text.c_str());
+}
+
+void RaiseNil(REALstring className) {
+  std::string cls = Utf8(className);
+  RaiseException(cls.c_str(), nullptr);
+}
+
+void RaiseOutOfBounds(int64_t value, int64_t count, REALstring method) {
+  std::string name = Utf8(method);
+  RaiseOutOfBoundsException(value, 0, count, "index", name.empty() ? nullptr : name.c_str());
+}
+
+// form: 0 Full, 1 Pooled, 2 Init and simple, 3 Simple, 4 Init only. throwKind: 0 nothing,
+// 1 an NSException, 2 a string (not an NSException). Pooled forms also autorelease a
+// QVRPoolProbe into the guard's pool first. Completed bodies give 42.
+intptr_t GuardForm(intptr_t form, intptr_t throwKind) {
+  intptr_t result = 0;
+  bool pooled = form == 0 || form == 1;
+  auto body = [&] {
+    if (pooled) [[[QVRPoolProbe alloc] init] autorelease];
+    if (throwKind == 1) {
+      NSDictionary* info = Keep([[NSDictionary alloc] initWithObjectsAndKeys:@"probe value", @"probe key", nil]);
+      NSException* exception =
+          Keep([[NSException alloc] initWithName:@"QVRProbeException" reason:@"probe reason" userInfo:info]);
+      lastThrown = exception;
+      @throw exception;
+    }
+    if (throwKind == 2) {
+      NSString* thrown = pooled ? [NSString stringWithFormat:@"thrown %d", 2]
+                                : Keep([[NSString alloc] initWithFormat:@"thrown %d", 2]);
+      lastThrown = thrown;
+      @throw thrown;
+    }
+    result = 42;
+  };
+  switch (form) {
+    case 0: CocoaGuardFull(body); break;
+    case 1: CocoaGuardPooled(body); break;
+    case 2: CocoaGuardInitSimple(body); break;
+    case 3: CocoaGuardSimple(body); break;
+    default: CocoaGuardInitOnly(body); break;
+  }
+  return result;
+}
+
+intptr_t PoolProbesAlive() { return poolProbesAlive; }
+void* LastThrown() { return lastThrown; }
+bool InstancesReady() { return instances != NULL; }
+bool ExceptionsReady() { return ExceptionsInitialized; }
+void* EventCopy() { return reinterpret_cast<void*>(ProbeEventForSystemUse()); }
+intptr_t InstancesCount() { return instances ? CFDictionaryGetCount(instances) : -1; }
+
+// ---- strings
+
+REALstring RoundTrip(REALstring s) {
+  CFStringRef platform = RBString2CFString(s);
+  REALstring result = CFString2RBString(platform);
+  if (platform) CFRelease(platform);
+  return result;
+}
+
+std::string UnitsOf(CFStringRef platform) {
+  if (platform == nullptr) return "null";
+  std::string out;
+  CFIndex length = CFStringGetLength(platform);
+  std::vector<UniChar> units(static_cast<size_t>(length) + 1);
+  CFStringGetCharacters(platform, CFRangeMake(0, length), units.data());
+  for (CFIndex i = 0; i < length; ++i) out += (i ? " " : "") + Hex(units[static_cast<size_t>(i)], 4);
+  return out;
+}
+
+// The UTF-16 units of the platform string made from s, in hex ("null" for none).
+REALstring PlatformUnits(REALstring s) {
+  CFStringRef platform = RBString2CFString(s);
+  REALstring result = HostString(UnitsOf(platform));
+  if (platform) CFRelease(platform);
+  return result;
+}
+
+// The same after normalization form D.
+REALstring DecomposedUnits(REALstring s) {
+  CFStringRef platform = RBString2CFString(s);
+  if (platform == nullptr) return HostString("null");
+  CFMutableStringRef mutableCopy = CFStringCreateMutableCopy(kCFAllocatorDefault, 0, platform);
+  CFRelease(platform);
+  CFStringNormalize(mutableCopy, kCFStringNormalizationFormD);
+  REALstring result = HostString(UnitsOf(mutableCopy));
+  CFRelease(mutableCopy);
+  return result;
+}
+
+// A host string made by CFString2RBString from hex UTF-16 units ("0061 0000 0062").
+REALstring StringFromUnits(REALstring hexUnits) {
+  std::string text = Utf8(hexUnits);
+  std::vector<UniChar> units;
+  size_t at = 0;
+  while (at < text.size()) {
+    size_t end = text.find(' ', at);
+    if (end == std::string::npos) end = text.size();
+    if (end > at) units.push_back(static_cast<UniChar>(std::stoul(text.substr(at, end - at), nullptr, 16)));
+    at = end + 1;
+  }
+  CFStringRef platform = CFStringCreateWithCharacters(kCFAllocatorDefault, units.data(), static_cast<CFIndex>(units.size()));
+  REALstring result = CFString2RBString(platform);
+  if (platform) CFRelease(platform);
+  return result;
+}
+
+REALstring RepeatUnit(intptr_t unit, intptr_t count) {
+  if (count < 0 || count > 100000) return nullptr;
+  std::vector<UniChar> units(static_cast<size_t>(count), static_cast<UniChar>(unit));
+  CFStringRef platform = CFStringCreateWithCharacters(kCFAllocatorDefault, units.data(), static_cast<CFIndex>(count));
+  REALstring result = CFString2RBString(platform);
+  if (platform) CFRelease(platform);
+  return result;
+}
+
+// What REALGetStringData gives: "false", or "enc=<hex> len=<n> bytes=<hex> tail=<hex>",
+// the tail being the four bytes after the text.
+REALstring StringData(REALstring s, int64_t encoding) {
+  REALstringData data = {};
+  if (!REALGetStringData(s, static_cast<uint32_t>(encoding), &data)) return HostString("false");
+  std::string out = "enc=" + Hex(static_cast<unsigned>(data.encoding), 1) + " len=" + std::to_string(data.length) + " bytes=";
+  auto bytes = static_cast<const unsigned char*>(data.data);
+  for (uintptr_t i = 0; i < data.length; ++i) out += Hex(bytes[i], 2);
+  out += " tail=";
+  for (uintptr_t i = 0; i < 4; ++i) out += Hex(bytes[data.length + i], 2);
+  REALDisposeStringData(&data);
+  return HostString(out);
+}
+
+// Splits joined at commas into a new host string array with FillStringArray, then reads
+// the array back: "ubound=<n>:<e0>|<e1>|...".
+REALstring FillAndJoin(REALstring joined) {
+  std::string out = "no array";
+  CocoaGuardPooled([&] {
+    NSString* text = [(NSString*)RBString2CFString(joined) autorelease];
+    NSArray* parts = text ? [text componentsSeparatedByString:@","] : [NSArray array];
+    REALarray array = REALCreateArray(kREALArrayTypeString, -1);
+    if (array == nullptr) return;
+    FillStringArray(array, (CFArrayRef)parts);
+    intptr_t upper = REALGetArrayUBound(array);
+    out = "ubound=" + std::to_string(upper) + ":";
+    for (intptr_t i = 0; i <= upper; ++i) {
+      REALstring element = nullptr;
+      REALGetArrayValueString(array, i, &element);
+      out += (i ? "|" : "") + Utf8(element);
+      if (element) REALUnlockString(element);
+    }
+    REALUnlockObject(reinterpret_cast<REALobject>(array));
+  });
+  return HostString(out);
+}
+
+// ---- wrappers
+
+REALobject NewImage() {
+  REALobject result = nullptr;
+  CocoaGuardFull([&] {
+    NSImage* image = [[NSImage alloc] init];
+    result = NewNSImageQVR(image);
+    [image release];
+  });
+  return result;
+}
+
+REALobject WrapImageAgain(REALobject image) {
+  if (image == nullptr) {
+    RaiseException("NilObjectException", "image is nil");
+    return nullptr;
+  }
+  REALobject result = nullptr;
+  CocoaGuardInitSimple([&] { result = NewNSImageQVR(NSImageQVRDataOf(image)->Handle); });
+  return result;
+}
+
+intptr_t ImageRetainCount(REALobject image) {
+  NSImage* handle = image ? NSImageQVRDataOf(image)->Handle : nil;
+  return handle ? static_cast<intptr_t>([handle retainCount]) : 0;
+}
+
+REALobject NewBitmapRep() {
+  REALobject result = nullptr;
+  CocoaGuardFull([&] {
+    NSBitmapImageRep* representation = [[NSBitmapImageRep alloc] initWithBitmapDataPlanes:NULL
+                                                                                pixelsWide:2
+                                                                                pixelsHigh:2
+                                                                             bitsPerSample:8
+                                                                           samplesPerPixel:4
+                                                                                  hasAlpha:YES
+                                                                                  isPlanar:NO
+                                                                            colorSpaceName:NSDeviceRGBColorSpace
+                                                                               bytesPerRow:0
+                                                                              bitsPerPixel:0];
+    result = NewNSBitmapImageRepQVR(representation);
+    [representation release];
+  });
+  return result;
+}
+
+REALobject NewPDFRep() {
+  REALobject result = nullptr;
+  CocoaGuardFull([&] {
+    NSPDFImageRep* representation = [[NSPDFImageRep alloc] init];
+    result = NewNSPDFImageRepQVR(representation);
+    [representation release];
+  });
+  return result;
+}
+
+NSImageRep* RepHandle(REALobject representation) {
+  return representation ? NSImageRepQVRDataOf(representation)->Handle : nil;
+}
+
+REALobject WrapBitmapRepAgain(REALobject representation) {
+  REALobject result = nullptr;
+  CocoaGuardInitSimple([&] { result = NewNSBitmapImageRepQVR((NSBitmapImageRep*)RepHandle(representation)); });
+  return result;
+}
+
+REALobject WrapPDFRepAgain(REALobject representation) {
+  REALobject result = nullptr;
+  CocoaGuardInitSimple([&] { result = NewNSPDFImageRepQVR((NSPDFImageRep*)RepHandle(representation)); });
+  return result;
+}
+
+intptr_t RepRetainCount(REALobject representation) {
+  NSImageRep* handle = RepHandle(representation);
+  return handle ? static_cast<intptr_t>([handle retainCount]) : 0;
+}
+
+REALobject WrapAs(REALobject representation, REALstring requiredClass) {
+  std::string name = Utf8(requiredClass);
+  REALobject result = nullptr;
+  CocoaGuardInitSimple([&] { result = NewNSObjectQVR(RepHandle(representation), objc_getClass(name.c_str())); });
+  return result;
+}
+
+REALobject WrapImageAs(REALobject image, REALstring requiredClass) {
+  std::string name = Utf8(requiredClass);
+  REALobject result = nullptr;
+  CocoaGuardInitSimple([&] {
+    NSImage* handle = image ? NSImageQVRDataOf(image)->Handle : nil;
+    result = NewNSObjectQVR(handle, objc_getClass(name.c_str()));
+  });
+  return result;
+}
+
+// kind 0: the 196-byte class; 1: its 197-byte subclass; 2: a 197-byte direct subclass of
+// NSImageRep; 3: a short-named NSImageRep subclass without a host class.
+REALobject NewRuntimeRep(intptr_t kind) {
+  const char* names[] = {LongClassName(196), LongClassName(197), LongClassName(-197), "QVRProbeCustomRep"};
+  if (kind < 0 || kind > 3) return nullptr;
+  REALobject result = nullptr;
+  CocoaGuardFull([&] {
+    Class cls = objc_getClass(names[kind]);
+    NSImageRep* representation = [[cls alloc] init];
+    result = NewNSObjectQVR(representation, [NSImageRep class]);
+    [representation release];
+  });
+  return result;
+}
+
+#define SHARED(function, declaration) {reinterpret_cast<void*>(&function), nullptr, declaration, 0x4, 0, nullptr}
+
+}  // namespace
+
+REALmethodDefinition FrameProbeSharedMethods[] = {
+    SHARED(Raise, "Raise(className as String, message as String)"),
+    SHARED(RaiseNil, "RaiseNil(className as String)"),
+    SHARED(RaiseOutOfBounds, "RaiseOutOfBounds(value as Int64, count as Int64, method as String)"),
+    SHARED(GuardForm, "GuardForm(form as Integer, throwKind as Integer) as Integer"),
+    SHARED(PoolProbesAlive, "PoolProbesAlive as Integer"),
+    SHARED(LastThrown, "LastThrown as Ptr"),
+    SHARED(InstancesReady, "InstancesReady as Boolean"),
+    SHARED(ExceptionsReady, "ExceptionsReady as Boolean"),
+    SHARED(InstancesCount, "InstancesCount as Integer"),
+    SHARED(EventCopy, "EventCopy as Ptr"),
+    SHARED(RoundTrip, "RoundTrip(s as String) as String"),
+    SHARED(PlatformUnits, "PlatformUnits(s as String) as String"),
+    SHARED(DecomposedUnits, "DecomposedUnits(s as String) as String"),
+    SHARED(StringFromUnits, "StringFromUnits(units as String) as String"),
+    SHARED(RepeatUnit, "RepeatUnit(unit as Integer, count as Integer) as String"),
+    SHARED(StringData, "StringData(s as String, encoding as Int64) as String"),
+    SHARED(FillAndJoin, "FillAndJoin(joined as String) as String"),
+    SHARED(NewImage, "NewImage as NSImageQVR"),
+    SHARED(WrapImageAgain, "WrapImageAgain(image as NSImageQVR) as NSImageQVR"),
+    SHARED(ImageRetainCount, "ImageRetainCount(image as NSImageQVR) as Integer"),
+    SHARED(NewBitmapRep, "NewBitmapRep as NSBitmapImageRepQVR"),
+    SHARED(NewPDFRep, "NewPDFRep as NSPDFImageRepQVR"),
+    SHARED(WrapBitmapRepAgain, "WrapBitmapRepAgain(rep as NSImageRepQVR) as NSBitmapImageRepQVR"),
+    SHARED(WrapPDFRepAgain, "WrapPDFRepAgain(rep as NSImageRepQVR) as NSPDFImageRepQVR"),
+    SHARED(RepRetainCount, "RepRetainCount(rep as NSImageRepQVR) as Integer"),
+    SHARED(WrapAs, "WrapAs(rep as NSImageRepQVR, requiredClass as String) as NSImageRepQVR"),
+    SHARED(WrapImageAs, "WrapImageAs(image as NSImageQVR, requiredClass as String) as NSImageRepQVR"),
+    SHARED(NewRuntimeRep, "NewRuntimeRep(kind as Integer) as NSImageRepQVR"),
+};
+
+const uintptr_t FrameProbeSharedMethodCount = sizeof(FrameProbeSharedMethods) / sizeof(FrameProbeSharedMethods[0]);

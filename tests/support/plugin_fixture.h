@@ -1,0 +1,39 @@
+// A test fixture for suites that drive the image plugin through the host: it starts the
+// host with the test's knobs and, when the test body has returned (and with it every
+// host value the body held), checks that the host's live objects and strings are back
+// where they were once the plugins had loaded.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "support/plugin_host.h"
+
+namespace support {
+
+class PluginTest : public ::testing::Test {
+ protected:
+  host::Runtime& Start(host::Options options = {}, ImagePlugin plugin = ImagePlugin::Product) {
+    runtime_ = StartHost(std::move(options), plugin);
+    baseline_ = Live(*runtime_);
+    return *runtime_;
+  }
+  host::Runtime& Probe(host::Options options = {}) { return Start(std::move(options), ImagePlugin::TestPlugin); }
+
+  // A shared method of the probe class.
+  host::Value Shared(std::string_view member, std::vector<host::Value> args = {}) {
+    return runtime_->callShared("FrameProbeQVR", member, std::move(args));
+  }
+  host::Value Text(std::string_view utf8) { return runtime_->string(utf8); }
+  std::string Utf8(const host::Value& value) { return runtime_->utf8(value); }
+
+  void TearDown() override {
+    if (!runtime_) return;
+    LiveCounts now = Live(*runtime_);
+    EXPECT_TRUE(now == baseline_) << "live counts: " << Describe(now) << ", started with " << Describe(baseline_);
+  }
+
+  std::unique_ptr<host::Runtime> runtime_;
+  LiveCounts baseline_;
+};
+
+}  // namespace support
