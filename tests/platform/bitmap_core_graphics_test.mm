@@ -1,0 +1,181 @@
+/* Bitmap representations meeting Core Graphics and the graphics context: CGImage of the
+   pixels and a representation drawn from a CGImage, drawing into the current context with
+   a compositing operation, a fraction, a source rectangle and flipped contexts, and colour
+   space tags and conversions. */
+#import "platform/codec_support.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class BitmapCoreGraphics : public ::testing::Test {
+ protected:
+  void SetUp() override { pool_ = [[NSAutoreleasePool alloc] init]; }
+  void TearDown() override { [pool_ drain]; }
+  NSAutoreleasePool* pool_ = nil;
+};
+
+// An RGBA canvas (premultiplied) made current for the duration of a drawing.
+NSBitmapImageRep* Canvas(int w, int h) {
+  return [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:NULL pixelsWide:w pixelsHigh:h bitsPerSample:8
+                                             samplesPerPixel:4 hasAlpha:YES isPlanar:NO
+                                              colorSpaceName:NSCalibratedRGBColorSpace bytesPerRow:0 bitsPerPixel:0] autorelease];
+}
+
+template <typename Draw>
+void DrawInto(NSBitmapImageRep* canvas, BOOL flipped, Draw draw) {
+  NSGraphicsContext* context = [NSGraphicsContext graphicsContextWithBitmapImageRep:canvas];
+  ASSERT_NE(context, nil);
+  if (flipped) context = [NSGraphicsContext graphicsContextWithCGContext:[context CGContext] flipped:YES];
+  [NSGraphicsContext saveGraphicsState];
+  [NSGraphicsContext setCurrentContext:context];
+  if (flipped) {
+    CGContextTranslateCTM([context CGContext], 0, [canvas pixelsHigh]);
+    CGContextScaleCTM([context CGContext], 1, -1);
+  }
+  draw();
+  [NSGraphicsContext restoreGraphicsState];
+}
+
+TEST_F(BitmapCoreGraphics, CGImageHoldsThePixels) {
+  TestPicture picture = MakeTestPicture(21, 13, 4);
+  NSBitmapImageRep* rep = MakeRep(picture);
+  CGImageRef image = [rep CGImage];
+  ASSERT_NE(image, nullptr);
+  EXPECT_EQ(CGImageGetWidth(image), 21u);
+  EXPECT_EQ(CGImageGetHeight(image), 13u);
+  EXPECT_EQ([rep CGImage], image);  // kept while the pixels stay as they are
+  NSBitmapImageRep* back = [[[NSBitmapImageRep alloc] initWithCGImage:image] autorelease];
+  ASSERT_NE(back, nil);
+  EXPECT_TRUE([back hasAlpha]);
+  for (int y = 0; y < 13; ++y)
+    for (int x = 0; x < 21; ++x) {
+      NSColor* a = [rep colorAtX:x y:y];
+      NSColor* b = [back colorAtX:x y:y];
+      if ([a alphaComponent] < 0.1) continue;  // premultiplying loses colour of nearly clear pixels
+      ASSERT_NEAR([a redComponent], [b redComponent], 0.05) << x << "," << y;
+      ASSERT_NEAR([a alphaComponent], [b alphaComponent], 0.01);
+    }
+  // Writing the pixels afterwards gives a new image; the first still shows the old ones.
+  CGImageRetain(image);
+  [rep bitmapData][0] = 1;
+  EXPECT_NE([rep CGImage], image);
+  CGImageRelease(image);
+}
+
+TEST_F(BitmapCoreGraphics, GreyAndSixteenBitImages) {
+  NSBitmapImageRep* grey = MakeRep(MakeTestPicture(8, 8, 1));
+  NSBitmapImageRep* back = [[[NSBitmapImageRep alloc] initWithCGImage:[grey CGImage]] autorelease];
+  ASSERT_NE(back, nil);
+  EXPECT_EQ([back samplesPerPixel], 1);
+  EXPECT_EQ(MaxDifference(ReadRep(back), ReadRep(grey)), 0);
+  NSBitmapImageRep* deep = [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:NULL pixelsWide:3 pixelsHigh:1
+      bitsPerSample:16 samplesPerPixel:3 hasAlpha:NO isPlanar:NO colorSpaceName:NSCalibratedRGBColorSpace
+      bytesPerRow:0 bitsPerPixel:0] autorelease];
+  NSUInteger p[3] = {65535, 0, 32896};
+  [deep setPixel:p atX:2 y:0];
+  NSBitmapImageRep* eight = [[[NSBitmapImageRep alloc] initWithCGImage:[deep CGImage]] autorelease];
+  ASSERT_NE(eight, nil);
+  [eight getPixel:p atX:2 y:0];
+  EXPECT_EQ(p[0], 255u);
+  EXPECT_EQ(p[1], 0u);
+  EXPECT_NEAR(double(p[2]), 128.0, 1.0);
+}
+
+TEST_F(BitmapCoreGraphics, DrawsWithOperationAndFraction) {
+  TestPicture red;
+  red.width = red.height = 4;
+  red.samples = 4;
+  red.pixels.assign(64, 0);
+  for (size_t i = 0; i < 64; i += 4) red.pixels[i] = 255, red.pixels[i + 3] = 128;  // half-clear red
+  NSBitmapImageRep* source = MakeRep(red);
+  NSBitmapImageRep* canvas = Canvas(4, 4);
+  NSUInteger blue[4] = {0, 0, 255, 255};
+  for (int y = 0; y < 4; ++y)
+    for (int x = 0; x < 4; ++x) [canvas setPixel:blue atX:x y:y];
+  DrawInto(canvas, NO, [&] {
+    EXPECT_TRUE([source drawInRect:NSMakeRect(0, 0, 2, 4) fromRect:NSZeroRect operation:NSCompositeCopy fraction:1.0
+                    respectFlipped:NO hints:nil]);
+    EXPECT_TRUE([source drawInRect:NSMakeRect(2, 0, 2, 4) fromRect:NSZeroRect operation:NSCompositeSourceOver
+                          fraction:1.0 respectFlipped:NO hints:nil]);
+  });
+  NSUInteger p[4];
+  [canvas getPixel:p atX:0 y:0];  // copy: the half-clear red replaces the blue
+  EXPECT_NEAR(double(p[0]), 128, 2);
+  EXPECT_EQ(p[2], 0u);
+  EXPECT_NEAR(double(p[3]), 128, 2);
+  [canvas getPixel:p atX:3 y:0];  // source over: red over blue, opaque
+  EXPECT_NEAR(double(p[0]), 128, 2);
+  EXPECT_NEAR(double(p[2]), 127, 2);
+  EXPECT_EQ(p[3], 255u);
+  NSBitmapImageRep* faint = Canvas(4, 4);
+  DrawInto(faint, NO, [&] {
+    [MakeRep(MakeTestPicture(4, 4, 3)) drawInRect:NSMakeRect(0, 0, 4, 4) fromRect:NSZeroRect
+                                        operation:NSCompositeSourceOver fraction:0.25 respectFlipped:NO hints:nil];
+  });
+  [faint getPixel:p atX:1 y:1];
+  EXPECT_NEAR(double(p[3]), 64, 2);
+}
+
+TEST_F(BitmapCoreGraphics, DrawsUprightAndPartsOfItself) {
+  // Top half red, bottom half green.
+  TestPicture halves;
+  halves.width = 4, halves.height = 4, halves.samples = 3;
+  for (int y = 0; y < 4; ++y)
+    for (int x = 0; x < 4; ++x) halves.pixels.insert(halves.pixels.end(), {uint8_t(y < 2 ? 255 : 0), uint8_t(y < 2 ? 0 : 255), 0});
+  NSBitmapImageRep* source = MakeRep(halves);
+  NSUInteger p[4];
+  for (BOOL flipped : {NO, YES}) {
+    NSBitmapImageRep* canvas = Canvas(4, 4);
+    DrawInto(canvas, flipped, [&] {
+      [source drawInRect:NSMakeRect(0, 0, 4, 4) fromRect:NSZeroRect operation:NSCompositeCopy fraction:1
+          respectFlipped:YES hints:nil];
+    });
+    [canvas getPixel:p atX:0 y:0];
+    EXPECT_EQ(p[0], 255u) << "flipped " << int(flipped);  // red stays on top
+    [canvas getPixel:p atX:0 y:3];
+    EXPECT_EQ(p[1], 255u) << "flipped " << int(flipped);
+  }
+  // The bottom half alone (source rectangles have their origin at the bottom-left).
+  NSBitmapImageRep* canvas = Canvas(4, 4);
+  DrawInto(canvas, NO, [&] {
+    [source drawInRect:NSMakeRect(0, 0, 4, 4) fromRect:NSMakeRect(0, 0, 4, 2) operation:NSCompositeCopy fraction:1
+        respectFlipped:NO hints:nil];
+  });
+  [canvas getPixel:p atX:2 y:0];
+  EXPECT_EQ(p[1], 255u);
+  EXPECT_EQ(p[0], 0u);
+  // draw and drawAtPoint: use the rep's own size.
+  NSBitmapImageRep* placed = Canvas(8, 8);
+  DrawInto(placed, NO, [&] { EXPECT_TRUE([source drawAtPoint:NSMakePoint(4, 0)]); });
+  [placed getPixel:p atX:5 y:7];  // bottom-right quarter, lowest row: green
+  EXPECT_EQ(p[1], 255u);
+  [placed getPixel:p atX:1 y:7];
+  EXPECT_EQ(p[3], 0u);
+}
+
+TEST_F(BitmapCoreGraphics, ColourSpacesTagsAndConversions) {
+  NSBitmapImageRep* rgb = MakeRep(MakeTestPicture(6, 6, 3));
+  EXPECT_EQ([[rgb colorSpace] colorSpaceModel], NSRGBColorSpaceModel);
+  NSBitmapImageRep* tagged = [rgb bitmapImageRepByRetaggingWithColorSpace:[NSColorSpace sRGBColorSpace]];
+  ASSERT_NE(tagged, nil);
+  EXPECT_EQ([tagged colorSpace], [NSColorSpace sRGBColorSpace]);
+  EXPECT_EQ(MaxDifference(ReadRep(tagged), ReadRep(rgb)), 0);
+  EXPECT_EQ([rgb bitmapImageRepByRetaggingWithColorSpace:[NSColorSpace deviceGrayColorSpace]], nil);
+  NSBitmapImageRep* grey = [rgb bitmapImageRepByConvertingToColorSpace:[NSColorSpace genericGrayColorSpace]
+                                                       renderingIntent:NSColorRenderingIntentDefault];
+  ASSERT_NE(grey, nil);
+  EXPECT_EQ([grey samplesPerPixel], 1);
+  NSUInteger rgbPixel[3], greyPixel[1];
+  [rgb getPixel:rgbPixel atX:3 y:2];
+  [grey getPixel:greyPixel atX:3 y:2];
+  EXPECT_NEAR(double(greyPixel[0]), 0.299 * rgbPixel[0] + 0.587 * rgbPixel[1] + 0.114 * rgbPixel[2], 1.0);
+  NSBitmapImageRep* again = [grey bitmapImageRepByConvertingToColorSpace:[NSColorSpace genericRGBColorSpace]
+                                                         renderingIntent:NSColorRenderingIntentPerceptual];
+  ASSERT_NE(again, nil);
+  [again getPixel:rgbPixel atX:3 y:2];
+  EXPECT_EQ(rgbPixel[0], greyPixel[0]);
+  EXPECT_EQ(rgbPixel[2], greyPixel[0]);
+}
+
+}  // namespace

@@ -1,0 +1,135 @@
+/* The class registry and what it derives: registered classes, the class for some bytes, a
+   file type, a type identifier or a pasteboard type, the six type lists, and loading
+   representations from files, URLs and the pasteboard through it. */
+#import "platform/codec_support.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+@interface QVRTestImageRep : NSImageRep
+@end
+
+@implementation QVRTestImageRep
++ (NSArray*)imageUnfilteredTypes { return [NSArray arrayWithObject:@"org.example.test-image"]; }
++ (NSArray*)imageUnfilteredFileTypes { return [NSArray arrayWithObject:@"qvrtest"]; }
++ (NSArray*)imageUnfilteredPasteboardTypes { return [NSArray arrayWithObject:@"org.example.test-image"]; }
++ (BOOL)canInitWithData:(NSData*)data { return [data length] >= 4 && memcmp([data bytes], "QVRT", 4) == 0; }
+@end
+
+@interface QVRRegistryObserver : NSObject {
+ @public
+  int count;
+}
+- (void)changed:(NSNotification*)note;
+@end
+
+@implementation QVRRegistryObserver
+- (void)changed:(NSNotification*)note { ++count; }
+@end
+
+namespace {
+
+class BitmapRegistry : public ::testing::Test {
+ protected:
+  void SetUp() override { pool_ = [[NSAutoreleasePool alloc] init]; }
+  void TearDown() override { [pool_ drain]; }
+  NSAutoreleasePool* pool_ = nil;
+};
+
+TEST_F(BitmapRegistry, BitmapClassIsRegisteredAndAnswersForItsFormats) {
+  EXPECT_TRUE([[NSImageRep registeredImageRepClasses] containsObject:[NSBitmapImageRep class]]);
+  NSBitmapImageRep* rep = MakeRep(MakeTestPicture(5, 5, 3));
+  for (NSBitmapImageFileType type : {NSTIFFFileType, NSBMPFileType, NSGIFFileType, NSJPEGFileType, NSPNGFileType}) {
+    NSData* data = [rep representationUsingType:type properties:nil];
+    EXPECT_EQ([NSImageRep imageRepClassForData:data], [NSBitmapImageRep class]) << type;
+    EXPECT_TRUE([NSImageRep canInitWithData:data]);
+    EXPECT_TRUE([NSBitmapImageRep canInitWithData:data]);
+  }
+  EXPECT_EQ([NSImageRep imageRepClassForFileType:@"JPG"], [NSBitmapImageRep class]);
+  EXPECT_EQ([NSImageRep imageRepClassForFileType:@"'PNGf'"], [NSBitmapImageRep class]);
+  EXPECT_EQ([NSImageRep imageRepClassForType:@"public.tiff"], [NSBitmapImageRep class]);
+  EXPECT_EQ([NSImageRep imageRepClassForPasteboardType:NSPasteboardTypeTIFF], [NSBitmapImageRep class]);
+  EXPECT_EQ([NSImageRep imageRepClassForFileType:@"xyz"], Nil);
+  EXPECT_TRUE([[NSImageRep imageTypes] containsObject:@"public.png"]);
+  EXPECT_TRUE([[NSImageRep imageFileTypes] containsObject:@"gif"]);
+  EXPECT_TRUE([[NSImageRep imagePasteboardTypes] containsObject:NSPasteboardTypePNG]);
+  EXPECT_TRUE([[NSBitmapImageRep imageUnfilteredFileTypes] containsObject:@"bmp"]);
+  EXPECT_TRUE([[NSBitmapImageRep imageUnfilteredTypes] containsObject:@"com.compuserve.gif"]);
+  EXPECT_EQ([[NSImageRep imageUnfilteredPasteboardTypes] count], [[NSImageRep imagePasteboardTypes] count]);
+}
+
+TEST_F(BitmapRegistry, ClassesJoinAndLeaveWithNotification) {
+  QVRRegistryObserver* observer = [[[QVRRegistryObserver alloc] init] autorelease];
+  [[NSNotificationCenter defaultCenter] addObserver:observer selector:@selector(changed:)
+                                               name:NSImageRepRegistryDidChangeNotification object:nil];
+  [NSImageRep registerImageRepClass:[QVRTestImageRep class]];
+  [NSImageRep registerImageRepClass:[QVRTestImageRep class]];  // once is enough
+  EXPECT_EQ(observer->count, 1);
+  EXPECT_TRUE([[NSImageRep registeredImageRepClasses] containsObject:[QVRTestImageRep class]]);
+  EXPECT_TRUE([[NSImageRep imageTypes] containsObject:@"org.example.test-image"]);
+  EXPECT_EQ([NSImageRep imageRepClassForData:[@"QVRT...." dataUsingEncoding:NSASCIIStringEncoding]],
+            [QVRTestImageRep class]);
+  EXPECT_EQ([NSImageRep imageRepClassForFileType:@"qvrtest"], [QVRTestImageRep class]);
+  [NSImageRep unregisterImageRepClass:[QVRTestImageRep class]];
+  EXPECT_EQ(observer->count, 2);
+  EXPECT_FALSE([[NSImageRep imageTypes] containsObject:@"org.example.test-image"]);
+  EXPECT_EQ([NSImageRep imageRepClassForFileType:@"qvrtest"], Nil);
+  [[NSNotificationCenter defaultCenter] removeObserver:observer];
+}
+
+TEST_F(BitmapRegistry, LoadsFromFilesURLsAndThePasteboard) {
+  TestPicture picture = MakeTestPicture(12, 9, 3);
+  NSArray* pages = [NSArray arrayWithObjects:MakeRep(picture), MakeRep(picture), nil];
+  NSData* tiff = [NSBitmapImageRep TIFFRepresentationOfImageRepsInArray:pages];
+  const std::string path = WriteTemporaryFile(tiff, ".tif");
+  NSString* file = [NSString stringWithUTF8String:path.c_str()];
+  EXPECT_EQ([[NSImageRep imageRepsWithContentsOfFile:file] count], 2u);
+  NSImageRep* one = [NSImageRep imageRepWithContentsOfFile:file];
+  ASSERT_TRUE([one isKindOfClass:[NSBitmapImageRep class]]);
+  EXPECT_EQ([one pixelsWide], 12);
+  EXPECT_EQ([[NSImageRep imageRepsWithContentsOfURL:[NSURL fileURLWithPath:file]] count], 2u);
+  EXPECT_NE([NSBitmapImageRep imageRepWithContentsOfURL:[NSURL fileURLWithPath:file]], nil);
+  EXPECT_EQ([NSImageRep imageRepWithContentsOfFile:@"/nonexistent/picture.png"], nil);
+  std::remove(path.c_str());
+
+  NSPasteboard* pasteboard = [NSPasteboard pasteboardWithUniqueName];
+  EXPECT_FALSE([NSImageRep canInitWithPasteboard:pasteboard]);
+  [pasteboard declareTypes:[NSArray arrayWithObject:NSPasteboardTypePNG] owner:nil];
+  [pasteboard setData:[MakeRep(picture) representationUsingType:NSPNGFileType properties:nil] forType:NSPasteboardTypePNG];
+  EXPECT_TRUE([NSImageRep canInitWithPasteboard:pasteboard]);
+  EXPECT_TRUE([NSBitmapImageRep canInitWithPasteboard:pasteboard]);
+  NSImageRep* pasted = [NSImageRep imageRepWithPasteboard:pasteboard];
+  ASSERT_NE(pasted, nil);
+  EXPECT_EQ(MaxDifference(ReadRep((NSBitmapImageRep*)pasted), picture), 0);
+  [pasteboard releaseGlobally];
+}
+
+TEST_F(BitmapRegistry, BaseClassBasics) {
+  NSImageRep* rep = [[[NSImageRep alloc] init] autorelease];
+  EXPECT_FALSE([rep draw]);
+  [rep setSize:NSMakeSize(3, 4)];
+  [rep setPixelsWide:30];
+  [rep setPixelsHigh:40];
+  [rep setBitsPerSample:8];
+  [rep setAlpha:YES];
+  [rep setOpaque:YES];
+  [rep setColorSpaceName:NSDeviceWhiteColorSpace];
+  EXPECT_TRUE(NSEqualSizes([rep size], NSMakeSize(3, 4)));
+  EXPECT_EQ([rep pixelsWide], 30);
+  EXPECT_EQ([rep pixelsHigh], 40);
+  EXPECT_EQ([rep bitsPerSample], 8);
+  EXPECT_TRUE([rep hasAlpha]);
+  EXPECT_TRUE([rep isOpaque]);
+  EXPECT_TRUE([[rep colorSpaceName] isEqualToString:NSDeviceWhiteColorSpace]);
+  [rep setColorSpaceName:nil];
+  EXPECT_EQ([rep colorSpaceName], nil);
+  EXPECT_FALSE([NSImageRep canInitWithData:nil]);
+  // The vector representations exist with their interfaces but read nothing yet.
+  EXPECT_TRUE([NSPDFImageRep isSubclassOfClass:[NSImageRep class]]);
+  EXPECT_EQ([NSPDFImageRep imageRepWithData:[NSData data]], nil);
+  EXPECT_EQ([NSEPSImageRep imageRepWithData:[NSData data]], nil);
+  EXPECT_EQ([NSPICTImageRep imageRepWithData:[NSData data]], nil);
+}
+
+}  // namespace
