@@ -97,15 +97,20 @@ Catch e As OutOfBoundsException
   Print "  caught OutOfBoundsException: " + e.Message
 End Try
 
-Print "The image class"
+Print "The image classes"
 Dim img As New NSImageQVR
-Print "  New NSImageQVR: Handle is " + If(img.Handle <> 0, "set", "zero")
+Print "  New NSImageQVR: " + If(img.Handle = 0, "no image yet", "holds an image")
+Dim rep As NSImageRepQVR = New NSBitmapImageRepQVR
+Print "  NSBitmapImageRepQVR IsA NSImageRepQVR: " + Str(rep IsA NSImageRepQVR)
+
+Print "The sibling plugin's value classes"
 Dim size As New NSSizeQVR(64, 48)
 Print "  NSSizeQVR: " + Str(size.Width) + " x " + Str(size.Height)
-Dim sized As New NSImageQVR(size)
-Print "  New NSImageQVR(size): Handle is " + If(sized.Handle <> 0, "set", "zero")
-Dim rect As New NSRectQVR(0, 0, 64, 48)
-Print "  NSRectQVR: " + Str(rect.Width) + " x " + Str(rect.Height)
+Dim frame As New NSRectQVR(0, 0, 64, 48)
+Print "  NSRectQVR contains (10, 10): " + Str(frame.Contains(10, 10))
+Dim orange As New NSColorQVR(1, 0.5, 0)
+Print "  NSColorQVR(1, 0.5, 0): green " + Format(orange.GreenComponent, "0.00") + " in " + orange.ColorSpaceName
+Print "  NSColorQVR.WhiteColor Is NSColorQVR.WhiteColor: " + Str(NSColorQVR.WhiteColor Is NSColorQVR.WhiteColor)
 )QVR";
   return kExample;
 }

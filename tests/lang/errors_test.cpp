@@ -1,0 +1,52 @@
+// Errors a person can act on: syntax errors name the line, the column and what was
+// expected; type errors and unknown names name where they are; nothing a program does
+// crashes the runner.
+#include "lang_support.h"
+
+#include <gtest/gtest.h>
+
+using langtest::error;
+
+TEST(SyntaxErrors, NameWhatWasExpectedAndWhere) {
+  EXPECT_EQ(error("If True Then\n  Print \"x\"\n"), "test.qvr:3:1: error: expected \"End If\" but found the end of the program\n");
+  EXPECT_EQ(error("Dim x As Integer = (1 + 2\n"), "test.qvr:1:26: error: expected \")\" but found the end of the line\n");
+  EXPECT_EQ(error("Dim x Integer\n"), "test.qvr:1:7: error: expected \"As\" and a type but found \"Integer\"\n");
+  EXPECT_EQ(error("For i As Integer = 1 To 3\nNext j\n"), "test.qvr:2:6: error: expected \"Next\" or \"Next i\" but found \"j\"\n");
+  EXPECT_EQ(error("Print \"unterminated\n"), "test.qvr:1:7: error: this string has no closing quote\n");
+  EXPECT_EQ(error("x = = 2\n"), "test.qvr:1:5: error: expected an expression but found \"=\"\n");
+  EXPECT_EQ(error("Wend\n"), "test.qvr:1:1: error: \"Wend\" without the statement it closes\n");
+  EXPECT_EQ(error("Dim s As String = \"a\" @\n"), "test.qvr:1:23: error: unexpected character \"@\"\n");
+}
+
+TEST(SyntaxErrors, ComeBeforeAnythingRuns) {
+  langtest::Outcome o = langtest::run("Print \"first\"\nIf\n");
+  EXPECT_EQ(o.status, 1);
+  EXPECT_EQ(o.out, "");
+}
+
+TEST(TypeErrors, UnknownNamesTypesAndMembers) {
+  EXPECT_EQ(error("Dim x As Integer\nx = y + 1\n"), "test.qvr:2:5: error: unknown name \"y\"\n");
+  EXPECT_EQ(error("z = 1\n"), "test.qvr:1:1: error: unknown variable \"z\"; declare it with Dim or Var\n");
+  EXPECT_EQ(error("Dim p As Picturesque\n"), "test.qvr:1:10: error: unknown type \"Picturesque\"\n");
+  EXPECT_EQ(error("Dim m As New MemoryBlock(1)\nm.Explode\n"), "test.qvr:2:3: error: class MemoryBlock has no member \"Explode\"\n");
+  EXPECT_EQ(error("Dim m As MemoryBlock = \"text\"\n"), "test.qvr:1:24: error: \"m\" expects MemoryBlock but got a String\n");
+}
+
+TEST(TypeErrors, HostCallsWithArgumentsThatFitNoOverload) {
+  std::string e = error("Dim m As New MemoryBlock(\"big\")\n");
+  EXPECT_EQ(e.rfind("test.qvr:1:14: error: ", 0), 0u) << e;
+}
+
+TEST(Runner, ProgramsThatLeaveEarlyOrDoNothingSucceed) {
+  EXPECT_EQ(langtest::run("").status, 0);
+  langtest::Outcome o = langtest::run("Print \"a\"\nReturn\nPrint \"b\"\n");
+  EXPECT_EQ(o.status, 0);
+  EXPECT_EQ(o.out, "a\n");
+}
+
+TEST(Runner, AMissingFileIsReported) {
+  host::Runtime rt;
+  std::ostringstream out, err;
+  EXPECT_EQ(qvrlang::runFile(rt, "/nonexistent/program.qvr", out, err), 2);
+  EXPECT_NE(err.str().find("cannot read"), std::string::npos);
+}

@@ -1,0 +1,53 @@
+// The example programs in examples/: each runs with the plugins loaded and prints
+// exactly its checked-in expected output. Also the embedded example of `qvr run`.
+#include "lang_support.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+std::string examplesDirectory() {
+  if (const char* source = std::getenv("QVR_SOURCE_DIR")) return std::string(source) + "/examples";
+  std::string here = __FILE__;  // tests/lang/examples_test.cpp
+  return here.substr(0, here.rfind("/tests/")) + "/examples";
+}
+
+std::string readFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream buffer;
+  buffer << in.rdbuf();
+  return buffer.str();
+}
+
+void expectExample(const std::string& name) {
+  const std::string dir = examplesDirectory();
+  const std::string expected = readFile(dir + "/" + name + ".expected");
+  ASSERT_FALSE(expected.empty()) << "no expected output for " << name << " in " << dir;
+  host::Runtime rt;
+  rt.loadStandardPlugins();
+  std::ostringstream out, err;
+  int status = qvrlang::runFile(rt, dir + "/" + name + ".qvr", out, err);
+  EXPECT_EQ(status, 0) << err.str();
+  EXPECT_EQ(out.str(), expected);
+}
+
+}  // namespace
+
+TEST(Examples, Hello) { expectExample("hello"); }
+TEST(Examples, Arrays) { expectExample("arrays"); }
+TEST(Examples, Exceptions) { expectExample("exceptions"); }
+TEST(Examples, MemoryBlock) { expectExample("memoryblock"); }
+TEST(Examples, Geometry) { expectExample("geometry"); }
+TEST(Examples, Image) { expectExample("image"); }
+
+TEST(Examples, TheEmbeddedExampleRunsToItsEnd) {
+  host::Runtime rt;
+  rt.loadStandardPlugins();
+  std::ostringstream out, err;
+  EXPECT_EQ(qvrlang::runSource(rt, qvrlang::embeddedExample(), "example", out, err), 0) << err.str();
+  EXPECT_NE(out.str().find("caught OutOfBoundsException"), std::string::npos) << out.str();
+}

@@ -1,0 +1,70 @@
+// Exceptions: Try/Catch by class (the first matching Catch wins), Finally on every way
+// out, Raise of host exception classes, exceptions from nested calls and from the
+// interpreter itself, and uncaught exceptions reported with class, message and line.
+#include "lang_support.h"
+
+#include <gtest/gtest.h>
+
+using langtest::error;
+using langtest::output;
+
+TEST(Exceptions, CaughtByTheirClassOrASuperclass) {
+  EXPECT_EQ(output("Try\n  Raise New NilObjectException\nCatch e As OutOfBoundsException\n  Print \"wrong\"\n"
+                   "Catch e As RuntimeException\n  Print \"runtime: \" + Str(e IsA NilObjectException)\nEnd Try\n"),
+            "runtime: True\n");
+}
+
+TEST(Exceptions, MessageAndErrorNumberThroughTheConstructorOrProperties) {
+  EXPECT_EQ(output("Try\n  Dim e As New RuntimeException\n  e.Message = \"set\"\n  e.ErrorNumber = 7\n  Raise e\n"
+                   "Catch err As RuntimeException\n  Print err.Message + Str(err.ErrorNumber)\nEnd Try\n"
+                   "Try\n  Raise New OutOfBoundsException(\"made\", 3)\nCatch err\n  Print err.Message + Str(err.ErrorNumber)\nEnd Try\n"),
+            "set7\nmade3\n");
+}
+
+TEST(Exceptions, FinallyRunsOnEveryWayOut) {
+  const char* program =
+      "Function F(mode As Integer) As String\n"
+      "  Try\n    If mode = 1 Then Return \"returned\"\n    If mode = 2 Then Raise New RuntimeException(\"thrown\")\n"
+      "  Catch e As OutOfBoundsException\n    Return \"wrong\"\n  Finally\n    Print \"finally \" + Str(mode)\n  End Try\n"
+      "  Return \"normal\"\nEnd Function\n"
+      "Print F(0)\nPrint F(1)\nTry\n  Print F(2)\nCatch e As RuntimeException\n  Print \"outer caught \" + e.Message\nEnd Try\n";
+  EXPECT_EQ(output(program), "finally 0\nnormal\nfinally 1\nreturned\nfinally 2\nouter caught thrown\n");
+}
+
+TEST(Exceptions, RaisedInNestedCallsUnwindToTheCatch) {
+  EXPECT_EQ(output("Sub Inner(n As Integer)\n  Dim a(2) As Integer\n  a(n) = 1\nEnd Sub\nSub Outer()\n  Inner(5)\n  Print \"not here\"\nEnd Sub\n"
+                   "Try\n  Outer\nCatch e As OutOfBoundsException\n  Print \"caught \" + e.Message\nEnd Try\nPrint \"after\"\n"),
+            "caught index 5 is outside the array (last index 2)\nafter\n");
+}
+
+TEST(Exceptions, InterpreterFaultsAreHostExceptions) {
+  EXPECT_EQ(output("Dim m As MemoryBlock\nTry\n  Print Str(m.Size)\nCatch e As NilObjectException\n  Print \"nil object\"\nEnd Try\n"),
+            "nil object\n");
+}
+
+TEST(Exceptions, HostRaisedExceptionsAreCaughtLikeAnyOther) {
+  EXPECT_EQ(output("Dim m As New MemoryBlock(2)\nTry\n  m.Byte(4) = 1\nCatch e As OutOfBoundsException\n  Print \"host raised\"\nEnd Try\n"),
+            "host raised\n");
+}
+
+TEST(Exceptions, UncaughtExceptionsNameClassMessageAndLine) {
+  langtest::Outcome o = langtest::run("Print \"before\"\n\nRaise New UnsupportedOperationException(\"not today\")\nPrint \"after\"\n");
+  EXPECT_EQ(o.status, 1);
+  EXPECT_EQ(o.out, "before\n");
+  EXPECT_EQ(o.err, "test.qvr:3: uncaught UnsupportedOperationException: not today\n");
+}
+
+TEST(Exceptions, RaiseNeedsAnException) {
+  EXPECT_EQ(error("Raise 5\n"), "test.qvr:1:7: error: Raise expects a RuntimeException but got Integer\n");
+}
+
+TEST(Exceptions, CatchWithoutAClassCatchesEverything) {
+  EXPECT_EQ(output("Try\n  Raise New IllegalCastException\nCatch\n  Print \"any\"\nEnd Try\n"), "any\n");
+}
+
+TEST(Exceptions, NothingLeftAliveAfterARunThatRaised) {
+  langtest::Outcome o = langtest::run("Dim m As New MemoryBlock(4)\nDim s As String = \"x\"\nRaise New RuntimeException(\"bye\")\n");
+  EXPECT_EQ(o.status, 1);
+  EXPECT_EQ(o.leakedObjects, 0u);
+  EXPECT_EQ(o.leakedStrings, 0u);
+}

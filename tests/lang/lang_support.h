@@ -1,0 +1,48 @@
+// Helpers for the language tests: run program text in a fresh host runtime (with or
+// without the plugins) and keep what it printed, what it reported and its status.
+#pragma once
+
+#include <qvrlang/run.h>
+
+#include <host/runtime.h>
+
+#include <sstream>
+#include <string>
+
+namespace langtest {
+
+struct Outcome {
+  int status = -1;
+  std::string out, err;
+  size_t leakedObjects = 0, leakedStrings = 0;  // host objects and strings the run left alive
+};
+
+inline Outcome run(const std::string& source, bool plugins = false) {
+  Outcome outcome;
+  host::Runtime rt;
+  if (plugins) rt.loadStandardPlugins();
+  const size_t objects = rt.liveObjects(), strings = rt.liveStrings();
+  std::ostringstream out, err;
+  outcome.status = qvrlang::runSource(rt, source, "test.qvr", out, err);
+  outcome.out = out.str();
+  outcome.err = err.str();
+  outcome.leakedObjects = rt.liveObjects() - objects;
+  outcome.leakedStrings = rt.liveStrings() - strings;
+  return outcome;
+}
+
+// What a program printed, expecting it to run to its end.
+inline std::string output(const std::string& source, bool plugins = false) {
+  Outcome o = run(source, plugins);
+  if (o.status != 0) return "status " + std::to_string(o.status) + ": " + o.err;
+  return o.out;
+}
+
+// The message of a program that fails.
+inline std::string error(const std::string& source, bool plugins = false) {
+  Outcome o = run(source, plugins);
+  if (o.status == 0) return "ran: " + o.out;
+  return o.err;
+}
+
+}  // namespace langtest
