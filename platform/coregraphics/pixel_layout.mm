@@ -4,6 +4,8 @@
    reading images and drawing into foreign layouts rest on. */
 #include "cg_internal.h"
 
+#include <string.h>
+
 bool PixelLayoutFromBitmapInfo(size_t colorComponents, CGBitmapInfo info, size_t bitsPerComponent,
                                size_t bitsPerPixel, PixelLayout* layout) {
   PixelLayout result = PixelLayoutEmpty();
@@ -90,27 +92,38 @@ static inline uint32_t Mul255(uint32_t a, uint32_t b) {
   return (t + (t >> 8)) >> 8;
 }
 
+/* The loops read the layout into locals first: the destination could alias the layout
+   as far as the compiler knows, and reloading offsets per pixel would double the work. */
 void PixelRowToARGB(const PixelLayout& l, const uint8_t* src, uint32_t* dst, size_t width) {
-  /* 16-bit samples: read the high byte. */
-  int hi = l.littleSamples ? 1 : 0;
-  int step = l.bytesPerPixel;
+  const int hi = l.littleSamples ? 1 : 0; /* 16-bit samples: read the high byte */
+  const int step = l.bytesPerPixel;
+  const int alpha = l.alpha >= 0 ? l.alpha + hi : -1;
   if (l.alphaOnly) {
-    for (size_t x = 0; x < width; x++, src += step) dst[x] = (uint32_t)src[l.alpha + hi] << 24;
+    for (size_t x = 0; x < width; x++, src += step) dst[x] = (uint32_t)src[alpha] << 24;
     return;
   }
-  bool grey = l.grey >= 0;
-  for (size_t x = 0; x < width; x++, src += step) {
-    uint32_t r, g, b;
-    if (grey) {
-      r = g = b = src[l.grey + hi];
-    } else {
-      r = src[l.red + hi];
-      g = src[l.green + hi];
-      b = src[l.blue + hi];
+  const bool premultiplied = l.premultiplied;
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+  /* R, G, B, A or R, G, B, X bytes, already premultiplied: swap red and blue in the word. */
+  if (step == 4 && !hi && !l.bigSamples && l.red == 0 && l.green == 1 && l.blue == 2 &&
+      ((l.alpha == 3 && premultiplied) || l.skip == 3)) {
+    const uint32_t opaque = l.skip == 3 ? 0xFF000000u : 0;
+    for (size_t x = 0; x < width; x++, src += 4) {
+      uint32_t v;
+      memcpy(&v, src, 4);
+      dst[x] = ((v & 0xFF00FF00u) | ((v >> 16) & 0xFFu) | ((v & 0xFFu) << 16)) | opaque;
     }
-    uint32_t a = l.alpha >= 0 ? src[l.alpha + hi] : 255;
+    return;
+  }
+#endif
+  const int red = (l.grey >= 0 ? l.grey : l.red) + hi;
+  const int green = (l.grey >= 0 ? l.grey : l.green) + hi;
+  const int blue = (l.grey >= 0 ? l.grey : l.blue) + hi;
+  for (size_t x = 0; x < width; x++, src += step) {
+    uint32_t r = src[red], g = src[green], b = src[blue];
+    uint32_t a = alpha >= 0 ? src[alpha] : 255;
     if (a != 255) {
-      if (l.premultiplied) {
+      if (premultiplied) {
         if (r > a) r = a;
         if (g > a) g = a;
         if (b > a) b = a;
@@ -125,24 +138,34 @@ void PixelRowToARGB(const PixelLayout& l, const uint8_t* src, uint32_t* dst, siz
 }
 
 void PixelRowFromARGB(const PixelLayout& l, const uint32_t* src, uint8_t* dst, size_t width) {
-  int step = l.bytesPerPixel;
-  bool wide = l.bigSamples || l.littleSamples;
-  auto put = [&](uint8_t* p, int offset, uint32_t v) {
-    if (!wide) {
-      p[offset] = (uint8_t)v;
-    } else {
-      p[offset] = (uint8_t)v; /* v * 257 has equal bytes */
-      p[offset + 1] = (uint8_t)v;
+  const int step = l.bytesPerPixel;
+  const bool wide = l.bigSamples || l.littleSamples;
+  const int alpha = l.alpha, skip = l.skip, grey = l.grey;
+  const int red = l.red, green = l.green, blue = l.blue;
+  const bool unpremultiply = alpha >= 0 && !l.premultiplied;
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+  if (step == 4 && !wide && red == 0 && green == 1 && blue == 2 &&
+      ((alpha == 3 && l.premultiplied) || skip == 3)) {
+    const uint32_t opaque = skip == 3 ? 0xFF000000u : 0;
+    for (size_t x = 0; x < width; x++, dst += 4) {
+      uint32_t v = src[x];
+      v = ((v & 0xFF00FF00u) | ((v >> 16) & 0xFFu) | ((v & 0xFFu) << 16)) | opaque;
+      memcpy(dst, &v, 4);
     }
-  };
+    return;
+  }
+#endif
+  if (l.alphaOnly) {
+    for (size_t x = 0; x < width; x++, dst += step) {
+      dst[alpha] = (uint8_t)(src[x] >> 24);
+      if (wide) dst[alpha + 1] = dst[alpha];
+    }
+    return;
+  }
   for (size_t x = 0; x < width; x++, dst += step) {
     uint32_t p = src[x];
     uint32_t a = p >> 24, r = (p >> 16) & 255, g = (p >> 8) & 255, b = p & 255;
-    if (l.alphaOnly) {
-      put(dst, l.alpha, a);
-      continue;
-    }
-    if (l.alpha >= 0 && !l.premultiplied && a != 255) {
+    if (unpremultiply && a != 255) {
       if (a == 0) {
         r = g = b = 0;
       } else {
@@ -154,14 +177,24 @@ void PixelRowFromARGB(const PixelLayout& l, const uint32_t* src, uint8_t* dst, s
         if (b > 255) b = 255;
       }
     }
-    if (l.grey >= 0) {
-      put(dst, l.grey, (77 * r + 150 * g + 29 * b + 128) >> 8);
+    if (grey >= 0) {
+      dst[grey] = (uint8_t)((77 * r + 150 * g + 29 * b + 128) >> 8);
     } else {
-      put(dst, l.red, r);
-      put(dst, l.green, g);
-      put(dst, l.blue, b);
+      dst[red] = (uint8_t)r;
+      dst[green] = (uint8_t)g;
+      dst[blue] = (uint8_t)b;
     }
-    if (l.alpha >= 0) put(dst, l.alpha, a);
-    if (l.skip >= 0) put(dst, l.skip, 255);
+    if (alpha >= 0) dst[alpha] = (uint8_t)a;
+    if (skip >= 0) dst[skip] = 255;
+    if (wide) { /* 16-bit samples: v * 257 has equal bytes */
+      if (grey >= 0) dst[grey + 1] = dst[grey];
+      else {
+        dst[red + 1] = dst[red];
+        dst[green + 1] = dst[green];
+        dst[blue + 1] = dst[blue];
+      }
+      if (alpha >= 0) dst[alpha + 1] = dst[alpha];
+      if (skip >= 0) dst[skip + 1] = 255;
+    }
   }
 }
