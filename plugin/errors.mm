@@ -57,18 +57,23 @@ void RaiseOutOfBoundsException(int64_t value, int64_t lowerBound, int64_t count,
 }
 
 void RaiseNSExceptionQVR(NSException* exception) {
+  /* Logging and converting make Foundation temporaries; the simple frame has no pool of
+     its own, so they go to one here. (If the conversion throws, the pool is left to the
+     enclosing one: the thrown object may live in it.) */
+  NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
   NSLog(@"A %@: %@, Info: %@\n", [exception name], [exception reason], [exception userInfo]);
-  if ([NSException respondsToSelector:@selector(NewNSExceptionQVR:)]) {
-    auto hostException = static_cast<REALobject>([NSException NewNSExceptionQVR:exception]);
-    if (hostException != nullptr) {
-      REALRaiseException(hostException);
-      REALUnlockObject(hostException);
-    }
-    return;
+  REALobject hostException = nullptr;
+  bool viaSibling = [NSException respondsToSelector:@selector(NewNSExceptionQVR:)];
+  if (viaSibling) hostException = static_cast<REALobject>([NSException NewNSExceptionQVR:exception]);
+  if (hostException != nullptr) {
+    REALRaiseException(hostException);
+    REALUnlockObject(hostException);
+  } else if (!viaSibling) {
+    /* No sibling plugin: make the converter's result here, a RuntimeException whose
+       Message is the reason. */
+    REALstring reason = CFString2RBString((CFStringRef)[exception reason]);
+    RaiseWithMessage("RuntimeException", reason);
+    if (reason != nullptr) REALUnlockString(reason);
   }
-  /* No sibling plugin: make the converter's result here, a RuntimeException whose
-     Message is the reason. */
-  REALstring reason = CFString2RBString((CFStringRef)[exception reason]);
-  RaiseWithMessage("RuntimeException", reason);
-  if (reason != nullptr) REALUnlockString(reason);
+  [pool release];
 }

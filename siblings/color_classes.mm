@@ -120,7 +120,11 @@ REALproperty ColorProperties[] = {
      nullptr, 0, nullptr},
 };
 
+/* "Constructor" without arguments: a colour wrapper that holds nothing yet. */
+void ColorConstructorEmpty(REALobject) {}
+
 REALmethodDefinition ColorMethods[] = {
+    {reinterpret_cast<void*>(&ColorConstructorEmpty), nullptr, "Constructor", 0x4, 0, nullptr},
     {reinterpret_cast<void*>(&ColorConstructorRGBA), nullptr,
      "Constructor(red as double, green as double, blue as double, alpha as double = 1.0)", 0x4, 0, nullptr},
     {reinterpret_cast<void*>(&ColorConstructorWhite), nullptr, "Constructor(white as double, alpha as double = 1.0)",

@@ -49,16 +49,22 @@ uint32_t ClampedUInt32(intptr_t value) {
   return static_cast<uint32_t>(value);
 }
 
+/* "Constructor" without arguments: the host zero-fills the instance data. */
+void EmptyConstructor(REALobject) {}
+
 /* NSSizeQVR */
 void SizeConstructor(REALobject self, double width, double height);
 REALproperty SizeProperties[] = {Field("Width", "Single", 0), Field("Height", "Single", 4)};
 REALmethodDefinition SizeMethods[] = {
+    Method(reinterpret_cast<void*>(&EmptyConstructor), "Constructor"),
     Method(reinterpret_cast<void*>(&SizeConstructor), "Constructor(width as double, height as double)")};
 
 /* NSPointQVR */
 void PointConstructor(REALobject self, double x, double y);
 REALproperty PointProperties[] = {Field("X", "Single", 0), Field("Y", "Single", 4)};
-REALmethodDefinition PointMethods[] = {Method(reinterpret_cast<void*>(&PointConstructor), "Constructor(x as double, y as double)")};
+REALmethodDefinition PointMethods[] = {
+    Method(reinterpret_cast<void*>(&EmptyConstructor), "Constructor"),
+    Method(reinterpret_cast<void*>(&PointConstructor), "Constructor(x as double, y as double)")};
 
 /* NSRangeQVR */
 void RangeConstructor(REALobject self, intptr_t location, intptr_t length);
@@ -66,6 +72,7 @@ int64_t RangeMax(REALobject self);
 bool RangeContains(REALobject self, intptr_t location);
 REALproperty RangeProperties[] = {Field("Location", "UInt32", 0), Field("Length", "UInt32", 4)};
 REALmethodDefinition RangeMethods[] = {
+    Method(reinterpret_cast<void*>(&EmptyConstructor), "Constructor"),
     Method(reinterpret_cast<void*>(&RangeConstructor), "Constructor(location as integer, length as integer)"),
     Method(reinterpret_cast<void*>(&RangeMax), "MaxRange as Int64"),
     Method(reinterpret_cast<void*>(&RangeContains), "Contains(location as integer) as boolean"),
@@ -78,6 +85,7 @@ bool RectIsEmpty(REALobject self);
 REALproperty RectProperties[] = {Field("X", "Single", 0), Field("Y", "Single", 4), Field("Width", "Single", 8),
                                  Field("Height", "Single", 12)};
 REALmethodDefinition RectMethods[] = {
+    Method(reinterpret_cast<void*>(&EmptyConstructor), "Constructor"),
     Method(reinterpret_cast<void*>(&RectConstructor),
            "Constructor(x as double, y as double, width as double, height as double)"),
     Method(reinterpret_cast<void*>(&RectContains), "Contains(x as double, y as double) as boolean"),
@@ -86,10 +94,10 @@ REALmethodDefinition RectMethods[] = {
 
 }  // namespace
 
-REALclassDefinition NSSizeQVRClass = ValueClass("NSSizeQVR", sizeof(SizeData), SizeProperties, 2, SizeMethods, 1);
-REALclassDefinition NSPointQVRClass = ValueClass("NSPointQVR", sizeof(PointData), PointProperties, 2, PointMethods, 1);
-REALclassDefinition NSRangeQVRClass = ValueClass("NSRangeQVR", sizeof(RangeData), RangeProperties, 2, RangeMethods, 3);
-REALclassDefinition NSRectQVRClass = ValueClass("NSRectQVR", sizeof(RectData), RectProperties, 4, RectMethods, 3);
+REALclassDefinition NSSizeQVRClass = ValueClass("NSSizeQVR", sizeof(SizeData), SizeProperties, 2, SizeMethods, 2);
+REALclassDefinition NSPointQVRClass = ValueClass("NSPointQVR", sizeof(PointData), PointProperties, 2, PointMethods, 2);
+REALclassDefinition NSRangeQVRClass = ValueClass("NSRangeQVR", sizeof(RangeData), RangeProperties, 2, RangeMethods, 4);
+REALclassDefinition NSRectQVRClass = ValueClass("NSRectQVR", sizeof(RectData), RectProperties, 4, RectMethods, 4);
 
 namespace {
 

@@ -1,0 +1,115 @@
+// The sibling plugin's classes as host code and image plugins of the family meet them:
+// value classes whose instance data is the platform's 32-bit layout, colour wrappers kept
+// one per platform object, and the tagged Core Foundation wrapper.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+
+#include "support/plugin_fixture.h"
+
+namespace {
+
+using support::PluginTest;
+using host::Value;
+
+// The instance data of a root-class object: 24 bytes into the object.
+template <typename T>
+T DataWord(const Value& object, size_t offset) {
+  T value;
+  std::memcpy(&value, reinterpret_cast<const char*>(object.object.get()) + 24 + offset, sizeof value);
+  return value;
+}
+
+TEST_F(PluginTest, GeometryValuesAreStoredAsThirtyTwoBitFields) {
+  host::Runtime& runtime = Start();
+  Value size = runtime.newInstance("NSSizeQVR", {Value::ofDouble(1.1), Value::ofDouble(2.5)});
+  EXPECT_EQ(DataWord<float>(size, 0), 1.1f);
+  EXPECT_EQ(DataWord<float>(size, 4), 2.5f);
+  EXPECT_EQ(runtime.get(size, "Width").real, double(1.1f));
+  runtime.set(size, "Height", Value::ofSingle(7.0f));
+  EXPECT_EQ(DataWord<float>(size, 4), 7.0f);
+
+  Value point = runtime.newInstance("NSPointQVR", {Value::ofDouble(-3), Value::ofDouble(4)});
+  EXPECT_EQ(DataWord<float>(point, 0), -3.0f);
+  EXPECT_EQ(DataWord<float>(point, 4), 4.0f);
+
+  Value rect = runtime.newInstance("NSRectQVR", {Value::ofDouble(1), Value::ofDouble(2), Value::ofDouble(3),
+                                                 Value::ofDouble(4)});
+  for (size_t i = 0; i < 4; ++i) EXPECT_EQ(DataWord<float>(rect, i * 4), float(i + 1));
+  EXPECT_TRUE(runtime.call(rect, "Contains", {Value::ofDouble(1), Value::ofDouble(2)}).boolean);
+  EXPECT_FALSE(runtime.call(rect, "Contains", {Value::ofDouble(4), Value::ofDouble(2)}).boolean) << "right edge";
+  EXPECT_FALSE(runtime.call(rect, "IsEmpty").boolean);
+  Value empty = runtime.newInstance("NSRectQVR");
+  EXPECT_TRUE(runtime.call(empty, "IsEmpty").boolean);
+
+  Value range = runtime.newInstance("NSRangeQVR", {Value::ofInteger(5), Value::ofInteger(10)});
+  EXPECT_EQ(DataWord<uint32_t>(range, 0), 5u);
+  EXPECT_EQ(DataWord<uint32_t>(range, 4), 10u);
+  EXPECT_EQ(runtime.call(range, "MaxRange").integer, 15);
+  EXPECT_TRUE(runtime.call(range, "Contains", {Value::ofInteger(14)}).boolean);
+  EXPECT_FALSE(runtime.call(range, "Contains", {Value::ofInteger(15)}).boolean);
+  Value clamped = runtime.newInstance("NSRangeQVR", {Value::ofInteger(-5), Value::ofInteger(int64_t(1) << 40)});
+  EXPECT_EQ(runtime.get(clamped, "Location").integer, 0);
+  EXPECT_EQ(runtime.get(clamped, "Length").integer, 0xFFFFFFFF);
+}
+
+TEST_F(PluginTest, ColoursAreOneWrapperPerPlatformColour) {
+  host::Runtime& runtime = Start();
+  Value color = runtime.newInstance("NSColorQVR", {Value::ofDouble(1), Value::ofDouble(0.5), Value::ofDouble(0.25),
+                                                   Value::ofDouble(0.75)});
+  EXPECT_NE(runtime.get(color, "Handle").integer, 0);
+  EXPECT_NEAR(runtime.get(color, "RedComponent").real, 1.0, 1e-6);
+  EXPECT_NEAR(runtime.get(color, "GreenComponent").real, 0.5, 1e-6);
+  EXPECT_NEAR(runtime.get(color, "BlueComponent").real, 0.25, 1e-6);
+  EXPECT_NEAR(runtime.get(color, "AlphaComponent").real, 0.75, 1e-6);
+
+  Value grey = runtime.newInstance("NSColorQVR", {Value::ofDouble(0.5)});
+  EXPECT_NEAR(runtime.get(grey, "RedComponent").real, 0.5, 1e-6);
+  EXPECT_NEAR(runtime.get(grey, "AlphaComponent").real, 1.0, 1e-6);
+
+  Value white = runtime.callShared("NSColorQVR", "WhiteColor");
+  Value whiteAgain = runtime.callShared("NSColorQVR", "WhiteColor");
+  ASSERT_FALSE(white.isNil());
+  EXPECT_EQ(white.object.get(), whiteAgain.object.get());
+
+  Value space = runtime.callShared("NSColorSpaceQVR", "DeviceGrayColorSpace");
+  ASSERT_FALSE(space.isNil());
+  EXPECT_EQ(runtime.get(space, "NumberOfColorComponents").integer, 1);
+  EXPECT_EQ(runtime.callShared("NSColorSpaceQVR", "DeviceGrayColorSpace").object.get(), space.object.get());
+  Value rgb = runtime.callShared("NSColorSpaceQVR", "DeviceRGBColorSpace");
+  EXPECT_EQ(runtime.get(rgb, "NumberOfColorComponents").integer, 3);
+
+  // An empty colour reads as zeros and has no colour space.
+  Value none = runtime.newInstance("NSColorQVR");
+  EXPECT_EQ(runtime.get(none, "RedComponent").real, 0.0);
+  EXPECT_TRUE(runtime.get(none, "ColorSpace").isNil());
+}
+
+TEST_F(PluginTest, CoreFoundationWrappersCarryTheirTag) {
+  host::Runtime& runtime = Start();
+  Value object = runtime.newInstance("CFObjectQVR");
+  EXPECT_EQ(DataWord<void*>(object, 0), nullptr);
+  EXPECT_EQ(DataWord<uint32_t>(object, 8), 0x52424346u);
+  const unsigned char tagBytes[] = {0x46, 0x43, 0x42, 0x52};
+  EXPECT_EQ(std::memcmp(reinterpret_cast<const char*>(object.object.get()) + 32, tagBytes, 4), 0);
+  EXPECT_EQ(runtime.get(object, "TypeID").integer, 0);
+  Value image = runtime.newInstance("CGImageQVR");
+  EXPECT_EQ(runtime.get(image, "Width").integer, 0);
+  EXPECT_EQ(runtime.classOf(image)->dataOffset, 24u);
+}
+
+TEST_F(PluginTest, SiblingClassesRegisterInLayoutNineToo) {
+  host::Options options;
+  options.version = 2011.0;
+  host::Runtime& runtime = Start(options);
+  host::ClassInfo* size = runtime.findClass("NSSizeQVR");
+  ASSERT_NE(size, nullptr);
+  EXPECT_EQ(size->layout, 9);
+  EXPECT_EQ(size->propertyRecordSize, 10 * sizeof(void*));
+  Value value = runtime.newInstance("NSSizeQVR", {Value::ofDouble(3), Value::ofDouble(4)});
+  EXPECT_EQ(runtime.get(value, "Height").real, 4.0);
+  EXPECT_NE(runtime.findClass("NSExceptionQVR"), nullptr);
+}
+
+}  // namespace
