@@ -8,6 +8,7 @@
 #include "parser.h"
 #include "text.h"
 
+#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <sstream>
@@ -124,10 +125,22 @@ int runCommand(const std::vector<std::string>& args, std::ostream& out, std::ost
       options.siblings = false;
     } else if (a == "--console") {
       options.kind = host::AppKind::Console;
+    } else if (a == "--web") {
+      options.kind = host::AppKind::Web;
     } else if (a == "--host-version" && i + 1 < args.size()) {
-      options.version = std::strtod(args[++i].c_str(), nullptr);
+      const std::string& v = args[++i];
+      char* end = nullptr;
+      double version = std::strtod(v.c_str(), &end);
+      if (v == "none") {
+        options.version = std::nullopt;
+      } else if (end == v.c_str() || *end) {
+        err << "qvr run: --host-version takes a number or \"none\", not \"" << v << "\"\n";
+        return 2;
+      } else {
+        options.version = version;
+      }
     } else if (!a.empty() && a[0] == '-') {
-      err << "qvr run: unknown option " << a << "\nusage: qvr run [--no-siblings] [--console] [--host-version V] [PROGRAM]\n";
+      err << "qvr run: unknown option " << a << "\nusage: qvr run [--host-version V|none] [--console|--web] [--no-siblings] [PROGRAM]\n";
       return 2;
     } else if (program.empty()) {
       program = a;

@@ -22,7 +22,7 @@ int runFile(host::Runtime& rt, const std::string& path, std::ostream& out, std::
 const std::string& embeddedExample();
 
 // The `qvr run` command: the arguments after "run" ([PROGRAM] and options
-// --no-siblings, --console, --host-version V). Makes the runtime, loads the plugins,
+// --no-siblings, --console, --web, --host-version V or none). Makes the runtime, loads the plugins,
 // runs the program (or the embedded example) and returns the exit status.
 int runCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
