@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "qvrlang/run.h"
 
 namespace {
 
@@ -19,6 +20,9 @@ const Subcommand kSubcommands[] = {
     {"classes", &qvr::ClassesCommand,
      "classes [--host-version V|none] [--console|--web] [--no-siblings]\n"
      "      load the plugins and print the classes the host registered"},
+    {"run", [](std::vector<std::string> args) { return qvrlang::runCommand(args, std::cout, std::cerr); },
+     "run [--host-version V|none] [--console|--web] [--no-siblings] [PROGRAM]\n"
+     "      run a program in the host's language with the plugins loaded (no PROGRAM: the built-in example)"},
 };
 
 void PrintUsage(std::ostream& out) {
