@@ -4,6 +4,8 @@
 // and comparisons ignore case, as the language's own functions do.
 #include "interpreter.h"
 
+#include "checker.h"
+
 #include "lexer.h"
 #include "text.h"
 
@@ -422,7 +424,9 @@ const std::map<std::string, Builtin>& builtins() {
 
 }  // namespace
 
-bool Interpreter::isBuiltin(const std::string& name) const { return builtins().count(lowered(name)) != 0; }
+bool isBuiltinFunction(const std::string& name) { return builtins().count(lowered(name)) != 0; }
+
+bool Interpreter::isBuiltin(const std::string& name) const { return isBuiltinFunction(name); }
 
 bool Interpreter::builtin(const std::string& name, Args& args, const std::vector<ExprPtr>& argExprs, Position where, Value& out) {
   auto it = builtins().find(lowered(name));

@@ -4,6 +4,7 @@
 // non-zero status.
 #include <qvrlang/run.h>
 
+#include "checker.h"
 #include "interpreter.h"
 #include "parser.h"
 #include "text.h"
@@ -28,6 +29,7 @@ int runSource(host::Runtime& rt, const std::string& source, const std::string& f
   Program program;
   try {
     program = parseProgram(source, file);
+    checkProgram(rt, program);
   } catch (const ProgramError& e) {
     err << e.describe(file) << '\n';
     return 1;

@@ -50,3 +50,20 @@ TEST(Runner, AMissingFileIsReported) {
   EXPECT_EQ(qvrlang::runFile(rt, "/nonexistent/program.qvr", out, err), 2);
   EXPECT_NE(err.str().find("cannot read"), std::string::npos);
 }
+
+TEST(TypeErrors, FoundBeforeTheProgramRunsEvenInBranchesNeverTaken) {
+  langtest::Outcome o = langtest::run("Print \"start\"\nIf False Then\n  Prnt \"x\"\nEnd If\n");
+  EXPECT_EQ(o.status, 1);
+  EXPECT_EQ(o.out, "");
+  EXPECT_EQ(o.err, "test.qvr:3:3: error: unknown method \"Prnt\"\n");
+  EXPECT_EQ(error("Sub Never()\n  Dim p As Imaginary\nEnd Sub\n"), "test.qvr:2:12: error: unknown type \"Imaginary\"\n");
+  EXPECT_EQ(error("Sub Never()\n  Try\n  Catch e As NoSuchException\n  End Try\nEnd Sub\n"),
+            "test.qvr:3:3: error: unknown class \"NoSuchException\"\n");
+  EXPECT_EQ(error("Dim ok As Boolean = False\nIf ok Then Print Str(New Nothing)\n"), "test.qvr:2:22: error: unknown class \"Nothing\"\n");
+}
+
+TEST(TypeErrors, MethodsSeeTheirOwnVariablesAndTheProgramsConstants) {
+  EXPECT_EQ(langtest::output("Const kGreeting = \"hi\"\nSub Say()\n  Print kGreeting\nEnd Sub\nSay\n"), "hi\n");
+  EXPECT_EQ(error("Dim shared As Integer = 1\nSub Use()\n  Print Str(shared)\nEnd Sub\n"),
+            "test.qvr:3:13: error: unknown name \"shared\"\n");
+}
