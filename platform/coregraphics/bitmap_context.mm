@@ -122,6 +122,15 @@ CGContextRef CGBitmapContextCreateWithData(void* data, size_t width, size_t heig
   return CGRef<CGContextRef>(context);
 }
 
+void CGContextRecoverFromCairoError(CGContextObject* c) {
+  if (cairo_status(c->cr) == CAIRO_STATUS_SUCCESS) return;
+  cairo_destroy(c->cr);
+  c->cr = cairo_create(c->surface);
+  cairo_translate(c->cr, 0, (double)c->height);
+  cairo_scale(c->cr, 1, -1);
+  for (size_t i = 0; i < c->savedStates->size(); i++) cairo_save(c->cr);
+}
+
 CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size_t bitsPerComponent,
                                    size_t bytesPerRow, CGColorSpaceRef space, uint32_t bitmapInfo) {
   return CGBitmapContextCreateWithData(data, width, height, bitsPerComponent, bytesPerRow, space, bitmapInfo,

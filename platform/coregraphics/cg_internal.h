@@ -141,6 +141,10 @@ static inline GraphicsState GraphicsStateInitial() {
 void CGContextLoadShadow(CGContextObject* context, int x, int y, int w, int h);
 void CGContextStoreShadow(CGContextObject* context, int x, int y, int w, int h);
 
+/* Cairo keeps a context that met bad numbers in an error state for good: start it afresh
+   (identity transform, no clip, as many saved levels as the state stack holds). */
+void CGContextRecoverFromCairoError(CGContextObject* context);
+
 /* Casts between the opaque references and their objects. */
 template <typename Ref>
 static inline id CGObject(Ref ref) {

@@ -87,8 +87,9 @@ static DeviceBox ClipBox(CGContextObject* c) {
 /* Opens a painting confined to rect; false (and nothing opened) when nothing can change. */
 static bool BeginPainting(CGContextObject* c, CGRect rect, DeviceBox* box) {
   CGRect r = CGRectStandardize(rect);
+  /* Cairo puts a context into a lasting error state for non-finite coordinates. */
   if (CGRectIsNull(r) || r.size.width == 0 || r.size.height == 0 || !isfinite(r.size.width) ||
-      !isfinite(r.size.height))
+      !isfinite(r.size.height) || !isfinite(r.origin.x) || !isfinite(r.origin.y))
     return false;
   cairo_save(c->cr);
   cairo_new_path(c->cr);
@@ -106,6 +107,7 @@ static bool BeginPainting(CGContextObject* c, CGRect rect, DeviceBox* box) {
 
 static void EndPainting(CGContextObject* c, const DeviceBox& box) {
   cairo_restore(c->cr);
+  CGContextRecoverFromCairoError(c);
   CGContextStoreShadow(c, box.x, box.y, box.w, box.h);
 }
 

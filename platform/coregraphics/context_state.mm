@@ -22,7 +22,7 @@ void CGContextRestoreGState(CGContextRef ref) {
 
 void CGContextTranslateCTM(CGContextRef ref, CGFloat tx, CGFloat ty) {
   CGContextObject* c = CGContextGetObject(ref);
-  if (c) cairo_translate(c->cr, tx, ty);
+  if (c && isfinite(tx) && isfinite(ty)) cairo_translate(c->cr, tx, ty);
 }
 
 void CGContextScaleCTM(CGContextRef ref, CGFloat sx, CGFloat sy) {
@@ -38,7 +38,8 @@ void CGContextRotateCTM(CGContextRef ref, CGFloat angle) {
 
 void CGContextConcatCTM(CGContextRef ref, CGAffineTransform t) {
   CGContextObject* c = CGContextGetObject(ref);
-  if (!c || t.a * t.d - t.b * t.c == 0) return;
+  double det = t.a * t.d - t.b * t.c;
+  if (!c || det == 0 || !isfinite(det) || !isfinite(t.tx) || !isfinite(t.ty)) return;
   cairo_matrix_t m;
   cairo_matrix_init(&m, t.a, t.b, t.c, t.d, t.tx, t.ty);
   cairo_transform(c->cr, &m);
@@ -124,11 +125,14 @@ void CGContextClipToRects(CGContextRef ref, const CGRect* rects, size_t count) {
   cairo_new_path(c->cr);
   for (size_t i = 0; i < count; i++) {
     CGRect r = CGRectStandardize(rects[i]);
-    if (CGRectIsNull(r)) continue;
+    if (CGRectIsNull(r) || !isfinite(r.origin.x) || !isfinite(r.origin.y) || !isfinite(r.size.width) ||
+        !isfinite(r.size.height))
+      continue;
     cairo_rectangle(c->cr, r.origin.x, r.origin.y, r.size.width, r.size.height);
   }
   cairo_set_antialias(c->cr, c->state.antialias ? CAIRO_ANTIALIAS_DEFAULT : CAIRO_ANTIALIAS_NONE);
   cairo_clip(c->cr);
+  CGContextRecoverFromCairoError(c);
 }
 
 CGRect CGContextGetClipBoundingBox(CGContextRef ref) {

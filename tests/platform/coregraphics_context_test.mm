@@ -3,6 +3,8 @@
    from contexts; and the layouts and arguments a context refuses. */
 #import "drawing_pixels.h"
 
+#include <math.h>
+
 namespace {
 
 class BitmapContext : public PoolTest {};
@@ -173,6 +175,28 @@ TEST_F(BitmapContext, RefusesWhatItCannotDraw) {
   EXPECT_TRUE(CGBitmapContextGetData((CGContextRef)(void*)rgb) == NULL);
   EXPECT_TRUE(CGBitmapContextCreateImage(NULL) == NULL);
   CGColorSpaceRelease(rgb);
+}
+
+TEST_F(BitmapContext, BadNumbersAreIgnoredAndLeaveTheContextWorking) {
+  CGContextRef context = NewARGBContext(4, 4);
+  CGImageRef image = NewRGBAImage(1, 1, {0, 255, 0, 255});
+  CGContextTranslateCTM(context, NAN, 1);
+  CGContextScaleCTM(context, INFINITY, 0);
+  CGContextConcatCTM(context, CGAffineTransformMake(NAN, 0, 0, 1, 0, 0));
+  CGContextSetAlpha(context, NAN);
+  CGContextFillRect(context, CGRectMake(NAN, 0, 2, 2));
+  CGContextFillRect(context, CGRectMake(0, 0, INFINITY, 2));
+  CGContextDrawImage(context, CGRectMake(0, NAN, 2, 2), image);
+  CGContextDrawImage(context, CGRectMake(1e300, -1e300, 1e300, 1e300), image);
+  CGContextFillRect(context, CGRectMake(-1e12, -1e12, 2e12, 2e12));
+  EXPECT_TRUE(CGAffineTransformIsIdentity(CGContextGetCTM(context)));
+  CGContextSetBlendMode(context, kCGBlendModeCopy);
+  CGContextDrawImage(context, CGRectMake(0, 0, 4, 4), image);
+  EXPECT_EQ(PixelAt(context, 2, 2), (RGBA{0, 255, 0, 255})) << "still draws after all that";
+  EXPECT_TRUE(CGBitmapContextCreate(NULL, (size_t)1 << 40, (size_t)1 << 40, 8, 0, CGColorSpaceCreateDeviceRGB(),
+                                    kCGImageAlphaPremultipliedLast) == NULL);
+  CGImageRelease(image);
+  CGContextRelease(context);
 }
 
 TEST_F(BitmapContext, ReleaseCallbackGetsTheCallersMemoryBack) {

@@ -66,7 +66,8 @@
 /* A new CGColor, owned by the colour (valid while it lives). */
 - (CGColorRef)CGColor;
 
-/* Make this the fill colour of the current graphics context (set also the stroke colour). */
+/* Make this the fill colour of the current graphics context (nothing here strokes, so
+   -setStroke has no colour to change). */
 - (void)set;
 - (void)setFill;
 - (void)setStroke;
