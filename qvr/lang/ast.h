@@ -44,6 +44,7 @@ struct Expr {
   ExprPtr left, right;       // Member/Call: left is the object or callee; Unary: left
   std::vector<ExprPtr> args; // Call, New, ArrayLiteral; IfExpression: condition, then, else
   bool parentheses = false;  // Call: written with parentheses
+  int height = 1;            // levels of the tree below and including this node
 
   Expr(Kind k, Position p) : kind(k), where(p) {}
 };

@@ -6,11 +6,22 @@
 #include "lexer.h"
 #include "text.h"
 
+#include <sys/resource.h>
+
 namespace qvrlang {
 
 namespace {
 
-constexpr int kMaxDepth = 1000;  // nested calls before a StackOverflowException
+constexpr int kMaxDepth = 100000;  // nested calls before a StackOverflowException
+
+// Stack the interpreter may use for nested calls: half the process's stack limit
+// (8 MiB when it has none), so deep recursion is a StackOverflowException, not a crash.
+size_t stackBudget() {
+  struct rlimit limit {};
+  size_t bytes = 8u << 20;
+  if (getrlimit(RLIMIT_STACK, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY) bytes = static_cast<size_t>(limit.rlim_cur);
+  return bytes / 2;
+}
 
 std::string key(const std::string& name) { return lowered(name); }
 
@@ -20,6 +31,8 @@ Interpreter::Interpreter(host::Runtime& rt, const Program& program, std::ostream
     : rt_(rt), program_(program), out_(out) {}
 
 void Interpreter::run() {
+  stackBase_ = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
+  stackBudget_ = stackBudget();
   frames_.clear();
   frames_.emplace_back();
   frames_.back().scopes.emplace_back();
@@ -68,6 +81,13 @@ bool Interpreter::isClassName(const Expr& e) const {
   if (const_cast<Interpreter*>(this)->findVariable(e.text) || findFunction(e.text)) return false;
   host::ClassInfo* cls = rt_.findClass(e.text);
   return cls && cls->name.back() != ')';
+}
+
+void Interpreter::checkUpperBound(int64_t upper, Position where) {
+  constexpr int64_t kMaxElements = int64_t(1) << 24;
+  if (upper < -1) raise("OutOfBoundsException", "an array cannot have the upper bound " + std::to_string(upper), where);
+  if (upper >= kMaxElements)
+    raise("OutOfMemoryException", "an array of " + std::to_string(upper + 1) + " elements is too large; use a MemoryBlock", where);
 }
 
 // ---- statements
@@ -170,8 +190,7 @@ Flow Interpreter::dim(const Stmt& s) {
         Value size = evaluate(*item.size);
         if (!size.isInteger()) fail(item.size->where, "an array's upper bound must be an Integer");
         int64_t upper = size.integer();
-        if (upper < -1) raise("OutOfBoundsException", "an array cannot have the upper bound " + std::to_string(upper), item.size->where);
-        Value element = defaultValue(rt_, variable->type.element());
+        checkUpperBound(upper, item.size->where);
         for (int64_t i = 0; i <= upper; ++i) variable->value.array->items.push_back(defaultValue(rt_, variable->type.element()));
       }
     }
@@ -315,6 +334,8 @@ Flow Interpreter::forStatement(const Stmt& s) {
     step = evaluate(*s.step);
     if (!step.isNumber()) fail(s.step->where, "a For loop's Step must be a number, not a " + typeNameOf(step));
   }
+  if (counter->type.kind == Type::Kind::Integer && !step.isInteger())
+    fail(s.step->where, "an Integer loop counter takes an Integer Step, not a " + typeNameOf(step));
   if (s.downTo) step = applyBinary(Op::Subtract, Value(host::Value::ofInteger(0)), step, s.where);
   const bool descending = step.isReal() ? step.real() < 0 : step.integer() < 0;
   for (;;) {
@@ -483,7 +504,7 @@ Flow Interpreter::redim(const Stmt& s) {
   Value size = evaluate(*s.value);
   if (!size.isInteger()) fail(s.value->where, "an array's upper bound must be an Integer");
   int64_t upper = size.integer();
-  if (upper < -1) raise("OutOfBoundsException", "an array cannot have the upper bound " + std::to_string(upper), s.value->where);
+  checkUpperBound(upper, s.value->where);
   auto& items = array.array->items;
   while (static_cast<int64_t>(items.size()) > upper + 1) items.pop_back();
   while (static_cast<int64_t>(items.size()) < upper + 1) items.push_back(defaultValue(rt_, array.array->elementType));
@@ -686,7 +707,9 @@ Value Interpreter::callFunction(const std::string& name, const std::vector<ExprP
     fail(where, "no version of " + name + " takes these arguments");
   }
   if (wantResult && !chosen->isFunction) fail(where, name + " is a Sub and has no value");
-  if (depth_ >= kMaxDepth) raise("StackOverflowException", "too many nested calls (" + std::to_string(kMaxDepth) + ")", where);
+  const uintptr_t here = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
+  if (depth_ >= kMaxDepth || (stackBase_ > here && stackBase_ - here > stackBudget_))
+    raise("StackOverflowException", "too many nested calls (" + std::to_string(depth_) + ")", where);
 
   Frame frame;
   frame.function = chosen;

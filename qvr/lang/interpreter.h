@@ -8,6 +8,7 @@
 
 #include <host/runtime.h>
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <ostream>
@@ -85,6 +86,7 @@ class Interpreter {
   Flow returnStatement(const Stmt& s);
   Flow redim(const Stmt& s);
   bool loopEnds(Flow& flow, Flow exitKind, Flow continueKind);
+  void checkUpperBound(int64_t upper, Position where);
 
   // expressions
   Value evaluate(const Expr& e);
@@ -140,6 +142,8 @@ class Interpreter {
   std::vector<Frame> frames_;
   std::map<std::string, VariablePtr> globalConstants_;
   int depth_ = 0;
+  uintptr_t stackBase_ = 0;
+  size_t stackBudget_ = 0;
 };
 
 template <typename F>

@@ -258,7 +258,7 @@ Value Interpreter::arrayMember(const Value& array, const std::string& name, std:
     expectArgs(1);
     if (!args[0].isInteger()) fail(where, "an array's upper bound must be an Integer");
     int64_t upper = args[0].integer();
-    if (upper < -1) raise("OutOfBoundsException", "an array cannot have the upper bound " + std::to_string(upper), where);
+    checkUpperBound(upper, where);
     while (int64_t(items.size()) > upper + 1) items.pop_back();
     while (int64_t(items.size()) < upper + 1) items.push_back(defaultValue(rt_, element));
     return host::Value::nil();

@@ -7,6 +7,7 @@
 
 #include "lexer.h"
 
+#include <algorithm>
 #include <initializer_list>
 #include <set>
 
@@ -19,6 +20,11 @@ const std::set<std::string> kReserved = {
     "do", "loop", "until", "exit", "continue", "select", "case", "try", "catch", "finally", "raise", "return",
     "dim", "var", "as", "new", "and", "or", "not", "xor", "mod", "is", "isa", "nil", "true", "false", "sub",
     "function", "byref", "byval", "optional", "const", "redim", "in", "paramarray"};
+
+// Limits that keep a hostile or generated program from exhausting the stack of the
+// parser or of the interpreter, which both recurse over the tree.
+constexpr int kMaxNesting = 256;
+constexpr int kMaxHeight = 2000;
 
 class Parser {
  public:
@@ -215,7 +221,27 @@ class Parser {
     expectEndOfLine();
   }
 
+  struct Nest {
+    Parser* p;
+    explicit Nest(Parser* parser) : p(parser) {
+      if (++p->nesting_ > kMaxNesting) fail(p->at().where, "this is nested too deeply (more than " + std::to_string(kMaxNesting) + " levels)");
+    }
+    ~Nest() { --p->nesting_; }
+  };
+
+  // Sets a node's height from its children; a tree too tall to evaluate is an error.
+  ExprPtr measured(ExprPtr e) {
+    int h = 0;
+    if (e->left) h = std::max(h, e->left->height);
+    if (e->right) h = std::max(h, e->right->height);
+    for (const ExprPtr& a : e->args) h = std::max(h, a->height);
+    e->height = h + 1;
+    if (e->height > kMaxHeight) fail(e->where, "this expression is too long; split it into several statements");
+    return e;
+  }
+
   StmtPtr statement() {
+    Nest nest(this);
     const Token& first = at();
     if (first.kind == Token::Kind::Identifier) {
       const std::string& w = first.lower;
@@ -290,7 +316,7 @@ class Parser {
       do {
         call->args.push_back(expression());
       } while (acceptSymbol(","));
-      s->value = std::move(call);
+      s->value = measured(std::move(call));
       return s;
     }
     if (head->kind != Expr::Kind::Name && head->kind != Expr::Kind::Member && head->kind != Expr::Kind::Call)
@@ -567,11 +593,14 @@ class Parser {
     e->op = op;
     e->left = std::move(l);
     e->right = std::move(r);
-    return e;
+    return measured(std::move(e));
   }
 
  public:
-  ExprPtr expression() { return orExpr(); }
+  ExprPtr expression() {
+    Nest nest(this);
+    return orExpr();
+  }
 
  private:
   ExprPtr orExpr() {
@@ -641,15 +670,20 @@ class Parser {
     if (acceptSymbol("-")) {
       auto e = std::make_unique<Expr>(Expr::Kind::Unary, where);
       e->op = Op::Negate;
+      Nest nest(this);
       e->left = unary();
-      return e;
+      return measured(std::move(e));
     }
-    if (acceptSymbol("+")) return unary();
+    if (acceptSymbol("+")) {
+      Nest nest(this);
+      return unary();
+    }
     if (acceptWord("not")) {
       auto e = std::make_unique<Expr>(Expr::Kind::Unary, where);
       e->op = Op::Not;
+      Nest nest(this);
       e->left = unary();
-      return e;
+      return measured(std::move(e));
     }
     return power();
   }
@@ -679,7 +713,7 @@ class Parser {
       auto e = std::make_unique<Expr>(Expr::Kind::IsA, where);
       e->left = std::move(l);
       e->text = typeName().name;
-      l = std::move(e);
+      l = measured(std::move(e));
     }
     return l;
   }
@@ -706,7 +740,7 @@ class Parser {
         (void)where;
         m->text = t.text;
         m->left = std::move(e);
-        e = std::move(m);
+        e = measured(std::move(m));
         continue;
       }
       if (isSymbol("(")) {
@@ -716,7 +750,7 @@ class Parser {
         c->parentheses = true;
         c->left = std::move(e);
         c->args = arguments();
-        e = std::move(c);
+        e = measured(std::move(c));
         continue;
       }
       return e;
@@ -800,6 +834,7 @@ class Parser {
 
   std::vector<Token> t_;
   size_t pos_ = 0;
+  int nesting_ = 0;
 };
 
 }  // namespace

@@ -55,6 +55,9 @@ int runSource(host::Runtime& rt, const std::string& source, const std::string& f
     err << file << ":" << raised.where.line << ": uncaught " << className;
     if (!message.empty()) err << ": " << message;
     err << '\n';
+  } catch (const std::bad_alloc&) {
+    out.flush();
+    err << file << ": the program ran out of memory\n";
   } catch (const host::HostException& e) {
     out.flush();
     err << file << ": uncaught " << e.className() << (e.message().empty() ? "" : ": " + e.message()) << '\n';

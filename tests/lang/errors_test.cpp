@@ -67,3 +67,21 @@ TEST(TypeErrors, MethodsSeeTheirOwnVariablesAndTheProgramsConstants) {
   EXPECT_EQ(error("Dim shared As Integer = 1\nSub Use()\n  Print Str(shared)\nEnd Sub\n"),
             "test.qvr:3:13: error: unknown name \"shared\"\n");
 }
+
+TEST(Runner, ProgramsTooDeepOrTooLargeAreRefusedNotCrashed) {
+  std::string chain = "Dim x As Integer = 1";
+  for (int i = 0; i < 5000; ++i) chain += " + 1";
+  EXPECT_NE(error(chain + "\n").find("too long"), std::string::npos);
+  EXPECT_NE(error("Dim x As Integer = " + std::string(5000, '(') + "1" + std::string(5000, ')') + "\n").find("nested too deeply"),
+            std::string::npos);
+  EXPECT_EQ(langtest::output("Function F(n As Integer) As Integer\n  Return F(n + 1)\nEnd Function\nTry\n  Print Str(F(0))\n"
+                             "Catch e As RuntimeException\n  Print \"stack overflow caught\"\nEnd Try\n"),
+            "stack overflow caught\n");
+  EXPECT_EQ(error("Dim a(100000000) As Integer\n"),
+            "test.qvr:1: uncaught OutOfMemoryException: an array of 100000001 elements is too large; use a MemoryBlock\n");
+}
+
+TEST(TypeErrors, AnIntegerLoopNeedsAnIntegerStep) {
+  EXPECT_EQ(error("For i As Integer = 0 To 2 Step 0.5\nNext\n"),
+            "test.qvr:1:32: error: an Integer loop counter takes an Integer Step, not a Double\n");
+}
