@@ -114,40 +114,46 @@ bool read_palette(const uint8_t* d, size_t n, const Header& h, std::vector<uint8
   return true;
 }
 
-// RLE4/RLE8 into one index per pixel, bottom-up rows as stored. Pixels that the stream
-// skips over (deltas, early line ends) keep index 0.
-bool expand_rle(const uint8_t* p, const uint8_t* end, const Header& h, std::vector<uint8_t>& indices) {
+// RLE4/RLE8 straight into the picture's rows through the palette (bottom-up as stored).
+// Pixels that the stream skips over (deltas, early line and picture ends) stay as they were
+// allocated: index 0's colour is not assumed, they are black.
+bool expand_rle(const uint8_t* p, const uint8_t* end, const Header& h, const std::vector<uint8_t>& palette,
+                Raster& raster) {
   const int w = h.width, rows = h.height;
-  indices.assign(size_t(w) * rows, 0);
   const bool four = h.compression == kRLE4;
   int x = 0, y = 0;
+  uint8_t* row = raster.row(rows - 1);
   auto put = [&](unsigned index) {
-    if (x < w && y < rows) indices[size_t(y) * w + x] = uint8_t(index);
+    if (x < w) std::memcpy(row + size_t(x) * 3, &palette[size_t(index) * 3], 3);
     ++x;
+  };
+  auto next_row = [&](int step) {
+    y += step;
+    if (y < rows) row = raster.row(rows - 1 - y);
   };
   while (y < rows) {
     if (end - p < 2) return false;
     const unsigned count = p[0], value = p[1];
     p += 2;
     if (count > 0) {
-      for (unsigned i = 0; i < count; ++i) put(four ? ((i & 1) ? (value & 0x0F) : (value >> 4)) : value);
+      for (unsigned i = 0; i < count && x < w; ++i) put(four ? ((i & 1) ? (value & 0x0F) : (value >> 4)) : value);
       continue;
     }
     if (value == 0) {
       x = 0;
-      ++y;
+      next_row(1);
     } else if (value == 1) {
       return true;
     } else if (value == 2) {
       if (end - p < 2) return false;
       x += p[0];
-      y += p[1];
+      next_row(p[1]);
       p += 2;
     } else {
       const size_t bytes = four ? (value + 1) / 2 : value;
       const size_t padded = (bytes + 1) & ~size_t(1);
       if (size_t(end - p) < padded) return false;
-      for (unsigned i = 0; i < value; ++i) put(four ? ((i & 1) ? (p[i / 2] & 0x0F) : (p[i / 2] >> 4)) : p[i]);
+      for (unsigned i = 0; i < value && x < w; ++i) put(four ? ((i & 1) ? (p[i / 2] & 0x0F) : (p[i / 2] >> 4)) : p[i]);
       p += padded;
     }
   }
@@ -182,10 +188,13 @@ bool bmp_decode(const uint8_t* d, size_t n, Frame& out) {
     has_alpha = masks[3] != 0;
   }
 
-  std::vector<uint8_t> rle;
+  const bool rle = h.compression == kRLE8 || h.compression == kRLE4;
   size_t row_bytes = 0;
-  if (h.compression == kRLE8 || h.compression == kRLE4) {
-    if (!expand_rle(pixels, end, h, rle)) return false;
+  if (rle) {
+    // Deltas and early ends let a few bytes describe a vast blank picture; no real file
+    // packs more than a few thousand pixels into a byte, so larger claims are refused.
+    const int64_t pixel_count = int64_t(w) * rows;
+    if (pixel_count > (int64_t(1) << 20) && pixel_count / 4096 > int64_t(end - pixels)) return false;
   } else {
     row_bytes = ((size_t(w) * h.bpp + 31) / 32) * 4;
     if (row_bytes * size_t(rows) > size_t(end - pixels)) return false;
@@ -193,16 +202,17 @@ bool bmp_decode(const uint8_t* d, size_t n, Frame& out) {
 
   Raster& raster = out.raster;
   if (!raster.allocate(w, rows, has_alpha ? 4 : 3, 8, has_alpha)) return false;
+  if (rle) {
+    if (!expand_rle(pixels, end, h, palette, raster)) {
+      out = Frame();
+      return false;
+    }
+  }
   bool any_alpha = false;
-  for (int stored = 0; stored < rows; ++stored) {
+  for (int stored = 0; !rle && stored < rows; ++stored) {
     const int y = h.top_down ? stored : rows - 1 - stored;
     uint8_t* o = raster.row(y);
     const int spp = raster.samples;
-    if (!rle.empty()) {
-      const uint8_t* in = rle.data() + size_t(stored) * w;
-      for (int x = 0; x < w; ++x, o += spp) std::memcpy(o, &palette[size_t(in[x]) * 3], 3);
-      continue;
-    }
     const uint8_t* in = pixels + row_bytes * size_t(stored);
     switch (h.bpp) {
       case 1: case 4: case 8: {
