@@ -342,6 +342,10 @@ REALobject NewRuntimeRep(intptr_t kind) {
   return result;
 }
 
+REALstring DictionariesProbe() { return HostString(CheckDictionaries()); }
+REALstring TypeIDsProbe() { return HostString(CheckTypeIDs()); }
+REALstring SystemVersionProbe() { return HostString(SystemVersion()); }
+
 #define SHARED(function, declaration) {reinterpret_cast<void*>(&function), nullptr, declaration, 0x4, 0, nullptr}
 
 }  // namespace
@@ -375,6 +379,9 @@ REALmethodDefinition FrameProbeSharedMethods[] = {
     SHARED(WrapAs, "WrapAs(rep as NSImageRepQVR, requiredClass as String) as NSImageRepQVR"),
     SHARED(WrapImageAs, "WrapImageAs(image as NSImageQVR, requiredClass as String) as NSImageRepQVR"),
     SHARED(NewRuntimeRep, "NewRuntimeRep(kind as Integer) as NSImageRepQVR"),
+    SHARED(DictionariesProbe, "CheckDictionaries as String"),
+    SHARED(TypeIDsProbe, "CheckTypeIDs as String"),
+    SHARED(SystemVersionProbe, "SystemVersion as String"),
 };
 
 const uintptr_t FrameProbeSharedMethodCount = sizeof(FrameProbeSharedMethods) / sizeof(FrameProbeSharedMethods[0]);
