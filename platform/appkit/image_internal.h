@@ -33,6 +33,11 @@ NSImage* StandardImageCreate(NSString* name);
    status, a body that exceeds the limit). */
 NSData* URLFetchData(NSURL* url);
 
+/* The EXIF orientation (1 to 8) of JPEG data, 1 for anything else; and representations
+   redrawn upright for an orientation (bitmaps only; others as they are). */
+int ImageDataOrientation(NSData* data);
+NSArray* ImageRepsUpright(NSArray* reps, int orientation);
+
 @interface NSImage (Internal)
 /* The representations to draw from, with the image's size taken from the first one when
    it has none of its own. */

@@ -32,7 +32,9 @@ static NSArray* RepresentationsOfData(NSData* data) {
 }
 
 - (id)initWithData:(NSData*)data {
-  return [self initWithRepresentations:RepresentationsOfData(data)];
+  NSArray* reps = RepresentationsOfData(data);
+  if ([reps count]) reps = ImageRepsUpright(reps, ImageDataOrientation(data));
+  return [self initWithRepresentations:reps];
 }
 
 - (id)initWithDataIgnoringOrientation:(NSData*)data {
@@ -44,8 +46,11 @@ static NSArray* RepresentationsOfData(NSData* data) {
     [self release];
     return nil;
   }
-  NSArray* reps = [NSImageRep imageRepsWithContentsOfFile:fileName];
-  if ([reps count] == 0) reps = RepresentationsOfData([NSData dataWithContentsOfFile:fileName]);
+  NSData* data = [NSData dataWithContentsOfFile:fileName];
+  NSArray* reps = RepresentationsOfData(data);
+  /* Formats known only by the file's extension. */
+  if ([reps count] == 0 && data) reps = [NSImageRep imageRepsWithContentsOfFile:fileName];
+  if ([reps count]) reps = ImageRepsUpright(reps, ImageDataOrientation(data));
   return [self initWithRepresentations:reps];
 }
 

@@ -144,6 +144,42 @@ TEST_F(Loading, NothingReadableGivesNil) {
   EXPECT_TRUE([[NSImage alloc] initWithPasteboard:nil] == nil);
 }
 
+/* JPEG bytes of a 16 x 8 picture (red left half, blue right half) whose EXIF block says
+   the pixels are stored to be turned clockwise (orientation 6). */
+static NSData* SidewaysJPEG() {
+  std::vector<uint8_t> bytes;
+  for (int y = 0; y < 8; y++)
+    for (int x = 0; x < 16; x++) bytes.insert(bytes.end(), {(uint8_t)(x < 8 ? 255 : 0), 0, (uint8_t)(x < 8 ? 0 : 255), 255});
+  CGImageRef cg = NewRGBAImage(16, 8, bytes);
+  NSBitmapImageRep* rep = [[[NSBitmapImageRep alloc] initWithCGImage:cg] autorelease];
+  CGImageRelease(cg);
+  NSDictionary* best = [NSDictionary dictionaryWithObject:[NSNumber numberWithFloat:1] forKey:NSImageCompressionFactor];
+  NSData* jpeg = [rep representationUsingType:NSJPEGFileType properties:best];
+  /* An APP1 segment: "Exif", a big-endian TIFF header and IFD0 with Orientation = 6. */
+  const uint8_t app1[] = {0xFF, 0xE1, 0x00, 0x22, 'E', 'x', 'i', 'f', 0, 0, 'M', 'M', 0, 42, 0, 0, 0, 8,
+                          0, 1, 0x01, 0x12, 0, 3, 0, 0, 0, 1, 0, 6, 0, 0, 0, 0, 0, 0};
+  NSMutableData* tagged = [NSMutableData dataWithBytes:[jpeg bytes] length:2];
+  [tagged appendBytes:app1 length:sizeof app1];
+  [tagged appendBytes:(const uint8_t*)[jpeg bytes] + 2 length:[jpeg length] - 2];
+  return tagged;
+}
+
+TEST_F(Loading, ExifOrientationTurnsThePictureUprightUnlessIgnored) {
+  NSData* jpeg = SidewaysJPEG();
+  NSImage* upright = [[[NSImage alloc] initWithData:jpeg] autorelease];
+  NSImage* stored = [[[NSImage alloc] initWithDataIgnoringOrientation:jpeg] autorelease];
+  ASSERT_TRUE(upright != nil);
+  ASSERT_TRUE(stored != nil);
+  EXPECT_NEAR([stored size].width, 16, 0.01);
+  EXPECT_NEAR([upright size].width, 8, 0.01);
+  EXPECT_NEAR([upright size].height, 16, 0.01);
+  EXPECT_TRUE(Near(DrawnPixel(stored, 2, 4), RGBA{255, 0, 0, 255}, 24));
+  EXPECT_TRUE(Near(DrawnPixel(stored, 13, 4), RGBA{0, 0, 255, 255}, 24));
+  /* Turned clockwise: the left half is now on top. */
+  EXPECT_TRUE(Near(DrawnPixel(upright, 4, 2), RGBA{255, 0, 0, 255}, 24));
+  EXPECT_TRUE(Near(DrawnPixel(upright, 4, 13), RGBA{0, 0, 255, 255}, 24));
+}
+
 TEST_F(Loading, FromFilesAndFileURLs) {
   NSString* path = [NSTemporaryDirectory() stringByAppendingPathComponent:
                                                [NSString stringWithFormat:@"image-loading-%d.png", getpid()]];
