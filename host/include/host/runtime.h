@@ -112,7 +112,10 @@ class StringRef {
   StringObject* string_ = nullptr;
 };
 
-// A host value as host code sees it.
+// A host value as host code sees it. Results of plugin functions come back in the kind
+// of their declared type: Integer, Int32 (also Int8, Int16), Int64, UInt32 (also UInt8,
+// Byte, UInt16), UInt64, Boolean, Single, Double (also Currency), Color, Ptr, String, and
+// Object for classes, arrays and Variants.
 struct Value {
   enum class Kind { Nil, Integer, Int32, Int64, UInt32, UInt64, Boolean, Single, Double, String, Object, Ptr, Color };
   Kind kind = Kind::Nil;
@@ -270,7 +273,10 @@ class Runtime {
   ClassInfo* findClass(std::string_view name) const;  // case-insensitive, as the host language
 
   // Instances and members. A member is named by its name (the overload is chosen by the
-  // arguments, as the host language does) or by its exact declaration text. Calls throw
+  // arguments, as the host language does) or by its exact declaration text (any member
+  // string with "(" or a space; compared without case and spacing). newInstance runs the
+  // class constructors root first, then the Constructor overload of the nearest class that
+  // declares Constructor methods. Calls throw
   // HostException for a pending host exception, ThrownObject for a thrown platform
   // object, and std::invalid_argument for a member or overload that does not exist.
   Value newInstance(std::string_view className, std::vector<Value> args = {});
