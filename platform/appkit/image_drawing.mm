@@ -47,7 +47,16 @@ static NSInteger PixelsFor(CGFloat points) {
   NSSize size = [self size];
   BOOL empty = !(size.width > 0 && size.height > 0);
   NSSize drawn = empty ? NSMakeSize(1, 1) : size;
-  NSBitmapImageRep* rep = NewBitmap(PixelsFor(drawn.width), PixelsFor(drawn.height), drawn);
+  /* As many pixels as the richest representation has, so drawing keeps its detail. */
+  NSInteger wide = PixelsFor(drawn.width), high = PixelsFor(drawn.height);
+  for (NSUInteger i = 0; !empty && i < [_reps count]; i++) {
+    NSImageRep* existing = [_reps objectAtIndex:i];
+    if ([existing pixelsWide] > wide && [existing pixelsHigh] > 0 && [existing pixelsHigh] < (NSInteger)1 << 20) {
+      wide = [existing pixelsWide];
+      high = [existing pixelsHigh];
+    }
+  }
+  NSBitmapImageRep* rep = NewBitmap(wide, high, drawn);
   NSGraphicsContext* bitmapContext = rep ? [NSGraphicsContext graphicsContextWithBitmapImageRep:rep] : nil;
   CGContextRef port = (CGContextRef)[bitmapContext graphicsPort];
   if (!port) {

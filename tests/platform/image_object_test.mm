@@ -47,6 +47,22 @@ TEST_F(ImageObject, LockFocusDrawsIntoABitmapOfTheImage) {
   EXPECT_EQ(RepPixel(image, 0, 1), (RGBA{255, 0, 0, 255}));
 }
 
+TEST_F(ImageObject, LockFocusKeepsThePixelsOfADenserRepresentation) {
+  /* 8 x 8 pixels shown at 4 x 4 points (144 dots an inch). */
+  CGImageRef cg = NewRGBAImage(8, 8, std::vector<uint8_t>(8 * 8 * 4, 255));
+  NSImage* image = [[[NSImage alloc] initWithCGImage:cg size:NSMakeSize(4, 4)] autorelease];
+  CGImageRelease(cg);
+  [image lockFocus];
+  [[NSColor blackColor] set];
+  NSRectFill(NSMakeRect(0, 0, 0.5, 0.5)); /* one pixel at this density */
+  [image unlockFocus];
+  NSImageRep* rep = [[image representations] objectAtIndex:0];
+  EXPECT_EQ([rep pixelsWide], 8);
+  EXPECT_EQ([image size].width, 4);
+  EXPECT_EQ(RepPixel(image, 0, 7), (RGBA{0, 0, 0, 255}));
+  EXPECT_EQ(RepPixel(image, 1, 7), (RGBA{255, 255, 255, 255}));
+}
+
 TEST_F(ImageObject, FlippedImagesAreDrawnIntoFromTheTop) {
   NSImage* image = [[[NSImage alloc] initWithSize:NSMakeSize(2, 2)] autorelease];
   [image setFlipped:YES];
