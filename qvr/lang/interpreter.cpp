@@ -174,13 +174,16 @@ Flow Interpreter::dim(const Stmt& s) {
     variable->type = resolveType(rt_, item.type);
     if (item.isNew) {
       std::vector<Value> args = arguments(item.newArgs);
-      Expr fake(Expr::Kind::New, item.type.where);
-      fake.text = item.type.name;
-      variable->value = hostCall(item.type.where, [&] {
-        std::vector<std::pair<host::Value, Value>> arrays;
-        std::vector<host::Value> hostArgs = toHost(args, item.type.where, arrays);
-        return rt_.newInstance(variable->type.name, hostArgs);
-      });
+      variable->value = hostCall(
+          item.type.where,
+          [&] {
+            std::vector<std::pair<host::Value, Value>> arrays;
+            std::vector<host::Value> hostArgs = toHost(args, item.type.where, arrays);
+            host::Value object = rt_.newInstance(variable->type.name, hostArgs);
+            copyBack(arrays);
+            return object;
+          },
+          overloads(variable->type.cls, "Constructor", false, args));
     } else if (item.initializer) {
       variable->value = convertTo(rt_, variable->type, evaluate(*item.initializer), item.initializer->where,
                                   "\"" + item.name + "\"");
@@ -634,13 +637,16 @@ Value Interpreter::newObject(const Expr& e) {
     });
     return object;
   }
-  return hostCall(e.where, [&] {
-    std::vector<std::pair<host::Value, Value>> arrays;
-    std::vector<host::Value> hostArgs = toHost(args, e.where, arrays);
-    host::Value object = rt_.newInstance(cls->name, hostArgs);
-    copyBack(arrays);
-    return object;
-  });
+  return hostCall(
+      e.where,
+      [&] {
+        std::vector<std::pair<host::Value, Value>> arrays;
+        std::vector<host::Value> hostArgs = toHost(args, e.where, arrays);
+        host::Value object = rt_.newInstance(cls->name, hostArgs);
+        copyBack(arrays);
+        return object;
+      },
+      overloads(cls, "Constructor", false, args));
 }
 
 Value Interpreter::unary(const Expr& e) {

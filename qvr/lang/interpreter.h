@@ -56,7 +56,10 @@ class Interpreter {
   // Runs a host call, turning host exceptions into Raised and host complaints about
   // members and overloads into program errors at where.
   template <typename F>
-  Value hostCall(Position where, F&& call);
+  Value hostCall(Position where, F&& call, const std::string& detail = std::string());
+
+  // What a failed host call was given and what the member's declarations take.
+  std::string overloads(host::ClassInfo* cls, const std::string& member, bool shared, const std::vector<Value>& args);
 
   // Host values cross into the language (host arrays become language arrays) and back.
   Value fromHost(const host::Value& value);
@@ -147,7 +150,7 @@ class Interpreter {
 };
 
 template <typename F>
-Value Interpreter::hostCall(Position where, F&& call) {
+Value Interpreter::hostCall(Position where, F&& call, const std::string& detail) {
   try {
     return fromHost(call());
   } catch (host::HostException& e) {
@@ -155,7 +158,7 @@ Value Interpreter::hostCall(Position where, F&& call) {
   } catch (host::ThrownObject& e) {
     fail(where, "a platform exception of class " + e.className() + " came out of the plugin unconverted");
   } catch (std::invalid_argument& e) {
-    fail(where, e.what());
+    fail(where, e.what() + detail);
   } catch (std::bad_alloc&) {
     raise("OutOfMemoryException", "out of memory", where);
   }

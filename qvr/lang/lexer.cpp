@@ -39,7 +39,13 @@ class Lexer {
         lineStart = true;
         continue;
       }
-      if (lineStart && c == '#') {  // #Pragma and friends: not part of this language subset
+      if (lineStart && c == '#') {
+        // #Pragma lines tune the compiler and mean nothing here; conditional compilation
+        // (#If) would change which code runs, so it is refused rather than ignored.
+        size_t end = pos_ + 1;
+        while (end < src_.size() && std::isalpha(static_cast<unsigned char>(src_[end]))) ++end;
+        if (lowered(src_.substr(pos_ + 1, end - pos_ - 1)) != "pragma")
+          fail(here(), "only #Pragma lines are supported; conditional compilation (#If) is not");
         skipToEndOfLine();
         continue;
       }

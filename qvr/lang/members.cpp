@@ -95,6 +95,21 @@ void Interpreter::copyBack(const std::vector<std::pair<host::Value, Value>>& arr
   }
 }
 
+std::string Interpreter::overloads(host::ClassInfo* cls, const std::string& member, bool shared, const std::vector<Value>& args) {
+  std::string given;
+  for (const Value& a : args) given += (given.empty() ? "" : ", ") + typeNameOf(a);
+  std::string out = " (given (" + given + ")";
+  std::vector<std::string> declarations;
+  for (host::ClassInfo* c = cls; c; c = c->superclass)
+    for (const host::MethodInfo& m : shared ? c->sharedMethods : c->methods)
+      if (lowered(m.declaration.name) == lowered(member)) declarations.push_back(m.declarationText);
+  if (!declarations.empty()) {
+    out += "; declared: ";
+    for (size_t i = 0; i < declarations.size(); ++i) out += (i ? " | " : "") + declarations[i];
+  }
+  return out + ")";
+}
+
 Value Interpreter::memberOf(const Value& object, const std::string& name, std::vector<Value> args, bool parentheses,
                             Position where) {
   (void)parentheses;
@@ -119,11 +134,14 @@ Value Interpreter::hostMember(const Value& object, const std::string& name, std:
     fail(where, "class " + cls->name + " has no member \"" + name + "\"");
   std::vector<std::pair<host::Value, Value>> arrays;
   std::vector<host::Value> hostArgs = toHost(args, where, arrays);
-  Value result = hostCall(where, [&] {
-    host::Value r = method ? rt_.call(object.v, name, hostArgs) : rt_.get(object.v, name);
-    copyBack(arrays);
-    return r;
-  });
+  Value result = hostCall(
+      where,
+      [&] {
+        host::Value r = method ? rt_.call(object.v, name, hostArgs) : rt_.get(object.v, name);
+        copyBack(arrays);
+        return r;
+      },
+      method ? overloads(cls, name, false, args) : std::string());
   return result;
 }
 
@@ -133,11 +151,14 @@ Value Interpreter::sharedMember(const std::string& className, const std::string&
   if (hasMethod(cls, name, true)) {
     std::vector<std::pair<host::Value, Value>> arrays;
     std::vector<host::Value> hostArgs = toHost(args, where, arrays);
-    return hostCall(where, [&] {
-      host::Value r = rt_.callShared(cls->name, name, hostArgs);
-      copyBack(arrays);
-      return r;
-    });
+    return hostCall(
+        where,
+        [&] {
+          host::Value r = rt_.callShared(cls->name, name, hostArgs);
+          copyBack(arrays);
+          return r;
+        },
+        overloads(cls, name, true, args));
   }
   for (host::ClassInfo* c = cls; c; c = c->superclass)
     for (const host::ConstantInfo& k : c->constants)
