@@ -174,7 +174,9 @@ TEST_F(Images, RefusesLayoutsAndDataItCannotRead) {
   CGColorSpaceRef rgb = CGColorSpaceCreateDeviceRGB();
   uint8_t bytes[16] = {0};
   CGDataProviderRef provider = CGDataProviderCreateWithData(NULL, bytes, sizeof bytes, NULL);
-  EXPECT_TRUE(CGImageCreate(2, 2, 8, 32, 8, rgb, kCGImageAlphaPremultipliedLast, provider, NULL, false, 0) != NULL);
+  CGImageRef fine = CGImageCreate(2, 2, 8, 32, 8, rgb, kCGImageAlphaPremultipliedLast, provider, NULL, false, 0);
+  EXPECT_TRUE(fine != NULL);
+  CGImageRelease(fine);
   EXPECT_TRUE(CGImageCreate(3, 2, 8, 32, 12, rgb, kCGImageAlphaPremultipliedLast, provider, NULL, false, 0) == NULL)
       << "provider too short";
   EXPECT_TRUE(CGImageCreate(2, 2, 8, 24, 8, rgb, kCGImageAlphaPremultipliedLast, provider, NULL, false, 0) == NULL)
