@@ -46,7 +46,7 @@ void Interpreter::raise(const std::string& className, const std::string& message
   std::string cls = rt_.findClass(className) ? className : "RuntimeException";
   host::Value exception = rt_.newInstance(cls);
   rt_.set(exception, "Message", rt_.string(message));
-  throw Raised{Value(exception), where};
+  throw Raised{Value(exception), where, {}};
 }
 
 // ---- names
@@ -143,7 +143,7 @@ Flow Interpreter::statement(const Stmt& s) {
       host::ClassInfo* base = rt_.findClass("RuntimeException");
       if (e.isNil()) raise("NilObjectException", "Raise was given Nil", s.where);
       if (!cls || !base || !cls->isA(base)) fail(s.value->where, "Raise expects a RuntimeException but got " + typeNameOf(e));
-      throw Raised{e, s.where};
+      throw Raised{e, s.where, {}};
     }
     case Stmt::Kind::Return: return returnStatement(s);
     case Stmt::Kind::Exit:
@@ -753,7 +753,12 @@ Value Interpreter::callFunction(const std::string& name, const std::vector<ExprP
       if (self->frames_.size() > frames) self->frames_.resize(frames);
     }
   } leave{this, frames_.size() - 1};
-  execute(chosen->body);
+  try {
+    execute(chosen->body);
+  } catch (Raised& raised) {
+    raised.trace.emplace_back(chosen->name, where.line);
+    throw;
+  }
   return frames_.back().result;
 }
 

@@ -22,6 +22,8 @@ namespace qvrlang {
 struct Raised {
   Value exception;
   Position where;
+  // The program's methods it passed through on its way up: name and calling line.
+  std::vector<std::pair<std::string, int>> trace;
 };
 
 struct Variable {
@@ -154,7 +156,7 @@ Value Interpreter::hostCall(Position where, F&& call, const std::string& detail)
   try {
     return fromHost(call());
   } catch (host::HostException& e) {
-    throw Raised{Value(host::Value::ofObject(e.exception())), where};
+    throw Raised{Value(host::Value::ofObject(e.exception())), where, {}};
   } catch (host::ThrownObject& e) {
     fail(where, "a platform exception of class " + e.className() + " came out of the plugin unconverted");
   } catch (std::invalid_argument& e) {

@@ -55,6 +55,7 @@ int runSource(host::Runtime& rt, const std::string& source, const std::string& f
     err << file << ":" << raised.where.line << ": uncaught " << className;
     if (!message.empty()) err << ": " << message;
     err << '\n';
+    for (const auto& [method, line] : raised.trace) err << "  in " << method << ", called at line " << line << '\n';
   } catch (const std::bad_alloc&) {
     out.flush();
     err << file << ": the program ran out of memory\n";

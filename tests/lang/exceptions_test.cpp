@@ -68,3 +68,9 @@ TEST(Exceptions, NothingLeftAliveAfterARunThatRaised) {
   EXPECT_EQ(o.leakedObjects, 0u);
   EXPECT_EQ(o.leakedStrings, 0u);
 }
+
+TEST(Exceptions, UncaughtInAMethodShowsTheCallsItCameThrough) {
+  langtest::Outcome o = langtest::run("Sub Inner()\n  Raise New NilObjectException(\"deep\")\nEnd Sub\nSub Outer()\n  Inner\nEnd Sub\n\nOuter()\n");
+  EXPECT_EQ(o.status, 1);
+  EXPECT_EQ(o.err, "test.qvr:2: uncaught NilObjectException: deep\n  in Inner, called at line 5\n  in Outer, called at line 8\n");
+}

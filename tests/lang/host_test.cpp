@@ -47,6 +47,7 @@ TEST(HostClasses, AssignableMethodsOfMemoryBlock) {
 TEST(HostClasses, WrongArgumentsAreReportedWhereTheCallIs) {
   std::string e = error("Dim r As New NSRectQVR(0, 0, 1, 1)\nPrint Str(r.Contains(\"x\", 1))\n", true);
   EXPECT_EQ(e.rfind("test.qvr:2:", 0), 0u) << e;
+  EXPECT_NE(e.find("given (String, Integer); declared: Contains(x as double, y as double) as boolean"), std::string::npos) << e;
 }
 
 TEST(HostClasses, InstancesOfClassesAreCheckedOnAssignment) {

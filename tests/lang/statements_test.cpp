@@ -92,3 +92,12 @@ TEST(Layout, CommentsContinuationsAndCaseInsensitiveKeywords) {
                    "if X = 3 then PRINT \"three\" // trailing\n#Pragma DisableBackgroundTasks\n"),
             "three\n");
 }
+
+TEST(Loops, ForWithAVariableDeclaredBefore) {
+  EXPECT_EQ(output("Dim i As Integer\nFor i = 1 To 3\nNext\nPrint Str(i)\n"), "4\n");
+}
+
+TEST(Layout, ConditionalCompilationIsRefused) {
+  EXPECT_EQ(error("#If DebugBuild Then\nPrint \"x\"\n#EndIf\n"),
+            "test.qvr:1:1: error: only #Pragma lines are supported; conditional compilation (#If) is not\n");
+}
