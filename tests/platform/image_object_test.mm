@@ -5,6 +5,9 @@
 
 #include <stdlib.h>
 
+#include <atomic>
+#include <thread>
+
 namespace {
 
 class ImageObject : public PoolTest {};
@@ -262,6 +265,31 @@ TEST_F(ImageObject, EveryStandardNameHasAnImage) {
     for (NSInteger i = 0; i < [rep bytesPerRow] * [rep pixelsHigh] && !drawn; i++) drawn = data[i] != 0;
     EXPECT_TRUE(drawn) << [name UTF8String];
   }
+}
+
+/* One worker: draws a grey level and the shared image into a new image, encodes it,
+   reads it back, and counts a success when both agree. */
+static void DrawAndEncode(NSImage* shared, int level, std::atomic<int>* good) {
+  NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+  NSImage* image = [[[NSImage alloc] initWithSize:NSMakeSize(8, 8)] autorelease];
+  [image lockFocus];
+  [[NSColor colorWithCalibratedWhite:level / 4.0 alpha:1] set];
+  NSRectFill(NSMakeRect(0, 0, 8, 8));
+  [shared drawInRect:NSMakeRect(0, 0, 8, 8) fromRect:NSZeroRect operation:NSCompositeSourceOver fraction:1];
+  [image unlockFocus];
+  NSImage* back = [[[NSImage alloc] initWithData:[image TIFFRepresentation]] autorelease];
+  if ([NSGraphicsContext currentContext] == nil && back && RepPixel(back, 0, 0) == RepPixel(image, 0, 0)) (*good)++;
+  [pool drain];
+}
+
+TEST_F(ImageObject, ThreadsDrawAndEncodeAtTheSameTimeEachInItsOwnContext) {
+  /* The image methods with an MT suffix load and encode on worker threads. */
+  NSImage* shared = [NSImage imageNamed:NSImageNameCaution];
+  std::atomic<int> good{0};
+  std::vector<std::thread> workers;
+  for (int i = 0; i < 4; i++) workers.emplace_back(DrawAndEncode, shared, i, &good);
+  for (std::thread& worker : workers) worker.join();
+  EXPECT_EQ(good, 4);
 }
 
 TEST_F(ImageObject, WorksWithoutADisplay) {
