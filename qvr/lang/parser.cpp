@@ -307,6 +307,12 @@ class Parser {
       return s;
     }
     auto s = std::make_unique<Stmt>(Stmt::Kind::Call, where);
+    if (head->kind == Expr::Kind::Call && head->parentheses && continuesExpression() &&
+        (head->left->kind == Expr::Kind::Name || head->left->kind == Expr::Kind::Member)) {
+      // "Print (a + b) * 2": the parentheses began the first argument, not an argument list.
+      pos_ = lastCallOpen_;
+      head = std::move(head->left);
+    }
     if (!atEndOfLine() && !isWord("else")) {
       // A call without parentheses: "Print x", "a.Append v", "DoIt 1, 2".
       if (head->kind != Expr::Kind::Name && head->kind != Expr::Kind::Member)
@@ -728,8 +734,25 @@ class Parser {
     return args;
   }
 
+  // Whether the next token carries an expression on (a binary operator other than =,
+  // or a comma), after what looked like a complete call.
+  bool continuesExpression() const {
+    static const char* kSymbols[] = {"+", "-", "*", "/", "\\", "^", "<", ">", "<>", "<=", ">=", ","};
+    for (const char* symbol : kSymbols)
+      if (isSymbol(symbol)) return true;
+    return isWord("and") || isWord("or") || isWord("xor") || isWord("mod") || isWord("is") || isWord("isa");
+  }
+
   ExprPtr postfix() {
     ExprPtr e = primary();
+    size_t lastOpen = 0;
+    struct Remember {
+      Parser* p;
+      size_t& open;
+      ~Remember() {
+        if (open) p->lastCallOpen_ = open;
+      }
+    } remember{this, lastOpen};
     for (;;) {
       if (isSymbol(".")) {
         Position where = next().where;
@@ -744,6 +767,7 @@ class Parser {
         continue;
       }
       if (isSymbol("(")) {
+        lastOpen = pos_;
         Position where = next().where;
         auto c = std::make_unique<Expr>(Expr::Kind::Call, e->where);
         (void)where;
@@ -835,6 +859,7 @@ class Parser {
   std::vector<Token> t_;
   size_t pos_ = 0;
   int nesting_ = 0;
+  size_t lastCallOpen_ = 0;  // token index of the "(" of the last call postfix() read
 };
 
 }  // namespace

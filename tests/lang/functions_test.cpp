@@ -61,3 +61,9 @@ TEST(Functions, RunawayRecursionIsAnExceptionNotACrash) {
 TEST(Functions, ASubHasNoValue) {
   EXPECT_EQ(error("Sub S()\nEnd Sub\nDim x As Integer = S\n"), "test.qvr:3:20: error: S is a Sub and has no value\n");
 }
+
+TEST(Functions, ACallWithoutParenthesesMayStartWithAParenthesisedArgument) {
+  EXPECT_EQ(output("Sub Show(x As Integer, y As Integer)\n  Print Str(x) + \",\" + Str(y)\nEnd Sub\nShow (1 + 2) * 2, 5\nShow(3, 4)\n"
+                   "Print (\"a\" + \"b\") + \"c\"\n"),
+            "6,5\n3,4\nabc\n");
+}
