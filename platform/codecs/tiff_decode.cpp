@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "codecs/codecs.h"
+#include "codecs/tiff_exif_block.h"
 #include "codecs/tiff_memory_stream.h"
 
 namespace qvr {
@@ -151,12 +152,7 @@ bool tiff_decode(const uint8_t* data, size_t size, std::vector<Frame>& pages) {
       ok = false;
       break;
     }
-    toff_t exif_offset = 0;
-    if (pages.empty() && TIFFGetField(tif, TIFFTAG_EXIFIFD, &exif_offset) && exif_offset > 0 && exif_offset < size) {
-      // The file is itself a TIFF structure whose IFD0 points at the EXIF IFD, which is what
-      // an EXIF block is; offsets stay valid, so the bytes up to the end serve as the block.
-      frame.metadata.exif.assign(data, data + size);
-    }
+    if (pages.empty()) tiff_exif_block(data, size, frame.metadata.exif);
     pages.push_back(std::move(frame));
   } while (int(pages.size()) < kMaxPages && TIFFReadDirectory(tif));
   TIFFClose(tif);

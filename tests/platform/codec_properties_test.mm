@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <string>
 
 namespace {
 
@@ -284,6 +285,65 @@ TEST_F(CodecProperties, EXIFDictionaryIsWrittenIntoJPEG) {
   ASSERT_NE(fgets(make, sizeof make, f), nullptr);
   pclose(f);
   EXPECT_STREQ(make, "Writer Test\n");
+}
+
+// A little-endian TIFF with the pixels first and the directories after them (as cameras and
+// scanners write it): 300 x 100 RGB, then IFD0 with an EXIF pointer, then the EXIF IFD.
+NSData* TIFFWithEXIFAfterThePixels() {
+  std::vector<uint8_t> f = {'I', 'I', 42, 0, 0, 0, 0, 0};
+  const uint32_t width = 300, height = 100, strip = 8, strip_bytes = width * height * 3;
+  for (uint32_t i = 0; i < strip_bytes; ++i) f.push_back(uint8_t(i % 251));
+  auto u16 = [&](uint32_t v) { f.push_back(uint8_t(v)), f.push_back(uint8_t(v >> 8)); };
+  auto u32 = [&](uint32_t v) { u16(v & 0xFFFF), u16(v >> 16); };
+  auto entry = [&](uint16_t tag, uint16_t type, uint32_t count, uint32_t value) { u16(tag), u16(type), u32(count), u32(value); };
+  const uint32_t ifd0 = uint32_t(f.size());
+  f[4] = uint8_t(ifd0), f[5] = uint8_t(ifd0 >> 8), f[6] = uint8_t(ifd0 >> 16), f[7] = uint8_t(ifd0 >> 24);
+  const uint32_t ifd0_entries = 11, exif_at = ifd0 + 2 + 12 * ifd0_entries + 4, exif_entries = 3;
+  const uint32_t values = exif_at + 2 + 12 * exif_entries + 4;
+  u16(ifd0_entries);
+  entry(256, 3, 1, width);
+  entry(257, 3, 1, height);
+  entry(258, 3, 3, values);  // bits per sample: 8, 8, 8 out of line
+  entry(259, 3, 1, 1);
+  entry(262, 3, 1, 2);
+  entry(271, 2, 5, values + 6);  // Make "Scan"
+  entry(273, 4, 1, strip);
+  entry(277, 3, 1, 3);
+  entry(278, 3, 1, height);
+  entry(279, 4, 1, strip_bytes);
+  entry(0x8769, 4, 1, exif_at);
+  u32(0);
+  u16(exif_entries);
+  entry(0x829A, 5, 1, values + 12);  // ExposureTime 1/125
+  entry(0x8827, 3, 1, 200);          // ISOSpeedRatings
+  entry(0x9003, 2, 20, values + 20); // DateTimeOriginal
+  u32(0);
+  u16(8), u16(8), u16(8);
+  for (char c : std::string("Scan")) f.push_back(uint8_t(c));
+  f.push_back(0), f.push_back(0);
+  u32(1), u32(125);
+  const std::string date = "2023:05:06 07:08:09";
+  f.insert(f.end(), date.begin(), date.end());
+  f.push_back(0);
+  return [NSData dataWithBytes:f.data() length:f.size()];
+}
+
+TEST_F(CodecProperties, EXIFIsReadFromATIFFWhereverItLies) {
+  NSData* tiff = TIFFWithEXIFAfterThePixels();
+  ASSERT_GT([tiff length], 90000u);
+  NSBitmapImageRep* rep = [NSBitmapImageRep imageRepWithData:tiff];
+  ASSERT_NE(rep, nil);
+  EXPECT_EQ([rep pixelsWide], 300);
+  NSDictionary* exif = [rep valueForProperty:NSImageEXIFData];
+  ASSERT_NE(exif, nil);
+  EXPECT_NEAR([[exif objectForKey:@"ExposureTime"] doubleValue], 0.008, 1e-9);
+  EXPECT_EQ([[exif objectForKey:@"ISOSpeedRatings"] intValue], 200);
+  EXPECT_TRUE([[exif objectForKey:@"DateTimeOriginal"] isEqualToString:@"2023:05:06 07:08:09"]);
+  EXPECT_TRUE([[exif objectForKey:@"Make"] isEqualToString:@"Scan"]);
+  EXPECT_EQ([exif objectForKey:@"StripOffsets"], nil);  // pixel locations stay behind
+  TestPicture independent;
+  ASSERT_TRUE(DecodeWithCommand("tifftopnm " + Temporary(tiff, ".tiff"), independent));
+  EXPECT_EQ(MaxDifference(independent, ReadRep(rep)), 0);
 }
 
 }  // namespace
