@@ -24,7 +24,7 @@ using Args = std::vector<Value>;
 using Clock = std::chrono::steady_clock;
 const Clock::time_point kStart = Clock::now();
 
-std::string lowerText(const std::string& s) { return lowered(s); }
+std::string lowerText(const std::string& s) { return lowerCase(s); }
 
 // Byte offset of find in text at or after from, ignoring ASCII case; npos if absent.
 size_t findIgnoringCase(const std::string& text, const std::string& find, size_t from) {
@@ -99,11 +99,7 @@ std::string titleCase(const std::string& text) {
   return out;
 }
 
-std::string upperText(const std::string& s) {
-  std::string out = s;
-  for (char& c : out) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return out;
-}
+std::string upperText(const std::string& s) { return upperCase(s); }
 
 std::string encodeCodePoint(uint32_t cp) {
   std::string out;
@@ -283,7 +279,7 @@ const std::map<std::string, Builtin>& builtins() {
     t["ltrim"] = {1, 1, [](I& in, Args& a, Position w) { return in.string(trimText(in.stringArgument(a, 0, "LTrim", w), true, false)); }};
     t["rtrim"] = {1, 1, [](I& in, Args& a, Position w) { return in.string(trimText(in.stringArgument(a, 0, "RTrim", w), false, true)); }};
     t["uppercase"] = {1, 1, [](I& in, Args& a, Position w) { return in.string(upperText(in.stringArgument(a, 0, "Uppercase", w))); }};
-    t["lowercase"] = {1, 1, [](I& in, Args& a, Position w) { return in.string(lowered(in.stringArgument(a, 0, "Lowercase", w))); }};
+    t["lowercase"] = {1, 1, [](I& in, Args& a, Position w) { return in.string(lowerCase(in.stringArgument(a, 0, "Lowercase", w))); }};
     t["titlecase"] = {1, 1, [](I& in, Args& a, Position w) { return in.string(titleCase(in.stringArgument(a, 0, "Titlecase", w))); }};
     t["replace"] = {3, 3, [](I& in, Args& a, Position w) {
                       return in.string(replaceText(in.stringArgument(a, 0, "Replace", w), in.stringArgument(a, 1, "Replace", w),
@@ -500,7 +496,7 @@ bool Interpreter::valueMember(const Value& value, const std::string& name, Args&
     }
     if (n == "contains" || n == "beginswith" || n == "endswith") {
       if (args.size() != 1) fail(where, name + " takes one argument");
-      std::string find = lowered(stringArgument(args, 0, name.c_str(), where)), l = lowered(s);
+      std::string find = lowerCase(stringArgument(args, 0, name.c_str(), where)), l = lowerCase(s);
       bool result = n == "contains"     ? l.find(find) != std::string::npos
                     : n == "beginswith" ? l.compare(0, find.size(), find) == 0
                                         : l.size() >= find.size() && l.compare(l.size() - find.size(), find.size(), find) == 0;

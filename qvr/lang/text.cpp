@@ -86,6 +86,12 @@ std::string formatSection(double value, const std::string& spec, bool showMinus)
   double v = std::fabs(value);
   if (percent) v *= 100;
   int decimals = fracZeros + fracHashes;
+  // Halves round away from zero (2.125 with two decimals is 2.13), as people expect of
+  // a formatted number; printf alone would round them to even.
+  if (decimals <= 15 && v < 1e15) {
+    double scale = std::pow(10.0, decimals);
+    v = std::round(v * scale) / scale;
+  }
   char buffer[512];
   std::snprintf(buffer, sizeof buffer, "%.*f", decimals, v);
   std::string number = buffer;
@@ -167,15 +173,64 @@ std::vector<std::string> characters(const std::string& text) {
   return out;
 }
 
-int compareText(const std::string& a, const std::string& b) {
-  size_t n = std::min(a.size(), b.size());
-  for (size_t i = 0; i < n; ++i) {
-    int x = std::tolower(static_cast<unsigned char>(a[i]));
-    int y = std::tolower(static_cast<unsigned char>(b[i]));
-    if (x != y) return x < y ? -1 : 1;
+namespace {
+
+// Letters whose upper and lower case differ by a fixed step in the same UTF-8 length:
+// ASCII, Latin-1, Latin Extended-A (pairs), Greek and Cyrillic.
+uint32_t foldCase(uint32_t c, bool toUpper) {
+  auto shift = [&](uint32_t upperFirst, uint32_t upperLast, uint32_t distance) -> int {
+    if (!toUpper && c >= upperFirst && c <= upperLast) return 1;
+    if (toUpper && c >= upperFirst + distance && c <= upperLast + distance) return -1;
+    return 0;
+  };
+  if (int d = shift('A', 'Z', 32)) return c + d * 32;
+  if (c != 0xD7 && c != 0xF7)
+    if (int d = shift(0xC0, 0xDE, 32)) return c + d * 32;
+  if (c >= 0x100 && c <= 0x17F && c != 0x130 && c != 0x131 && c != 0x138 && c != 0x149 && c != 0x17F) {
+    bool pairStartsEven = !((c >= 0x139 && c <= 0x148) || (c >= 0x179 && c <= 0x17E));
+    bool isUpper = pairStartsEven ? (c % 2 == 0) : (c % 2 == 1);
+    if (toUpper && !isUpper) return c - 1;
+    if (!toUpper && isUpper) return c + 1;
+    return c;
   }
-  if (a.size() == b.size()) return 0;
-  return a.size() < b.size() ? -1 : 1;
+  if (c != 0x3A2)
+    if (int d = shift(0x391, 0x3A9, 32)) return c + d * 32;
+  if (int d = shift(0x410, 0x42F, 32)) return c + d * 32;
+  if (int d = shift(0x400, 0x40F, 80)) return c + d * 80;
+  return c;
+}
+
+std::string convertCase(const std::string& text, bool toUpper) {
+  std::string out;
+  out.reserve(text.size());
+  for (size_t i = 0; i < text.size();) {
+    unsigned char b = static_cast<unsigned char>(text[i]);
+    if (b < 0x80) {
+      out += static_cast<char>(foldCase(b, toUpper));
+      ++i;
+    } else if ((b >> 5) == 6 && i + 1 < text.size()) {
+      uint32_t c = ((b & 0x1Fu) << 6) | (static_cast<unsigned char>(text[i + 1]) & 0x3Fu);
+      uint32_t f = foldCase(c, toUpper);
+      out += static_cast<char>(0xC0 | (f >> 6));
+      out += static_cast<char>(0x80 | (f & 0x3F));
+      i += 2;
+    } else {
+      out += text[i];
+      ++i;
+    }
+  }
+  return out;
+}
+
+}  // namespace
+
+std::string lowerCase(const std::string& text) { return convertCase(text, false); }
+std::string upperCase(const std::string& text) { return convertCase(text, true); }
+
+int compareText(const std::string& a, const std::string& b) {
+  const std::string x = lowerCase(a), y = lowerCase(b);
+  int c = x.compare(y);
+  return c < 0 ? -1 : c > 0 ? 1 : 0;
 }
 
 }  // namespace qvrlang

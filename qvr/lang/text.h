@@ -20,6 +20,10 @@ std::string textOf(host::Runtime& rt, const Value& value);
 std::string variantText(host::Runtime& rt, const Value& value);
 // Splits UTF-8 text into its characters.
 std::vector<std::string> characters(const std::string& text);
+// Upper and lower case of UTF-8 text (the byte length stays the same, so byte offsets
+// found in one are offsets in the other).
+std::string lowerCase(const std::string& text);
+std::string upperCase(const std::string& text);
 // Case-insensitive comparison of text, as the language compares strings: <0, 0, >0.
 int compareText(const std::string& a, const std::string& b);
 
