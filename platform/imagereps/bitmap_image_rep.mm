@@ -70,6 +70,15 @@ void write_sample(uint8_t* row, size_t bit, NSInteger bits, uint32_t value) {
   }
 }
 
+// The samples of one pixel as stored, in storage order (no bounds check).
+void read_pixel(const BitmapStorage* s, NSInteger bps, NSInteger x, NSInteger y, NSUInteger* out) {
+  for (NSInteger i = 0; i < s->samplesPerPixel; ++i) {
+    const uint8_t* row = s->planes[s->planar ? i : 0] + size_t(s->bytesPerRow) * size_t(y);
+    const size_t bit = s->planar ? size_t(x) * size_t(bps) : size_t(x) * size_t(s->bitsPerPixel) + size_t(i) * size_t(bps);
+    out[i] = read_sample(row, bit, bps);
+  }
+}
+
 }  // namespace
 
 @implementation NSBitmapImageRep
@@ -289,13 +298,7 @@ void write_sample(uint8_t* row, size_t bit, NSInteger bits, uint32_t value) {
 
 - (void)getPixel:(NSUInteger[])p atX:(NSInteger)x y:(NSInteger)y {
   if (p == NULL || x < 0 || y < 0 || x >= _pixelsWide || y >= _pixelsHigh) return;
-  BitmapStorage* s = [self qvrStorage];
-  for (NSInteger i = 0; i < s->samplesPerPixel; ++i) {
-    const uint8_t* row = s->planes[s->planar ? i : 0] + size_t(s->bytesPerRow) * size_t(y);
-    const size_t bit = s->planar ? size_t(x) * size_t(_bitsPerSample)
-                                 : size_t(x) * size_t(s->bitsPerPixel) + size_t(i) * size_t(_bitsPerSample);
-    p[i] = read_sample(row, bit, _bitsPerSample);
-  }
+  read_pixel([self qvrStorage], _bitsPerSample, x, y, p);
 }
 
 - (void)setPixel:(NSUInteger[])p atX:(NSInteger)x y:(NSInteger)y {
@@ -434,7 +437,8 @@ static void WriteFractions(NSBitmapImageRep* rep, NSInteger x, NSInteger y, cons
     raster.premultiplied = premultiplied;
     return raster;
   }
-  // Any other layout: through the samples, to 8 bits (16 for deeper samples), grey or RGB.
+  // Any other layout: sample by sample (plain C++, no messages), to 8 bits (16 for deeper
+  // samples), grey or RGB.
   const int outColours = colours == 1 ? 1 : 3;
   const int outSamples = outColours + (_hasAlpha ? 1 : 0);
   const int outBits = _bitsPerSample > 8 ? 16 : 8;
@@ -448,7 +452,7 @@ static void WriteFractions(NSBitmapImageRep* rep, NSInteger x, NSInteger y, cons
   for (NSInteger y = 0; y < _pixelsHigh; ++y) {
     uint8_t* out = raster.row(int(y));
     for (NSInteger x = 0; x < _pixelsWide; ++x) {
-      [self getPixel:raw atX:x y:y];
+      read_pixel(s, _bitsPerSample, x, y, raw);
       for (NSInteger i = 0; i < spp; ++i) {
         const NSInteger stored = alphaFirst ? (i + 1) % spp : i;
         if (floating) {
