@@ -86,3 +86,28 @@ TEST(Builtins, FormatForNumbers) {
 TEST(Builtins, PrintWantsAString) {
   EXPECT_EQ(error("Print 5\n"), "test.qvr:1:1: error: Print expects a String for argument 1 but got Integer; convert it with Str\n");
 }
+
+TEST(Arrays, ObjectArraysHoldInstancesAndNil) {
+  EXPECT_EQ(output("Dim blocks() As MemoryBlock\nblocks.Append New MemoryBlock(1)\nblocks.Append Nil\nblocks.Append New MemoryBlock(3)\n"
+                   "Dim total As Integer\nFor Each b As MemoryBlock In blocks\n  If b <> Nil Then total = total + b.Size\nNext\n"
+                   "Print Str(total) + \" \" + Str(blocks.IndexOf(blocks(2))) + \" \" + Str(blocks(1) Is Nil)\n"
+                   "Dim last As MemoryBlock = blocks.Pop\nPrint Str(last.Size) + \" \" + Str(blocks.Count)\nblocks.RemoveAll\nPrint Str(blocks.LastIndex)\n"),
+            "4 2 True\n3 2\n-1\n");
+}
+
+TEST(Arrays, ElementsOfTheWrongClassAreRefused) {
+  EXPECT_EQ(error("Dim blocks() As MemoryBlock\nblocks.Append New RuntimeException\n"),
+            "test.qvr:2:8: error: Append expects MemoryBlock but got an instance of RuntimeException\n");
+}
+
+TEST(Arrays, VariantArraysHoldAnything) {
+  EXPECT_EQ(output("Dim v() As Variant\nv.Append 1\nv.Append \"two\"\nv.Append 3.5\nPrint v(1) + \" \" + v(0) + \" \" + v(2)\n"), "two 1 3.5\n");
+}
+
+TEST(Arrays, NoHostObjectOutlivesTheRun) {
+  langtest::Outcome o = langtest::run("Dim a() As MemoryBlock\nFor i As Integer = 1 To 10\n  a.Append New MemoryBlock(i)\nNext\n"
+                                      "Dim b() As MemoryBlock = a\na.Remove(0)\nDim s() As String = Split(\"a b c\")\n");
+  EXPECT_EQ(o.status, 0) << o.err;
+  EXPECT_EQ(o.leakedObjects, 0u);
+  EXPECT_EQ(o.leakedStrings, 0u);
+}
