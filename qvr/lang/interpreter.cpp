@@ -341,7 +341,15 @@ Flow Interpreter::forStatement(const Stmt& s) {
     fail(s.step->where, "an Integer loop counter takes an Integer Step, not a " + typeNameOf(step));
   if (s.downTo) step = applyBinary(Op::Subtract, Value(host::Value::ofInteger(0)), step, s.where);
   const bool descending = step.isReal() ? step.real() < 0 : step.integer() < 0;
+  bool first = true;
   for (;;) {
+    // The end is evaluated again before every pass (a loop to a.LastIndex sees the array
+    // shrink or grow), the step only once.
+    if (!first) {
+      last = evaluate(*s.target);
+      if (!last.isNumber()) fail(s.target->where, "a For loop's end must be a number, not a " + typeNameOf(last));
+    }
+    first = false;
     Value now = counter->value;
     bool done = descending ? !equal(now, last, s.where) && applyBinary(Op::Less, now, last, s.where).v.boolean
                            : applyBinary(Op::Greater, now, last, s.where).v.boolean;
