@@ -1,4 +1,4 @@
-/* Type IDs. CFGetTypeID asks the object itself (-_cfTypeID), as on Apple's platform, so
+/* Type IDs. CFGetTypeID asks the object itself (-_cfTypeID), as the original platform does, so
    Foundation classes answer the number of the CF type they stand for and the platform's
    own CF-like objects (CoreGraphics images, colour spaces) answer theirs. */
 #import <Foundation/Foundation.h>

@@ -33,6 +33,7 @@ std::string BoundaryName(const ::testing::TestParamInfo<Boundary>& info) {
   if (!info.param.version) return "NoVersion";
   std::string text = std::to_string(*info.param.version);
   text.erase(text.find_last_not_of('0') + 1);
+  if (!text.empty() && text.back() == '.') text.pop_back();
   for (char& c : text)
     if (c == '.') c = '_';
   return "Host" + text;

@@ -1,6 +1,6 @@
-/* The CoreFoundation subset this system uses, over GNUstep Foundation: CF objects are
+/* The CoreFoundation subset this system uses, over the Foundation library: CF objects are
    Objective-C objects (CFStringRef is an NSString, CFDictionaryRef an NSDictionary), so
-   the toll-free bridge holds as on Apple's platform. Plain C, usable from C++ too. */
+   the toll-free bridge holds as on the original platform. Plain C, usable from C++ too. */
 #ifndef QVR_COREFOUNDATION_H
 #define QVR_COREFOUNDATION_H
 
