@@ -88,3 +88,24 @@ TEST_F(HostTest, ExceptionsCanBeMadeAndRaisedByHostCode) {
   EXPECT_EQ(rt().get(e, "errornumber").integer, 12);
   EXPECT_FALSE(rt().exceptionPending());
 }
+
+TEST_F(HostTest, PlatformObjectsThrownByConstructorsAndDestructorsAreContained) {
+  load();
+  size_t objects = rt().liveObjects();
+  clearLog();
+  // A destructor that throws: reported, and the object is freed all the same.
+  { Value fragile = rt().newInstance("TestFragile"); }
+  EXPECT_EQ(log(), "dtor Fragile");
+  EXPECT_EQ(rt().liveObjects(), objects);
+  // A class constructor that throws while host code creates the instance.
+  rt().callShared("TestBase", "ArmFragile", {Value::ofBoolean(true)});
+  EXPECT_THROW(rt().newInstance("TestFragile"), host::ThrownObject);
+  EXPECT_EQ(rt().liveObjects(), objects);
+  // The same while a plugin creates it: the platform object goes back through the plugin
+  // to the host's boundary, and the half-made instance is released on the way.
+  Value o = rt().newInstance("TestBase");
+  EXPECT_THROW(rt().call(o, "MakeFragile"), host::ThrownObject);
+  rt().callShared("TestBase", "ArmFragile", {Value::ofBoolean(false)});
+  EXPECT_EQ(rt().liveObjects(), objects + 1);
+  EXPECT_EQ(rt().call(o, "Add", {integer(1), integer(2)}).integer, 3);
+}

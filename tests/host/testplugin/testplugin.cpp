@@ -100,7 +100,7 @@ void* fn(F f) {
   return reinterpret_cast<void*>(f);
 }
 
-ClassDefinition gBaseClass, gDerivedClass, gLeafClass;
+ClassDefinition gBaseClass, gDerivedClass, gLeafClass, gFragileClass;
 
 // Instance data of TestBase, at the offset the host wrote into forSystemUse.
 struct BaseData {
@@ -485,6 +485,22 @@ void leafConstructorText(Object self, String text) {
 }
 intptr_t extra(Object self) { return derived(self)->extra; }
 
+// TestFragile: its destructor always throws a platform object; its constructor throws
+// while armed.
+bool gFragileArmed = false;
+void fragileConstructor(Object) {
+  if (gFragileArmed) testplugin_throw_string();
+}
+void fragileDestructor(Object) {
+  log("dtor Fragile");
+  testplugin_throw_string();
+}
+void armFragile(uint8_t on) { gFragileArmed = on != 0; }
+Object makeFragile(Object) {
+  auto newInstance = entry<Object (*)(const char*)>("PluginNewInstance");
+  return newInstance ? newInstance("TestFragile") : nullptr;
+}
+
 // ---- tables
 
 Property gBaseProperties[] = {
@@ -544,6 +560,7 @@ Method gBaseMethods[] = {
     {fn(&blockSum), nullptr, "BlockSum(m as MemoryBlock) as Integer", 4, 0, 0},
     {fn(&makeBlock), nullptr, "MakeBlock(size as Integer) as MemoryBlock", 4, 0, 0},
     {fn(&blockMembers), nullptr, "BlockMembers(m as MemoryBlock) as Integer", 4, 0, 0},
+    {fn(&makeFragile), nullptr, "MakeFragile() as TestFragile", 4, 0, 0},
 };
 
 Method gBaseShared[] = {
@@ -555,6 +572,7 @@ Method gBaseShared[] = {
     {fn(&twiceDouble), nullptr, "Twice(x as Double) as Double", 4, 0, 0},
     {fn(&recordOffset), nullptr, "RecordOffset(which as Integer) as Integer", 4, 0, 0},
     {fn(&missing), nullptr, "Missing(name as String) as Boolean", 4, 0, 0},
+    {fn(&armFragile), nullptr, "ArmFragile(on as Boolean)", 4, 0, 0},
 };
 
 Constant gBaseConstants[] = {
@@ -623,6 +641,13 @@ void setUpClasses() {
   gLeafClass.methods = gLeafMethods;
   gLeafClass.methodCount = countOf(gLeafMethods);
   gLeafClass.mFlags = 4;
+
+  gFragileClass = ClassDefinition{};
+  gFragileClass.version = 12;
+  gFragileClass.name = "TestFragile";
+  gFragileClass.constructor = fn(&fragileConstructor);
+  gFragileClass.destructor = fn(&fragileDestructor);
+  gFragileClass.mFlags = 4;
 }
 
 // Layout 9: 25 words with narrower member records, copied over the static record.
@@ -676,6 +701,7 @@ extern "C" __attribute__((visibility("default"))) void REALPluginMain(void* (*re
   gLayout = gVersion >= 2013.03 ? 12 : gVersion >= 2013.0 ? 11 : gVersion >= 2012.0 ? 10 : 9;
   if (registerVersion) registerVersion(gLayout);
   setUpClasses();
+  registerClass(gFragileClass);
   registerClass(gBaseClass);
   registerClass(gDerivedClass);
   registerClass(gLeafClass);
