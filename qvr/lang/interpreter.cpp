@@ -476,6 +476,8 @@ Flow Interpreter::tryStatement(const Stmt& s) {
       }
       flow = execute(handler->body);
     }
+  } catch (const ProgramError&) {
+    throw;  // a mistake in the program ends it at once; Finally is for exceptions
   } catch (...) {
     if (s.hasFinally) {
       if (frames_.size() > frameCount) frames_.resize(frameCount);

@@ -163,6 +163,10 @@ Value Interpreter::hostCall(Position where, F&& call, const std::string& detail)
     fail(where, e.what() + detail);
   } catch (std::bad_alloc&) {
     raise("OutOfMemoryException", "out of memory", where);
+  } catch (ProgramError&) {
+    throw;
+  } catch (std::exception& e) {
+    fail(where, std::string("the host could not make this call: ") + e.what());
   }
 }
 

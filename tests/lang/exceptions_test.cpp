@@ -74,3 +74,10 @@ TEST(Exceptions, UncaughtInAMethodShowsTheCallsItCameThrough) {
   EXPECT_EQ(o.status, 1);
   EXPECT_EQ(o.err, "test.qvr:2: uncaught NilObjectException: deep\n  in Inner, called at line 5\n  in Outer, called at line 8\n");
 }
+
+TEST(Exceptions, AMistakeInTheProgramIsNotAnExceptionAndSkipsFinally) {
+  langtest::Outcome o = langtest::run("Try\n  Dim x As Integer = \"s\"\nCatch\n  Print \"caught\"\nFinally\n  Print \"finally\"\nEnd Try\n");
+  EXPECT_EQ(o.status, 1);
+  EXPECT_EQ(o.out, "");
+  EXPECT_EQ(o.err, "test.qvr:2:22: error: \"x\" expects Integer but got a String\n");
+}
