@@ -111,7 +111,7 @@ class Checker {
         }
         return;
       case Stmt::Kind::Call:
-        callee(*s.value);
+        expression(*s.value);
         return;
       case Stmt::Kind::If:
         for (size_t i = 0; i < s.conditions.size(); ++i) {
@@ -186,9 +186,6 @@ class Checker {
       if (scope.count(k)) return true;
     return false;
   }
-
-  // The head of a call statement: a name may be a Sub.
-  void callee(const Expr& e) { expression(e); }
 
   // A name: a variable, a method, a built-in function; a class only before a ".".
   void name(const Expr& e, bool receiver) {

@@ -51,9 +51,9 @@ void Interpreter::raise(const std::string& className, const std::string& message
 
 // ---- names
 
-VariablePtr Interpreter::findVariable(const std::string& name) {
+VariablePtr Interpreter::findVariable(const std::string& name) const {
   const std::string k = key(name);
-  Frame& frame = frames_.back();
+  const Frame& frame = frames_.back();
   for (auto scope = frame.scopes.rbegin(); scope != frame.scopes.rend(); ++scope) {
     auto it = scope->find(k);
     if (it != scope->end()) return it->second;
@@ -78,7 +78,7 @@ const Function* Interpreter::findFunction(const std::string& name) const {
 
 bool Interpreter::isClassName(const Expr& e) const {
   if (e.kind != Expr::Kind::Name) return false;
-  if (const_cast<Interpreter*>(this)->findVariable(e.text) || findFunction(e.text)) return false;
+  if (findVariable(e.text) || findFunction(e.text)) return false;
   host::ClassInfo* cls = rt_.findClass(e.text);
   return cls && cls->name.back() != ')';
 }
@@ -278,7 +278,7 @@ void Interpreter::assign(const Expr& target, Value value, Position where) {
           return;
         }
         if (object.isNil()) raise("NilObjectException", "cannot assign to " + callee.text + " of Nil", target.where);
-        Value array = memberOf(object, callee.text, {}, false, callee.where);
+        Value array = memberOf(object, callee.text, {}, callee.where);
         setElement(array, args, std::move(value), target.where);
         return;
       }
@@ -594,7 +594,7 @@ Value Interpreter::name(const Expr& e) {
 Value Interpreter::member(const Expr& e) {
   if (isClassName(*e.left)) return sharedMember(e.left->text, e.text, {}, e.where);
   Value object = evaluate(*e.left);
-  return memberOf(object, e.text, {}, false, e.where);
+  return memberOf(object, e.text, {}, e.where);
 }
 
 Value Interpreter::call(const Expr& e) {
@@ -619,7 +619,7 @@ Value Interpreter::call(const Expr& e) {
   if (callee.kind == Expr::Kind::Member) {
     if (isClassName(*callee.left)) return sharedMember(callee.left->text, callee.text, arguments(e.args), e.where);
     Value object = evaluate(*callee.left);
-    return memberOf(object, callee.text, arguments(e.args), true, e.where);
+    return memberOf(object, callee.text, arguments(e.args), e.where);
   }
   Value target = evaluate(callee);
   if (!target.isArray()) fail(e.where, "a " + typeNameOf(target) + " cannot be indexed");

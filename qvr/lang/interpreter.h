@@ -106,7 +106,7 @@ class Interpreter {
   void assign(const Expr& target, Value value, Position where);
 
   // names
-  VariablePtr findVariable(const std::string& name);
+  VariablePtr findVariable(const std::string& name) const;
   void declare(const std::string& name, VariablePtr variable, Position where);
   bool isClassName(const Expr& e) const;
   const Function* findFunction(const std::string& name) const;
@@ -115,7 +115,7 @@ class Interpreter {
   Value callFunction(const std::string& name, const std::vector<ExprPtr>& argExprs, Position where, bool wantResult);
 
   // members of values
-  Value memberOf(const Value& object, const std::string& name, std::vector<Value> args, bool parentheses, Position where);
+  Value memberOf(const Value& object, const std::string& name, std::vector<Value> args, Position where);
   Value hostMember(const Value& object, const std::string& name, std::vector<Value> args, Position where);
   Value sharedMember(const std::string& className, const std::string& name, std::vector<Value> args, Position where);
   Value arrayMember(const Value& array, const std::string& name, std::vector<Value>& args, Position where);

@@ -110,9 +110,7 @@ std::string Interpreter::overloads(host::ClassInfo* cls, const std::string& memb
   return out + ")";
 }
 
-Value Interpreter::memberOf(const Value& object, const std::string& name, std::vector<Value> args, bool parentheses,
-                            Position where) {
-  (void)parentheses;
+Value Interpreter::memberOf(const Value& object, const std::string& name, std::vector<Value> args, Position where) {
   if (object.isArray()) return arrayMember(object, name, args, where);
   if (object.isNil()) raise("NilObjectException", "\"" + name + "\" was used on Nil", where);
   if (object.isObject()) return hostMember(object, name, std::move(args), where);

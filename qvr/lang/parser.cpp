@@ -755,12 +755,11 @@ class Parser {
     } remember{this, lastOpen};
     for (;;) {
       if (isSymbol(".")) {
-        Position where = next().where;
+        next();
         const Token& t = at();
         if (t.kind != Token::Kind::Identifier) expected("a member name after \".\"");
         next();
         auto m = std::make_unique<Expr>(Expr::Kind::Member, t.where);
-        (void)where;
         m->text = t.text;
         m->left = std::move(e);
         e = measured(std::move(m));
@@ -768,9 +767,8 @@ class Parser {
       }
       if (isSymbol("(")) {
         lastOpen = pos_;
-        Position where = next().where;
+        next();
         auto c = std::make_unique<Expr>(Expr::Kind::Call, e->where);
-        (void)where;
         c->parentheses = true;
         c->left = std::move(e);
         c->args = arguments();
