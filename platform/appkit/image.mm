@@ -2,6 +2,8 @@
    Loading, drawing and the name registry live in the image_* files beside this one. */
 #import "image_internal.h"
 
+#include <math.h>
+
 @implementation NSImage
 
 - (id)init {
@@ -200,6 +202,13 @@ FLAG_ACCESSORS(isTemplate, setTemplate, kImageTemplate)
   }
   /* Otherwise the smallest bitmap that still covers the destination, or the largest. */
   CGFloat wanted = fmax(fabs(rect.size.width), fabs(rect.size.height));
+  /* In device pixels, when the context scales its points. */
+  CGContextRef port = (CGContextRef)[referenceContext graphicsPort];
+  if (port) {
+    CGAffineTransform ctm = CGContextGetCTM(port);
+    CGFloat scale = sqrt(fabs(ctm.a * ctm.d - ctm.b * ctm.c));
+    if (scale > 0 && isfinite(scale)) wanted *= scale;
+  }
   NSImageRep *best = nil, *largest = nil;
   for (NSUInteger i = 0; i < count; i++) {
     NSImageRep* rep = [_reps objectAtIndex:i];

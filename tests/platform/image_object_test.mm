@@ -153,6 +153,12 @@ TEST_F(ImageObject, RepresentationsComeAndGo) {
   EXPECT_EQ([image bestRepresentationForRect:NSMakeRect(0, 0, 2, 2) context:nil hints:nil], small);
   EXPECT_EQ([image bestRepresentationForRect:NSMakeRect(0, 0, 6, 6) context:nil hints:nil], large);
   EXPECT_EQ([image bestRepresentationForRect:NSMakeRect(0, 0, 60, 60) context:nil hints:nil], large);
+  /* A context that doubles its points wants twice the pixels. */
+  CGContextRef port = NewARGBContext(8, 8);
+  CGContextScaleCTM(port, 4, 4);
+  NSGraphicsContext* dense = [NSGraphicsContext graphicsContextWithGraphicsPort:port flipped:NO];
+  EXPECT_EQ([image bestRepresentationForRect:NSMakeRect(0, 0, 2, 2) context:dense hints:nil], large);
+  CGContextRelease(port);
   [image removeRepresentation:small];
   [image removeRepresentation:nil];
   EXPECT_EQ([[image representations] count], 1u);
