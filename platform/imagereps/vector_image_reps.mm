@@ -19,6 +19,12 @@
   [super dealloc];
 }
 
+- (id)copyWithZone:(NSZone*)zone {
+  NSPDFImageRep* copy = [super copyWithZone:zone];
+  [copy->_pdfData retain];
+  return copy;
+}
+
 - (NSData*)PDFRepresentation { return _pdfData; }
 - (NSRect)bounds { return _bounds; }
 - (NSInteger)currentPage { return _currentPage; }
@@ -47,6 +53,13 @@
   [super dealloc];
 }
 
+- (id)copyWithZone:(NSZone*)zone {
+  NSEPSImageRep* copy = [super copyWithZone:zone];
+  [copy->_epsData retain];
+  [copy->_pdfImageRep retain];
+  return copy;
+}
+
 - (void)prepareGState {}
 - (NSData*)EPSRepresentation { return _epsData; }
 - (NSRect)boundingBox { return _boundingBox; }
@@ -67,6 +80,12 @@
 - (void)dealloc {
   [_pictData release];
   [super dealloc];
+}
+
+- (id)copyWithZone:(NSZone*)zone {
+  NSPICTImageRep* copy = [super copyWithZone:zone];
+  [copy->_pictData retain];
+  return copy;
 }
 
 - (NSData*)PICTRepresentation { return _pictData; }
