@@ -131,3 +131,25 @@ TEST_F(Wrappers, NoInstancesWithoutTheHostsNewInstance) {
 }
 
 }  // namespace
+
+namespace {
+
+using support::PluginTest;
+
+TEST_F(PluginTest, HostObjectsTravelInsidePlatformCollections) {
+  host::Runtime& runtime = Probe();
+  host::Value image = runtime.newInstance("NSImageQVR");
+  host::Value back = Shared("ObjectWrapperRoundTrip", {image});
+  EXPECT_EQ(back.object.get(), image.object.get());
+  EXPECT_EQ(back.object.get()->refCount, 2) << "the wrapper gave its reference back";
+}
+
+TEST_F(PluginTest, NoObjectWrapperWithoutTheSiblingPlugin) {
+  host::Options options;
+  options.siblings = false;
+  host::Runtime& runtime = Probe(options);
+  host::Value image = runtime.newInstance("NSImageQVR");
+  EXPECT_TRUE(Shared("ObjectWrapperRoundTrip", {image}).isNil());
+}
+
+}  // namespace

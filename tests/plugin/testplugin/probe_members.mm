@@ -18,6 +18,12 @@
 #include "plugin/errors.h"
 #include "plugin/host_bridge.h"
 
+// The sibling plugin's QVRREALobjectWrapper, looked up by name at run time.
+@interface NSObject (ObjectWrapperProbe)
++ (id)wrap:(REALobject)object;
+- (REALobject)unwrap;
+@end
+
 // Counts live instances, so a test can see that a pool was released.
 @interface QVRPoolProbe : NSObject
 + (long)alive;
@@ -342,6 +348,21 @@ REALobject NewRuntimeRep(intptr_t kind) {
   return result;
 }
 
+// A host object carried through the sibling plugin's QVRREALobjectWrapper and back (with
+// a new reference), or nil when that class is not there.
+REALobject ObjectWrapperRoundTrip(REALobject object) {
+  REALobject result = nullptr;
+  CocoaGuardPooled([&] {
+    Class wrapperClass = objc_getClass("QVRREALobjectWrapper");
+    if (wrapperClass == Nil || object == nullptr) return;
+    id wrapper = [wrapperClass wrap:object];
+    NSArray* carried = [NSArray arrayWithObject:wrapper];  // as a platform collection holds it
+    result = [[carried objectAtIndex:0] unwrap];
+    if (result != nullptr) REALLockObject(result);
+  });
+  return result;
+}
+
 REALstring DictionariesProbe() { return HostString(CheckDictionaries()); }
 REALstring TypeIDsProbe() { return HostString(CheckTypeIDs()); }
 REALstring SystemVersionProbe() { return HostString(SystemVersion()); }
@@ -380,6 +401,7 @@ REALmethodDefinition FrameProbeSharedMethods[] = {
     SHARED(WrapImageAs, "WrapImageAs(image as NSImageQVR, requiredClass as String) as NSImageRepQVR"),
     SHARED(NewRuntimeRep, "NewRuntimeRep(kind as Integer) as NSImageRepQVR"),
     SHARED(DictionariesProbe, "CheckDictionaries as String"),
+    SHARED(ObjectWrapperRoundTrip, "ObjectWrapperRoundTrip(o as NSImageQVR) as NSImageQVR"),
     SHARED(TypeIDsProbe, "CheckTypeIDs as String"),
     SHARED(SystemVersionProbe, "SystemVersion as String"),
 };
