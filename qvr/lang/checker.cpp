@@ -6,6 +6,8 @@
 #include "lexer.h"
 #include "values.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <set>
 #include <vector>
 
@@ -110,9 +112,20 @@ class Checker {
           expression(*s.target);
         }
         return;
-      case Stmt::Kind::Call:
-        expression(*s.value);
+      case Stmt::Kind::Call: {
+        // The head of a call statement may be a Sub; anywhere else a value is wanted.
+        const Expr& e = *s.value;
+        if (e.kind == Expr::Kind::Name && isFunction(e.text) && !isVariable(e.text)) {
+          arguments(e.text, 0, e.where, false);
+        } else if (e.kind == Expr::Kind::Call && e.left->kind == Expr::Kind::Name && isFunction(e.left->text) &&
+                   !isVariable(e.left->text)) {
+          arguments(e.left->text, e.args.size(), e.where, false);
+          for (const ExprPtr& a : e.args) expression(*a);
+        } else {
+          expression(e);
+        }
         return;
+      }
       case Stmt::Kind::If:
         for (size_t i = 0; i < s.conditions.size(); ++i) {
           expression(*s.conditions[i]);
@@ -187,9 +200,40 @@ class Checker {
     return false;
   }
 
+  // A call of the program's own method with count arguments: some definition must take
+  // that many, and where a value is wanted it must be a Function.
+  void arguments(const std::string& method, size_t count, Position where, bool wantValue) {
+    auto range = program_.functions.equal_range(lowered(method));
+    bool anyCount = false, anyFunction = false;
+    size_t most = 0, fewest = SIZE_MAX;
+    for (auto it = range.first; it != range.second; ++it) {
+      const Function& f = *it->second;
+      size_t required = 0;
+      for (const Parameter& p : f.parameters)
+        if (!p.defaultValue && !p.optional) ++required;
+      most = std::max(most, f.parameters.size());
+      fewest = std::min(fewest, required);
+      if (count >= required && count <= f.parameters.size()) {
+        anyCount = true;
+        if (f.isFunction) anyFunction = true;
+      }
+    }
+    if (!anyCount) {
+      if (count > most)
+        fail(where, method + " takes at most " + std::to_string(most) + " argument(s) but was given " + std::to_string(count));
+      fail(where, method + " needs at least " + std::to_string(fewest) + " argument(s) but was given " + std::to_string(count));
+    }
+    if (wantValue && !anyFunction) fail(where, method + " is a Sub and has no value");
+  }
+
   // A name: a variable, a method, a built-in function; a class only before a ".".
   void name(const Expr& e, bool receiver) {
-    if (isVariable(e.text) || isFunction(e.text) || isBuiltinFunction(e.text)) return;
+    if (isVariable(e.text)) return;
+    if (isFunction(e.text)) {
+      arguments(e.text, 0, e.where, true);
+      return;
+    }
+    if (isBuiltinFunction(e.text)) return;
     if (isClass(e.text)) {
       if (receiver) return;
       fail(e.where, "\"" + e.text + "\" is a class; make an instance with New " + e.text);
@@ -209,6 +253,7 @@ class Checker {
       case Expr::Kind::Call:
         if (e.left->kind == Expr::Kind::Name) {
           const std::string& n = e.left->text;
+          if (!isVariable(n) && isFunction(n)) arguments(n, e.args.size(), e.where, true);
           if (!isVariable(n) && !isFunction(n) && !isBuiltinFunction(n)) {
             if (isClass(n)) fail(e.left->where, "\"" + n + "\" is a class; make an instance with New " + n + "(...)");
             fail(e.left->where, "unknown method \"" + n + "\"");

@@ -67,3 +67,11 @@ TEST(Functions, ACallWithoutParenthesesMayStartWithAParenthesisedArgument) {
                    "Print (\"a\" + \"b\") + \"c\"\n"),
             "6,5\n3,4\nabc\n");
 }
+
+TEST(Functions, ArgumentCountsAndSubsAsValuesAreCheckedBeforeRunning) {
+  EXPECT_EQ(error("Print \"start\"\nFunction F(a As Integer) As Integer\n  Return a\nEnd Function\nIf False Then Print Str(F(1, 2))\n"),
+            "test.qvr:5:25: error: F takes at most 1 argument(s) but was given 2\n");
+  EXPECT_EQ(error("Sub S(a As Integer, Optional b As Integer)\nEnd Sub\nIf False Then S\n"),
+            "test.qvr:3:15: error: S needs at least 1 argument(s) but was given 0\n");
+  EXPECT_EQ(output("Sub S(a As Integer, Optional b As Integer)\n  Print Str(a + b)\nEnd Sub\nS 1\nS(1, 2)\n"), "1\n3\n");
+}
