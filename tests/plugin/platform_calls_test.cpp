@@ -32,4 +32,23 @@ TEST_F(PluginTest, GestaltAnswersAnOlderConfiguredSystem) {
   EXPECT_EQ(Utf8(Shared("SystemVersion")), "10.6 1060 -5551");
 }
 
+// Every glue function gives its neutral result, and touches nothing, when the host has
+// no entry point for it (as older hosts, or this host before it offers them).
+TEST_F(PluginTest, GlueWithoutEntryPointsGivesNeutralResults) {
+  host::Options options;
+  options.missingEntryPoints = {"pluginObjectType", "RuntimeObjectIsa", "REALLoadObjectMethod",
+                                "REALGetPropValueInt", "REALGetPropValueDouble", "REALYieldToRB",
+                                "newMemoryBlock", "memoryBlockGetPtr", "memoryBlockGetSize",
+                                "newPicture", "REALGetPictureMask", "REALPictureClearCache",
+                                "pluginPictureGraphicsGetter", "REALCopyPictureCGImage",
+                                "REALBuildPictureFromBuffer", "lockPictureDescription",
+                                "REALLockPictureDescription", "unlockPictureDescription",
+                                "REALFSSpecFromFolderItem", "FolderItemFromFSSpec", "REALFSRefFromFolderItem",
+                                "REALFolderItemFromParentFSRef", "Int32ToVariant", "DoubleToVariant",
+                                "BooleanToVariant", "StringToVariant", "VariantToInt32", "VariantToDouble",
+                                "VariantToString", "RuntimeArrayDirectGetGetProc", "RuntimeUBound"};
+  Probe(options);
+  EXPECT_EQ(Utf8(Shared("NeutralGlue")), "");
+}
+
 }  // namespace

@@ -363,6 +363,50 @@ REALobject ObjectWrapperRoundTrip(REALobject object) {
   return result;
 }
 
+// Calls every glue function whose entry point a test made missing and lists those that
+// did not give their neutral result ("" when all did).
+REALstring NeutralGlue() {
+  std::string wrong;
+  auto expect = [&](bool neutral, const char* name) {
+    if (!neutral) wrong += std::string(wrong.empty() ? "" : " ") + name;
+  };
+  REALobject object = reinterpret_cast<REALobject>(&wrong);  // never dereferenced: no entry point
+  REALpicture picture = reinterpret_cast<REALpicture>(&wrong);
+  expect(REALGetClassRef("NSImageQVR") == nullptr, "pluginObjectType");
+  expect(!REALObjectIsA(object, nullptr), "RuntimeObjectIsa");
+  expect(REALLoadObjectMethod(object, "Foo") == nullptr, "REALLoadObjectMethod");
+  int32_t i32 = 5;
+  expect(!REALGetPropValueInt32(object, "X", &i32) && i32 == 5, "REALGetPropValueInt");
+  double d = 5;
+  expect(!REALGetPropValueDouble(object, "X", &d) && d == 5, "REALGetPropValueDouble");
+  REALYieldToRB();
+  expect(REALNewMemoryBlockOriginal(4) == nullptr, "newMemoryBlock");
+  expect(REALMemoryBlockGetPtr(nullptr) == nullptr && REALMemoryBlockGetSize(nullptr) == 0, "memoryBlockGetPtr");
+  expect(REALNewPicture(2, 2, 32) == nullptr, "newPicture");
+  expect(REALGetPictureMask(picture, true) == nullptr, "REALGetPictureMask");
+  REALPictureClearCache(picture);
+  expect(REALGetPictureGraphics(picture) == nullptr, "pluginPictureGraphicsGetter");
+  expect(REALCopyPictureCGImage(picture) == nullptr, "REALCopyPictureCGImage");
+  expect(REALBuildPictureFromBuffer(1, 1, 0, nullptr, 4) == nullptr, "REALBuildPictureFromBuffer");
+  expect(!REALLockPictureDescription(picture, nullptr), "lockPictureDescription");
+  expect(!REALLockPictureDescription(picture, nullptr, 0), "REALLockPictureDescription");
+  REALUnlockPictureDescription(picture);
+  FSRef ref;
+  FSSpec spec;
+  expect(!REALFSRefFromFolderItem(nullptr, &ref, nullptr) && !REALFSSpecFromFolderItem(&spec, nullptr), "FSRef");
+  expect(FolderItemFromFSSpec(&spec) == nullptr && REALFolderItemFromParentFSRef(&ref, nullptr) == nullptr, "FolderItem");
+  expect(REALNewVariantInteger(1) == nullptr && REALNewVariantDouble(1) == nullptr &&
+             REALNewVariantBoolean(true) == nullptr && REALNewVariantString(nullptr) == nullptr,
+         "variants");
+  expect(GetVariantInt32(object) == 0 && GetVariantDouble(object) == 0 && GetVariantString(object) == nullptr,
+         "variant values");
+  REALarray array = reinterpret_cast<REALarray>(&wrong);
+  int32_t element = 9;
+  REALGetArrayValueInt32(array, 0, &element);
+  expect(element == 9 && REALGetArrayUBound(array) == 0, "arrays");
+  return HostString(wrong);
+}
+
 REALstring DictionariesProbe() { return HostString(CheckDictionaries()); }
 REALstring TypeIDsProbe() { return HostString(CheckTypeIDs()); }
 REALstring SystemVersionProbe() { return HostString(SystemVersion()); }
@@ -401,6 +445,7 @@ REALmethodDefinition FrameProbeSharedMethods[] = {
     SHARED(WrapImageAs, "WrapImageAs(image as NSImageQVR, requiredClass as String) as NSImageRepQVR"),
     SHARED(NewRuntimeRep, "NewRuntimeRep(kind as Integer) as NSImageRepQVR"),
     SHARED(DictionariesProbe, "CheckDictionaries as String"),
+    SHARED(NeutralGlue, "NeutralGlue as String"),
     SHARED(ObjectWrapperRoundTrip, "ObjectWrapperRoundTrip(o as NSImageQVR) as NSImageQVR"),
     SHARED(TypeIDsProbe, "CheckTypeIDs as String"),
     SHARED(SystemVersionProbe, "SystemVersion as String"),
