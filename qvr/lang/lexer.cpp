@@ -27,6 +27,7 @@ class Lexer {
 
   std::vector<Token> run() {
     bool lineStart = true;
+    if (src_.compare(0, 3, "\xEF\xBB\xBF") == 0) pos_ = 3;  // a UTF-8 byte order mark is not text
     while (pos_ < src_.size()) {
       char c = src_[pos_];
       if (c == ' ' || c == '\t' || c == '\r') {

@@ -107,3 +107,7 @@ TEST(Loops, TheEndOfAForLoopIsEvaluatedBeforeEveryPass) {
                    "Print Str(a.Count) + \" \" + Str(a(0)) + Str(a(1)) + Str(a(2))\n"),
             "3 246\n");
 }
+
+TEST(Layout, ByteOrderMarkAndWindowsLineEnds) {
+  EXPECT_EQ(output("\xEF\xBB\xBFPrint \"bom\"\r\nDim x As Integer = 1 + _\r\n  1\r\nPrint Str(x)\r\n"), "bom\n2\n");
+}
