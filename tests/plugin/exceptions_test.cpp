@@ -125,8 +125,10 @@ TEST_P(GuardForms, CompletedBodyGivesItsResult) {
   EXPECT_EQ(Shared("PoolProbesAlive").integer, 0);
 }
 
-TEST_P(GuardForms, PlatformExceptionIsLoggedOnceAndConverted) {
-  if (GetParam().form == kInitOnly) GTEST_SKIP() << "Init only has no frame";
+// The forms with an exception frame (Init only has none).
+class FramedGuardForms : public GuardForms {};
+
+TEST_P(FramedGuardForms, PlatformExceptionIsLoggedOnceAndConverted) {
   StartCase();
   support::StderrCapture log;
   try {
@@ -148,8 +150,7 @@ TEST_P(GuardForms, PlatformExceptionIsLoggedOnceAndConverted) {
   EXPECT_EQ(Shared("PoolProbesAlive").integer, 0) << "the guard's pool was released";
 }
 
-TEST_P(GuardForms, UnconvertibleExceptionGivesTheNeutralResult) {
-  if (GetParam().form == kInitOnly) GTEST_SKIP() << "Init only has no frame";
+TEST_P(FramedGuardForms, UnconvertibleExceptionGivesTheNeutralResult) {
   // With no way to make a host exception the platform exception is logged and swallowed.
   host::Options options;
   options.siblings = GetParam().siblings;
@@ -182,6 +183,13 @@ INSTANTIATE_TEST_SUITE_P(EveryForm, GuardForms,
                                            GuardCase{kInitSimple, true}, GuardCase{kSimple, true},
                                            GuardCase{kInitOnly, true}, GuardCase{kFull, false},
                                            GuardCase{kPooled, false}, GuardCase{kSimple, false}),
+                         GuardCaseName);
+
+INSTANTIATE_TEST_SUITE_P(EveryFramedForm, FramedGuardForms,
+                         ::testing::Values(GuardCase{kFull, true}, GuardCase{kPooled, true},
+                                           GuardCase{kInitSimple, true}, GuardCase{kSimple, true},
+                                           GuardCase{kFull, false}, GuardCase{kPooled, false},
+                                           GuardCase{kInitSimple, false}, GuardCase{kSimple, false}),
                          GuardCaseName);
 
 TEST_F(PluginTest, InitOnlyLetsAPlatformExceptionThrough) {
