@@ -44,17 +44,17 @@ std::string groupThousands(const std::string& digits) {
   return out;
 }
 
-std::string formatSection(double value, const std::string& spec, bool showMinus) {
+std::string formatSection(double value, const std::string& pattern, bool showMinus) {
   // Read the pattern: integer placeholders, decimal placeholders, literals around them.
   int intZeros = 0, intDigits = 0, fracZeros = 0, fracHashes = 0;
   bool seenPoint = false, thousands = false, percent = false, hasPlaceholder = false;
   std::string prefix, suffix;
   bool signWritten = false;
-  for (size_t i = 0; i < spec.size(); ++i) {
-    char c = spec[i];
+  for (size_t i = 0; i < pattern.size(); ++i) {
+    char c = pattern[i];
     std::string& literal = hasPlaceholder ? suffix : prefix;
-    if (c == '\\' && i + 1 < spec.size()) {
-      literal += spec[++i];
+    if (c == '\\' && i + 1 < pattern.size()) {
+      literal += pattern[++i];
     } else if (c == '#' || c == '0') {
       if (!suffix.empty() && hasPlaceholder) {  // a placeholder after a literal: keep it in the suffix
         suffix += c;
@@ -67,7 +67,7 @@ std::string formatSection(double value, const std::string& spec, bool showMinus)
         ++intDigits;
         if (c == '0') ++intZeros;
       }
-    } else if (c == '.' && !seenPoint && (hasPlaceholder || (i + 1 < spec.size() && (spec[i + 1] == '#' || spec[i + 1] == '0')))) {
+    } else if (c == '.' && !seenPoint && (hasPlaceholder || (i + 1 < pattern.size() && (pattern[i + 1] == '#' || pattern[i + 1] == '0')))) {
       seenPoint = true;
       hasPlaceholder = true;
     } else if (c == ',' && hasPlaceholder && !seenPoint) {
@@ -116,19 +116,19 @@ std::string formatSection(double value, const std::string& spec, bool showMinus)
 
 }  // namespace
 
-std::string formatNumber(double value, const std::string& spec) {
-  if (spec.empty()) return formatReal(value);
+std::string formatNumber(double value, const std::string& pattern) {
+  if (pattern.empty()) return formatReal(value);
   std::vector<std::string> sections;
   std::string current;
-  for (size_t i = 0; i < spec.size(); ++i) {
-    if (spec[i] == '\\' && i + 1 < spec.size()) {
-      current += spec[i];
-      current += spec[++i];
-    } else if (spec[i] == ';') {
+  for (size_t i = 0; i < pattern.size(); ++i) {
+    if (pattern[i] == '\\' && i + 1 < pattern.size()) {
+      current += pattern[i];
+      current += pattern[++i];
+    } else if (pattern[i] == ';') {
       sections.push_back(current);
       current.clear();
     } else {
-      current += spec[i];
+      current += pattern[i];
     }
   }
   sections.push_back(current);

@@ -11,9 +11,9 @@ namespace qvrlang {
 
 // Str of a floating-point number: up to seven significant digits, an exponent past them.
 std::string formatReal(double value);
-// Format(number, spec): # optional digit, 0 required digit, . decimal point, , thousands
+// Format(number, pattern): # optional digit, 0 required digit, . decimal point, , thousands
 // separators, % percent, + and - signs, \c a literal character, sections "pos;neg;zero".
-std::string formatNumber(double value, const std::string& spec);
+std::string formatNumber(double value, const std::string& pattern);
 // The string as UTF-8 (bytes as they are when the encoding is unknown).
 std::string textOf(host::Runtime& rt, const Value& value);
 // What a Variant (or a number, a Boolean, a colour) reads as where a String is wanted.
