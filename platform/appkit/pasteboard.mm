@@ -3,28 +3,30 @@
    new set of types. Access is serialised, since any thread may copy or paste. */
 #import <AppKit/AppKit.h>
 
-NSString* const NSGeneralPboard = @"Apple CFPasteboard general";
-NSString* const NSFontPboard = @"Apple CFPasteboard font";
-NSString* const NSRulerPboard = @"Apple CFPasteboard ruler";
-NSString* const NSFindPboard = @"Apple CFPasteboard find";
-NSString* const NSDragPboard = @"Apple CFPasteboard drag";
-NSString* const NSPasteboardNameGeneral = @"Apple CFPasteboard general";
+/* The older type names and the newer ones of the same format share one value, so data
+   put under either name is found under both. */
+NSString* const NSGeneralPboard = @"NSGeneralPboard";
+NSString* const NSFontPboard = @"NSFontPboard";
+NSString* const NSRulerPboard = @"NSRulerPboard";
+NSString* const NSFindPboard = @"NSFindPboard";
+NSString* const NSDragPboard = @"NSDragPboard";
+NSString* const NSPasteboardNameGeneral = @"NSGeneralPboard";
 
 NSString* const NSPasteboardTypeString = @"public.utf8-plain-text";
-NSString* const NSPasteboardTypePDF = @"com.adobe.pdf";
+NSString* const NSPasteboardTypePDF = @"NSPasteboardTypePDF";
 NSString* const NSPasteboardTypeTIFF = @"public.tiff";
 NSString* const NSPasteboardTypePNG = @"public.png";
 NSString* const NSPasteboardTypeRTF = @"public.rtf";
 NSString* const NSPasteboardTypeURL = @"public.url";
 NSString* const NSPasteboardTypeFileURL = @"public.file-url";
-NSString* const NSStringPboardType = @"NSStringPboardType";
+NSString* const NSStringPboardType = @"public.utf8-plain-text";
 NSString* const NSFilenamesPboardType = @"NSFilenamesPboardType";
 NSString* const NSPostScriptPboardType = @"NSPostScriptPboardType";
-NSString* const NSTIFFPboardType = @"NeXT TIFF v4.0 pasteboard type";
-NSString* const NSRTFPboardType = @"NeXT Rich Text Format v1.0 pasteboard type";
-NSString* const NSPDFPboardType = @"Apple PDF pasteboard type";
-NSString* const NSPICTPboardType = @"Apple PICT pasteboard type";
-NSString* const NSURLPboardType = @"Apple URL pasteboard type";
+NSString* const NSTIFFPboardType = @"public.tiff";
+NSString* const NSRTFPboardType = @"public.rtf";
+NSString* const NSPDFPboardType = @"NSPasteboardTypePDF";
+NSString* const NSPICTPboardType = @"NSPICTPboardType";
+NSString* const NSURLPboardType = @"public.url";
 NSString* const NSFileContentsPboardType = @"NSFileContentsPboardType";
 
 static NSMutableDictionary* Pasteboards(void) {

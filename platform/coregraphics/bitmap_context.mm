@@ -116,7 +116,7 @@ CGContextRef CGBitmapContextCreateWithData(void* data, size_t width, size_t heig
   context->layout = layout;
   context->state = GraphicsStateInitial();
   context->savedStates = new std::vector<GraphicsState>();
-  /* Quartz's default user space: origin at the bottom left, y up. */
+  /* Core Graphics' default user space: origin at the bottom left, y up. */
   cairo_translate(context->cr, 0, (double)height);
   cairo_scale(context->cr, 1, -1);
   return CGRef<CGContextRef>(context);

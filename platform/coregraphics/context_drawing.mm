@@ -1,7 +1,7 @@
 /* Painting into a context: filling and clearing rectangles and drawing images (and image
    masks, which paint the fill colour) stretched over a rectangle, with the blend mode as
-   cairo operator and the global alpha applied to the source before compositing, as Quartz
-   does. Every painting is confined to its rectangle, so even the operators cairo treats
+   cairo operator and the global alpha applied to the source before compositing, as Core
+   Graphics does. Every painting is confined to its rectangle, so even the operators cairo treats
    as unbounded leave the rest of the context alone. */
 #include "cg_internal.h"
 

@@ -45,7 +45,7 @@ void CGContextConcatCTM(CGContextRef ref, CGAffineTransform t) {
   cairo_transform(c->cr, &m);
 }
 
-/* Cairo's matrix maps user space to memory rows (y down); Quartz's CTM maps it to device
+/* Cairo's matrix maps user space to memory rows (y down); Core Graphics' CTM maps it to device
    space with y up, so the base flip is taken back out. */
 CGAffineTransform CGContextGetCTM(CGContextRef ref) {
   CGContextObject* c = CGContextGetObject(ref);

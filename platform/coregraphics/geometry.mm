@@ -1,5 +1,5 @@
 /* Core Graphics geometry: rectangle queries on standardised rectangles, intersections and
-   unions with the null rectangle as Apple defines it, and affine transforms. */
+   unions with the null rectangle as Core Graphics defines it, and affine transforms. */
 #include "cg_internal.h"
 
 #include <math.h>

@@ -1,5 +1,5 @@
 /* CGImage: reading every layout, drawing stretched into a rectangle with each
-   interpolation, image masks as stencils, images clipped by masks (Apple's two senses),
+   interpolation, image masks as stencils, images clipped by masks (image masks and grey images, each in its own sense),
    rectangles cut out, type identifiers, and the images it refuses to make. */
 #import "drawing_pixels.h"
 

@@ -15,7 +15,7 @@ APPKIT_EXTERN NSString* const NSFindPboard;
 APPKIT_EXTERN NSString* const NSDragPboard;
 APPKIT_EXTERN NSString* const NSPasteboardNameGeneral;
 
-/* Types. */
+/* Types. An older name and the newer one of the same format are the same string. */
 APPKIT_EXTERN NSString* const NSPasteboardTypeString;
 APPKIT_EXTERN NSString* const NSPasteboardTypePDF;
 APPKIT_EXTERN NSString* const NSPasteboardTypeTIFF;

@@ -2,7 +2,7 @@
    own. Row 0 of the memory is the top row of the picture. Layouts: 8-bit grey with no
    alpha, 8-bit alpha only (colour space grey or NULL), and 32-bit RGB with alpha or a
    skipped byte first or last, premultiplied or not, in default, big or little 32-bit
-   byte order; beyond Apple's set, also 24-bit RGB without alpha and 16-bit grey with
+   byte order; beyond the platform's own set, also 24-bit RGB without alpha and 16-bit grey with
    alpha, the meshed layouts of bitmap representations. The memory holds every drawing
    as soon as the drawing call returns. */
 #ifndef QVR_CGBITMAPCONTEXT_H
