@@ -74,7 +74,7 @@ bool run_decode(DecodeJob& job) {
   keep_markers(job);
   jpeg_start_decompress(&job.cinfo);
   Raster& raster = job.out->raster;
-  if (!raster.allocate(int(job.cinfo.output_width), int(job.cinfo.output_height), grey ? 1 : 3, 8, false))
+  if (!raster.allocate(int(job.cinfo.output_width), int(job.cinfo.output_height), grey ? 1 : 3, 8, false, false))
     return false;
   if (cmyk) job.cmyk_row->resize(size_t(raster.width) * 4);
   while (job.cinfo.output_scanline < job.cinfo.output_height) {

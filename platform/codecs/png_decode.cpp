@@ -92,7 +92,7 @@ bool run_decode(DecodeJob& job) {
   const int channels = png_get_channels(job.png, job.info);
   if (channels < 1 || channels > 4) return false;
   Raster& raster = job.out->raster;
-  if (!raster.allocate(int(width), int(height), channels, bits, alpha)) return false;
+  if (!raster.allocate(int(width), int(height), channels, bits, alpha, false)) return false;
   if (png_get_rowbytes(job.png, job.info) != raster.stride) return false;
   job.rows->resize(height);
   for (png_uint_32 y = 0; y < height; ++y) (*job.rows)[y] = raster.row(int(y));

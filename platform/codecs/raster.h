@@ -6,10 +6,34 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <utility>
 #include <vector>
 
 namespace qvr {
+
+// An allocator that leaves new bytes as they come: decoders overwrite every pixel anyway,
+// and zeroing a large picture first costs a pass over all of its memory.
+template <typename T>
+struct UninitialisedAllocator : std::allocator<T> {
+  template <typename U>
+  struct rebind {
+    using other = UninitialisedAllocator<U>;
+  };
+  UninitialisedAllocator() = default;
+  template <typename U>
+  UninitialisedAllocator(const UninitialisedAllocator<U>&) noexcept {}
+  template <typename U>
+  void construct(U* p) noexcept {
+    ::new (static_cast<void*>(p)) U;
+  }
+  template <typename U, typename... Args>
+  void construct(U* p, Args&&... args) {
+    ::new (static_cast<void*>(p)) U(std::forward<Args>(args)...);
+  }
+};
+
+using PixelStorage = std::vector<uint8_t, UninitialisedAllocator<uint8_t>>;
 
 // Meshed pixels, row 0 at the top. Samples are 8 bits, or 16 bits in native byte order.
 // Sample order: grey; grey, alpha; red, green, blue; red, green, blue, alpha.
@@ -22,7 +46,7 @@ struct Raster {
   bool premultiplied = false;  // colour samples already multiplied by alpha
   size_t stride = 0;           // bytes from one row to the next
   uint8_t* pixels = nullptr;   // the first row: into storage, or someone else's memory
-  std::vector<uint8_t> storage;
+  PixelStorage storage;
 
   Raster() = default;
   // Copies own their pixels: a copy of a view is a view, a copy of owned storage is owned.
@@ -31,8 +55,9 @@ struct Raster {
   Raster& operator=(const Raster& other);
   Raster& operator=(Raster&& other) noexcept;
 
-  // Sizes own, zeroed storage for w x h x spp at bps; false if that would be absurd.
-  bool allocate(int w, int h, int spp, int bps, bool has_alpha);
+  // Sizes own storage for w x h x spp at bps, zeroed unless the caller writes every pixel;
+  // false if that would be absurd.
+  bool allocate(int w, int h, int spp, int bps, bool has_alpha, bool zeroed = true);
   // Describes memory owned elsewhere (an encoder's input), without copying it.
   void view(uint8_t* first_row, int w, int h, int spp, int bps, bool has_alpha, size_t row_bytes);
   uint8_t* row(int y) { return pixels + stride * static_cast<size_t>(y); }
@@ -64,6 +89,9 @@ struct Frame {
 // Largest image the codecs accept: width and height each, and pixels in all.
 constexpr int kMaxDimension = 1 << 16;
 constexpr int64_t kMaxPixels = int64_t(1) << 28;
+
+// Asks for large pages over fresh memory that is about to be written (a picture's pixels).
+void advise_large_pages(void* start, size_t length);
 
 // One row converted to 8-bit samples in the layout an encoder wants: out_samples 1 (grey),
 // 3 (RGB) or 4 (RGBA, not premultiplied). Alpha dropped on the way is laid over background.

@@ -29,6 +29,7 @@ bool HostIsLittleEndian() {
   const size_t rowBytes = size_t(raster.width) * raster.samples * (raster.bits / 8);
   uint8_t* pixels = static_cast<uint8_t*>(std::malloc(rowBytes * size_t(raster.height)));
   if (pixels == nullptr) return NULL;
+  qvr::advise_large_pages(pixels, rowBytes * size_t(raster.height));
   for (int y = 0; y < raster.height; ++y) std::memcpy(pixels + rowBytes * size_t(y), raster.row(y), rowBytes);
   CGDataProviderRef provider = CGDataProviderCreateWithData(nullptr, pixels, rowBytes * size_t(raster.height), FreePixels);
   if (provider == NULL) {

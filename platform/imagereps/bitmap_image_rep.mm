@@ -160,6 +160,8 @@ void read_pixel(const BitmapStorage* s, NSInteger bps, NSInteger x, NSInteger y,
   const NSInteger planeCount = isPlanar ? spp : 1;
   const size_t planeBytes = size_t(rBytes) * size_t(height);
   if (planes == NULL || planes[0] == NULL) {
+    storage->owned.reserve(planeBytes * size_t(planeCount));
+    qvr::advise_large_pages(storage->owned.data(), storage->owned.capacity());
     storage->owned.assign(planeBytes * size_t(planeCount), 0);
     for (NSInteger p = 0; p < planeCount; ++p) storage->planes[p] = storage->owned.data() + planeBytes * size_t(p);
   } else {

@@ -12,7 +12,7 @@
 
 struct BitmapStorage {
   unsigned char* planes[5] = {nullptr, nullptr, nullptr, nullptr, nullptr};
-  std::vector<uint8_t> owned;  // the pixels when the representation allocated them
+  qvr::PixelStorage owned;  // the pixels when the representation allocated them
   NSInteger samplesPerPixel = 0;
   NSInteger bitsPerPixel = 0;
   NSInteger bytesPerRow = 0;
