@@ -128,21 +128,21 @@ void* getInsertProc(ObjectHeader* array) {
   ArrayData* data = impl ? impl->arrayData(array) : nullptr;
   if (!data) return nullptr;
   switch (data->elementType) {
-    case kArrayInteger: return reinterpret_cast<void*>(&insertInteger);
-    case kArrayInt32: return reinterpret_cast<void*>(&insertInt32);
-    case kArrayDouble: return reinterpret_cast<void*>(&insertDouble);
-    case kArrayString: return reinterpret_cast<void*>(&insertString);
-    case kArrayObject: return reinterpret_cast<void*>(&insertObject);
-    case kArrayBoolean: return reinterpret_cast<void*>(&insertBoolean);
-    case kArraySingle: return reinterpret_cast<void*>(&insertSingle);
-    case kArrayInt64: return reinterpret_cast<void*>(&insertInt64);
+    case kArrayInteger: return guardedEntryPoint<&insertInteger>("array insert procedure");
+    case kArrayInt32: return guardedEntryPoint<&insertInt32>("array insert procedure");
+    case kArrayDouble: return guardedEntryPoint<&insertDouble>("array insert procedure");
+    case kArrayString: return guardedEntryPoint<&insertString>("array insert procedure");
+    case kArrayObject: return guardedEntryPoint<&insertObject>("array insert procedure");
+    case kArrayBoolean: return guardedEntryPoint<&insertBoolean>("array insert procedure");
+    case kArraySingle: return guardedEntryPoint<&insertSingle>("array insert procedure");
+    case kArrayInt64: return guardedEntryPoint<&insertInt64>("array insert procedure");
     default: return nullptr;
   }
 }
 
 void* getGetProc(ObjectHeader* array) {
   Runtime::Impl* impl = currentImpl();
-  return impl && impl->arrayData(array) ? reinterpret_cast<void*>(&getValue) : nullptr;
+  return impl && impl->arrayData(array) ? guardedEntryPoint<&getValue>("array get procedure") : nullptr;
 }
 
 intptr_t runtimeUBound(ObjectHeader* array) {
@@ -203,10 +203,10 @@ std::vector<Value> Runtime::arrayElements(const Value& array) const {
 }
 
 void addArrayEntryPoints(std::vector<EntryPoint>& table) {
-  table.push_back({"RuntimeArrayCreateSingleDimBoundedArray", reinterpret_cast<void*>(&createArray)});
-  table.push_back({"RuntimeArrayDirectGetInsertProc", reinterpret_cast<void*>(&getInsertProc)});
-  table.push_back({"RuntimeArrayDirectGetGetProc", reinterpret_cast<void*>(&getGetProc)});
-  table.push_back({"RuntimeUBound", reinterpret_cast<void*>(&runtimeUBound)});
+  table.push_back({"RuntimeArrayCreateSingleDimBoundedArray", guardedEntryPoint<&createArray>("RuntimeArrayCreateSingleDimBoundedArray")});
+  table.push_back({"RuntimeArrayDirectGetInsertProc", guardedEntryPoint<&getInsertProc>("RuntimeArrayDirectGetInsertProc")});
+  table.push_back({"RuntimeArrayDirectGetGetProc", guardedEntryPoint<&getGetProc>("RuntimeArrayDirectGetGetProc")});
+  table.push_back({"RuntimeUBound", guardedEntryPoint<&runtimeUBound>("RuntimeUBound")});
 }
 
 }  // namespace host

@@ -84,7 +84,7 @@ void runtimeRaiseException(ObjectHeader* exception) {
 }  // namespace
 
 void addExceptionEntryPoints(std::vector<EntryPoint>& table) {
-  table.push_back({"RuntimeRaiseException", reinterpret_cast<void*>(&runtimeRaiseException)});
+  table.push_back({"RuntimeRaiseException", guardedEntryPoint<&runtimeRaiseException>("RuntimeRaiseException")});
 }
 
 }  // namespace host

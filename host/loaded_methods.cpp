@@ -26,6 +26,10 @@ void runClosure(ffi_cif*, void* ret, void** args, void* user) {
   auto* c = static_cast<ClosurePool::Closure*>(user);
   Slot result{};
   Runtime::Impl* impl = currentImpl();
+  if (impl && !tCurrentHostThread) {
+    refuseForeignCall("a method loaded by declaration");
+    impl = nullptr;
+  }
   if (impl) {
     try {
       size_t k = 0;
@@ -166,8 +170,8 @@ void* loadObjectMethod(ObjectHeader* object, const char* declaration) {
 }  // namespace
 
 void addLoadedMethodEntryPoints(std::vector<EntryPoint>& table) {
-  table.push_back({"REALLoadGlobalMethod", reinterpret_cast<void*>(&loadGlobalMethod)});
-  table.push_back({"REALLoadObjectMethod", reinterpret_cast<void*>(&loadObjectMethod)});
+  table.push_back({"REALLoadGlobalMethod", guardedEntryPoint<&loadGlobalMethod>("REALLoadGlobalMethod")});
+  table.push_back({"REALLoadObjectMethod", guardedEntryPoint<&loadObjectMethod>("REALLoadObjectMethod")});
 }
 
 }  // namespace host

@@ -182,9 +182,9 @@ intptr_t memoryBlockGetSize(ObjectHeader* block) {
 }  // namespace
 
 void addMemoryBlockEntryPoints(std::vector<EntryPoint>& table) {
-  table.push_back({"newMemoryBlock", reinterpret_cast<void*>(&newMemoryBlockEntry)});
-  table.push_back({"memoryBlockGetPtr", reinterpret_cast<void*>(&memoryBlockGetPtr)});
-  table.push_back({"memoryBlockGetSize", reinterpret_cast<void*>(&memoryBlockGetSize)});
+  table.push_back({"newMemoryBlock", guardedEntryPoint<&newMemoryBlockEntry>("newMemoryBlock")});
+  table.push_back({"memoryBlockGetPtr", guardedEntryPoint<&memoryBlockGetPtr>("memoryBlockGetPtr")});
+  table.push_back({"memoryBlockGetSize", guardedEntryPoint<&memoryBlockGetSize>("memoryBlockGetSize")});
 }
 
 }  // namespace host

@@ -144,11 +144,11 @@ void realUnlockObject(ObjectHeader* object) {
 }  // namespace
 
 void addObjectEntryPoints(std::vector<EntryPoint>& table) {
-  table.push_back({"PluginNewInstance", reinterpret_cast<void*>(&pluginNewInstance)});
-  table.push_back({"pluginObjectType", reinterpret_cast<void*>(&pluginObjectType)});
-  table.push_back({"RuntimeObjectIsa", reinterpret_cast<void*>(&runtimeObjectIsa)});
-  table.push_back({"REALLockObject", reinterpret_cast<void*>(&realLockObject)});
-  table.push_back({"REALUnlockObject", reinterpret_cast<void*>(&realUnlockObject)});
+  table.push_back({"PluginNewInstance", guardedEntryPoint<&pluginNewInstance>("PluginNewInstance")});
+  table.push_back({"pluginObjectType", guardedEntryPoint<&pluginObjectType>("pluginObjectType")});
+  table.push_back({"RuntimeObjectIsa", guardedEntryPoint<&runtimeObjectIsa>("RuntimeObjectIsa")});
+  table.push_back({"REALLockObject", guardedEntryPoint<&realLockObject>("REALLockObject")});
+  table.push_back({"REALUnlockObject", guardedEntryPoint<&realUnlockObject>("REALUnlockObject")});
 }
 
 }  // namespace host

@@ -74,20 +74,20 @@ int setObject(ObjectHeader* o, const char* n, ObjectHeader* v) {
 }  // namespace
 
 void addPropertyEntryPoints(std::vector<EntryPoint>& table) {
-  table.push_back({"REALGetPropValueInt", reinterpret_cast<void*>(&getInt)});
-  table.push_back({"REALGetPropValueBool", reinterpret_cast<void*>(&getBool)});
-  table.push_back({"REALGetPropValueDouble", reinterpret_cast<void*>(&getDouble)});
-  table.push_back({"REALGetPropValueSingle", reinterpret_cast<void*>(&getSingle)});
-  table.push_back({"REALGetPropValueString", reinterpret_cast<void*>(&getString)});
-  table.push_back({"REALGetPropValueObject", reinterpret_cast<void*>(&getObject)});
-  table.push_back({"REALGetPropValueInt64", reinterpret_cast<void*>(&getInt64)});
-  table.push_back({"REALSetPropValueInt", reinterpret_cast<void*>(&setInt)});
-  table.push_back({"REALSetPropValueBool", reinterpret_cast<void*>(&setBool)});
-  table.push_back({"REALSetPropValueDouble", reinterpret_cast<void*>(&setDouble)});
-  table.push_back({"REALSetPropValueSingle", reinterpret_cast<void*>(&setSingle)});
-  table.push_back({"REALSetPropValueString", reinterpret_cast<void*>(&setString)});
-  table.push_back({"REALSetPropValueObject", reinterpret_cast<void*>(&setObject)});
-  table.push_back({"REALSetPropValueInt64", reinterpret_cast<void*>(&setInt64)});
+  table.push_back({"REALGetPropValueInt", guardedEntryPoint<&getInt>("REALGetPropValueInt")});
+  table.push_back({"REALGetPropValueBool", guardedEntryPoint<&getBool>("REALGetPropValueBool")});
+  table.push_back({"REALGetPropValueDouble", guardedEntryPoint<&getDouble>("REALGetPropValueDouble")});
+  table.push_back({"REALGetPropValueSingle", guardedEntryPoint<&getSingle>("REALGetPropValueSingle")});
+  table.push_back({"REALGetPropValueString", guardedEntryPoint<&getString>("REALGetPropValueString")});
+  table.push_back({"REALGetPropValueObject", guardedEntryPoint<&getObject>("REALGetPropValueObject")});
+  table.push_back({"REALGetPropValueInt64", guardedEntryPoint<&getInt64>("REALGetPropValueInt64")});
+  table.push_back({"REALSetPropValueInt", guardedEntryPoint<&setInt>("REALSetPropValueInt")});
+  table.push_back({"REALSetPropValueBool", guardedEntryPoint<&setBool>("REALSetPropValueBool")});
+  table.push_back({"REALSetPropValueDouble", guardedEntryPoint<&setDouble>("REALSetPropValueDouble")});
+  table.push_back({"REALSetPropValueSingle", guardedEntryPoint<&setSingle>("REALSetPropValueSingle")});
+  table.push_back({"REALSetPropValueString", guardedEntryPoint<&setString>("REALSetPropValueString")});
+  table.push_back({"REALSetPropValueObject", guardedEntryPoint<&setObject>("REALSetPropValueObject")});
+  table.push_back({"REALSetPropValueInt64", guardedEntryPoint<&setInt64>("REALSetPropValueInt64")});
 }
 
 }  // namespace host

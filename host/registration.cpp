@@ -202,9 +202,9 @@ void pluginRegisterClass(uintptr_t* record) {
 }  // namespace
 
 void addRegistrationEntryPoints(std::vector<EntryPoint>& table) {
-  table.push_back({"RegisterPluginVersion", reinterpret_cast<void*>(&registerPluginVersion)});
-  table.push_back({"REALGetRBVersion", reinterpret_cast<void*>(&realGetRBVersion)});
-  table.push_back({"PluginRegisterClass", reinterpret_cast<void*>(&pluginRegisterClass)});
+  table.push_back({"RegisterPluginVersion", guardedEntryPoint<&registerPluginVersion>("RegisterPluginVersion")});
+  table.push_back({"REALGetRBVersion", guardedEntryPoint<&realGetRBVersion>("REALGetRBVersion")});
+  table.push_back({"PluginRegisterClass", guardedEntryPoint<&pluginRegisterClass>("PluginRegisterClass")});
 }
 
 }  // namespace host

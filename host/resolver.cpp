@@ -1,6 +1,8 @@
 // The resolver handed to REALPluginMain: maps an entry-point name to the host function
 // behind it. Names the runtime's options mark missing answer null, as an older host
-// would, and so does "REALGetRBVersion" when no host version is configured.
+// would, and so does "REALGetRBVersion" when no host version is configured. Every
+// entry point, and the resolver itself, refuses calls from threads that are not host
+// threads (entry_guard.h).
 #include "runtime_private.h"
 
 #include <cstring>
@@ -21,6 +23,7 @@ const std::vector<EntryPoint>& entryPoints() {
     addMemoryBlockEntryPoints(t);
     addPropertyEntryPoints(t);
     addLoadedMethodEntryPoints(t);
+    addThreadEntryPoints(t);
     return t;
   }();
   return table;
@@ -31,6 +34,10 @@ const std::vector<EntryPoint>& entryPoints() {
 extern "C" void* hostResolveEntryPoint(const char* name) {
   Runtime::Impl* impl = currentImpl();
   if (!impl || !name) return nullptr;
+  if (!tCurrentHostThread) {
+    refuseForeignCall("the resolver");
+    return nullptr;
+  }
   if (impl->options.missingEntryPoints.count(name)) return nullptr;
   if (!impl->options.version && std::strcmp(name, "REALGetRBVersion") == 0) return nullptr;
   for (const EntryPoint& entry : entryPoints())

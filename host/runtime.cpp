@@ -4,6 +4,7 @@
 #include "runtime_private.h"
 
 #include "closures.h"
+#include "threads.h"
 
 #include <algorithm>
 #include <cctype>
@@ -214,6 +215,8 @@ ClassInfo* Runtime::Impl::addBuiltInClass(const std::string& name, const std::st
 Runtime::Runtime(Options options) {
   if (gCurrent) throw std::logic_error("a host runtime already exists in this process");
   impl_ = std::make_unique<Impl>(*this, std::move(options));
+  resetForeignThreadCalls();
+  impl_->threads = std::make_unique<HostThreads>();
   impl_->closures = std::make_unique<ClosurePool>();
   gCurrent = this;
   publishSystemVersion(impl_->options);
@@ -225,6 +228,11 @@ Runtime::Runtime(Options options) {
 }
 
 Runtime::~Runtime() {
+  // Host threads still running end first, while the runtime they use is whole.
+  try {
+    impl_->threads->finishAll();
+  } catch (...) {
+  }
   // Plugins stay loaded for the life of the process; objects that host code still
   // holds are left alone, since plugin code may refer to them.
   if (impl_->pendingException) {

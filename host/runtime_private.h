@@ -6,6 +6,8 @@
 
 #include "host/runtime.h"
 
+#include "entry_guard.h"
+
 #include <map>
 #include <memory>
 #include <string>
@@ -48,6 +50,7 @@ struct EntryPoint {
 };
 
 class ClosurePool;
+class HostThreads;
 
 struct Runtime::Impl {
   explicit Impl(Runtime& runtime, Options opts);
@@ -74,6 +77,9 @@ struct Runtime::Impl {
 
   std::vector<GlobalFunction> globals;
   std::unique_ptr<ClosurePool> closures;
+
+  // The host threads and their baton (threads.cpp); made first, ended first.
+  std::unique_ptr<HostThreads> threads;
 
   // --- classes (registration.cpp, runtime.cpp)
   ClassInfo* addBuiltInClass(const std::string& name, const std::string& superName, size_t dataSize);
@@ -142,6 +148,7 @@ void addArrayEntryPoints(std::vector<EntryPoint>& table);
 void addMemoryBlockEntryPoints(std::vector<EntryPoint>& table);
 void addPropertyEntryPoints(std::vector<EntryPoint>& table);
 void addLoadedMethodEntryPoints(std::vector<EntryPoint>& table);
+void addThreadEntryPoints(std::vector<EntryPoint>& table);
 
 // Sets QVR_SYSTEM_VERSION ("10.6") for the platform layer.
 void publishSystemVersion(const Options& options);

@@ -257,19 +257,19 @@ void* realGetStringCFString(StringObject* s, int32_t /*flag*/) {
 }  // namespace
 
 void addStringEntryPoints(std::vector<EntryPoint>& table) {
-  table.push_back({"REALLockString", reinterpret_cast<void*>(&realLockString)});
-  table.push_back({"REALUnlockString", reinterpret_cast<void*>(&realUnlockString)});
-  table.push_back({"REALBuildString", reinterpret_cast<void*>(&realBuildString)});
-  table.push_back({"REALGetStringEncoding", reinterpret_cast<void*>(&realGetStringEncoding)});
-  table.push_back({"REALSetStringEncoding", reinterpret_cast<void*>(&realSetStringEncoding)});
-  table.push_back({"REALConvertString", reinterpret_cast<void*>(&realConvertString)});
-  table.push_back({"PluginGetStringData", reinterpret_cast<void*>(&pluginGetStringData)});
-  table.push_back({"PluginDisposeStringData", reinterpret_cast<void*>(&pluginDisposeStringData)});
-  table.push_back({"StringGetCString", reinterpret_cast<void*>(&stringGetCString)});
+  table.push_back({"REALLockString", guardedEntryPoint<&realLockString>("REALLockString")});
+  table.push_back({"REALUnlockString", guardedEntryPoint<&realUnlockString>("REALUnlockString")});
+  table.push_back({"REALBuildString", guardedEntryPoint<&realBuildString>("REALBuildString")});
+  table.push_back({"REALGetStringEncoding", guardedEntryPoint<&realGetStringEncoding>("REALGetStringEncoding")});
+  table.push_back({"REALSetStringEncoding", guardedEntryPoint<&realSetStringEncoding>("REALSetStringEncoding")});
+  table.push_back({"REALConvertString", guardedEntryPoint<&realConvertString>("REALConvertString")});
+  table.push_back({"PluginGetStringData", guardedEntryPoint<&pluginGetStringData>("PluginGetStringData")});
+  table.push_back({"PluginDisposeStringData", guardedEntryPoint<&pluginDisposeStringData>("PluginDisposeStringData")});
+  table.push_back({"StringGetCString", guardedEntryPoint<&stringGetCString>("StringGetCString")});
 }
 
 void addPlatformStringEntryPoints(std::vector<EntryPoint>& table) {
-  table.push_back({"REALGetStringCFString", reinterpret_cast<void*>(&realGetStringCFString)});
+  table.push_back({"REALGetStringCFString", guardedEntryPoint<&realGetStringCFString>("REALGetStringCFString")});
 }
 
 }  // namespace host

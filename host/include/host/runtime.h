@@ -311,6 +311,28 @@ class Runtime {
   size_t liveObjects() const;
   size_t liveStrings() const;
 
+  // Cooperative host threads. Each is an OS thread that runs only while it holds the one
+  // baton; the thread that made the Runtime is the first host thread and holds it at
+  // the start. "REALYieldToRB" (and yield() from host code) hands the baton to the next
+  // unfinished host thread in the order they were started and waits for it to come
+  // back. startThread returns the new thread's id; its body first runs at the next
+  // yield. joinThread yields until that thread has finished, then rethrows whatever its
+  // body threw. runThreadsUntil yields until done() holds (true), or until no other
+  // host thread is left or maxYields yields have passed (then done() decides).
+  // A Runtime being destroyed first runs the threads still going to their end.
+  size_t startThread(std::function<void()> body);
+  void yield();
+  bool threadFinished(size_t id) const;
+  void joinThread(size_t id);
+  bool runThreadsUntil(const std::function<bool()>& done, size_t maxYields = 1000000);
+  size_t runningThreads() const;     // started and not yet finished (the first excluded)
+  uint64_t yieldCount() const;       // yields so far, by plugins and host code alike
+  // Entry points (and the resolver) refuse calls from threads that are not host
+  // threads: each refusal is counted here, logged once per entry point, and answered
+  // with the neutral result (null, 0, false).
+  size_t foreignThreadCalls() const;
+  static bool onHostThread();
+
   struct Impl;
   Impl& impl() { return *impl_; }
 

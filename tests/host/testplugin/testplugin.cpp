@@ -11,6 +11,9 @@
 #include <cstring>
 #include <string>
 
+#include <atomic>
+#include <pthread.h>
+
 extern "C" void testplugin_throw_string(void);
 extern "C" long testplugin_platform_length(void* string);
 extern "C" void testplugin_platform_release(void* string);
@@ -501,6 +504,75 @@ Object makeFragile(Object) {
   return newInstance ? newInstance("TestFragile") : nullptr;
 }
 
+// TestThreads: work on a plugin-made thread, as a threaded runner does it. The worker
+// finishes once the host thread has yielded the asked number of times; the host thread
+// yields until the worker is done. Another worker calls the host and must be refused.
+struct YieldingWork {
+  std::atomic<intptr_t> yieldsSeen{0};
+  intptr_t target = 0;
+  std::atomic<bool> done{false};
+  intptr_t sum = 0;
+};
+
+void* yieldingWorker(void* argument) {
+  auto* work = static_cast<YieldingWork*>(argument);
+  for (intptr_t i = 1; i <= 1000; ++i) work->sum += i;
+  while (work->yieldsSeen.load() < work->target) sched_yield();
+  work->done.store(true);
+  return nullptr;
+}
+
+intptr_t yieldingWork(intptr_t yields) {
+  auto yield = entry<void (*)()>("REALYieldToRB");
+  if (!yield) return -1;
+  YieldingWork work;
+  work.target = yields;
+  pthread_t thread;
+  if (pthread_create(&thread, nullptr, &yieldingWorker, &work) != 0) return -1;
+  intptr_t count = 0;
+  while (!work.done.load()) {
+    yield();
+    work.yieldsSeen.store(++count);
+  }
+  pthread_join(thread, nullptr);
+  return work.sum == 500500 ? count : -1;
+}
+
+struct ForeignCalls {
+  void* (*build)(const char*, int32_t) = nullptr;
+  void (*yield)() = nullptr;
+  intptr_t neutral = 0;
+};
+
+void* foreignWorker(void* argument) {
+  auto* calls = static_cast<ForeignCalls*>(argument);
+  if (calls->build && calls->build("abc", 3) == nullptr) ++calls->neutral;
+  if (calls->yield) {
+    calls->yield();
+    ++calls->neutral;
+  }
+  if (gResolver && gResolver("REALBuildString") == nullptr) ++calls->neutral;
+  return nullptr;
+}
+
+// Answers how many of three host calls made on a foreign thread came back neutral.
+intptr_t foreignCalls() {
+  ForeignCalls calls;
+  calls.build = entry<void* (*)(const char*, int32_t)>("REALBuildString");
+  calls.yield = entry<void (*)()>("REALYieldToRB");
+  pthread_t thread;
+  if (pthread_create(&thread, nullptr, &foreignWorker, &calls) != 0) return -1;
+  pthread_join(thread, nullptr);
+  return calls.neutral;
+}
+
+Method gThreadsShared[] = {
+    {fn(&yieldingWork), nullptr, "YieldingWork(yields as Integer) as Integer", 4, 0, 0},
+    {fn(&foreignCalls), nullptr, "ForeignCalls() as Integer", 4, 0, 0},
+};
+
+ClassDefinition gThreadsClass;
+
 // ---- tables
 
 Property gBaseProperties[] = {
@@ -648,6 +720,13 @@ void setUpClasses() {
   gFragileClass.constructor = fn(&fragileConstructor);
   gFragileClass.destructor = fn(&fragileDestructor);
   gFragileClass.mFlags = 4;
+
+  gThreadsClass = ClassDefinition{};
+  gThreadsClass.version = 12;
+  gThreadsClass.name = "TestThreads";
+  gThreadsClass.mFlags = 4;
+  gThreadsClass.sharedMethods = gThreadsShared;
+  gThreadsClass.sharedMethodCount = countOf(gThreadsShared);
 }
 
 // Layout 9: 25 words with narrower member records, copied over the static record.
@@ -701,6 +780,7 @@ extern "C" __attribute__((visibility("default"))) void REALPluginMain(void* (*re
   gLayout = gVersion >= 2013.03 ? 12 : gVersion >= 2013.0 ? 11 : gVersion >= 2012.0 ? 10 : 9;
   if (registerVersion) registerVersion(gLayout);
   setUpClasses();
+  registerClass(gThreadsClass);
   registerClass(gFragileClass);
   registerClass(gBaseClass);
   registerClass(gDerivedClass);
