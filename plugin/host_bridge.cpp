@@ -348,15 +348,15 @@ void REALUnlockPictureDescription(REALpicture picture) {
 /* File references */
 
 GLUE_CELL(REALFSSpecFromFolderItem);
-bool REALFSSpecFromFolderItem(FSSpec* spec, REALfolderItem item) {
+bool REALFSSpecFromFolderItem(FSSpec* fileSpec, REALfolderItem item) {
   auto entry = Entry<bool (*)(FSSpec*, REALfolderItem)>(REALFSSpecFromFolderItemCell, "REALFSSpecFromFolderItem");
-  return entry ? entry(spec, item) : false;
+  return entry ? entry(fileSpec, item) : false;
 }
 
 GLUE_CELL(FolderItemFromFSSpec);
-REALfolderItem FolderItemFromFSSpec(const FSSpec* spec) {
+REALfolderItem FolderItemFromFSSpec(const FSSpec* fileSpec) {
   auto entry = Entry<REALfolderItem (*)(const FSSpec*)>(FolderItemFromFSSpecCell, "FolderItemFromFSSpec");
-  return entry ? entry(spec) : nullptr;
+  return entry ? entry(fileSpec) : nullptr;
 }
 
 GLUE_CELL(REALFSRefFromFolderItem);

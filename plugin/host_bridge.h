@@ -87,8 +87,8 @@ bool REALLockPictureDescription(REALpicture picture, REALpictureDescription* des
 void REALUnlockPictureDescription(REALpicture picture);
 
 /* File references */
-bool REALFSSpecFromFolderItem(FSSpec* spec, REALfolderItem item);
-REALfolderItem FolderItemFromFSSpec(const FSSpec* spec);
+bool REALFSSpecFromFolderItem(FSSpec* fileSpec, REALfolderItem item);
+REALfolderItem FolderItemFromFSSpec(const FSSpec* fileSpec);
 bool REALFSRefFromFolderItem(REALfolderItem item, FSRef* ref, HFSUniStr255* name);
 REALfolderItem REALFolderItemFromParentFSRef(const FSRef* parent, const HFSUniStr255* name);
 
