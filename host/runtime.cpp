@@ -222,6 +222,7 @@ Runtime::Runtime(Options options) {
   publishSystemVersion(impl_->options);
   installExceptionClasses(*impl_);
   installMemoryBlockClass(*impl_);
+  installDateClass(*impl_);
   installArrayClasses(*impl_);
   installApplicationClass(*impl_);
   installGlobalFunctions(*impl_);

@@ -65,6 +65,7 @@ struct Runtime::Impl {
   std::map<std::string, ClassInfo*> classByName;
   ClassInfo* runtimeExceptionClass = nullptr;
   ClassInfo* memoryBlockClass = nullptr;
+  ClassInfo* dateClass = nullptr;
   ClassInfo* arrayClasses[8] = {};
 
   // Live objects and strings; entry points ignore pointers that are not in these sets.
@@ -134,6 +135,7 @@ bool equalsIgnoringCase(std::string_view a, std::string_view b);
 // The built-in classes, set up by each file that owns one.
 void installExceptionClasses(Runtime::Impl& impl);
 void installMemoryBlockClass(Runtime::Impl& impl);
+void installDateClass(Runtime::Impl& impl);
 void installArrayClasses(Runtime::Impl& impl);
 void installApplicationClass(Runtime::Impl& impl);
 void installGlobalFunctions(Runtime::Impl& impl);

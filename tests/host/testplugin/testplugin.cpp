@@ -573,6 +573,26 @@ Method gThreadsShared[] = {
 
 ClassDefinition gThreadsClass;
 
+// TestHandOver: host values read the way the image plugin reads them, through the
+// property and file entry points.
+String dateFields(Object date) {
+  auto getInt = entry<int (*)(Object, const char*, int32_t*)>("REALGetPropValueInt");
+  if (!getInt || !date) return makeString("");
+  std::string out;
+  for (const char* name : {"Year", "Month", "Day", "Hour", "Minute", "Second"}) {
+    int32_t value = 0;
+    if (!getInt(date, name, &value)) return makeString("failed at " + std::string(name));
+    out += (out.empty() ? "" : " ") + std::to_string(value);
+  }
+  return makeString(out);
+}
+
+Method gHandOverShared[] = {
+    {fn(&dateFields), nullptr, "DateFields(d as Date) as String", 4, 0, 0},
+};
+
+ClassDefinition gHandOverClass;
+
 // ---- tables
 
 Property gBaseProperties[] = {
@@ -727,6 +747,13 @@ void setUpClasses() {
   gThreadsClass.mFlags = 4;
   gThreadsClass.sharedMethods = gThreadsShared;
   gThreadsClass.sharedMethodCount = countOf(gThreadsShared);
+
+  gHandOverClass = ClassDefinition{};
+  gHandOverClass.version = 12;
+  gHandOverClass.name = "TestHandOver";
+  gHandOverClass.mFlags = 4;
+  gHandOverClass.sharedMethods = gHandOverShared;
+  gHandOverClass.sharedMethodCount = countOf(gHandOverShared);
 }
 
 // Layout 9: 25 words with narrower member records, copied over the static record.
@@ -781,6 +808,7 @@ extern "C" __attribute__((visibility("default"))) void REALPluginMain(void* (*re
   if (registerVersion) registerVersion(gLayout);
   setUpClasses();
   registerClass(gThreadsClass);
+  registerClass(gHandOverClass);
   registerClass(gFragileClass);
   registerClass(gBaseClass);
   registerClass(gDerivedClass);

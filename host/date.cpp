@@ -1,0 +1,243 @@
+// Date: a built-in class holding a moment as TotalSeconds (seconds since 1904-01-01
+// 00:00:00, counted in the date's own wall-clock time) and GMTOffset (hours). Fields
+// are derived from TotalSeconds; setting one rebuilds it, normalising overflow.
+#include "runtime_private.h"
+
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+
+namespace host {
+
+namespace {
+
+struct DateData {
+  double totalSeconds;  // wall-clock seconds since 1904-01-01 00:00:00
+  double gmtOffset;     // hours east of GMT
+};
+
+constexpr int64_t kSecondsPerDay = 86400;
+
+int64_t floorDiv(int64_t a, int64_t b) { return a / b - ((a % b != 0) && ((a < 0) != (b < 0))); }
+
+// Days since 1970-01-01 of a proleptic Gregorian date (month 1..12, any day count).
+int64_t daysFromCivil(int64_t year, int64_t month, int64_t day) {
+  year -= month <= 2;
+  int64_t era = floorDiv(year, 400);
+  int64_t yearOfEra = year - era * 400;
+  int64_t shifted = month > 2 ? month - 3 : month + 9;  // March is month 0
+  int64_t dayOfYear = (153 * shifted + 2) / 5 + day - 1;
+  int64_t dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
+  return era * 146097 + dayOfEra - 719468;
+}
+
+void civilFromDays(int64_t days, int64_t& year, int64_t& month, int64_t& day) {
+  days += 719468;
+  int64_t era = floorDiv(days, 146097);
+  int64_t dayOfEra = days - era * 146097;
+  int64_t yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
+  int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+  int64_t shifted = (5 * dayOfYear + 2) / 153;
+  day = dayOfYear - (153 * shifted + 2) / 5 + 1;
+  month = shifted < 10 ? shifted + 3 : shifted - 9;
+  year = yearOfEra + era * 400 + (month <= 2);
+}
+
+const int64_t kEpochDays = daysFromCivil(1904, 1, 1);
+
+struct Fields {
+  int64_t year, month, day, hour, minute, second;
+  double fraction;
+};
+
+Fields fieldsOf(double totalSeconds) {
+  Fields f{};
+  if (!std::isfinite(totalSeconds)) totalSeconds = 0;
+  double whole = std::floor(totalSeconds);
+  f.fraction = totalSeconds - whole;
+  // Keep the arithmetic inside int64_t for absurd values.
+  whole = std::fmax(std::fmin(whole, 9.0e15), -9.0e15);
+  auto seconds = static_cast<int64_t>(whole);
+  int64_t days = floorDiv(seconds, kSecondsPerDay);
+  int64_t ofDay = seconds - days * kSecondsPerDay;
+  civilFromDays(days + kEpochDays, f.year, f.month, f.day);
+  f.hour = ofDay / 3600;
+  f.minute = ofDay / 60 % 60;
+  f.second = ofDay % 60;
+  return f;
+}
+
+// Months beyond 1..12 carry into the year, days and times into the dates around them.
+int64_t clamped(int64_t value, int64_t limit) { return value < -limit ? -limit : value > limit ? limit : value; }
+
+double totalSecondsOf(const Fields& f) {
+  // Far beyond any calendar anyone uses, but the integer arithmetic stays exact.
+  int64_t month0 = clamped(f.month, 100000000) - 1;
+  int64_t year = clamped(f.year, 10000000) + floorDiv(month0, 12);
+  int64_t month = month0 - floorDiv(month0, 12) * 12 + 1;
+  double days = double(daysFromCivil(year, month, 1) - kEpochDays) + double(f.day) - 1;
+  return days * kSecondsPerDay + double(f.hour) * 3600 + double(f.minute) * 60 + double(f.second) + f.fraction;
+}
+
+// The local zone's offset in hours at a wall-clock moment (or now).
+double localOffsetHours(const Fields* at) {
+  std::tm tm{};
+  if (at) {
+    tm.tm_year = static_cast<int>(std::fmax(std::fmin(double(at->year), 1e8), -1e8)) - 1900;
+    tm.tm_mon = static_cast<int>(at->month - 1);
+    tm.tm_mday = static_cast<int>(at->day);
+    tm.tm_hour = static_cast<int>(at->hour);
+    tm.tm_min = static_cast<int>(at->minute);
+    tm.tm_sec = static_cast<int>(at->second);
+    tm.tm_isdst = -1;
+    if (std::mktime(&tm) == static_cast<std::time_t>(-1)) return 0;
+  } else {
+    std::time_t now = std::time(nullptr);
+    if (!localtime_r(&now, &tm)) return 0;
+  }
+  return double(tm.tm_gmtoff) / 3600.0;
+}
+
+DateData* dateOf(Runtime& runtime, const Value& self) {
+  Runtime::Impl& impl = runtime.impl();
+  if (self.kind != Value::Kind::Object || !impl.isLiveObject(self.object.get())) return nullptr;
+  if (!self.object.get()->cls->isA(impl.dateClass)) return nullptr;
+  return reinterpret_cast<DateData*>(impl.instanceData(self.object.get(), impl.dateClass));
+}
+
+MethodInfo nativeMethod(const char* declaration, NativeFunction function) {
+  MethodInfo m;
+  m.declarationText = declaration;
+  m.declaration = Declaration::parse(declaration);
+  m.native = std::move(function);
+  return m;
+}
+
+void addProperty(ClassInfo* cls, const char* name, const char* type, NativeFunction getter, NativeFunction setter) {
+  PropertyInfo p;
+  p.name = name;
+  p.type = type;
+  p.nativeGetter = std::move(getter);
+  p.nativeSetter = std::move(setter);
+  cls->properties.push_back(std::move(p));
+}
+
+// A field property: reads the field, and writes it by rebuilding TotalSeconds.
+void addField(ClassInfo* cls, const char* name, int64_t Fields::*field) {
+  addProperty(
+      cls, name, "Integer",
+      [field](Runtime& runtime, const Value& self, std::vector<Value>&) {
+        DateData* date = dateOf(runtime, self);
+        return Value::ofInteger(date ? fieldsOf(date->totalSeconds).*field : 0);
+      },
+      [field](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+        if (DateData* date = dateOf(runtime, self)) {
+          Fields f = fieldsOf(date->totalSeconds);
+          f.*field = args.at(0).integer;
+          date->totalSeconds = totalSecondsOf(f);
+        }
+        return Value::nil();
+      });
+}
+
+std::string formatted(const char* format, const Fields& f) {
+  char text[96];
+  std::snprintf(text, sizeof text, format, static_cast<long long>(f.year), static_cast<long long>(f.month),
+                static_cast<long long>(f.day), static_cast<long long>(f.hour), static_cast<long long>(f.minute),
+                static_cast<long long>(f.second));
+  return text;
+}
+
+}  // namespace
+
+void installDateClass(Runtime::Impl& impl) {
+  ClassInfo* cls = impl.addBuiltInClass("Date", "", sizeof(DateData));
+  impl.dateClass = cls;
+  cls->nativeConstructor = [](Runtime& runtime, ObjectHeader* object) {
+    auto* date = reinterpret_cast<DateData*>(runtime.impl().instanceData(object, runtime.impl().dateClass));
+    date->totalSeconds = 0;
+    date->gmtOffset = 0;
+  };
+  addField(cls, "Year", &Fields::year);
+  addField(cls, "Month", &Fields::month);
+  addField(cls, "Day", &Fields::day);
+  addField(cls, "Hour", &Fields::hour);
+  addField(cls, "Minute", &Fields::minute);
+  addField(cls, "Second", &Fields::second);
+  addProperty(
+      cls, "TotalSeconds", "Double",
+      [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+        DateData* date = dateOf(runtime, self);
+        return Value::ofDouble(date ? date->totalSeconds : 0);
+      },
+      [](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+        DateData* date = dateOf(runtime, self);
+        if (date && std::isfinite(args.at(0).real)) date->totalSeconds = args[0].real;
+        return Value::nil();
+      });
+  // A new offset shows the same moment in another zone: the wall clock moves with it.
+  addProperty(
+      cls, "GMTOffset", "Double",
+      [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+        DateData* date = dateOf(runtime, self);
+        return Value::ofDouble(date ? date->gmtOffset : 0);
+      },
+      [](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+        DateData* date = dateOf(runtime, self);
+        double hours = args.at(0).real;
+        if (date && std::isfinite(hours) && std::fabs(hours) <= 24) {
+          date->totalSeconds += (hours - date->gmtOffset) * 3600;
+          date->gmtOffset = hours;
+        }
+        return Value::nil();
+      });
+  addProperty(
+      cls, "DayOfWeek", "Integer",
+      [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+        DateData* date = dateOf(runtime, self);
+        if (!date) return Value::ofInteger(0);
+        double whole = std::floor(std::fmax(std::fmin(date->totalSeconds, 9.0e15), -9.0e15));
+        int64_t days = floorDiv(static_cast<int64_t>(std::isfinite(whole) ? whole : 0), kSecondsPerDay);
+        // 1904-01-01 was a Friday; Sunday is 1.
+        return Value::ofInteger((days + 5) - floorDiv(days + 5, 7) * 7 + 1);
+      },
+      nullptr);
+  addProperty(
+      cls, "SQLDate", "String",
+      [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+        DateData* date = dateOf(runtime, self);
+        return runtime.string(date ? formatted("%04lld-%02lld-%02lld", fieldsOf(date->totalSeconds)) : "");
+      },
+      nullptr);
+  addProperty(
+      cls, "SQLDateTime", "String",
+      [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+        DateData* date = dateOf(runtime, self);
+        return runtime.string(
+            date ? formatted("%04lld-%02lld-%02lld %02lld:%02lld:%02lld", fieldsOf(date->totalSeconds)) : "");
+      },
+      nullptr);
+  cls->methods.push_back(nativeMethod("Constructor()", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+    if (DateData* date = dateOf(runtime, self)) {
+      std::time_t now = std::time(nullptr);
+      date->gmtOffset = localOffsetHours(nullptr);
+      date->totalSeconds = double(now) + date->gmtOffset * 3600 - double(kEpochDays) * kSecondsPerDay;
+    }
+    return Value::nil();
+  }));
+  cls->methods.push_back(nativeMethod(
+      "Constructor(year as Integer, month as Integer, day as Integer, hour as Integer = 0, minute as Integer = 0, "
+      "second as Integer = 0)",
+      [](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+        if (DateData* date = dateOf(runtime, self)) {
+          Fields f{args.at(0).integer, args.at(1).integer, args.at(2).integer,
+                   args.at(3).integer, args.at(4).integer, args.at(5).integer, 0};
+          date->totalSeconds = totalSecondsOf(f);
+          Fields normal = fieldsOf(date->totalSeconds);
+          date->gmtOffset = localOffsetHours(&normal);
+        }
+        return Value::nil();
+      }));
+}
+
+}  // namespace host

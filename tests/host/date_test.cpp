@@ -1,0 +1,128 @@
+// The built-in Date: fields, TotalSeconds from 1904 in wall-clock time, normalisation of
+// fields set out of range, GMTOffset, the SQL strings, and a plugin reading the fields
+// by name through "REALGetPropValueInt".
+#include "host_fixture.h"
+
+#include <ctime>
+
+namespace {
+
+class DateTest : public HostTest {
+ protected:
+  host::Value date(int64_t y, int64_t m, int64_t d, int64_t h = 0, int64_t mi = 0, int64_t s = 0) {
+    return rt().newInstance("Date", {integer(y), integer(m), integer(d), integer(h), integer(mi), integer(s)});
+  }
+  int64_t field(const host::Value& d, const char* name) { return rt().get(d, name).integer; }
+  std::string sql(const host::Value& d) { return text(rt().get(d, "SQLDateTime")); }
+};
+
+TEST_F(DateTest, FieldsOfTheDateItWasMadeWith) {
+  load();
+  host::Value d = date(2012, 3, 4, 5, 6, 7);
+  EXPECT_EQ(field(d, "Year"), 2012);
+  EXPECT_EQ(field(d, "Month"), 3);
+  EXPECT_EQ(field(d, "Day"), 4);
+  EXPECT_EQ(field(d, "Hour"), 5);
+  EXPECT_EQ(field(d, "Minute"), 6);
+  EXPECT_EQ(field(d, "Second"), 7);
+  EXPECT_EQ(sql(d), "2012-03-04 05:06:07");
+  EXPECT_EQ(text(rt().get(d, "SQLDate")), "2012-03-04");
+  EXPECT_EQ(field(d, "DayOfWeek"), 1) << "a Sunday";
+}
+
+TEST_F(DateTest, APluginReadsTheFieldsByName) {
+  load();
+  host::Value d = date(2012, 3, 4, 5, 6, 7);
+  EXPECT_EQ(text(rt().callShared("TestHandOver", "DateFields", {d})), "2012 3 4 5 6 7");
+  EXPECT_EQ(text(rt().callShared("TestHandOver", "DateFields", {host::Value::nil()})), "");
+}
+
+TEST_F(DateTest, TotalSecondsCountFrom1904InWallClockTime) {
+  load();
+  EXPECT_DOUBLE_EQ(rt().get(date(1904, 1, 1), "TotalSeconds").real, 0.0);
+  EXPECT_DOUBLE_EQ(rt().get(date(1904, 1, 2, 0, 0, 1), "TotalSeconds").real, 86401.0);
+  // 1970-01-01 is 24107 days after 1904-01-01.
+  EXPECT_DOUBLE_EQ(rt().get(date(1970, 1, 1), "TotalSeconds").real, 24107.0 * 86400);
+  host::Value d = date(2000, 1, 1);
+  rt().set(d, "TotalSeconds", host::Value::ofDouble(rt().get(date(2012, 3, 4, 5, 6, 7), "TotalSeconds").real));
+  EXPECT_EQ(sql(d), "2012-03-04 05:06:07");
+  host::Value early = date(1900, 2, 28, 23, 59, 59);
+  EXPECT_LT(rt().get(early, "TotalSeconds").real, 0);
+  EXPECT_EQ(sql(early), "1900-02-28 23:59:59");
+}
+
+TEST_F(DateTest, FieldsSetOutOfRangeCarryIntoTheirNeighbours) {
+  load();
+  host::Value d = date(2012, 1, 31);
+  rt().set(d, "Month", integer(2));  // February 31st is March 2nd in a leap year
+  EXPECT_EQ(sql(d), "2012-03-02 00:00:00");
+  rt().set(d, "Month", integer(13));
+  EXPECT_EQ(sql(d), "2013-01-02 00:00:00");
+  rt().set(d, "Day", integer(0));
+  EXPECT_EQ(sql(d), "2012-12-31 00:00:00");
+  rt().set(d, "Second", integer(-1));
+  EXPECT_EQ(sql(d), "2012-12-30 23:59:59");
+  rt().set(d, "Minute", integer(61));
+  EXPECT_EQ(sql(d), "2012-12-31 00:01:59");
+  rt().set(d, "Hour", integer(48));
+  EXPECT_EQ(sql(d), "2013-01-02 00:01:59");
+  rt().set(d, "Month", integer(-1));
+  EXPECT_EQ(sql(d), "2012-11-02 00:01:59");
+  rt().set(d, "Year", integer(1900));
+  EXPECT_EQ(sql(d), "1900-11-02 00:01:59");
+  EXPECT_EQ(sql(date(2012, 14, 1)), "2013-02-01 00:00:00");
+  EXPECT_EQ(sql(date(1900, 2, 29)), "1900-03-01 00:00:00") << "1900 was no leap year";
+  EXPECT_EQ(sql(date(2000, 2, 29)), "2000-02-29 00:00:00");
+}
+
+TEST_F(DateTest, ANewGMTOffsetShowsTheSameMomentElsewhere) {
+  load();
+  host::Value d = date(2012, 3, 4, 5, 6, 7);
+  rt().set(d, "GMTOffset", host::Value::ofDouble(0));
+  rt().set(d, "GMTOffset", host::Value::ofDouble(2));
+  EXPECT_DOUBLE_EQ(rt().get(d, "GMTOffset").real, 2.0);
+  host::Value copy = date(2012, 3, 4);
+  rt().set(copy, "GMTOffset", host::Value::ofDouble(0));
+  rt().set(copy, "TotalSeconds", rt().get(d, "TotalSeconds"));
+  rt().set(copy, "GMTOffset", host::Value::ofDouble(0.5));
+  EXPECT_DOUBLE_EQ(rt().get(copy, "TotalSeconds").real, rt().get(d, "TotalSeconds").real + 1800);
+  rt().set(copy, "GMTOffset", host::Value::ofDouble(1e9));  // no zone is that far off: ignored
+  EXPECT_DOUBLE_EQ(rt().get(copy, "GMTOffset").real, 0.5);
+}
+
+TEST_F(DateTest, TheLocalOffsetComesFromTheZoneAtThatDate) {
+  load();
+  std::tm tm{};
+  tm.tm_year = 112;
+  tm.tm_mon = 2;
+  tm.tm_mday = 4;
+  tm.tm_hour = 5;
+  tm.tm_min = 6;
+  tm.tm_sec = 7;
+  tm.tm_isdst = -1;
+  ASSERT_NE(std::mktime(&tm), static_cast<std::time_t>(-1));
+  EXPECT_DOUBLE_EQ(rt().get(date(2012, 3, 4, 5, 6, 7), "GMTOffset").real, double(tm.tm_gmtoff) / 3600);
+}
+
+TEST_F(DateTest, ANewDateWithoutArgumentsIsNow) {
+  load();
+  std::time_t before = std::time(nullptr);
+  host::Value d = rt().newInstance("Date");
+  std::time_t after = std::time(nullptr);
+  double offset = rt().get(d, "GMTOffset").real;
+  double utc = rt().get(d, "TotalSeconds").real - offset * 3600 - 24107.0 * 86400;
+  EXPECT_GE(utc, double(before));
+  EXPECT_LE(utc, double(after) + 1);
+}
+
+TEST_F(DateTest, NonsenseIsIgnored) {
+  load();
+  host::Value d = date(2012, 3, 4);
+  rt().set(d, "TotalSeconds", host::Value::ofDouble(std::numeric_limits<double>::quiet_NaN()));
+  EXPECT_EQ(sql(d), "2012-03-04 00:00:00");
+  host::Value far = date(9223372036854775807LL, 1, 1);
+  EXPECT_EQ(rt().get(far, "Year").kind, host::Value::Kind::Integer);  // clamped, no crash
+  EXPECT_THROW(rt().set(d, "SQLDate", str("2000-01-01")), std::exception);
+}
+
+}  // namespace
