@@ -24,6 +24,7 @@ const std::vector<EntryPoint>& entryPoints() {
     addPropertyEntryPoints(t);
     addLoadedMethodEntryPoints(t);
     addThreadEntryPoints(t);
+    addFolderItemEntryPoints(t);
     return t;
   }();
   return table;

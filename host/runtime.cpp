@@ -223,6 +223,7 @@ Runtime::Runtime(Options options) {
   installExceptionClasses(*impl_);
   installMemoryBlockClass(*impl_);
   installDateClass(*impl_);
+  installFolderItemClass(*impl_);
   installArrayClasses(*impl_);
   installApplicationClass(*impl_);
   installGlobalFunctions(*impl_);

@@ -66,6 +66,7 @@ struct Runtime::Impl {
   ClassInfo* runtimeExceptionClass = nullptr;
   ClassInfo* memoryBlockClass = nullptr;
   ClassInfo* dateClass = nullptr;
+  ClassInfo* folderItemClass = nullptr;
   ClassInfo* arrayClasses[8] = {};
 
   // Live objects and strings; entry points ignore pointers that are not in these sets.
@@ -136,6 +137,7 @@ bool equalsIgnoringCase(std::string_view a, std::string_view b);
 void installExceptionClasses(Runtime::Impl& impl);
 void installMemoryBlockClass(Runtime::Impl& impl);
 void installDateClass(Runtime::Impl& impl);
+void installFolderItemClass(Runtime::Impl& impl);
 void installArrayClasses(Runtime::Impl& impl);
 void installApplicationClass(Runtime::Impl& impl);
 void installGlobalFunctions(Runtime::Impl& impl);
@@ -151,6 +153,7 @@ void addMemoryBlockEntryPoints(std::vector<EntryPoint>& table);
 void addPropertyEntryPoints(std::vector<EntryPoint>& table);
 void addLoadedMethodEntryPoints(std::vector<EntryPoint>& table);
 void addThreadEntryPoints(std::vector<EntryPoint>& table);
+void addFolderItemEntryPoints(std::vector<EntryPoint>& table);
 
 // Sets QVR_SYSTEM_VERSION ("10.6") for the platform layer.
 void publishSystemVersion(const Options& options);

@@ -297,6 +297,11 @@ class Runtime {
   Value memoryBlock(const void* bytes, size_t size);
   std::string memoryBlockBytes(const Value& block) const;
 
+  // FolderItems: a new one for a native path (made absolute; "." and ".." resolved
+  // without following links), and the path one names ("" for anything else).
+  Value folderItem(const std::string& path);
+  std::string folderItemPath(const Value& item) const;
+
   // One-dimensional host arrays.
   Value array(ArrayElementType type, const std::vector<Value>& elements = {});
   std::vector<Value> arrayElements(const Value& array) const;

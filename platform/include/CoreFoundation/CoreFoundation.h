@@ -210,4 +210,17 @@ CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef alloc, CFURLRef ur
 }
 #endif
 
+
+/* File URLs and the file manager's references (CoreServices): an existing object's
+   FSRef for a file URL, and a file URL (a directory URL for folders) for an FSRef. */
+#ifdef __cplusplus
+extern "C" {
+#endif
+struct FSRef;
+Boolean CFURLGetFSRef(CFURLRef url, struct FSRef* fsRef);
+CFURLRef CFURLCreateFromFSRef(CFAllocatorRef allocator, const struct FSRef* fsRef);
+#ifdef __cplusplus
+}
+#endif
+
 #endif

@@ -71,4 +71,70 @@ typedef struct HFSUniStr255 {
 }
 #endif
 
+
+/* The file manager on POSIX paths. The whole tree under "/" is one volume (vRefNum -1)
+   whose root directory has node ID 2 (its parent ID is 1). Every other directory or file
+   gets a node ID the first time it is referenced: an index into a process-wide table of
+   canonical paths, kept for the life of the process, so an ID always names the same
+   path. An FSRef holds "QVRf", that node ID, and the device and inode the path had when
+   the reference was made; it is valid while that path still names that object. An
+   FSSpec names an object (that need not exist) by its parent directory's node ID and a
+   name of at most 63 bytes, UTF-8 as on disk. Names in HFSUniStr255 are UTF-16. */
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+enum {
+  nsvErr = -35,
+  bdNamErr = -37,
+  dirNFErr = -120,
+  errFSNotAFolder = -1407,
+  kQVRFileVolume = -1,
+  fsRtParID = 1,
+  fsRtDirID = 2,
+};
+
+typedef UInt32 FSCatalogInfoBitmap;
+enum {
+  kFSCatInfoNone = 0,
+  kFSCatInfoNodeFlags = 0x00000002,
+  kFSCatInfoVolume = 0x00000004,
+  kFSCatInfoParentDirID = 0x00000008,
+  kFSCatInfoNodeID = 0x00000010,
+  kFSCatInfoDataSizes = 0x00004000,
+};
+enum { kFSNodeIsDirectoryMask = 0x0010 };
+
+/* The catalog fields this system answers, filled as the request bits ask. */
+typedef struct FSCatalogInfo {
+  UInt16 nodeFlags;
+  SInt16 volume;
+  UInt32 parentDirID;
+  UInt32 nodeID;
+  UInt64 dataLogicalSize;
+  UInt64 dataPhysicalSize;
+} FSCatalogInfo;
+
+/* Path (UTF-8, absolute or relative to the working directory) to an FSRef for the object
+   it names; fnfErr when there is none. *isDirectory is set when given. */
+OSStatus FSPathMakeRef(const UInt8* path, FSRef* ref, Boolean* isDirectory);
+/* The canonical absolute path an FSRef names, NUL-terminated; fnfErr when the object is
+   gone or replaced, paramErr for a reference this system did not make or a short buffer. */
+OSStatus FSRefMakePath(const FSRef* ref, UInt8* path, UInt32 maxPathSize);
+/* The catalog fields asked for, the name, the FSSpec and the parent's FSRef (the root's
+   parent FSRef is all zero bytes); each output may be NULL. */
+OSErr FSGetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap whichInfo, FSCatalogInfo* catalogInfo,
+                       HFSUniStr255* outName, FSSpec* fileSpec, FSRef* parentRef);
+/* Fills *fileSpec for the named item of directory dirID (a Pascal string; an empty or
+   NULL name means the directory itself). Answers noErr when the item exists, fnfErr when
+   only its directory does (the FSSpec is filled all the same), dirNFErr or nsvErr when
+   the directory or volume is unknown, bdNamErr for a name that cannot be one. */
+OSErr FSMakeFSSpec(SInt16 vRefNum, SInt32 dirID, const unsigned char* fileName, FSSpec* fileSpec);
+/* An FSRef for an existing object named by an FSSpec; fnfErr when it does not exist. */
+OSErr FSpMakeFSRef(const FSSpec* source, FSRef* newRef);
+
+#ifdef __cplusplus
+}
+#endif
+
 #endif

@@ -14,6 +14,8 @@
 #include <atomic>
 #include <pthread.h>
 
+#include <CoreServices/CoreServices.h>
+
 extern "C" void testplugin_throw_string(void);
 extern "C" long testplugin_platform_length(void* string);
 extern "C" void testplugin_platform_release(void* string);
@@ -587,8 +589,72 @@ String dateFields(Object date) {
   return makeString(out);
 }
 
+std::string refPath(const FSRef& ref) {
+  UInt8 path[4096];
+  return FSRefMakePath(&ref, path, sizeof path) == noErr ? reinterpret_cast<const char*>(path) : "";
+}
+
+// The path of an existing item's FSRef, or "".
+String refPathOf(Object item) {
+  auto toRef = entry<bool (*)(Object, FSRef*, HFSUniStr255*)>("REALFSRefFromFolderItem");
+  FSRef ref;
+  return makeString(toRef && toRef(item, &ref, nullptr) ? refPath(ref) : "");
+}
+
+// "parent path|name" as handed over with a name buffer, or "".
+String parentRefAndName(Object item) {
+  auto toRef = entry<bool (*)(Object, FSRef*, HFSUniStr255*)>("REALFSRefFromFolderItem");
+  FSRef ref;
+  HFSUniStr255 name;
+  std::memset(&name, 0, sizeof name);
+  if (!toRef || !toRef(item, &ref, &name)) return makeString("");
+  auto build = entry<String (*)(const char*, int32_t)>("REALBuildString");
+  auto tag = entry<void (*)(String, uint32_t)>("REALSetStringEncoding");
+  String utf16 = build(reinterpret_cast<const char*>(name.unicode), name.length * 2);
+  tag(utf16, 0x100);
+  std::string text = refPath(ref) + "|" + textOf(utf16);
+  unlockString(utf16);
+  return makeString(text);
+}
+
+// FolderItem to FSSpec and back.
+Object specRoundTrip(Object item) {
+  auto toSpec = entry<bool (*)(FSSpec*, Object)>("REALFSSpecFromFolderItem");
+  auto fromSpec = entry<Object (*)(const FSSpec*)>("FolderItemFromFSSpec");
+  FSSpec spec;
+  if (!toSpec || !fromSpec || !toSpec(&spec, item)) return nullptr;
+  return fromSpec(&spec);
+}
+
+// The FSSpec's parent ID and name, "parID:name", or "".
+String specOf(Object item) {
+  auto toSpec = entry<bool (*)(FSSpec*, Object)>("REALFSSpecFromFolderItem");
+  FSSpec spec;
+  if (!toSpec || !toSpec(&spec, item)) return makeString("");
+  return makeString(std::to_string(spec.parID) + ":" + std::string(reinterpret_cast<char*>(spec.name + 1), spec.name[0]));
+}
+
+// A FolderItem for a name (taken as UTF-16, `length` units of it) in a folder.
+Object fromParent(Object folder, String name, intptr_t length) {
+  auto toRef = entry<bool (*)(Object, FSRef*, HFSUniStr255*)>("REALFSRefFromFolderItem");
+  auto fromRef = entry<Object (*)(const FSRef*, const HFSUniStr255*)>("REALFolderItemFromParentFSRef");
+  FSRef ref;
+  if (!toRef || !fromRef || !toRef(folder, &ref, nullptr)) return nullptr;
+  std::string units = textOf(name, 0x100);
+  HFSUniStr255 buffer;
+  std::memset(&buffer, 0, sizeof buffer);
+  std::memcpy(buffer.unicode, units.data(), std::min<size_t>(units.size(), sizeof buffer.unicode));
+  buffer.length = static_cast<UInt16>(length);
+  return fromRef(&ref, &buffer);
+}
+
 Method gHandOverShared[] = {
     {fn(&dateFields), nullptr, "DateFields(d as Date) as String", 4, 0, 0},
+    {fn(&refPathOf), nullptr, "RefPath(f as FolderItem) as String", 4, 0, 0},
+    {fn(&parentRefAndName), nullptr, "ParentRefAndName(f as FolderItem) as String", 4, 0, 0},
+    {fn(&specRoundTrip), nullptr, "SpecRoundTrip(f as FolderItem) as FolderItem", 4, 0, 0},
+    {fn(&specOf), nullptr, "SpecOf(f as FolderItem) as String", 4, 0, 0},
+    {fn(&fromParent), nullptr, "FromParent(folder as FolderItem, name as String, length as Integer) as FolderItem", 4, 0, 0},
 };
 
 ClassDefinition gHandOverClass;

@@ -1,0 +1,195 @@
+// The file manager's references on POSIX paths, as host and plugins share them: FSRefs
+// of existing objects, catalog information (node ID 2 is the root), FSSpecs that may
+// name missing items, and file URLs to and from FSRefs.
+#include <CoreFoundation/CoreFoundation.h>
+#include <CoreServices/CoreServices.h>
+
+#include <gtest/gtest.h>
+
+#include <objc/message.h>
+#include <objc/runtime.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <string>
+
+namespace {
+
+// The URL functions may leave platform temporaries in the current pool: give them one.
+id send(id receiver, const char* selector) {
+  SEL sel = sel_registerName(selector);
+  return objc_msg_lookup(receiver, sel)(receiver, sel);
+}
+
+class FileReferences : public ::testing::Test {
+ protected:
+  FileReferences() : pool_(send(send(reinterpret_cast<id>(objc_getClass("NSAutoreleasePool")), "alloc"), "init")) {}
+  ~FileReferences() override { send(pool_, "release"); }
+
+  void SetUp() override {
+    char pattern[] = "/tmp/qvr-references-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    dir_ = pattern;
+    std::ofstream(dir_ + "/file") << "abc";
+  }
+  void TearDown() override { EXPECT_EQ(std::system(("rm -rf '" + dir_ + "'").c_str()), 0); }
+
+  FSRef ref(const std::string& path) {
+    FSRef out;
+    std::memset(&out, 0xAB, sizeof out);
+    EXPECT_EQ(FSPathMakeRef(reinterpret_cast<const UInt8*>(path.c_str()), &out, nullptr), noErr) << path;
+    return out;
+  }
+  std::string pathOf(const FSRef& r) {
+    UInt8 buffer[4096];
+    return FSRefMakePath(&r, buffer, sizeof buffer) == noErr ? reinterpret_cast<char*>(buffer) : "<none>";
+  }
+  std::string urlPath(CFURLRef url) {
+    if (!url) return "<nil>";
+    CFStringRef path = CFURLCopyFileSystemPath(url, kCFURLPOSIXPathStyle);
+    char buffer[4096] = {};
+    CFStringGetCString(path, buffer, sizeof buffer, kCFStringEncodingUTF8);
+    CFRelease(path);
+    return buffer;
+  }
+
+  id pool_;
+  std::string dir_;
+};
+
+TEST_F(FileReferences, ExistingObjectsOnlyAndTheSamePathBack) {
+  Boolean isDirectory = true;
+  FSRef r;
+  ASSERT_EQ(FSPathMakeRef(reinterpret_cast<const UInt8*>((dir_ + "/./file").c_str()), &r, &isDirectory), noErr);
+  EXPECT_FALSE(isDirectory);
+  EXPECT_EQ(pathOf(r), dir_ + "/file");
+  EXPECT_EQ(FSPathMakeRef(reinterpret_cast<const UInt8*>((dir_ + "/missing").c_str()), &r, nullptr), fnfErr);
+  EXPECT_EQ(FSPathMakeRef(nullptr, &r, nullptr), paramErr);
+  EXPECT_EQ(FSPathMakeRef(reinterpret_cast<const UInt8*>(""), &r, nullptr), paramErr);
+  UInt8 small[4];
+  EXPECT_EQ(FSRefMakePath(&r, small, sizeof small), paramErr);
+}
+
+TEST_F(FileReferences, AReferenceDiesWithItsObject) {
+  FSRef r = ref(dir_ + "/file");
+  ASSERT_EQ(rename((dir_ + "/file").c_str(), (dir_ + "/moved").c_str()), 0);
+  EXPECT_EQ(pathOf(r), "<none>");
+  std::ofstream(dir_ + "/file") << "new";
+  UInt8 buffer[4096];
+  EXPECT_EQ(FSRefMakePath(&r, buffer, sizeof buffer), fnfErr) << "another object at the same path";
+  FSRef moved = ref(dir_ + "/moved");
+  ASSERT_EQ(unlink((dir_ + "/moved").c_str()), 0);
+  EXPECT_EQ(FSRefMakePath(&moved, buffer, sizeof buffer), fnfErr);
+  FSRef garbage;
+  std::memset(&garbage, 0x5A, sizeof garbage);
+  EXPECT_EQ(FSRefMakePath(&garbage, buffer, sizeof buffer), paramErr);
+  FSRef zero = {};
+  EXPECT_EQ(FSGetCatalogInfo(&zero, kFSCatInfoNodeID, nullptr, nullptr, nullptr, nullptr), paramErr);
+}
+
+TEST_F(FileReferences, CatalogInformationNamesNodesAndParents) {
+  FSRef file = ref(dir_ + "/file"), folder = ref(dir_);
+  FSCatalogInfo info, folderInfo;
+  HFSUniStr255 name;
+  FSSpec spec;
+  FSRef parent;
+  ASSERT_EQ(FSGetCatalogInfo(&file, kFSCatInfoNodeID | kFSCatInfoParentDirID | kFSCatInfoNodeFlags | kFSCatInfoDataSizes,
+                             &info, &name, &spec, &parent),
+            noErr);
+  ASSERT_EQ(FSGetCatalogInfo(&folder, kFSCatInfoNodeID | kFSCatInfoNodeFlags, &folderInfo, nullptr, nullptr, nullptr),
+            noErr);
+  EXPECT_GT(info.nodeID, 2u);
+  EXPECT_EQ(info.parentDirID, folderInfo.nodeID);
+  EXPECT_EQ(info.nodeFlags & kFSNodeIsDirectoryMask, 0);
+  EXPECT_NE(folderInfo.nodeFlags & kFSNodeIsDirectoryMask, 0);
+  EXPECT_EQ(info.dataLogicalSize, 3u);
+  ASSERT_EQ(name.length, 4);
+  EXPECT_EQ(name.unicode[0], 'f');
+  EXPECT_EQ(name.unicode[3], 'e');
+  EXPECT_EQ(spec.parID, SInt32(folderInfo.nodeID));
+  EXPECT_EQ(std::string(reinterpret_cast<char*>(spec.name + 1), spec.name[0]), "file");
+  EXPECT_EQ(pathOf(parent), dir_);
+  // The same path keeps its node ID.
+  FSRef again = ref(dir_ + "/file");
+  FSCatalogInfo againInfo;
+  ASSERT_EQ(FSGetCatalogInfo(&again, kFSCatInfoNodeID, &againInfo, nullptr, nullptr, nullptr), noErr);
+  EXPECT_EQ(againInfo.nodeID, info.nodeID);
+}
+
+TEST_F(FileReferences, TheRootIsNodeTwoWithoutAParent) {
+  FSRef root = ref("/");
+  FSCatalogInfo info;
+  FSRef parent;
+  std::memset(&parent, 0x11, sizeof parent);
+  FSSpec spec;
+  ASSERT_EQ(FSGetCatalogInfo(&root, kFSCatInfoNodeID | kFSCatInfoParentDirID, &info, nullptr, &spec, &parent), noErr);
+  EXPECT_EQ(info.nodeID, 2u);
+  EXPECT_EQ(info.parentDirID, 1u);
+  FSRef zero = {};
+  EXPECT_EQ(std::memcmp(&parent, &zero, sizeof zero), 0);
+  EXPECT_EQ(spec.parID, fsRtParID);
+  FSRef back;
+  ASSERT_EQ(FSpMakeFSRef(&spec, &back), noErr);
+  EXPECT_EQ(pathOf(back), "/");
+}
+
+TEST_F(FileReferences, FSSpecsMayNameMissingItemsInExistingFolders) {
+  FSRef folder = ref(dir_);
+  FSCatalogInfo info;
+  ASSERT_EQ(FSGetCatalogInfo(&folder, kFSCatInfoNodeID, &info, nullptr, nullptr, nullptr), noErr);
+  FSSpec spec;
+  const unsigned char missing[] = "\x07missing";
+  EXPECT_EQ(FSMakeFSSpec(kQVRFileVolume, SInt32(info.nodeID), missing, &spec), fnfErr);
+  EXPECT_EQ(spec.parID, SInt32(info.nodeID));
+  FSRef r;
+  EXPECT_EQ(FSpMakeFSRef(&spec, &r), fnfErr);
+  const unsigned char file[] = "\x04" "file";
+  ASSERT_EQ(FSMakeFSSpec(kQVRFileVolume, SInt32(info.nodeID), file, &spec), noErr);
+  ASSERT_EQ(FSpMakeFSRef(&spec, &r), noErr);
+  EXPECT_EQ(pathOf(r), dir_ + "/file");
+  FSSpec self;
+  ASSERT_EQ(FSMakeFSSpec(kQVRFileVolume, SInt32(info.nodeID), nullptr, &self), noErr);
+  ASSERT_EQ(FSpMakeFSRef(&self, &r), noErr);
+  EXPECT_EQ(pathOf(r), dir_);
+  EXPECT_EQ(FSMakeFSSpec(kQVRFileVolume, 0x7FFFFFF0, file, &spec), dirNFErr);
+  EXPECT_EQ(FSMakeFSSpec(7, SInt32(info.nodeID), file, &spec), nsvErr);
+  const unsigned char slash[] = "\x03" "a/b";
+  EXPECT_EQ(FSMakeFSSpec(kQVRFileVolume, SInt32(info.nodeID), slash, &spec), bdNamErr);
+  FSRef fileRef = ref(dir_ + "/file");
+  FSCatalogInfo fileInfo;
+  ASSERT_EQ(FSGetCatalogInfo(&fileRef, kFSCatInfoNodeID, &fileInfo, nullptr, nullptr, nullptr), noErr);
+  EXPECT_EQ(FSMakeFSSpec(kQVRFileVolume, SInt32(fileInfo.nodeID), file, &spec), dirNFErr) << "a file is no folder";
+}
+
+TEST_F(FileReferences, FileURLsToAndFromFSRefs) {
+  CFStringRef path = CFStringCreateWithCString(nullptr, (dir_ + "/file").c_str(), kCFStringEncodingUTF8);
+  CFURLRef url = CFURLCreateWithFileSystemPath(nullptr, path, kCFURLPOSIXPathStyle, false);
+  FSRef r;
+  ASSERT_TRUE(CFURLGetFSRef(url, &r));
+  EXPECT_EQ(pathOf(r), dir_ + "/file");
+  CFURLRef back = CFURLCreateFromFSRef(nullptr, &r);
+  EXPECT_EQ(urlPath(back), dir_ + "/file");
+  FSRef folder = ref(dir_);
+  CFURLRef folderURL = CFURLCreateFromFSRef(nullptr, &folder);
+  std::string text = urlPath(folderURL);
+  EXPECT_EQ(text, dir_);
+  CFStringRef missingPath = CFStringCreateWithCString(nullptr, (dir_ + "/missing").c_str(), kCFStringEncodingUTF8);
+  CFURLRef missing = CFURLCreateWithFileSystemPath(nullptr, missingPath, kCFURLPOSIXPathStyle, false);
+  EXPECT_FALSE(CFURLGetFSRef(missing, &r));
+  CFStringRef web = CFStringCreateWithCString(nullptr, "http://example.com/file", kCFStringEncodingUTF8);
+  CFURLRef webURL = CFURLCreateWithString(nullptr, web, nullptr);
+  EXPECT_FALSE(CFURLGetFSRef(webURL, &r));
+  EXPECT_FALSE(CFURLGetFSRef(nullptr, &r));
+  FSRef zero = {};
+  EXPECT_EQ(CFURLCreateFromFSRef(nullptr, &zero), nullptr);
+  EXPECT_EQ(CFURLCreateFromFSRef(nullptr, nullptr), nullptr);
+  for (CFTypeRef object : {(CFTypeRef)path, (CFTypeRef)url, (CFTypeRef)back, (CFTypeRef)folderURL,
+                           (CFTypeRef)missingPath, (CFTypeRef)missing, (CFTypeRef)web, (CFTypeRef)webURL})
+    CFRelease(object);
+}
+
+}  // namespace

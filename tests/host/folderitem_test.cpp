@@ -1,0 +1,174 @@
+// The built-in FolderItem: paths, existence, parents and children, the 1-based listing
+// of TrueItem, deleting, and the hand-over to plugins as FSRef, parent FSRef plus name,
+// and FSSpec, both ways.
+#include "host_fixture.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <thread>
+
+namespace {
+
+class FolderItemTest : public HostTest {
+ protected:
+  void SetUp() override {
+    char pattern[] = "/tmp/qvr-folderitem-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    dir_ = pattern;
+  }
+  void TearDown() override {
+    HostTest::TearDown();
+    std::string command = "rm -rf '" + dir_ + "'";
+    EXPECT_EQ(std::system(command.c_str()), 0);
+  }
+  void write(const std::string& name, const std::string& bytes) { std::ofstream(dir_ + "/" + name) << bytes; }
+  host::Value item(const std::string& path) { return rt().newInstance("FolderItem", {str(path.c_str())}); }
+  std::string path(const host::Value& v) { return rt().folderItemPath(v); }
+  bool flag(const host::Value& v, const char* name) { return rt().get(v, name).boolean; }
+  host::Value handOver(const char* member, std::vector<host::Value> args) {
+    return rt().callShared("TestHandOver", member, std::move(args));
+  }
+
+  std::string dir_;
+};
+
+TEST_F(FolderItemTest, PathsNamesAndParents) {
+  load();
+  write("a.txt", "hello");
+  host::Value f = item(dir_ + "/./sub/../a.txt");
+  EXPECT_EQ(path(f), dir_ + "/a.txt");
+  EXPECT_EQ(text(rt().get(f, "NativePath")), dir_ + "/a.txt");
+  EXPECT_EQ(text(rt().get(f, "Name")), "a.txt");
+  EXPECT_TRUE(flag(f, "Exists"));
+  EXPECT_FALSE(flag(f, "Directory"));
+  EXPECT_EQ(rt().get(f, "Length").integer, 5);
+  host::Value parent = rt().get(f, "Parent");
+  EXPECT_EQ(path(parent), dir_);
+  EXPECT_TRUE(flag(parent, "Directory"));
+  EXPECT_EQ(rt().get(parent, "Length").integer, 0);
+  host::Value root = item("/");
+  EXPECT_TRUE(rt().get(root, "Parent").isNil());
+  EXPECT_EQ(text(rt().get(root, "Name")), "");
+  EXPECT_EQ(path(rt().folderItem("relative/../x")), path(rt().newInstance("FolderItem")) + "/x");
+}
+
+TEST_F(FolderItemTest, ChildrenNeedNotExist) {
+  load();
+  host::Value folder = item(dir_);
+  host::Value child = rt().call(folder, "Child", {str("missing.png")});
+  EXPECT_EQ(path(child), dir_ + "/missing.png");
+  EXPECT_FALSE(flag(child, "Exists"));
+  EXPECT_EQ(rt().get(child, "Length").integer, 0);
+  EXPECT_TRUE(rt().call(folder, "Child", {str("a/b")}).isNil());
+  EXPECT_TRUE(rt().call(folder, "Child", {str("..")}).isNil());
+  EXPECT_TRUE(rt().call(folder, "Child", {str("")}).isNil());
+}
+
+TEST_F(FolderItemTest, TrueItemCountsFromOneInNameOrder) {
+  load();
+  write("b", "2");
+  write("a", "1");
+  ASSERT_EQ(mkdir((dir_ + "/c").c_str(), 0700), 0);
+  host::Value folder = item(dir_);
+  EXPECT_EQ(rt().get(folder, "Count").integer, 3);
+  EXPECT_EQ(path(rt().call(folder, "TrueItem", {integer(1)})), dir_ + "/a");
+  EXPECT_EQ(path(rt().call(folder, "TrueItem", {integer(2)})), dir_ + "/b");
+  host::Value third = rt().call(folder, "TrueItem", {integer(3)});
+  EXPECT_TRUE(flag(third, "Directory"));
+  EXPECT_TRUE(rt().call(folder, "TrueItem(index as integer) as folderitem", {integer(0)}).isNil());
+  EXPECT_TRUE(rt().call(folder, "TrueItem", {integer(4)}).isNil());
+  EXPECT_TRUE(rt().call(rt().call(folder, "Child", {str("a")}), "TrueItem", {integer(1)}).isNil());
+}
+
+TEST_F(FolderItemTest, DeleteRenameAndCreateAsFolder) {
+  load();
+  write("old", "x");
+  host::Value f = item(dir_ + "/old");
+  rt().set(f, "Name", str("new"));
+  EXPECT_EQ(rt().get(f, "LastErrorCode").integer, 0);
+  EXPECT_EQ(path(f), dir_ + "/new");
+  EXPECT_TRUE(flag(f, "Exists"));
+  EXPECT_NE(access((dir_ + "/old").c_str(), F_OK), 0);
+  rt().call(f, "Delete");
+  EXPECT_EQ(rt().get(f, "LastErrorCode").integer, 0);
+  EXPECT_FALSE(flag(f, "Exists"));
+  rt().call(f, "Delete");
+  EXPECT_NE(rt().get(f, "LastErrorCode").integer, 0);
+  host::Value folder = item(dir_ + "/folder");
+  rt().call(folder, "CreateAsFolder");
+  EXPECT_TRUE(flag(folder, "Directory"));
+  write("folder/inside", "");
+  rt().call(folder, "Delete");
+  EXPECT_NE(rt().get(folder, "LastErrorCode").integer, 0) << "a folder with items is not deleted";
+  EXPECT_TRUE(flag(folder, "Exists"));
+  rt().set(folder, "Name", str("a/b"));
+  EXPECT_NE(rt().get(folder, "LastErrorCode").integer, 0);
+  EXPECT_EQ(path(folder), dir_ + "/folder");
+}
+
+TEST_F(FolderItemTest, AnExistingItemIsHandedOverAsAnFSRef) {
+  load();
+  write("pic.png", "x");
+  EXPECT_EQ(text(handOver("RefPath", {item(dir_ + "/pic.png")})), dir_ + "/pic.png");
+  EXPECT_EQ(text(handOver("RefPath", {item(dir_)})), dir_);
+  EXPECT_EQ(text(handOver("RefPath", {item("/")})), "/");
+  EXPECT_EQ(text(handOver("RefPath", {item(dir_ + "/missing")})), "");
+  EXPECT_EQ(text(handOver("RefPath", {host::Value::nil()})), "");
+}
+
+TEST_F(FolderItemTest, AMissingItemIsHandedOverAsItsParentAndName) {
+  load();
+  EXPECT_EQ(text(handOver("ParentRefAndName", {item(dir_ + "/caf\xC3\xA9.png")})), dir_ + "|caf\xC3\xA9.png");
+  EXPECT_EQ(text(handOver("ParentRefAndName", {item(dir_ + "/nowhere/x.png")})), "") << "the parent must exist";
+  EXPECT_EQ(text(handOver("ParentRefAndName", {item("/")})), "") << "the root has no parent";
+}
+
+TEST_F(FolderItemTest, AFolderItemComesBackFromAParentAndAName) {
+  load();
+  host::Value folder = item(dir_);
+  host::Value made = handOver("FromParent", {folder, str("new.png"), integer(7)});
+  EXPECT_EQ(path(made), dir_ + "/new.png");
+  EXPECT_FALSE(flag(made, "Exists"));
+  std::string name(255, 'n');
+  EXPECT_EQ(path(handOver("FromParent", {folder, str(name.c_str()), integer(255)})), dir_ + "/" + name);
+  EXPECT_TRUE(handOver("FromParent", {folder, str("a/b"), integer(3)}).isNil());
+  EXPECT_TRUE(handOver("FromParent", {folder, str(".."), integer(2)}).isNil());
+  EXPECT_TRUE(handOver("FromParent", {folder, str(""), integer(0)}).isNil());
+  EXPECT_TRUE(handOver("FromParent", {folder, str("x"), integer(256)}).isNil());
+  EXPECT_TRUE(handOver("FromParent", {item(dir_ + "/missing"), str("x"), integer(1)}).isNil());
+}
+
+TEST_F(FolderItemTest, FSSpecsGoBothWaysForItemsThatExistOrNot) {
+  load();
+  write("there", "");
+  for (const std::string& p : {dir_ + "/there", dir_ + "/not-there", dir_, std::string("/")})
+    EXPECT_EQ(path(handOver("SpecRoundTrip", {item(p)})), p);
+  EXPECT_EQ(text(handOver("SpecOf", {item("/")})), "1:/");
+  EXPECT_EQ(text(handOver("SpecOf", {item("/tmp")})), "2:tmp");
+  std::string spec = text(handOver("SpecOf", {item(dir_ + "/not-there")}));
+  EXPECT_EQ(spec.substr(spec.find(':')), ":not-there");
+  EXPECT_GT(std::stol(spec), 2);
+  std::string longName(64, 'l');
+  EXPECT_TRUE(handOver("SpecRoundTrip", {item(dir_ + "/" + longName)}).isNil()) << "an FSSpec holds 63 bytes";
+  EXPECT_TRUE(handOver("SpecRoundTrip", {item(dir_ + "/no/such")}).isNil());
+  EXPECT_TRUE(handOver("SpecRoundTrip", {host::Value::nil()}).isNil());
+}
+
+TEST_F(FolderItemTest, NoHandOverFromAForeignThread) {
+  load();
+  auto toRef = reinterpret_cast<bool (*)(void*, void*, void*)>(rt().entryPoint("REALFSRefFromFolderItem"));
+  ASSERT_NE(toRef, nullptr);
+  host::Value f = item(dir_);
+  unsigned char ref[80] = {};
+  bool made = true;
+  std::thread([&] { made = toRef(f.object.get(), ref, nullptr); }).join();
+  EXPECT_FALSE(made);
+  EXPECT_EQ(rt().foreignThreadCalls(), 1u);
+  EXPECT_TRUE(toRef(f.object.get(), ref, nullptr));
+}
+
+}  // namespace
