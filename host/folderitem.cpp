@@ -309,7 +309,7 @@ bool fsRefFromFolderItem(ObjectHeader* object, FSRef* ref, HFSUniStr255* name) {
 }
 
 // The item's FSSpec: its parent folder's node ID and its name (the item need not exist).
-bool fsSpecFromFolderItem(FSSpec* fileSpec, ObjectHeader* object) {
+bool fileSpecFromFolderItem(FSSpec* fileSpec, ObjectHeader* object) {
   Runtime::Impl* impl = currentImpl();
   FolderItemData* item = impl ? itemData(*impl, object) : nullptr;
   if (!item || !fileSpec) return false;
@@ -345,7 +345,7 @@ ObjectHeader* folderItemFromParentFSRef(const FSRef* parent, const HFSUniStr255*
 }
 
 // A new FolderItem for what an FSSpec names (existing or not, in an existing folder).
-ObjectHeader* folderItemFromFSSpec(const FSSpec* fileSpec) {
+ObjectHeader* folderItemFromFileSpec(const FSSpec* fileSpec) {
   Runtime::Impl* impl = currentImpl();
   if (!impl || !fileSpec) return nullptr;
   FSRef ref;
@@ -353,9 +353,9 @@ ObjectHeader* folderItemFromFSSpec(const FSSpec* fileSpec) {
     std::string path = pathOf(&ref);
     return path.empty() ? nullptr : newFolderItem(*impl, path);
   }
-  FSSpec folderSpec;
-  if (FSMakeFSSpec(fileSpec->vRefNum, fileSpec->parID, nullptr, &folderSpec) != noErr ||
-      FSpMakeFSRef(&folderSpec, &ref) != noErr)
+  FSSpec folderFileSpec;
+  if (FSMakeFSSpec(fileSpec->vRefNum, fileSpec->parID, nullptr, &folderFileSpec) != noErr ||
+      FSpMakeFSRef(&folderFileSpec, &ref) != noErr)
     return nullptr;
   std::string folder = pathOf(&ref);
   std::string leaf(reinterpret_cast<const char*>(fileSpec->name + 1), std::min<size_t>(fileSpec->name[0], 63));
@@ -395,10 +395,10 @@ std::string Runtime::folderItemPath(const Value& item) const {
 
 void addFolderItemEntryPoints(std::vector<EntryPoint>& table) {
   table.push_back({"REALFSRefFromFolderItem", guardedEntryPoint<&fsRefFromFolderItem>("REALFSRefFromFolderItem")});
-  table.push_back({"REALFSSpecFromFolderItem", guardedEntryPoint<&fsSpecFromFolderItem>("REALFSSpecFromFolderItem")});
+  table.push_back({"REALFSSpecFromFolderItem", guardedEntryPoint<&fileSpecFromFolderItem>("REALFSSpecFromFolderItem")});
   table.push_back({"REALFolderItemFromParentFSRef",
                    guardedEntryPoint<&folderItemFromParentFSRef>("REALFolderItemFromParentFSRef")});
-  table.push_back({"FolderItemFromFSSpec", guardedEntryPoint<&folderItemFromFSSpec>("FolderItemFromFSSpec")});
+  table.push_back({"FolderItemFromFSSpec", guardedEntryPoint<&folderItemFromFileSpec>("FolderItemFromFSSpec")});
 }
 
 }  // namespace host

@@ -180,7 +180,7 @@ bool validName(const std::string& name) {
          name.find('\0') == std::string::npos;
 }
 
-void fillSpec(FSSpec* fileSpec, SInt32 parentID, const std::string& name) {
+void fillFileSpec(FSSpec* fileSpec, SInt32 parentID, const std::string& name) {
   std::memset(fileSpec, 0, sizeof *fileSpec);
   fileSpec->vRefNum = kQVRFileVolume;
   fileSpec->parID = parentID;
@@ -189,7 +189,7 @@ void fillSpec(FSSpec* fileSpec, SInt32 parentID, const std::string& name) {
 }
 
 /* The path an FSSpec names: the root is "/" in the root's parent. */
-OSErr specPath(const FSSpec* fileSpec, std::string& path) {
+OSErr fileSpecPath(const FSSpec* fileSpec, std::string& path) {
   if (fileSpec == nullptr) return paramErr;
   if (fileSpec->vRefNum != kQVRFileVolume && fileSpec->vRefNum != 0) return nsvErr;
   std::string name(reinterpret_cast<const char*>(fileSpec->name + 1), std::min<size_t>(fileSpec->name[0], 63));
@@ -256,7 +256,7 @@ extern "C" OSErr FSGetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap whichInf
     outName->length = static_cast<UInt16>(count);
     if (count) std::memcpy(outName->unicode, units.data(), count * sizeof(UniChar));
   }
-  if (fileSpec) fillSpec(fileSpec, SInt32(parentID), isRoot ? std::string("/") : name);
+  if (fileSpec) fillFileSpec(fileSpec, SInt32(parentID), isRoot ? std::string("/") : name);
   if (parentRef) {
     std::memset(parentRef, 0, sizeof *parentRef);
     if (!isRoot) {
@@ -276,25 +276,25 @@ extern "C" OSErr FSMakeFSSpec(SInt16 vRefNum, SInt32 dirID, const unsigned char*
     std::string directory;
     if (dirID < 0 || !pathForNodeID(UInt32(dirID), directory)) return dirNFErr;
     if (directory == "/") {
-      fillSpec(fileSpec, fsRtParID, "/");
+      fillFileSpec(fileSpec, fsRtParID, "/");
       return noErr;
     }
     UInt32 parentID = 0;
     if (!nodeIDForPath(parentOf(directory), parentID)) return paramErr;
     if (!validName(nameOf(directory))) return bdNamErr;
-    fillSpec(fileSpec, SInt32(parentID), nameOf(directory));
+    fillFileSpec(fileSpec, SInt32(parentID), nameOf(directory));
     return stat(directory.c_str(), &status) == 0 ? noErr : fnfErr;
   }
   if (dirID == fsRtParID) {
     if (name != "/") return fnfErr;
-    fillSpec(fileSpec, fsRtParID, "/");
+    fillFileSpec(fileSpec, fsRtParID, "/");
     return noErr;
   }
   std::string directory;
   if (dirID < 0 || !pathForNodeID(UInt32(dirID), directory)) return dirNFErr;
   if (!validName(name)) return bdNamErr;
   if (stat(directory.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return dirNFErr;
-  fillSpec(fileSpec, dirID, name);
+  fillFileSpec(fileSpec, dirID, name);
   std::string path = directory == "/" ? "/" + name : directory + "/" + name;
   return stat(path.c_str(), &status) == 0 ? noErr : fnfErr;
 }
@@ -302,7 +302,7 @@ extern "C" OSErr FSMakeFSSpec(SInt16 vRefNum, SInt32 dirID, const unsigned char*
 extern "C" OSErr FSpMakeFSRef(const FSSpec* source, FSRef* newRef) {
   if (newRef == nullptr) return paramErr;
   std::string path;
-  OSErr result = specPath(source, path);
+  OSErr result = fileSpecPath(source, path);
   if (result != noErr) return result;
   return makeReference(path, newRef, nullptr);
 }

@@ -95,10 +95,10 @@ TEST_F(FileReferences, CatalogInformationNamesNodesAndParents) {
   FSRef file = ref(dir_ + "/file"), folder = ref(dir_);
   FSCatalogInfo info, folderInfo;
   HFSUniStr255 name;
-  FSSpec spec;
+  FSSpec fileSpec;
   FSRef parent;
   ASSERT_EQ(FSGetCatalogInfo(&file, kFSCatInfoNodeID | kFSCatInfoParentDirID | kFSCatInfoNodeFlags | kFSCatInfoDataSizes,
-                             &info, &name, &spec, &parent),
+                             &info, &name, &fileSpec, &parent),
             noErr);
   ASSERT_EQ(FSGetCatalogInfo(&folder, kFSCatInfoNodeID | kFSCatInfoNodeFlags, &folderInfo, nullptr, nullptr, nullptr),
             noErr);
@@ -110,8 +110,8 @@ TEST_F(FileReferences, CatalogInformationNamesNodesAndParents) {
   ASSERT_EQ(name.length, 4);
   EXPECT_EQ(name.unicode[0], 'f');
   EXPECT_EQ(name.unicode[3], 'e');
-  EXPECT_EQ(spec.parID, SInt32(folderInfo.nodeID));
-  EXPECT_EQ(std::string(reinterpret_cast<char*>(spec.name + 1), spec.name[0]), "file");
+  EXPECT_EQ(fileSpec.parID, SInt32(folderInfo.nodeID));
+  EXPECT_EQ(std::string(reinterpret_cast<char*>(fileSpec.name + 1), fileSpec.name[0]), "file");
   EXPECT_EQ(pathOf(parent), dir_);
   // The same path keeps its node ID.
   FSRef again = ref(dir_ + "/file");
@@ -125,15 +125,15 @@ TEST_F(FileReferences, TheRootIsNodeTwoWithoutAParent) {
   FSCatalogInfo info;
   FSRef parent;
   std::memset(&parent, 0x11, sizeof parent);
-  FSSpec spec;
-  ASSERT_EQ(FSGetCatalogInfo(&root, kFSCatInfoNodeID | kFSCatInfoParentDirID, &info, nullptr, &spec, &parent), noErr);
+  FSSpec fileSpec;
+  ASSERT_EQ(FSGetCatalogInfo(&root, kFSCatInfoNodeID | kFSCatInfoParentDirID, &info, nullptr, &fileSpec, &parent), noErr);
   EXPECT_EQ(info.nodeID, 2u);
   EXPECT_EQ(info.parentDirID, 1u);
   FSRef zero = {};
   EXPECT_EQ(std::memcmp(&parent, &zero, sizeof zero), 0);
-  EXPECT_EQ(spec.parID, fsRtParID);
+  EXPECT_EQ(fileSpec.parID, fsRtParID);
   FSRef back;
-  ASSERT_EQ(FSpMakeFSRef(&spec, &back), noErr);
+  ASSERT_EQ(FSpMakeFSRef(&fileSpec, &back), noErr);
   EXPECT_EQ(pathOf(back), "/");
 }
 
@@ -141,28 +141,28 @@ TEST_F(FileReferences, FSSpecsMayNameMissingItemsInExistingFolders) {
   FSRef folder = ref(dir_);
   FSCatalogInfo info;
   ASSERT_EQ(FSGetCatalogInfo(&folder, kFSCatInfoNodeID, &info, nullptr, nullptr, nullptr), noErr);
-  FSSpec spec;
+  FSSpec fileSpec;
   const unsigned char missing[] = "\x07missing";
-  EXPECT_EQ(FSMakeFSSpec(kQVRFileVolume, SInt32(info.nodeID), missing, &spec), fnfErr);
-  EXPECT_EQ(spec.parID, SInt32(info.nodeID));
+  EXPECT_EQ(FSMakeFSSpec(kQVRFileVolume, SInt32(info.nodeID), missing, &fileSpec), fnfErr);
+  EXPECT_EQ(fileSpec.parID, SInt32(info.nodeID));
   FSRef r;
-  EXPECT_EQ(FSpMakeFSRef(&spec, &r), fnfErr);
+  EXPECT_EQ(FSpMakeFSRef(&fileSpec, &r), fnfErr);
   const unsigned char file[] = "\x04" "file";
-  ASSERT_EQ(FSMakeFSSpec(kQVRFileVolume, SInt32(info.nodeID), file, &spec), noErr);
-  ASSERT_EQ(FSpMakeFSRef(&spec, &r), noErr);
+  ASSERT_EQ(FSMakeFSSpec(kQVRFileVolume, SInt32(info.nodeID), file, &fileSpec), noErr);
+  ASSERT_EQ(FSpMakeFSRef(&fileSpec, &r), noErr);
   EXPECT_EQ(pathOf(r), dir_ + "/file");
   FSSpec self;
   ASSERT_EQ(FSMakeFSSpec(kQVRFileVolume, SInt32(info.nodeID), nullptr, &self), noErr);
   ASSERT_EQ(FSpMakeFSRef(&self, &r), noErr);
   EXPECT_EQ(pathOf(r), dir_);
-  EXPECT_EQ(FSMakeFSSpec(kQVRFileVolume, 0x7FFFFFF0, file, &spec), dirNFErr);
-  EXPECT_EQ(FSMakeFSSpec(7, SInt32(info.nodeID), file, &spec), nsvErr);
+  EXPECT_EQ(FSMakeFSSpec(kQVRFileVolume, 0x7FFFFFF0, file, &fileSpec), dirNFErr);
+  EXPECT_EQ(FSMakeFSSpec(7, SInt32(info.nodeID), file, &fileSpec), nsvErr);
   const unsigned char slash[] = "\x03" "a/b";
-  EXPECT_EQ(FSMakeFSSpec(kQVRFileVolume, SInt32(info.nodeID), slash, &spec), bdNamErr);
+  EXPECT_EQ(FSMakeFSSpec(kQVRFileVolume, SInt32(info.nodeID), slash, &fileSpec), bdNamErr);
   FSRef fileRef = ref(dir_ + "/file");
   FSCatalogInfo fileInfo;
   ASSERT_EQ(FSGetCatalogInfo(&fileRef, kFSCatInfoNodeID, &fileInfo, nullptr, nullptr, nullptr), noErr);
-  EXPECT_EQ(FSMakeFSSpec(kQVRFileVolume, SInt32(fileInfo.nodeID), file, &spec), dirNFErr) << "a file is no folder";
+  EXPECT_EQ(FSMakeFSSpec(kQVRFileVolume, SInt32(fileInfo.nodeID), file, &fileSpec), dirNFErr) << "a file is no folder";
 }
 
 TEST_F(FileReferences, FileURLsToAndFromFSRefs) {

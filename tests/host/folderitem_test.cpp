@@ -146,16 +146,16 @@ TEST_F(FolderItemTest, FSSpecsGoBothWaysForItemsThatExistOrNot) {
   load();
   write("there", "");
   for (const std::string& p : {dir_ + "/there", dir_ + "/not-there", dir_, std::string("/")})
-    EXPECT_EQ(path(handOver("SpecRoundTrip", {item(p)})), p);
-  EXPECT_EQ(text(handOver("SpecOf", {item("/")})), "1:/");
-  EXPECT_EQ(text(handOver("SpecOf", {item("/tmp")})), "2:tmp");
-  std::string spec = text(handOver("SpecOf", {item(dir_ + "/not-there")}));
-  EXPECT_EQ(spec.substr(spec.find(':')), ":not-there");
-  EXPECT_GT(std::stol(spec), 2);
+    EXPECT_EQ(path(handOver("FileSpecRoundTrip", {item(p)})), p);
+  EXPECT_EQ(text(handOver("FileSpecOf", {item("/")})), "1:/");
+  EXPECT_EQ(text(handOver("FileSpecOf", {item("/tmp")})), "2:tmp");
+  std::string described = text(handOver("FileSpecOf", {item(dir_ + "/not-there")}));
+  EXPECT_EQ(described.substr(described.find(':')), ":not-there");
+  EXPECT_GT(std::stol(described), 2);
   std::string longName(64, 'l');
-  EXPECT_TRUE(handOver("SpecRoundTrip", {item(dir_ + "/" + longName)}).isNil()) << "an FSSpec holds 63 bytes";
-  EXPECT_TRUE(handOver("SpecRoundTrip", {item(dir_ + "/no/such")}).isNil());
-  EXPECT_TRUE(handOver("SpecRoundTrip", {host::Value::nil()}).isNil());
+  EXPECT_TRUE(handOver("FileSpecRoundTrip", {item(dir_ + "/" + longName)}).isNil()) << "an FSSpec holds 63 bytes";
+  EXPECT_TRUE(handOver("FileSpecRoundTrip", {item(dir_ + "/no/such")}).isNil());
+  EXPECT_TRUE(handOver("FileSpecRoundTrip", {host::Value::nil()}).isNil());
 }
 
 TEST_F(FolderItemTest, NoHandOverFromAForeignThread) {

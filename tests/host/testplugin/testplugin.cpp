@@ -618,20 +618,20 @@ String parentRefAndName(Object item) {
 }
 
 // FolderItem to FSSpec and back.
-Object specRoundTrip(Object item) {
-  auto toSpec = entry<bool (*)(FSSpec*, Object)>("REALFSSpecFromFolderItem");
-  auto fromSpec = entry<Object (*)(const FSSpec*)>("FolderItemFromFSSpec");
-  FSSpec spec;
-  if (!toSpec || !fromSpec || !toSpec(&spec, item)) return nullptr;
-  return fromSpec(&spec);
+Object fileSpecRoundTrip(Object item) {
+  auto toFileSpec = entry<bool (*)(FSSpec*, Object)>("REALFSSpecFromFolderItem");
+  auto fromFileSpec = entry<Object (*)(const FSSpec*)>("FolderItemFromFSSpec");
+  FSSpec fileSpec;
+  if (!toFileSpec || !fromFileSpec || !toFileSpec(&fileSpec, item)) return nullptr;
+  return fromFileSpec(&fileSpec);
 }
 
 // The FSSpec's parent ID and name, "parID:name", or "".
-String specOf(Object item) {
-  auto toSpec = entry<bool (*)(FSSpec*, Object)>("REALFSSpecFromFolderItem");
-  FSSpec spec;
-  if (!toSpec || !toSpec(&spec, item)) return makeString("");
-  return makeString(std::to_string(spec.parID) + ":" + std::string(reinterpret_cast<char*>(spec.name + 1), spec.name[0]));
+String fileSpecOf(Object item) {
+  auto toFileSpec = entry<bool (*)(FSSpec*, Object)>("REALFSSpecFromFolderItem");
+  FSSpec fileSpec;
+  if (!toFileSpec || !toFileSpec(&fileSpec, item)) return makeString("");
+  return makeString(std::to_string(fileSpec.parID) + ":" + std::string(reinterpret_cast<char*>(fileSpec.name + 1), fileSpec.name[0]));
 }
 
 // A FolderItem for a name (taken as UTF-16, `length` units of it) in a folder.
@@ -652,8 +652,8 @@ Method gHandOverShared[] = {
     {fn(&dateFields), nullptr, "DateFields(d as Date) as String", 4, 0, 0},
     {fn(&refPathOf), nullptr, "RefPath(f as FolderItem) as String", 4, 0, 0},
     {fn(&parentRefAndName), nullptr, "ParentRefAndName(f as FolderItem) as String", 4, 0, 0},
-    {fn(&specRoundTrip), nullptr, "SpecRoundTrip(f as FolderItem) as FolderItem", 4, 0, 0},
-    {fn(&specOf), nullptr, "SpecOf(f as FolderItem) as String", 4, 0, 0},
+    {fn(&fileSpecRoundTrip), nullptr, "FileSpecRoundTrip(f as FolderItem) as FolderItem", 4, 0, 0},
+    {fn(&fileSpecOf), nullptr, "FileSpecOf(f as FolderItem) as String", 4, 0, 0},
     {fn(&fromParent), nullptr, "FromParent(folder as FolderItem, name as String, length as Integer) as FolderItem", 4, 0, 0},
 };
 
