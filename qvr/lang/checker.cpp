@@ -8,12 +8,82 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <map>
 #include <set>
 #include <vector>
 
 namespace qvrlang {
 
 namespace {
+
+// What the checker knows of an expression's type: a value type for certain, or nothing.
+enum class Known { Unknown, Integer, Double, String, Boolean, Color };
+
+const char* nameOf(Known k) {
+  switch (k) {
+    case Known::Integer: return "Integer";
+    case Known::Double: return "Double";
+    case Known::String: return "String";
+    case Known::Boolean: return "Boolean";
+    case Known::Color: return "Color";
+    default: return "a value";
+  }
+}
+
+Known knownOf(const Type& t) {
+  if (t.isArray) return Known::Unknown;
+  switch (t.kind) {
+    case Type::Kind::Integer: return Known::Integer;
+    case Type::Kind::Double: return Known::Double;
+    case Type::Kind::String: return Known::String;
+    case Type::Kind::Boolean: return Known::Boolean;
+    case Type::Kind::Color: return Known::Color;
+    default: return Known::Unknown;
+  }
+}
+
+bool numeric(Known k) { return k == Known::Integer || k == Known::Double; }
+
+const char* symbolOf(Op op) {
+  switch (op) {
+    case Op::Add: return "+";
+    case Op::Subtract: return "-";
+    case Op::Multiply: return "*";
+    case Op::Divide: return "/";
+    case Op::IntegerDivide: return "\\";
+    case Op::Modulo: return "Mod";
+    case Op::Power: return "^";
+    case Op::Equal: return "=";
+    case Op::NotEqual: return "<>";
+    case Op::Less: return "<";
+    case Op::LessEqual: return "<=";
+    case Op::Greater: return ">";
+    case Op::GreaterEqual: return ">=";
+    case Op::And: return "And";
+    case Op::Or: return "Or";
+    case Op::Xor: return "Xor";
+    case Op::Is: return "Is";
+    default: return "?";
+  }
+}
+
+// Results of the built-ins whose type never varies.
+Known builtinResult(const std::string& name) {
+  static const std::map<std::string, Known> kResults = {
+      {"str", Known::String},      {"cstr", Known::String},     {"format", Known::String},  {"left", Known::String},
+      {"right", Known::String},    {"mid", Known::String},      {"trim", Known::String},    {"ltrim", Known::String},
+      {"rtrim", Known::String},    {"uppercase", Known::String}, {"lowercase", Known::String}, {"titlecase", Known::String},
+      {"chr", Known::String},      {"hex", Known::String},      {"oct", Known::String},     {"bin", Known::String},
+      {"replace", Known::String},  {"replaceall", Known::String}, {"nthfield", Known::String}, {"join", Known::String},
+      {"len", Known::Integer},     {"lenb", Known::Integer},    {"instr", Known::Integer},  {"asc", Known::Integer},
+      {"countfields", Known::Integer}, {"strcomp", Known::Integer}, {"ubound", Known::Integer},
+      {"val", Known::Double},      {"cdbl", Known::Double},     {"sqrt", Known::Double},    {"round", Known::Double},
+      {"floor", Known::Double},    {"ceil", Known::Double},     {"ceiling", Known::Double}, {"pow", Known::Double},
+      {"isnumeric", Known::Boolean}, {"rgb", Known::Color},
+  };
+  auto it = kResults.find(lowered(name));
+  return it == kResults.end() ? Known::Unknown : it->second;
+}
 
 class Checker {
  public:
@@ -31,7 +101,7 @@ class Checker {
       for (const Parameter& p : f->parameters) {
         type(p.type);
         if (p.defaultValue) expression(*p.defaultValue);
-        declare(p.name, p.where, false);
+        declare(p.name, p.where, false, knownOf(resolveType(rt_, p.type)));
       }
       if (f->isFunction) type(f->returnType);
       block(f->body, true);
@@ -62,13 +132,54 @@ class Checker {
     return cls && cls->name.back() != ')';
   }
 
-  void declare(const std::string& name, Position where, bool constant) {
+  void declare(const std::string& name, Position where, bool constant, Known type = Known::Unknown) {
     const std::string k = lowered(name);
     for (const auto& scope : scopes_)
       if (scope.count(k)) fail(where, "\"" + name + "\" is already declared");
     if (isFunction(name)) fail(where, "\"" + name + "\" is the name of a method");
-    scopes_.back().insert(k);
+    scopes_.back()[k] = type;
     if (constant) constants_.insert(k);
+  }
+
+  Known variableType(const std::string& name) const {
+    const std::string k = lowered(name);
+    for (auto scope = scopes_.rbegin(); scope != scopes_.rend(); ++scope) {
+      auto it = scope->find(k);
+      if (it != scope->end()) return it->second;
+    }
+    return Known::Unknown;
+  }
+
+  // A value of a known type stored where a declared type is wanted: the same refusals
+  // the interpreter makes, found before the program runs.
+  void stores(const Type& declared, Known value, Position where, const std::string& what) {
+    if (value == Known::Unknown || declared.kind == Type::Kind::Variant) return;
+    bool fits = false;
+    if (!declared.isArray) {
+      switch (declared.kind) {
+        case Type::Kind::Integer:
+        case Type::Kind::Double: fits = numeric(value); break;
+        case Type::Kind::String: fits = value == Known::String; break;
+        case Type::Kind::Boolean: fits = value == Known::Boolean; break;
+        case Type::Kind::Color: fits = value == Known::Color; break;
+        case Type::Kind::Ptr: fits = false; break;
+        default: fits = false; break;
+      }
+    }
+    if (!fits) fail(where, what + " expects " + declared.describe() + " but got a " + nameOf(value));
+  }
+
+  void condition(const Expr& e, const char* what) {
+    Known k = expression(e);
+    if (k != Known::Unknown && k != Known::Boolean) fail(e.where, std::string(what) + " expects a Boolean but got " + nameOf(k));
+  }
+
+  // The result of a call of the program's own method: its declared result when there is
+  // only one definition.
+  Known functionResult(const std::string& method) {
+    auto range = program_.functions.equal_range(lowered(method));
+    if (std::distance(range.first, range.second) != 1 || !range.first->second->isFunction) return Known::Unknown;
+    return knownOf(resolveType(rt_, range.first->second->returnType));
   }
 
   void block(const Block& statements, bool inMethod) {
@@ -87,19 +198,28 @@ class Checker {
       case Stmt::Kind::Dim:
         for (const DimItem& item : s.items) {
           type(item.type);
+          Type declared = resolveType(rt_, item.type);
           if (item.size) expression(*item.size);
-          if (item.initializer) expression(*item.initializer);
+          if (item.initializer)
+            stores(declared, expression(*item.initializer), item.initializer->where, "\"" + item.name + "\"");
           for (const ExprPtr& a : item.newArgs) expression(*a);
-          declare(item.name, item.where, false);
+          declare(item.name, item.where, false, knownOf(declared));
         }
         return;
       case Stmt::Kind::Const:
-        type(s.items[0].type);
-        expression(*s.items[0].initializer);
-        declare(s.items[0].name, s.items[0].where, true);
+        {
+          type(s.items[0].type);
+          Known value = expression(*s.items[0].initializer);
+          if (!s.items[0].type.empty()) {
+            Type declared = resolveType(rt_, s.items[0].type);
+            stores(declared, value, s.items[0].initializer->where, "\"" + s.items[0].name + "\"");
+            value = knownOf(declared);
+          }
+          declare(s.items[0].name, s.items[0].where, true, value);
+        }
         return;
-      case Stmt::Kind::Assign:
-        expression(*s.value);
+      case Stmt::Kind::Assign: {
+        Known value = expression(*s.value);
         if (s.target->kind == Expr::Kind::Name) {
           const std::string& n = s.target->text;
           if (constants_.count(lowered(n)) || (inMethod_ && globalConstants_.count(lowered(n)) && !isLocal(n)))
@@ -108,10 +228,22 @@ class Checker {
             if (isFunction(n)) fail(s.target->where, "\"" + n + "\" is a method; return a result with Return");
             fail(s.target->where, "unknown variable \"" + n + "\"; declare it with Dim or Var");
           }
+          Known target = variableType(n);
+          if (!s.compound && target != Known::Unknown) {
+            Type declared;
+            declared.kind = target == Known::Integer ? Type::Kind::Integer
+                            : target == Known::Double ? Type::Kind::Double
+                            : target == Known::String ? Type::Kind::String
+                            : target == Known::Boolean ? Type::Kind::Boolean
+                                                       : Type::Kind::Color;
+            declared.name = nameOf(target);
+            stores(declared, value, s.value->where, "\"" + n + "\"");
+          }
         } else {
           expression(*s.target);
         }
         return;
+      }
       case Stmt::Kind::Call: {
         // The head of a call statement may be a Sub; anywhere else a value is wanted.
         const Expr& e = *s.value;
@@ -128,7 +260,7 @@ class Checker {
       }
       case Stmt::Kind::If:
         for (size_t i = 0; i < s.conditions.size(); ++i) {
-          expression(*s.conditions[i]);
+          condition(*s.conditions[i], "If");
           scoped(s.blocks[i]);
         }
         if (s.hasElse) scoped(s.elseBlock);
@@ -141,7 +273,7 @@ class Checker {
         scopes_.emplace_back();
         if (!s.type.empty()) {
           type(s.type);
-          declare(s.name, s.where, false);
+          declare(s.name, s.where, false, knownOf(resolveType(rt_, s.type)));
         } else if (!isVariable(s.name)) {
           fail(s.where, "unknown variable \"" + s.name + "\"; write For " + std::string(s.kind == Stmt::Kind::ForEach ? "Each " : "") +
                             s.name + " As Type ...");
@@ -150,13 +282,13 @@ class Checker {
         scopes_.pop_back();
         return;
       case Stmt::Kind::While:
-        expression(*s.value);
+        condition(*s.value, "While");
         scoped(s.body);
         return;
       case Stmt::Kind::Do:
-        if (s.preCondition) expression(*s.preCondition);
+        if (s.preCondition) condition(*s.preCondition, "Do");
         scoped(s.body);
-        if (s.postCondition) expression(*s.postCondition);
+        if (s.postCondition) condition(*s.postCondition, "Loop");
         return;
       case Stmt::Kind::Select:
         expression(*s.value);
@@ -241,55 +373,131 @@ class Checker {
     fail(e.where, "unknown name \"" + e.text + "\"");
   }
 
-  void expression(const Expr& e) {
+  Known expression(const Expr& e) {
     switch (e.kind) {
+      case Expr::Kind::Integer: return Known::Integer;
+      case Expr::Kind::Double: return Known::Double;
+      case Expr::Kind::String: return Known::String;
+      case Expr::Kind::Color: return Known::Color;
+      case Expr::Kind::Boolean: return Known::Boolean;
       case Expr::Kind::Name:
         name(e, false);
-        return;
+        if (isVariable(e.text)) return variableType(e.text);
+        if (isFunction(e.text)) return functionResult(e.text);
+        return Known::Unknown;
       case Expr::Kind::Member:
         if (e.left->kind == Expr::Kind::Name) name(*e.left, true);
         else expression(*e.left);
-        return;
-      case Expr::Kind::Call:
+        return Known::Unknown;
+      case Expr::Kind::Call: {
+        Known result = Known::Unknown;
         if (e.left->kind == Expr::Kind::Name) {
           const std::string& n = e.left->text;
-          if (!isVariable(n) && isFunction(n)) arguments(n, e.args.size(), e.where, true);
-          if (!isVariable(n) && !isFunction(n) && !isBuiltinFunction(n)) {
-            if (isClass(n)) fail(e.left->where, "\"" + n + "\" is a class; make an instance with New " + n + "(...)");
-            fail(e.left->where, "unknown method \"" + n + "\"");
+          if (!isVariable(n) && isFunction(n)) {
+            arguments(n, e.args.size(), e.where, true);
+            result = functionResult(n);
+          }
+          if (!isVariable(n) && !isFunction(n)) {
+            if (!isBuiltinFunction(n)) {
+              if (isClass(n)) fail(e.left->where, "\"" + n + "\" is a class; make an instance with New " + n + "(...)");
+              fail(e.left->where, "unknown method \"" + n + "\"");
+            }
+            result = builtinResult(n);
           }
         } else {
           expression(*e.left);
         }
         for (const ExprPtr& a : e.args) expression(*a);
-        return;
+        return result;
+      }
       case Expr::Kind::New:
         classNamed(e.text, e.where);
         for (const ExprPtr& a : e.args) expression(*a);
-        return;
+        return Known::Unknown;
       case Expr::Kind::IsA:
         classNamed(e.text, e.where);
         expression(*e.left);
-        return;
+        return Known::Boolean;
       case Expr::Kind::ArrayLiteral:
       case Expr::Kind::IfExpression:
         for (const ExprPtr& a : e.args) expression(*a);
-        return;
-      case Expr::Kind::Unary:
-        expression(*e.left);
-        return;
+        return Known::Unknown;
+      case Expr::Kind::Unary: {
+        Known k = expression(*e.left);
+        if (k == Known::Unknown) return k;
+        if (e.op == Op::Negate) {
+          if (!numeric(k)) fail(e.where, std::string("cannot negate a ") + nameOf(k));
+          return k;
+        }
+        if (k != Known::Boolean && k != Known::Integer)
+          fail(e.where, std::string("Not expects a Boolean or an Integer but got ") + nameOf(k));
+        return k;
+      }
       case Expr::Kind::Binary:
-        expression(*e.left);
-        expression(*e.right);
-        return;
+        return binary(e);
       default:
-        return;
+        return Known::Unknown;
+    }
+  }
+
+  // The operator rules of the interpreter, applied to types known before running.
+  Known binary(const Expr& e) {
+    const Known l = expression(*e.left);
+    const Known r = expression(*e.right);
+    const bool comparison = e.op == Op::Equal || e.op == Op::NotEqual || e.op == Op::Less || e.op == Op::LessEqual ||
+                            e.op == Op::Greater || e.op == Op::GreaterEqual;
+    if ((e.op == Op::And || e.op == Op::Or) && l == Known::Boolean) {
+      if (r != Known::Unknown && r != Known::Boolean)
+        fail(e.right->where, std::string(e.op == Op::And ? "And" : "Or") + " expects a Boolean but got " + nameOf(r));
+      return Known::Boolean;
+    }
+    if (l == Known::Unknown || r == Known::Unknown) return comparison || e.op == Op::Is ? Known::Boolean : Known::Unknown;
+    auto mismatch = [&]() -> Known {
+      fail(e.where, std::string("the operator ") + symbolOf(e.op) + " cannot be used with " + nameOf(l) + " and " + nameOf(r));
+    };
+    switch (e.op) {
+      case Op::Add:
+        if (l == Known::String && r == Known::String) return Known::String;
+        [[fallthrough]];
+      case Op::Subtract:
+      case Op::Multiply:
+        if (!numeric(l) || !numeric(r)) return mismatch();
+        return l == Known::Integer && r == Known::Integer ? Known::Integer : Known::Double;
+      case Op::Divide:
+      case Op::Power:
+        if (!numeric(l) || !numeric(r)) return mismatch();
+        return Known::Double;
+      case Op::IntegerDivide:
+        if (!numeric(l) || !numeric(r)) return mismatch();
+        return Known::Integer;
+      case Op::Modulo:
+        if (!numeric(l) || !numeric(r)) return mismatch();
+        return l == Known::Integer && r == Known::Integer ? Known::Integer : Known::Double;
+      case Op::Equal:
+      case Op::NotEqual:
+        if (l == r && (l == Known::Boolean || l == Known::Color)) return Known::Boolean;
+        [[fallthrough]];
+      case Op::Less:
+      case Op::LessEqual:
+      case Op::Greater:
+      case Op::GreaterEqual:
+        if ((numeric(l) && numeric(r)) || (l == Known::String && r == Known::String)) return Known::Boolean;
+        return mismatch();
+      case Op::And:
+      case Op::Or:
+      case Op::Xor:
+        if (l == Known::Boolean && r == Known::Boolean) return Known::Boolean;
+        if (l == Known::Integer && r == Known::Integer) return Known::Integer;
+        return mismatch();
+      case Op::Is:
+      default:
+        return mismatch();
     }
   }
 
   host::Runtime& rt_;
   const Program& program_;
-  std::vector<std::set<std::string>> scopes_;
+  std::vector<std::map<std::string, Known>> scopes_;
   std::set<std::string> constants_, globalConstants_;
   bool inMethod_ = false;
 };

@@ -85,3 +85,17 @@ TEST(TypeErrors, AnIntegerLoopNeedsAnIntegerStep) {
   EXPECT_EQ(error("For i As Integer = 0 To 2 Step 0.5\nNext\n"),
             "test.qvr:1:32: error: an Integer loop counter takes an Integer Step, not a Double\n");
 }
+
+TEST(TypeErrors, ValueTypesKnownBeforeRunningAreCheckedBeforeRunning) {
+  langtest::Outcome o = langtest::run("Print \"start\"\nIf False Then Print \"n = \" + 5\n");
+  EXPECT_EQ(o.out, "");
+  EXPECT_EQ(o.err, "test.qvr:2:28: error: the operator + cannot be used with String and Integer\n");
+  EXPECT_EQ(error("Sub S()\n  Dim x As Integer = \"a\"\nEnd Sub\n"), "test.qvr:2:22: error: \"x\" expects Integer but got a String\n");
+  EXPECT_EQ(error("Function F() As String\n  Return \"s\"\nEnd Function\nSub S()\n  Dim n As Integer = Len(F) * F\nEnd Sub\n"),
+            "test.qvr:5:29: error: the operator * cannot be used with Integer and String\n");
+  EXPECT_EQ(error("Sub S()\n  While 1\n  Wend\nEnd Sub\n"), "test.qvr:2:9: error: While expects a Boolean but got Integer\n");
+}
+
+TEST(TypeErrors, WhatIsNotKnownBeforeRunningIsLeftToTheRun) {
+  EXPECT_EQ(langtest::output("Dim v As Variant = 1\nPrint \"x\" + v\nDim m As New MemoryBlock(2)\nPrint Str(m.Size + 1)\n"), "x1\n3\n");
+}
