@@ -392,9 +392,9 @@ REALstring NeutralGlue() {
   expect(!REALLockPictureDescription(picture, nullptr, 0), "REALLockPictureDescription");
   REALUnlockPictureDescription(picture);
   FSRef ref;
-  FSSpec spec;
-  expect(!REALFSRefFromFolderItem(nullptr, &ref, nullptr) && !REALFSSpecFromFolderItem(&spec, nullptr), "FSRef");
-  expect(FolderItemFromFSSpec(&spec) == nullptr && REALFolderItemFromParentFSRef(&ref, nullptr) == nullptr, "FolderItem");
+  FSSpec fileSpec;
+  expect(!REALFSRefFromFolderItem(nullptr, &ref, nullptr) && !REALFSSpecFromFolderItem(&fileSpec, nullptr), "FSRef");
+  expect(FolderItemFromFSSpec(&fileSpec) == nullptr && REALFolderItemFromParentFSRef(&ref, nullptr) == nullptr, "FolderItem");
   expect(REALNewVariantInteger(1) == nullptr && REALNewVariantDouble(1) == nullptr &&
              REALNewVariantBoolean(true) == nullptr && REALNewVariantString(nullptr) == nullptr,
          "variants");
