@@ -32,74 +32,24 @@ bool equalsIgnoringCase(std::string_view a, std::string_view b) {
 
 // ---- references
 
-ObjectRef ObjectRef::adopt(ObjectHeader* object) {
-  ObjectRef ref;
-  ref.object_ = object;
-  return ref;
+template <>
+void CountedRef<ObjectHeader>::lock(ObjectHeader* object) {
+  if (auto* impl = currentImpl()) impl->lockObject(object);
 }
 
-ObjectRef ObjectRef::retain(ObjectHeader* object) {
-  if (object)
-    if (auto* impl = currentImpl()) impl->lockObject(object);
-  return adopt(object);
+template <>
+void CountedRef<ObjectHeader>::unlock(ObjectHeader* object) {
+  if (auto* impl = currentImpl()) impl->unlockObject(object);
 }
 
-ObjectRef::ObjectRef(const ObjectRef& other) : object_(other.object_) {
-  if (object_)
-    if (auto* impl = currentImpl()) impl->lockObject(object_);
+template <>
+void CountedRef<StringObject>::lock(StringObject* string) {
+  if (auto* impl = currentImpl()) impl->lockString(string);
 }
 
-ObjectRef::ObjectRef(ObjectRef&& other) noexcept : object_(other.object_) { other.object_ = nullptr; }
-
-ObjectRef& ObjectRef::operator=(ObjectRef other) noexcept {
-  std::swap(object_, other.object_);
-  return *this;
-}
-
-ObjectRef::~ObjectRef() {
-  if (object_)
-    if (auto* impl = currentImpl()) impl->unlockObject(object_);
-}
-
-ObjectHeader* ObjectRef::release() {
-  ObjectHeader* object = object_;
-  object_ = nullptr;
-  return object;
-}
-
-StringRef StringRef::adopt(StringObject* string) {
-  StringRef ref;
-  ref.string_ = string;
-  return ref;
-}
-
-StringRef StringRef::retain(StringObject* string) {
-  if (string)
-    if (auto* impl = currentImpl()) impl->lockString(string);
-  return adopt(string);
-}
-
-StringRef::StringRef(const StringRef& other) : string_(other.string_) {
-  if (string_)
-    if (auto* impl = currentImpl()) impl->lockString(string_);
-}
-
-StringRef::StringRef(StringRef&& other) noexcept : string_(other.string_) { other.string_ = nullptr; }
-
-StringRef& StringRef::operator=(StringRef other) noexcept {
-  std::swap(string_, other.string_);
-  return *this;
-}
-
-StringRef::~StringRef() {
-  if (string_)
-    if (auto* impl = currentImpl()) impl->unlockString(string_);
-}
-
-StringObject* StringRef::release() {
-  StringObject* string = string_;
-  string_ = nullptr;
-  return string;
+template <>
+void CountedRef<StringObject>::unlock(StringObject* string) {
+  if (auto* impl = currentImpl()) impl->unlockString(string);
 }
 
 // ---- values

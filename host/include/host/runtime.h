@@ -12,6 +12,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace host {
@@ -74,43 +75,55 @@ struct Options {
 };
 
 // One counted reference to a host object or string; copying takes a reference,
-// destruction drops it. A null Ref is the host's Nil (or, for strings, "").
-class ObjectRef {
+// destruction drops it. A null reference is the host's Nil (or, for strings, "").
+template <typename Counted>
+class CountedRef {
  public:
-  ObjectRef() = default;
+  CountedRef() = default;
   // Adopts a reference the caller already owns (for example a function result).
-  static ObjectRef adopt(ObjectHeader* object);
+  static CountedRef adopt(Counted* counted) {
+    CountedRef ref;
+    ref.counted_ = counted;
+    return ref;
+  }
   // Takes a new reference.
-  static ObjectRef retain(ObjectHeader* object);
-  ObjectRef(const ObjectRef& other);
-  ObjectRef(ObjectRef&& other) noexcept;
-  ObjectRef& operator=(ObjectRef other) noexcept;
-  ~ObjectRef();
-  ObjectHeader* get() const { return object_; }
+  static CountedRef retain(Counted* counted) {
+    if (counted) lock(counted);
+    return adopt(counted);
+  }
+  CountedRef(const CountedRef& other) : counted_(other.counted_) {
+    if (counted_) lock(counted_);
+  }
+  CountedRef(CountedRef&& other) noexcept : counted_(other.counted_) { other.counted_ = nullptr; }
+  CountedRef& operator=(CountedRef other) noexcept {
+    std::swap(counted_, other.counted_);
+    return *this;
+  }
+  ~CountedRef() {
+    if (counted_) unlock(counted_);
+  }
+  Counted* get() const { return counted_; }
   // Gives up ownership without dropping the reference.
-  ObjectHeader* release();
-  explicit operator bool() const { return object_ != nullptr; }
+  Counted* release() {
+    Counted* counted = counted_;
+    counted_ = nullptr;
+    return counted;
+  }
+  explicit operator bool() const { return counted_ != nullptr; }
 
  private:
-  ObjectHeader* object_ = nullptr;
+  // Reference counting through the current runtime (a no-op when there is none).
+  static void lock(Counted* counted);
+  static void unlock(Counted* counted);
+  Counted* counted_ = nullptr;
 };
 
-class StringRef {
- public:
-  StringRef() = default;
-  static StringRef adopt(StringObject* string);
-  static StringRef retain(StringObject* string);
-  StringRef(const StringRef& other);
-  StringRef(StringRef&& other) noexcept;
-  StringRef& operator=(StringRef other) noexcept;
-  ~StringRef();
-  StringObject* get() const { return string_; }
-  StringObject* release();
-  explicit operator bool() const { return string_ != nullptr; }
-
- private:
-  StringObject* string_ = nullptr;
-};
+using ObjectRef = CountedRef<ObjectHeader>;
+using StringRef = CountedRef<StringObject>;
+template <> void CountedRef<ObjectHeader>::lock(ObjectHeader* object);
+template <> void CountedRef<ObjectHeader>::unlock(ObjectHeader* object);
+template <> void CountedRef<StringObject>::lock(StringObject* string);
+template <> void CountedRef<StringObject>::unlock(StringObject* string);
 
 // A host value as host code sees it. Results of plugin functions come back in the kind
 // of their declared type: Integer, Int32 (also Int8, Int16), Int64, UInt32 (also UInt8,
