@@ -11,6 +11,9 @@
 #include <utility>
 
 extern "C" int qvr_host_call_guarded(void (*body)(void*), void* context, void** thrown, const char** className);
+// The autorelease pool a host thread keeps while it runs (objc_boundary.m).
+extern "C" void* qvr_host_pool_push(void);
+extern "C" void qvr_host_pool_pop(void* pool);
 
 namespace host {
 

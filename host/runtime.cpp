@@ -1,6 +1,7 @@
 // The runtime object itself: one per process at a time, owning the class table, the
 // live-object bookkeeping and the built-in classes. Also the small value types of the
 // public interface (Value, the counted references, the exceptions the call API throws).
+#include "boundary.h"
 #include "runtime_private.h"
 
 #include "closures.h"
@@ -165,6 +166,7 @@ ClassInfo* Runtime::Impl::addBuiltInClass(const std::string& name, const std::st
 Runtime::Runtime(Options options) {
   if (gCurrent) throw std::logic_error("a host runtime already exists in this process");
   impl_ = std::make_unique<Impl>(*this, std::move(options));
+  impl_->threadPool = qvr_host_pool_push();
   resetForeignThreadCalls();
   impl_->threads = std::make_unique<HostThreads>();
   impl_->closures = std::make_unique<ClosurePool>();
@@ -195,6 +197,7 @@ Runtime::~Runtime() {
     } catch (...) {
     }
   }
+  qvr_host_pool_pop(impl_->threadPool);
   gCurrent = nullptr;
 }
 

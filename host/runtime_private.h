@@ -82,6 +82,7 @@ struct Runtime::Impl {
 
   // The host threads and their baton (threads.cpp); made first, ended first.
   std::unique_ptr<HostThreads> threads;
+  void* threadPool = nullptr;  // the main host thread's autorelease pool
 
   // --- classes (registration.cpp, runtime.cpp)
   ClassInfo* addBuiltInClass(const std::string& name, const std::string& superName, size_t dataSize);

@@ -1,6 +1,7 @@
 // Cooperative host threads and "REALYieldToRB": each host thread is an OS thread that
 // runs only while it holds the baton; yielding hands the baton to the next unfinished
 // host thread in the order they were started and waits until it comes back.
+#include "boundary.h"
 #include "runtime_private.h"
 
 #include "threads.h"
@@ -97,12 +98,14 @@ void HostThreads::run(HostThread* self) {
     std::unique_lock<std::mutex> lock(mutex_);
     waitForBaton(lock, self);
   }
+  void* pool = qvr_host_pool_push();
   try {
     if (self->body) self->body();
   } catch (...) {
     self->failure = std::current_exception();
   }
   self->body = nullptr;  // whatever the body captured goes while the baton is held
+  qvr_host_pool_pop(pool);
   std::unique_lock<std::mutex> lock(mutex_);
   self->finished = true;
   holder_ = nextAfter(self);

@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstring>
 
+#include <CoreFoundation/CoreFoundation.h>
+
 #include "support/plugin_fixture.h"
 
 namespace {
@@ -113,3 +115,17 @@ TEST_F(PluginTest, SiblingClassesRegisterInLayoutNineToo) {
 }
 
 }  // namespace
+
+// Like the host's event loop, every call into a plugin runs in an autorelease pool that
+// is drained when the call returns: the constructor's autoreleased colour is gone again,
+// and only the wrapper's own retain is left on it.
+TEST_F(PluginTest, CallsIntoPluginsDrainWhatTheyAutorelease) {
+  host::Runtime& rt = Start();
+  {
+    Value color = rt.newInstance("NSColorQVR", {Value::ofDouble(1), Value::ofDouble(0.5), Value::ofDouble(0), Value::ofDouble(1)});
+    auto handle = reinterpret_cast<CFTypeRef>(static_cast<intptr_t>(rt.get(color, "Handle").integer));
+    ASSERT_NE(handle, nullptr);
+    EXPECT_EQ(CFGetRetainCount(handle), 1);
+  }
+}
+
