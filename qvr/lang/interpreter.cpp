@@ -101,13 +101,7 @@ Flow Interpreter::execute(const Block& block) {
 }
 
 Flow Interpreter::executeInScope(const Block& block) {
-  Frame& frame = frames_.back();
-  frame.scopes.emplace_back();
-  struct Pop {
-    Interpreter* self;
-    size_t depth;
-    ~Pop() { self->frames_.back().scopes.resize(depth); }
-  } pop{this, frame.scopes.size() - 1};
+  BlockScope scope(*this);
   return execute(block);
 }
 
@@ -308,13 +302,7 @@ bool Interpreter::loopEnds(Flow& flow, Flow exitKind, Flow continueKind) {
 }
 
 Flow Interpreter::forStatement(const Stmt& s) {
-  Frame& frame = frames_.back();
-  frame.scopes.emplace_back();
-  struct Pop {
-    Interpreter* self;
-    size_t depth;
-    ~Pop() { self->frames_.back().scopes.resize(depth); }
-  } pop{this, frame.scopes.size() - 1};
+  BlockScope scope(*this);
   VariablePtr counter;
   if (!s.type.empty()) {
     counter = std::make_shared<Variable>();
@@ -364,13 +352,7 @@ Flow Interpreter::forStatement(const Stmt& s) {
 Flow Interpreter::forEach(const Stmt& s) {
   Value collection = evaluate(*s.value);
   if (!collection.isArray()) fail(s.value->where, "For Each goes through an array, not a " + typeNameOf(collection));
-  Frame& frame = frames_.back();
-  frame.scopes.emplace_back();
-  struct Pop {
-    Interpreter* self;
-    size_t depth;
-    ~Pop() { self->frames_.back().scopes.resize(depth); }
-  } pop{this, frame.scopes.size() - 1};
+  BlockScope scope(*this);
   VariablePtr item;
   if (!s.type.empty()) {
     item = std::make_shared<Variable>();
@@ -460,13 +442,7 @@ Flow Interpreter::tryStatement(const Stmt& s) {
         }
       }
       if (!handler) throw;
-      Frame& frame = frames_.back();
-      frame.scopes.emplace_back();
-      struct Pop {
-        Interpreter* self;
-        size_t depth;
-        ~Pop() { self->frames_.back().scopes.resize(depth); }
-      } pop{this, frame.scopes.size() - 1};
+      BlockScope scope(*this);
       if (!handler->variable.empty()) {
         auto variable = std::make_shared<Variable>();
         variable->type = handler->className.empty() ? resolveType(rt_, "RuntimeException", false, handler->where)

@@ -74,6 +74,23 @@ class Interpreter {
     Value result;
   };
 
+  // Opens a block scope in the current frame for as long as it lives; the scope goes on
+  // every way out of the block, exceptions included.
+  class BlockScope {
+   public:
+    explicit BlockScope(Interpreter& interpreter)
+        : interpreter_(interpreter), depth_(interpreter.frames_.back().scopes.size()) {
+      interpreter.frames_.back().scopes.emplace_back();
+    }
+    ~BlockScope() { interpreter_.frames_.back().scopes.resize(depth_); }
+    BlockScope(const BlockScope&) = delete;
+    BlockScope& operator=(const BlockScope&) = delete;
+
+   private:
+    Interpreter& interpreter_;
+    size_t depth_;
+  };
+
   // statements
   Flow execute(const Block& block);
   Flow executeInScope(const Block& block);
