@@ -1,8 +1,11 @@
-/* The class record of NSImageQVR with its member tables. A member row joins these
-   tables together with the function that serves it. */
+/* The class record of NSImageQVR. Its member tables are joined from the groups that the
+   files serving them define (see image/NSImageQVR_members.h) just before registration. */
 #include "image/NSImageQVR_class.h"
 
-static REALproperty NSImageQVRProperties[] = {
+#include "image/NSImageQVR_members.h"
+#include "plugin/member_rows.h"
+
+static const REALproperty NSImageHandleProperty[] = {
     {nullptr, "Handle", "Integer", REALflagHost2 | REALflagHost4, REALstandardAccessor, REALstandardAccessor,
      0, nullptr, 0, nullptr, 0, nullptr},
 };
@@ -15,8 +18,7 @@ REALclassDefinition NSImageQVRClass = {
     0,
     reinterpret_cast<void*>(&NSImageConstructor),
     reinterpret_cast<void*>(&NSImageDestructor),
-    NSImageQVRProperties,
-    sizeof(NSImageQVRProperties) / sizeof(NSImageQVRProperties[0]),
+    nullptr, 0,  // properties, joined by PrepareNSImageQVRClass
     nullptr, 0,  // methods
     nullptr, 0,  // events
     nullptr, 0,  // event instances
@@ -29,3 +31,11 @@ REALclassDefinition NSImageQVRClass = {
     nullptr, 0,  // delegates
     nullptr, 0,  // enums
 };
+
+void PrepareNSImageQVRClass(void) {
+  JoinMemberRows<REALproperty>({RowsOf(NSImageHandleProperty)}, NSImageQVRClass.properties,
+                               NSImageQVRClass.propertyCount);
+  JoinMemberRows<REALmethodDefinition>({}, NSImageQVRClass.methods, NSImageQVRClass.methodCount);
+  JoinMemberRows<REALmethodDefinition>({}, NSImageQVRClass.sharedMethods, NSImageQVRClass.sharedMethodCount);
+  JoinMemberRows<REALconstant>({}, NSImageQVRClass.constants, NSImageQVRClass.constantCount);
+}

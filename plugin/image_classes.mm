@@ -1,11 +1,14 @@
-/* The six classes of the image plugin, in the order the host must see them: the flags of
-   the classes that carry marker bits are fixed first, and the representation base class
-   is registered before its four subclasses. */
+/* The six classes of the image plugin, in the order the host must see them: member tables
+   are joined first, then the flags of the classes that carry marker bits are fixed, and
+   the representation base class is registered before its four subclasses. */
 #include "image/NSImageQVR_class.h"
+#include "image/NSImageQVR_members.h"
 #include "imagerep/NSImageRepQVR_class.h"
 #include "plugin/registration.h"
 
 void RegisterImageClassesQVR(void) {
+  PrepareNSImageQVRClass();
+
   FixConsoleFlags(&NSImageQVRClass);
   FixConsoleFlags(&NSImageRepQVRClass);
   FixConsoleFlags(&NSBitmapImageRepQVRClass);

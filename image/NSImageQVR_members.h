@@ -1,0 +1,14 @@
+/* The member groups of NSImageQVR, each defined in the file of the functions that serve
+   it, and the step that joins them into the class record. A new group is declared here
+   and added to the join in NSImageQVR_class.mm. */
+#ifndef QVR_IMAGE_NSIMAGEQVR_MEMBERS_H
+#define QVR_IMAGE_NSIMAGEQVR_MEMBERS_H
+
+#include "plugin/host_sdk.h"
+#include "plugin/member_rows.h"
+
+/* Joins the groups into NSImageQVRClass; run once, before its flags are fixed and it is
+   registered. */
+void PrepareNSImageQVRClass(void);
+
+#endif

@@ -1,0 +1,36 @@
+/* A class's members come in groups, one per concern (lifecycle, properties, creation,
+   encoding, ...), each defined in the file of the functions that serve it. Before the
+   class is registered, the groups of each of its tables are joined into the one array
+   that the class record points at. The joined arrays live as long as the process, as
+   the host keeps pointing into them. */
+#ifndef QVR_PLUGIN_MEMBER_ROWS_H
+#define QVR_PLUGIN_MEMBER_ROWS_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include <initializer_list>
+#include <vector>
+
+template <typename Row>
+struct MemberRows {
+  const Row* rows;
+  uintptr_t count;
+};
+
+template <typename Row, size_t N>
+constexpr MemberRows<Row> RowsOf(const Row (&rows)[N]) {
+  return {rows, N};
+}
+
+/* Points table and count at a new array holding every group's rows in the order given;
+   an empty join leaves the table null. */
+template <typename Row>
+void JoinMemberRows(std::initializer_list<MemberRows<Row>> groups, Row*& table, uintptr_t& count) {
+  auto* joined = new std::vector<Row>();
+  for (const MemberRows<Row>& group : groups) joined->insert(joined->end(), group.rows, group.rows + group.count);
+  table = joined->empty() ? nullptr : joined->data();
+  count = joined->size();
+}
+
+#endif
