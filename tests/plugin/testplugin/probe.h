@@ -26,3 +26,12 @@ std::string SystemVersion();
 // and the host class names their wrappers take.
 const char* LongClassName(int length);
 void MakeLongPlatformClasses();
+
+// Conversions and the threaded runner (probe_conversions.mm).
+extern REALclassDefinition ConversionProbeQVRClass;
+
+// Failures on demand (probe_failures.cpp): the next pthread_create or mutex allocation of
+// the plugin fails once; TakeDeliveredFailures counts those delivered since it last ran.
+void FailNextThreadCreation(bool fail);
+void FailNextMutexAllocation(bool fail);
+int TakeDeliveredFailures();

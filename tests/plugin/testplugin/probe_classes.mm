@@ -91,6 +91,7 @@ extern "C" __attribute__((visibility("default"))) void REALPluginMain(REALResolv
   RegisterImageClassesQVR();
   FixConsoleFlags(&FrameProbeQVRClass);
   MyREALRegisterClass(&FrameProbeQVRClass);
+  MyREALRegisterClass(&ConversionProbeQVRClass);
   MakeLongPlatformClasses();
   RegisterLongNameClasses();
 }

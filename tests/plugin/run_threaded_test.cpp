@@ -1,0 +1,73 @@
+// The threaded runner: the calling host thread keeps yielding while the work runs on a
+// worker of its own, so other host threads advance; work that cannot start leaves the
+// caller's outputs alone; a missing mutex does not stop the run; the worker never calls
+// the host.
+#include <gtest/gtest.h>
+
+#include <atomic>
+
+#include "support/plugin_fixture.h"
+
+namespace {
+
+using host::Value;
+
+class ThreadedRunner : public support::PluginTest {
+ protected:
+  // "ran=<0|1> name=<worker thread's name> refused=<failures delivered>".
+  std::string Run(int64_t milliseconds, int64_t failure = 0) {
+    return Utf8(runtime_->callShared("ConversionProbeQVR", "RunWork",
+                                     {Value::ofInteger(milliseconds), Value::ofInteger(failure)}));
+  }
+};
+
+const char kRan[] = "ran=1 name=NSImageLoad refused=0";
+
+TEST_F(ThreadedRunner, OtherHostThreadsAdvanceWhileTheWorkRuns) {
+  host::Runtime& runtime = Probe();
+  std::atomic<bool> stop{false};
+  uint64_t otherYields = 0;
+  size_t other = runtime.startThread([&] {
+    while (!stop) {
+      ++otherYields;
+      runtime.yield();
+    }
+  });
+  runtime.yield();  // the other thread is up and in its loop before the count starts
+  uint64_t before = runtime.yieldCount(), otherBefore = otherYields;
+  EXPECT_EQ(Run(50), kRan);
+  uint64_t otherDuring = otherYields - otherBefore;
+  uint64_t runnerYields = runtime.yieldCount() - before - otherDuring;
+  EXPECT_GE(runnerYields, 10u);
+  EXPECT_LE(runnerYields, 200u);
+  EXPECT_GE(otherDuring, 10u) << "the other host thread ran meanwhile";
+  stop = true;
+  runtime.joinThread(other);
+  EXPECT_EQ(runtime.foreignThreadCalls(), 0u);
+}
+
+TEST_F(ThreadedRunner, TwoHostThreadsRunWorkAtOnce) {
+  host::Runtime& runtime = Probe();
+  std::string otherResult;
+  size_t other = runtime.startThread([&] { otherResult = Run(30); });
+  EXPECT_EQ(Run(30), kRan);
+  runtime.joinThread(other);
+  EXPECT_EQ(otherResult, kRan);
+  EXPECT_EQ(runtime.foreignThreadCalls(), 0u);
+}
+
+TEST_F(ThreadedRunner, InstantWorkYieldsTwiceAndFailuresAreQuiet) {
+  host::Runtime& runtime = Probe();
+  uint64_t before = runtime.yieldCount();
+  EXPECT_EQ(Run(0), kRan);
+  EXPECT_GE(runtime.yieldCount() - before, 2u);
+
+  before = runtime.yieldCount();
+  EXPECT_EQ(Run(10, 1), "ran=0 name=untouched refused=1") << "no thread: nothing runs";
+  EXPECT_EQ(runtime.yieldCount(), before);
+  EXPECT_EQ(Run(10, 2), "ran=1 name=NSImageLoad refused=1") << "no mutex: the run completes";
+  EXPECT_FALSE(runtime.exceptionPending());
+  EXPECT_EQ(runtime.foreignThreadCalls(), 0u);
+}
+
+}  // namespace
