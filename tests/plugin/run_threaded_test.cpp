@@ -1,8 +1,10 @@
 // The threaded runner: the calling host thread keeps yielding while the work runs on a
 // worker of its own, so other host threads advance; work that cannot start leaves the
 // caller's outputs alone; a missing mutex does not stop the run; the worker never calls
-// the host.
+// the host; a work queue in the process takes the work instead of a new thread.
 #include <gtest/gtest.h>
+
+#include <dlfcn.h>
 
 #include <atomic>
 
@@ -67,6 +69,18 @@ TEST_F(ThreadedRunner, InstantWorkYieldsTwiceAndFailuresAreQuiet) {
   EXPECT_EQ(runtime.yieldCount(), before);
   EXPECT_EQ(Run(10, 2), "ran=1 name=NSImageLoad refused=1") << "no mutex: the run completes";
   EXPECT_FALSE(runtime.exceptionPending());
+  EXPECT_EQ(runtime.foreignThreadCalls(), 0u);
+}
+
+TEST_F(ThreadedRunner, AWorkQueueInTheProcessTakesTheWork) {
+  void* library = dlopen(support::LibraryPath("libQVRTestWorkQueue.so").c_str(), RTLD_NOW | RTLD_GLOBAL);
+  ASSERT_NE(library, nullptr) << dlerror();
+  auto submissions = reinterpret_cast<long (*)()>(dlsym(library, "QVRTestWorkQueueSubmissions"));
+  ASSERT_NE(submissions, nullptr);
+  host::Runtime& runtime = Probe();
+  EXPECT_EQ(Run(20), kRan);
+  EXPECT_EQ(Run(0, 1), kRan) << "no thread is made, so a failing thread creation is never reached";
+  EXPECT_EQ(submissions(), 2);
   EXPECT_EQ(runtime.foreignThreadCalls(), 0u);
 }
 
