@@ -1,5 +1,5 @@
-/* Bitmap contexts: a cairo surface over the caller's memory (or the context's own) when
-   the layout is one cairo draws into directly, otherwise a premultiplied shadow surface
+/* Bitmap contexts: a pixman image over the caller's memory (or the context's own) when
+   the layout is one pixman draws into directly, otherwise a premultiplied shadow image
    that is filled from the memory before each drawing and written back after it, so the
    memory always holds what was drawn. User space starts with the origin at the bottom
    left and y up; memory row 0 is the top row. */
@@ -13,8 +13,9 @@
   return kQVRTypeIDCGContext;
 }
 - (void)dealloc {
-  if (cr) cairo_destroy(cr);
-  if (surface) cairo_surface_destroy(surface);
+  if (surface) pixman_image_unref(surface);
+  ClipMaskRelease(state.clip);
+  for (const GraphicsState& saved : *savedStates) ClipMaskRelease(saved.clip);
   if (ownsData) free(data);
   else if (releaseCallback) releaseCallback(releaseInfo, data);
   CGColorSpaceRelease(space);
@@ -29,9 +30,8 @@
 
 void CGContextLoadShadow(CGContextObject* c, int x, int y, int w, int h) {
   if (!c->shadowed || w <= 0 || h <= 0) return;
-  cairo_surface_flush(c->surface);
-  uint8_t* pixels = cairo_image_surface_get_data(c->surface);
-  int stride = cairo_image_surface_get_stride(c->surface);
+  uint8_t* pixels = (uint8_t*)pixman_image_get_data(c->surface);
+  int stride = pixman_image_get_stride(c->surface);
   size_t pixelBytes = (size_t)c->layout.bytesPerPixel;
   for (int row = y; row < y + h; row++) {
     const uint8_t* src = c->data + (size_t)row * c->bytesPerRow + (size_t)x * pixelBytes;
@@ -39,15 +39,12 @@ void CGContextLoadShadow(CGContextObject* c, int x, int y, int w, int h) {
     if (c->layout.alphaOnly) memcpy(dst + x, src, (size_t)w);
     else PixelRowToARGB(c->layout, src, (uint32_t*)dst + x, (size_t)w);
   }
-  cairo_surface_mark_dirty_rectangle(c->surface, x, y, w, h);
 }
 
 void CGContextStoreShadow(CGContextObject* c, int x, int y, int w, int h) {
-  if (w <= 0 || h <= 0) return;
-  cairo_surface_flush(c->surface);
-  if (!c->shadowed) return;
-  const uint8_t* pixels = cairo_image_surface_get_data(c->surface);
-  int stride = cairo_image_surface_get_stride(c->surface);
+  if (!c->shadowed || w <= 0 || h <= 0) return;
+  const uint8_t* pixels = (const uint8_t*)pixman_image_get_data(c->surface);
+  int stride = pixman_image_get_stride(c->surface);
   size_t pixelBytes = (size_t)c->layout.bytesPerPixel;
   for (int row = y; row < y + h; row++) {
     uint8_t* dst = c->data + (size_t)row * c->bytesPerRow + (size_t)x * pixelBytes;
@@ -75,7 +72,7 @@ CGContextRef CGBitmapContextCreateWithData(void* data, size_t width, size_t heig
   if (bytesPerRow == 0) bytesPerRow = data ? minimumRow : (minimumRow + 15) & ~(size_t)15;
   if (bytesPerRow < minimumRow || bytesPerRow > SIZE_MAX / height) return NULL;
 
-  cairo_format_t direct = PixelLayoutCairoFormat(layout);
+  pixman_format_code_t direct = PixelLayoutPixmanFormat(layout);
   uint8_t* memory = (uint8_t*)data;
   bool owns = false;
   if (!memory) {
@@ -83,24 +80,21 @@ CGContextRef CGBitmapContextCreateWithData(void* data, size_t width, size_t heig
     if (!memory) return NULL;
     owns = true;
   }
-  cairo_surface_t* surface = NULL;
+  pixman_image_t* surface = NULL;
   bool shadowed = true;
-  if (direct != CAIRO_FORMAT_INVALID && bytesPerRow % 4 == 0 && ((uintptr_t)memory & 3) == 0 &&
-      bytesPerRow <= INT32_MAX && (size_t)cairo_format_stride_for_width(direct, (int)width) <= bytesPerRow) {
-    surface = cairo_image_surface_create_for_data(memory, direct, (int)width, (int)height, (int)bytesPerRow);
+  if (direct != 0 && bytesPerRow % 4 == 0 && ((uintptr_t)memory & 3) == 0 && bytesPerRow <= INT32_MAX) {
+    surface = pixman_image_create_bits(direct, (int)width, (int)height, (uint32_t*)memory, (int)bytesPerRow);
     shadowed = false;
-  } else {
-    surface = cairo_image_surface_create(alphaOnly ? CAIRO_FORMAT_A8 : CAIRO_FORMAT_ARGB32, (int)width, (int)height);
+  } else if (width * 4 <= INT32_MAX) {
+    surface = pixman_image_create_bits(alphaOnly ? PIXMAN_a8 : PIXMAN_a8r8g8b8, (int)width, (int)height, NULL, 0);
   }
-  if (cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS) {
-    cairo_surface_destroy(surface);
+  if (!surface) {
     if (owns) free(memory);
     return NULL;
   }
 
   CGContextObject* context = [[CGContextObject alloc] init];
   context->surface = surface;
-  context->cr = cairo_create(surface);
   context->shadowed = shadowed;
   context->data = memory;
   context->ownsData = owns;
@@ -114,21 +108,9 @@ CGContextRef CGBitmapContextCreateWithData(void* data, size_t width, size_t heig
   context->space = space ? CGColorSpaceRetain(space) : NULL;
   context->bitmapInfo = bitmapInfo;
   context->layout = layout;
-  context->state = GraphicsStateInitial();
+  context->state = GraphicsStateInitial(height);
   context->savedStates = new std::vector<GraphicsState>();
-  /* Core Graphics' default user space: origin at the bottom left, y up. */
-  cairo_translate(context->cr, 0, (double)height);
-  cairo_scale(context->cr, 1, -1);
   return CGRef<CGContextRef>(context);
-}
-
-void CGContextRecoverFromCairoError(CGContextObject* c) {
-  if (cairo_status(c->cr) == CAIRO_STATUS_SUCCESS) return;
-  cairo_destroy(c->cr);
-  c->cr = cairo_create(c->surface);
-  cairo_translate(c->cr, 0, (double)c->height);
-  cairo_scale(c->cr, 1, -1);
-  for (size_t i = 0; i < c->savedStates->size(); i++) cairo_save(c->cr);
 }
 
 CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size_t bitsPerComponent,
@@ -139,9 +121,7 @@ CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size
 
 void* CGBitmapContextGetData(CGContextRef ref) {
   CGContextObject* c = CGContextGetObject(ref);
-  if (!c) return NULL;
-  cairo_surface_flush(c->surface);
-  return c->data;
+  return c ? c->data : NULL;
 }
 size_t CGBitmapContextGetWidth(CGContextRef ref) {
   CGContextObject* c = CGContextGetObject(ref);
@@ -179,7 +159,6 @@ CGColorSpaceRef CGBitmapContextGetColorSpace(CGContextRef ref) {
 CGImageRef CGBitmapContextCreateImage(CGContextRef ref) {
   CGContextObject* c = CGContextGetObject(ref);
   if (!c) return NULL;
-  cairo_surface_flush(c->surface);
   NSData* bytes = [[NSData alloc] initWithBytes:c->data length:c->bytesPerRow * c->height];
   if (!bytes) return NULL;
   CGDataProviderRef provider = CGDataProviderCreateWithCFData((CFDataRef)(void*)bytes);
@@ -197,9 +176,7 @@ CGContextRef CGContextRetain(CGContextRef context) {
 
 void CGContextRelease(CGContextRef context) { [CGObject(context) release]; }
 
-void CGContextFlush(CGContextRef ref) {
-  CGContextObject* c = CGContextGetObject(ref);
-  if (c) cairo_surface_flush(c->surface);
-}
+/* Drawing reaches the memory before each drawing call returns: nothing is pending. */
+void CGContextFlush(CGContextRef ref) {}
 
 void CGContextSynchronize(CGContextRef ref) { CGContextFlush(ref); }

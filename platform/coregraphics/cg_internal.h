@@ -1,12 +1,14 @@
 /* What the Core Graphics files share and nobody else sees: the Objective-C classes behind
    the opaque references, the pixel layouts of images and bitmap contexts with their
-   conversions to and from cairo's premultiplied ARGB32, and the type identifiers. */
+   conversions to and from pixman's premultiplied native ARGB32, the graphics state with its
+   transform and clip, and the type identifiers. */
 #ifndef QVR_CG_INTERNAL_H
 #define QVR_CG_INTERNAL_H
 
 #import <Foundation/Foundation.h>
 #include <CoreGraphics/CoreGraphics.h>
-#include <cairo.h>
+#include <pixman.h>
+#include "coregraphics/path_rasterizer.h"
 #include <pthread.h>
 
 #include <vector>
@@ -48,12 +50,13 @@ static inline PixelLayout PixelLayoutEmpty() {
 bool PixelLayoutFromBitmapInfo(size_t colorComponents, CGBitmapInfo info, size_t bitsPerComponent,
                                size_t bitsPerPixel, PixelLayout* layout);
 
-/* Row conversions between a layout and cairo's native premultiplied ARGB32. */
+/* Row conversions between a layout and native premultiplied ARGB32 (PIXMAN_a8r8g8b8). */
 void PixelRowToARGB(const PixelLayout& layout, const uint8_t* src, uint32_t* dst, size_t width);
 void PixelRowFromARGB(const PixelLayout& layout, const uint32_t* src, uint8_t* dst, size_t width);
 
-/* The cairo format whose memory equals the layout exactly, or CAIRO_FORMAT_INVALID. */
-cairo_format_t PixelLayoutCairoFormat(const PixelLayout& layout);
+/* The pixman format whose memory equals the layout exactly (native ARGB32 premultiplied,
+   native RGB with a skipped byte, or 8-bit alpha), or 0. */
+pixman_format_code_t PixelLayoutPixmanFormat(const PixelLayout& layout);
 
 @interface CGColorSpaceObject : NSObject {
  @public
@@ -93,36 +96,84 @@ cairo_format_t PixelLayoutCairoFormat(const PixelLayout& layout);
   CGColorRenderingIntent intent;
   PixelLayout layout; /* for images that are not masks */
   pthread_mutex_t surfaceLock;
-  cairo_surface_t* surface; /* decoded form, made on first draw */
+  pixman_image_t* surface; /* decoded form, made on first draw */
 }
 @end
 
-/* The decoded form of an image: premultiplied ARGB32, or A8 coverage for image masks
-   (255 paints) and alpha-only images. Owned by the image; NULL when it cannot be decoded. */
-cairo_surface_t* CGImageGetCairoSurface(CGImageRef image);
+/* The decoded form of an image: premultiplied ARGB32 (or native RGB with a skipped byte
+   when the memory is that already), or 8-bit coverage for image masks (255 paints) and
+   alpha-only images. Owned by the image and never written; drawing takes its own view
+   of it (pixman images carry their transform and filter). NULL when it cannot be decoded. */
+pixman_image_t* CGImageGetPixmanImage(CGImageRef image);
 /* A new image of premultiplied RGBA bytes (PremultipliedLast, default byte order) holding
-   the pixels of an ARGB32 surface; NULL on failure. */
-CGImageRef CGImageCreateFromARGBSurface(cairo_surface_t* surface, CGColorSpaceRef space);
+   the pixels of an ARGB32 pixman image; NULL on failure. */
+CGImageRef CGImageCreateFromARGBImage(pixman_image_t* pixels, CGColorSpaceRef space);
 
-/* The graphics state that cairo does not keep for us. */
+/* A source for drawing the decoded pixels through: toImage maps destination pixel
+   coordinates (the centre of pixel (x, y) at x + 0.5, y + 0.5) to image pixels, edges
+   repeat outward, and the filter follows the quality and how much the image shrinks.
+   High quality shrinks in two steps when it shrinks a lot (reduce controls that). A new
+   pixman reference the caller drops; NULL when the transform is beyond pixman's range. */
+pixman_image_t* CreateImageSampler(pixman_image_t* pixels, CGAffineTransform toImage, CGInterpolationQuality quality,
+                                   bool reduce);
+
+/* The clip of a graphics state in device pixels (memory rows, y down): nothing outside
+   the box is painted, and inside it the coverage (box-sized, one byte a pixel) scales
+   what is, or the whole box is open when there is none. Shared between saved states,
+   counted, and never changed once made. */
+struct ClipMask {
+  int references;
+  int x0, y0, x1, y1;
+  uint8_t* coverage;
+};
+ClipMask* ClipMaskRetain(ClipMask* clip);
+void ClipMaskRelease(ClipMask* clip);
+
+/* Coverage rows are padded to four bytes, as pixman wants of an 8-bit image. */
+static inline int CoverageStride(int width) { return (width + 3) & ~3; }
+
+/* A device pixel box: x0 <= x < x1, y0 <= y < y1. */
+struct DeviceBox {
+  int x0, y0, x1, y1;
+  int width() const { return x1 - x0; }
+  int height() const { return y1 - y0; }
+  bool empty() const { return x1 <= x0 || y1 <= y0; }
+};
+
+/* The device polygon of a user-space rectangle. */
+qvr::Polygon DeviceRectangle(const CGAffineTransform& ctm, CGRect rect);
+/* The pixels that filling the polygons can touch inside a width x height context and
+   the clip (NULL: none); empty when nothing can change. */
+DeviceBox PaintedBox(const std::vector<qvr::Polygon>& polygons, const ClipMask* clip, size_t width, size_t height);
+/* The coverage of the polygons, cut by the clip, over box, as bytes of CoverageStride rows
+   (free them with free()); NULL when every pixel of the box is fully covered. */
+uint8_t* CoverageInBox(const std::vector<qvr::Polygon>& polygons, const CGAffineTransform& ctm, bool antialias,
+                       const ClipMask* clip, const DeviceBox& box);
+
+/* The graphics state of a context: blend mode, alpha, interpolation, fill colour and
+   antialiasing, the transform from user space to device pixels (y down) and the clip
+   (NULL: the whole context). */
 struct GraphicsState {
   CGBlendMode blendMode;
   CGFloat alpha;
   CGInterpolationQuality interpolation;
   CGFloat fill[4]; /* premultiplication happens when drawing */
   bool antialias;
+  CGAffineTransform ctm;
+  ClipMask* clip;
 };
 
-static inline GraphicsState GraphicsStateInitial() {
-  GraphicsState s = {kCGBlendModeNormal, 1, kCGInterpolationDefault, {0, 0, 0, 1}, true};
+/* Core Graphics' default user space: origin at the bottom left, y up. */
+static inline GraphicsState GraphicsStateInitial(size_t height) {
+  GraphicsState s = {kCGBlendModeNormal, 1, kCGInterpolationDefault, {0, 0, 0, 1}, true,
+                     CGAffineTransformMake(1, 0, 0, -1, 0, (CGFloat)height), NULL};
   return s;
 }
 
 @interface CGContextObject : NSObject {
  @public
-  cairo_surface_t* surface; /* the caller's memory itself, or a shadow of it */
-  cairo_t* cr;
-  bool shadowed; /* memory and surface differ: convert around every drawing */
+  pixman_image_t* surface; /* the caller's memory itself, or a shadow of it */
+  bool shadowed;           /* memory and surface differ: convert around every drawing */
   uint8_t* data;
   bool ownsData;
   CGBitmapContextReleaseDataCallback releaseCallback;
@@ -140,10 +191,6 @@ static inline GraphicsState GraphicsStateInitial() {
    device-space pixel rectangle given; nothing to do for unshadowed contexts. */
 void CGContextLoadShadow(CGContextObject* context, int x, int y, int w, int h);
 void CGContextStoreShadow(CGContextObject* context, int x, int y, int w, int h);
-
-/* Cairo keeps a context that met bad numbers in an error state for good: start it afresh
-   (identity transform, no clip, as many saved levels as the state stack holds). */
-void CGContextRecoverFromCairoError(CGContextObject* context);
 
 /* Casts between the opaque references and their objects. */
 template <typename Ref>

@@ -1,6 +1,6 @@
-/* The graphics state of a context: the transformation and clip live in cairo's own state,
-   the rest (blend mode, alpha, interpolation, fill colour, antialiasing) beside it, and
-   CGContextSaveGState / RestoreGState push and pop both together. */
+/* The graphics state of a context: transform, clip, blend mode, alpha, interpolation, fill
+   colour and antialiasing, which CGContextSaveGState / RestoreGState push and pop together
+   (saved states share their clip, which is never changed in place). */
 #include "cg_internal.h"
 
 #include <math.h>
@@ -8,53 +8,57 @@
 void CGContextSaveGState(CGContextRef ref) {
   CGContextObject* c = CGContextGetObject(ref);
   if (!c) return;
-  cairo_save(c->cr);
   c->savedStates->push_back(c->state);
+  ClipMaskRetain(c->state.clip);
 }
 
 void CGContextRestoreGState(CGContextRef ref) {
   CGContextObject* c = CGContextGetObject(ref);
   if (!c || c->savedStates->empty()) return;
-  cairo_restore(c->cr);
+  ClipMaskRelease(c->state.clip);
   c->state = c->savedStates->back();
   c->savedStates->pop_back();
 }
 
+/* A transform that cannot map user space onto device pixels any more is refused, so the
+   state always stays usable. */
+static void SetCTM(CGContextObject* c, CGAffineTransform t) {
+  double det = t.a * t.d - t.b * t.c;
+  if (det == 0 || !isfinite(det) || !isfinite(t.tx) || !isfinite(t.ty)) return;
+  c->state.ctm = t;
+}
+
 void CGContextTranslateCTM(CGContextRef ref, CGFloat tx, CGFloat ty) {
   CGContextObject* c = CGContextGetObject(ref);
-  if (c && isfinite(tx) && isfinite(ty)) cairo_translate(c->cr, tx, ty);
+  if (c && isfinite(tx) && isfinite(ty)) SetCTM(c, CGAffineTransformTranslate(c->state.ctm, tx, ty));
 }
 
 void CGContextScaleCTM(CGContextRef ref, CGFloat sx, CGFloat sy) {
   CGContextObject* c = CGContextGetObject(ref);
-  /* A zero scale would make the matrix singular, which cairo refuses for good. */
-  if (c && sx != 0 && sy != 0 && isfinite(sx) && isfinite(sy)) cairo_scale(c->cr, sx, sy);
+  if (c && isfinite(sx) && isfinite(sy)) SetCTM(c, CGAffineTransformScale(c->state.ctm, sx, sy));
 }
 
 void CGContextRotateCTM(CGContextRef ref, CGFloat angle) {
   CGContextObject* c = CGContextGetObject(ref);
-  if (c && isfinite(angle)) cairo_rotate(c->cr, angle);
+  if (c && isfinite(angle)) {
+    double sn = sin(angle), cs = cos(angle);
+    SetCTM(c, CGAffineTransformConcat(CGAffineTransformMake(cs, sn, -sn, cs, 0, 0), c->state.ctm));
+  }
 }
 
 void CGContextConcatCTM(CGContextRef ref, CGAffineTransform t) {
   CGContextObject* c = CGContextGetObject(ref);
-  double det = t.a * t.d - t.b * t.c;
-  if (!c || det == 0 || !isfinite(det) || !isfinite(t.tx) || !isfinite(t.ty)) return;
-  cairo_matrix_t m;
-  cairo_matrix_init(&m, t.a, t.b, t.c, t.d, t.tx, t.ty);
-  cairo_transform(c->cr, &m);
+  if (c && isfinite(t.a) && isfinite(t.b) && isfinite(t.c) && isfinite(t.d))
+    SetCTM(c, CGAffineTransformConcat(t, c->state.ctm));
 }
 
-/* Cairo's matrix maps user space to memory rows (y down); Core Graphics' CTM maps it to device
-   space with y up, so the base flip is taken back out. */
+/* The state's transform maps user space to memory rows (y down); Core Graphics' CTM maps
+   it to device space with y up, so the base flip is taken back out. */
 CGAffineTransform CGContextGetCTM(CGContextRef ref) {
   CGContextObject* c = CGContextGetObject(ref);
   if (!c) return CGAffineTransformIdentity;
-  cairo_matrix_t m;
-  cairo_get_matrix(c->cr, &m);
-  CGAffineTransform user = CGAffineTransformMake(m.xx, m.yx, m.xy, m.yy, m.x0, m.y0);
   CGAffineTransform flip = CGAffineTransformMake(1, 0, 0, -1, 0, (CGFloat)c->height);
-  return CGAffineTransformConcat(user, flip);
+  return CGAffineTransformConcat(c->state.ctm, flip);
 }
 
 void CGContextSetBlendMode(CGContextRef ref, CGBlendMode mode) {
@@ -119,26 +123,39 @@ void CGContextClipToRect(CGContextRef ref, CGRect rect) {
   CGContextClipToRects(ref, &rect, 1);
 }
 
+/* The new clip is the old one cut by the union of the rectangles. */
 void CGContextClipToRects(CGContextRef ref, const CGRect* rects, size_t count) {
   CGContextObject* c = CGContextGetObject(ref);
   if (!c || (!rects && count)) return;
-  cairo_new_path(c->cr);
+  std::vector<qvr::Polygon> polygons;
   for (size_t i = 0; i < count; i++) {
     CGRect r = CGRectStandardize(rects[i]);
     if (CGRectIsNull(r) || !isfinite(r.origin.x) || !isfinite(r.origin.y) || !isfinite(r.size.width) ||
         !isfinite(r.size.height))
       continue;
-    cairo_rectangle(c->cr, r.origin.x, r.origin.y, r.size.width, r.size.height);
+    polygons.push_back(DeviceRectangle(c->state.ctm, r));
   }
-  cairo_set_antialias(c->cr, c->state.antialias ? CAIRO_ANTIALIAS_DEFAULT : CAIRO_ANTIALIAS_NONE);
-  cairo_clip(c->cr);
-  CGContextRecoverFromCairoError(c);
+  ClipMask* clip = new ClipMask();
+  clip->references = 1;
+  DeviceBox box = PaintedBox(polygons, c->state.clip, c->width, c->height);
+  if (!box.empty()) {
+    clip->x0 = box.x0;
+    clip->y0 = box.y0;
+    clip->x1 = box.x1;
+    clip->y1 = box.y1;
+    clip->coverage = CoverageInBox(polygons, c->state.ctm, c->state.antialias, c->state.clip, box);
+  }
+  ClipMaskRelease(c->state.clip);
+  c->state.clip = clip;
 }
 
+/* The clip's box in user space (the whole context when nothing clips). */
 CGRect CGContextGetClipBoundingBox(CGContextRef ref) {
   CGContextObject* c = CGContextGetObject(ref);
   if (!c) return CGRectNull;
-  double x0, y0, x1, y1;
-  cairo_clip_extents(c->cr, &x0, &y0, &x1, &y1);
-  return CGRectStandardize(CGRectMake(x0, y0, x1 - x0, y1 - y0));
+  const ClipMask* clip = c->state.clip;
+  CGRect device = clip ? CGRectMake(clip->x0, clip->y0, clip->x1 - clip->x0, clip->y1 - clip->y0)
+                       : CGRectMake(0, 0, (CGFloat)c->width, (CGFloat)c->height);
+  if (clip && (clip->x1 <= clip->x0 || clip->y1 <= clip->y0)) return CGRectZero;
+  return CGRectApplyAffineTransform(device, CGAffineTransformInvert(c->state.ctm));
 }

@@ -1,5 +1,5 @@
 /* CGImage: immutable bitmaps and image masks over a data provider, their getters, the
-   cut-out of a rectangle, and the decoded cairo surface that drawing uses (made once, on
+   cut-out of a rectangle, and the decoded pixman image that drawing uses (made once, on
    first use, under the image's lock since images are shared between threads). */
 #include "cg_internal.h"
 
@@ -15,7 +15,7 @@
   return kQVRTypeIDCGImage;
 }
 - (void)dealloc {
-  if (surface) cairo_surface_destroy(surface);
+  if (surface) pixman_image_unref(surface);
   pthread_mutex_destroy(&surfaceLock);
   CGColorSpaceRelease(space);
   CGDataProviderRelease(provider);
@@ -175,13 +175,9 @@ static inline uint32_t MaskSample(const uint8_t* row, size_t x, size_t bits) {
 }
 
 /* Coverage of a mask: samples act as inverse alpha, through the decode array. */
-static cairo_surface_t* DecodeMask(CGImageObject* image) {
-  cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_A8, (int)image->width, (int)image->height);
-  if (cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS) {
-    cairo_surface_destroy(surface);
-    return NULL;
-  }
-  cairo_surface_flush(surface);
+static pixman_image_t* DecodeMask(CGImageObject* image) {
+  pixman_image_t* surface = pixman_image_create_bits(PIXMAN_a8, (int)image->width, (int)image->height, NULL, 0);
+  if (!surface) return NULL;
   double d0 = image->hasDecode ? image->decode[0] : 0, d1 = image->hasDecode ? image->decode[1] : 1;
   uint8_t table[256];
   for (int s = 0; s < 256; s++) {
@@ -189,40 +185,33 @@ static cairo_surface_t* DecodeMask(CGImageObject* image) {
     double coverage = 1 - (v < 0 ? 0 : v > 1 ? 1 : v);
     table[s] = (uint8_t)lround(coverage * 255);
   }
-  uint8_t* dst = cairo_image_surface_get_data(surface);
-  int stride = cairo_image_surface_get_stride(surface);
+  uint8_t* dst = (uint8_t*)pixman_image_get_data(surface);
+  int stride = pixman_image_get_stride(surface);
   const uint8_t* src = ImageBytes(image);
   for (size_t y = 0; y < image->height; y++) {
     const uint8_t* row = src + y * image->bytesPerRow;
     uint8_t* out = dst + y * stride;
     for (size_t x = 0; x < image->width; x++) out[x] = table[MaskSample(row, x, image->bitsPerComponent)];
   }
-  cairo_surface_mark_dirty(surface);
   return surface;
 }
 
-static cairo_surface_t* DecodeImage(CGImageObject* image) {
+static pixman_image_t* DecodeImage(CGImageObject* image) {
   const uint8_t* src = ImageBytes(image);
-  cairo_format_t direct = PixelLayoutCairoFormat(image->layout);
-  /* Memory that already is a cairo surface is read in place (cairo never writes to a
-     source); the provider outlives the surface, both belonging to the image. */
-  if (direct != CAIRO_FORMAT_INVALID && direct != CAIRO_FORMAT_A8 && !image->hasDecode &&
-      image->bytesPerRow % 4 == 0 && ((uintptr_t)src & 3) == 0 &&
-      (size_t)cairo_format_stride_for_width(direct, (int)image->width) <= image->bytesPerRow) {
-    cairo_surface_t* surface = cairo_image_surface_create_for_data(
-        (unsigned char*)src, direct, (int)image->width, (int)image->height, (int)image->bytesPerRow);
-    if (cairo_surface_status(surface) == CAIRO_STATUS_SUCCESS) return surface;
-    cairo_surface_destroy(surface);
+  pixman_format_code_t direct = PixelLayoutPixmanFormat(image->layout);
+  /* Memory that already is a pixman format is read in place (drawing never writes to a
+     source); the provider outlives the pixman image, both belonging to the image. */
+  if (direct != 0 && direct != PIXMAN_a8 && !image->hasDecode && image->bytesPerRow % 4 == 0 &&
+      ((uintptr_t)src & 3) == 0 && image->bytesPerRow <= INT32_MAX) {
+    pixman_image_t* surface = pixman_image_create_bits(direct, (int)image->width, (int)image->height,
+                                                       (uint32_t*)(void*)src, (int)image->bytesPerRow);
+    if (surface) return surface;
   }
-  cairo_surface_t* surface =
-      cairo_image_surface_create(CAIRO_FORMAT_ARGB32, (int)image->width, (int)image->height);
-  if (cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS) {
-    cairo_surface_destroy(surface);
-    return NULL;
-  }
-  cairo_surface_flush(surface);
-  uint8_t* dst = cairo_image_surface_get_data(surface);
-  int stride = cairo_image_surface_get_stride(surface);
+  if (image->width > INT32_MAX / 4) return NULL;
+  pixman_image_t* surface = pixman_image_create_bits(PIXMAN_a8r8g8b8, (int)image->width, (int)image->height, NULL, 0);
+  if (!surface) return NULL;
+  uint8_t* dst = (uint8_t*)pixman_image_get_data(surface);
+  int stride = pixman_image_get_stride(surface);
   for (size_t y = 0; y < image->height; y++)
     PixelRowToARGB(image->layout, src + y * image->bytesPerRow, (uint32_t*)(dst + y * stride), image->width);
   /* A decode array of [1 0] pairs inverts colour components (as with grey scans). */
@@ -238,26 +227,24 @@ static cairo_surface_t* DecodeImage(CGImageObject* image) {
       }
     }
   }
-  cairo_surface_mark_dirty(surface);
   return surface;
 }
 
-cairo_surface_t* CGImageGetCairoSurface(CGImageRef ref) {
+pixman_image_t* CGImageGetPixmanImage(CGImageRef ref) {
   CGImageObject* image = CGImageGetObject(ref);
   if (!image) return NULL;
   pthread_mutex_lock(&image->surfaceLock);
   if (!image->surface) image->surface = image->isMask ? DecodeMask(image) : DecodeImage(image);
-  cairo_surface_t* surface = image->surface;
+  pixman_image_t* surface = image->surface;
   pthread_mutex_unlock(&image->surfaceLock);
   return surface;
 }
 
-CGImageRef CGImageCreateFromARGBSurface(cairo_surface_t* surface, CGColorSpaceRef space) {
-  if (!surface || cairo_image_surface_get_format(surface) != CAIRO_FORMAT_ARGB32) return NULL;
-  cairo_surface_flush(surface);
-  int width = cairo_image_surface_get_width(surface), height = cairo_image_surface_get_height(surface);
-  int stride = cairo_image_surface_get_stride(surface);
-  const uint8_t* src = cairo_image_surface_get_data(surface);
+CGImageRef CGImageCreateFromARGBImage(pixman_image_t* pixels, CGColorSpaceRef space) {
+  if (!pixels || pixman_image_get_format(pixels) != PIXMAN_a8r8g8b8) return NULL;
+  int width = pixman_image_get_width(pixels), height = pixman_image_get_height(pixels);
+  int stride = pixman_image_get_stride(pixels);
+  const uint8_t* src = (const uint8_t*)pixman_image_get_data(pixels);
   if (width <= 0 || height <= 0 || !src) return NULL;
   PixelLayout layout;
   PixelLayoutFromBitmapInfo(3, kCGImageAlphaPremultipliedLast, 8, 32, &layout);

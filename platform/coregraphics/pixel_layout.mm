@@ -1,6 +1,6 @@
 /* Pixel layouts: where grey, red, green, blue and alpha lie in a pixel for each
    combination of colour space, alpha info and byte order that images and bitmap contexts
-   accept, and the row conversions to and from cairo's premultiplied native ARGB32 that
+   accept, and the row conversions to and from pixman's premultiplied native ARGB32 that
    reading images and drawing into foreign layouts rest on. */
 #include "cg_internal.h"
 
@@ -75,16 +75,16 @@ bool PixelLayoutFromBitmapInfo(size_t colorComponents, CGBitmapInfo info, size_t
   return true;
 }
 
-cairo_format_t PixelLayoutCairoFormat(const PixelLayout& l) {
+pixman_format_code_t PixelLayoutPixmanFormat(const PixelLayout& l) {
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-  if (l.bigSamples || l.littleSamples) return CAIRO_FORMAT_INVALID;
+  if (l.bigSamples || l.littleSamples) return (pixman_format_code_t)0;
   if (l.bytesPerPixel == 4 && l.blue == 0 && l.green == 1 && l.red == 2) {
-    if (l.alpha == 3 && l.premultiplied) return CAIRO_FORMAT_ARGB32;
-    if (l.skip == 3) return CAIRO_FORMAT_RGB24;
+    if (l.alpha == 3 && l.premultiplied) return PIXMAN_a8r8g8b8;
+    if (l.skip == 3) return PIXMAN_x8r8g8b8;
   }
-  if (l.bytesPerPixel == 1 && l.alphaOnly) return CAIRO_FORMAT_A8;
+  if (l.bytesPerPixel == 1 && l.alphaOnly) return PIXMAN_a8;
 #endif
-  return CAIRO_FORMAT_INVALID;
+  return (pixman_format_code_t)0;
 }
 
 static inline uint32_t Mul255(uint32_t a, uint32_t b) {
