@@ -35,7 +35,11 @@ REALclassDefinition NSImageQVRClass = {
 void PrepareNSImageQVRClass(void) {
   JoinMemberRows<REALproperty>({RowsOf(NSImageHandleProperty)}, NSImageQVRClass.properties,
                                NSImageQVRClass.propertyCount);
-  JoinMemberRows<REALmethodDefinition>({}, NSImageQVRClass.methods, NSImageQVRClass.methodCount);
+  JoinMemberRows<REALmethodDefinition>({
+                                           NSImageScalingMethods,
+                                           NSImageDrawingMethods,
+                                       },
+                                       NSImageQVRClass.methods, NSImageQVRClass.methodCount);
   JoinMemberRows<REALmethodDefinition>({}, NSImageQVRClass.sharedMethods, NSImageQVRClass.sharedMethodCount);
   JoinMemberRows<REALconstant>({}, NSImageQVRClass.constants, NSImageQVRClass.constantCount);
 }

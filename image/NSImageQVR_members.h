@@ -7,6 +7,11 @@
 #include "plugin/host_sdk.h"
 #include "plugin/member_rows.h"
 
+/* Scaled, faded and flipped copies, name and size (scaling.mm). */
+extern const MemberRows<REALmethodDefinition> NSImageScalingMethods;
+/* Drawing into a host-owned Core Graphics context (drawing.mm). */
+extern const MemberRows<REALmethodDefinition> NSImageDrawingMethods;
+
 /* Joins the groups into NSImageQVRClass; run once, before its flags are fixed and it is
    registered. */
 void PrepareNSImageQVRClass(void);

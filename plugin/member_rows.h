@@ -9,6 +9,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "plugin/host_sdk.h"
+
 #include <initializer_list>
 #include <vector>
 
@@ -25,6 +27,12 @@ constexpr MemberRows<Row> RowsOf(const Row (&rows)[N]) {
 
 /* Points table and count at a new array holding every group's rows in the order given;
    an empty join leaves the table null. */
+/* A method row of the usual kind: host flag 0x4, not assignable, no attributes. */
+template <typename Function>
+REALmethodDefinition MethodRow(Function* function, const char* declaration) {
+  return {reinterpret_cast<void*>(function), nullptr, declaration, REALflagHost4, 0, nullptr};
+}
+
 template <typename Row>
 void JoinMemberRows(std::initializer_list<MemberRows<Row>> groups, Row*& table, uintptr_t& count) {
   auto* joined = new std::vector<Row>();

@@ -35,3 +35,11 @@ extern REALclassDefinition ConversionProbeQVRClass;
 void FailNextThreadCreation(bool fail);
 void FailNextMutexAllocation(bool fail);
 int TakeDeliveredFailures();
+
+// Image probes (probe_images.mm): images from RGBA pixels and back, bitmap contexts.
+REALobject ImageFromPixels(intptr_t width, intptr_t height, REALmemoryBlock rgba);
+REALmemoryBlock ImagePixels(REALobject image);
+REALstring ImageGeometry(REALobject image);
+intptr_t NewCGContext(intptr_t width, intptr_t height);
+REALmemoryBlock CGContextPixels(intptr_t context);
+void ReleaseCGContext(intptr_t context);

@@ -449,6 +449,12 @@ REALmethodDefinition FrameProbeSharedMethods[] = {
     SHARED(ObjectWrapperRoundTrip, "ObjectWrapperRoundTrip(o as NSImageQVR) as NSImageQVR"),
     SHARED(TypeIDsProbe, "CheckTypeIDs as String"),
     SHARED(SystemVersionProbe, "SystemVersion as String"),
+    SHARED(ImageFromPixels, "ImageFromPixels(width as Integer, height as Integer, rgba as MemoryBlock) as NSImageQVR"),
+    SHARED(ImagePixels, "ImagePixels(image as NSImageQVR) as MemoryBlock"),
+    SHARED(ImageGeometry, "ImageGeometry(image as NSImageQVR) as String"),
+    SHARED(NewCGContext, "NewCGContext(width as Integer, height as Integer) as Integer"),
+    SHARED(CGContextPixels, "CGContextPixels(context as Integer) as MemoryBlock"),
+    SHARED(ReleaseCGContext, "ReleaseCGContext(context as Integer)"),
 };
 
 const uintptr_t FrameProbeSharedMethodCount = sizeof(FrameProbeSharedMethods) / sizeof(FrameProbeSharedMethods[0]);

@@ -1,0 +1,132 @@
+/* The NSImage category ImageAdditionsQVR. Encoding: JPEG and BMP cannot carry
+   transparency, so they encode the image drawn over white; PNG and GIF encode the bitmap
+   of the image's TIFF form and keep it; GIF refuses an image without an area. Copies:
+   one core renders the image at a new size, with an opacity and optionally flipped, and
+   keeps the source's aspect ratio when asked. */
+#import <AppKit/AppKit.h>
+
+#import "image/ImageAdditionsQVR.h"
+
+/* The platform's file type codes for representationUsingType:properties:. */
+static const NSBitmapImageFileType kBMPType = 1, kGIFType = 2, kJPEGType = 3, kPNGType = 4;
+static const NSCompositingOperation kSourceOver = 2;
+static const float kDefaultJPEGFactor = 0.8f;
+/* Scaling renders with the platform's high interpolation and copies the source's
+   pixels, transparency included, rather than compositing them over anything. */
+static const NSImageInterpolation kHighInterpolation = 3;
+static const NSCompositingOperation kCopy = 1;
+
+/* The first bitmap representation of the image's TIFF form: every representation, also
+   a PDF page or an EPS drawing, rendered the way the platform writes TIFF. */
+static NSBitmapImageRep* BitmapOfTIFFForm(NSImage* image) {
+  NSData* tiff = [image TIFFRepresentation];
+  if (tiff == nil) return nil;
+  return [NSBitmapImageRep imageRepWithData:tiff];
+}
+
+@implementation NSImage (ImageAdditionsQVR)
+
+/* ---- encoding */
+
+- (NSBitmapImageRep*)opaqueBitmapImageRepQVR {
+  NSSize size = [self size];
+  NSImage* flat = [[[NSImage alloc] initWithSize:size] autorelease];
+  if (flat == nil) return nil;
+  [flat lockFocus];
+  [[NSColor whiteColor] set];
+  NSRectFill(NSMakeRect(0, 0, size.width, size.height));
+  [self compositeToPoint:NSZeroPoint operation:kSourceOver];
+  [flat unlockFocus];
+  for (NSImageRep* rep in [flat representations])
+    if ([rep isKindOfClass:[NSBitmapImageRep class]]) return (NSBitmapImageRep*)rep;
+  NSData* tiff = [flat TIFFRepresentation];
+  return tiff ? [NSBitmapImageRep imageRepWithData:tiff] : nil;
+}
+
+- (NSData*)JPEGRepresentationQVR {
+  return [self JPEGRepresentationWithCompressionFactorQVR:kDefaultJPEGFactor];
+}
+
+- (NSData*)JPEGRepresentationWithCompressionFactorQVR:(float)factor {
+  NSBitmapImageRep* rep = [self opaqueBitmapImageRepQVR];
+  if (rep == nil) return nil;
+  NSDictionary* properties = [NSDictionary dictionaryWithObject:[NSNumber numberWithFloat:factor]
+                                                         forKey:NSImageCompressionFactor];
+  return [rep representationUsingType:kJPEGType properties:properties];
+}
+
+- (NSData*)BMPRepresentationQVR {
+  NSBitmapImageRep* rep = [self opaqueBitmapImageRepQVR];
+  if (rep == nil) return nil;
+  return [rep representationUsingType:kBMPType properties:nil];
+}
+
+- (NSData*)PNGRepresentationQVR {
+  NSBitmapImageRep* rep = BitmapOfTIFFForm(self);
+  if (rep == nil) return nil;
+  return [rep representationUsingType:kPNGType properties:nil];
+}
+
+- (NSData*)GIFRepresentationQVR {
+  NSBitmapImageRep* rep = BitmapOfTIFFForm(self);
+  if (rep == nil) return nil;
+  NSDictionary* properties =
+      [NSDictionary dictionaryWithObjectsAndKeys:[NSNumber numberWithBool:YES], NSImageDitherTransparency, nil];
+  if (properties == nil) return nil;
+  NSSize size = [self size];
+  /* An image without an area still has a TIFF form (one transparent pixel); as GIF it
+     gives nothing. */
+  if (!(size.width > 0 && size.height > 0)) return nil;
+  return [rep representationUsingType:kGIFType properties:properties];
+}
+
+/* ---- scaled and faded copies */
+
+- (NSImage*)imageByScalingToSizeQVR:(NSSize)size {
+  return [self imageByScalingToSizeQVR:size fraction:1.0f flipImage:NO proportionally:YES];
+}
+
+- (NSImage*)imageByScalingToSizeQVR:(NSSize)size fraction:(float)fraction {
+  return [self imageByScalingToSizeQVR:size fraction:fraction flipImage:NO proportionally:YES];
+}
+
+- (NSImage*)imageByFadingToFraction:(float)fraction {
+  return [self imageByScalingToSizeQVR:[self size] fraction:fraction flipImage:NO proportionally:NO];
+}
+
+- (NSImage*)imageByScalingToSizeQVR:(NSSize)targetSize
+                           fraction:(float)fraction
+                          flipImage:(BOOL)flip
+                     proportionally:(BOOL)proportionally {
+  NSSize source = [self size];
+  /* Nothing to change: a plain copy keeps every representation as it is. */
+  if (NSEqualSizes(source, targetSize) && fraction == 1.0f && !flip) return [[self copy] autorelease];
+
+  /* The side matching the source's longer side is kept and the other follows the aspect
+     ratio, in single precision, divided first. Nothing is rounded or centred, so the
+     other side may come out larger than asked; a square source fills the target. */
+  float width = (float)targetSize.width, height = (float)targetSize.height;
+  const float sourceWidth = (float)source.width, sourceHeight = (float)source.height;
+  if (proportionally && sourceWidth != sourceHeight) {
+    if (sourceWidth > sourceHeight) {
+      height = (width / sourceWidth) * sourceHeight;
+    } else {
+      width = (height / sourceHeight) * sourceWidth;
+    }
+  }
+  NSSize target = NSMakeSize(width, height);
+
+  NSImage* scaled = [[NSImage alloc] initWithSize:target];
+  if (scaled == nil) return nil;
+  if (flip) [scaled setFlipped:YES];
+  [scaled lockFocus];
+  [[NSGraphicsContext currentContext] setImageInterpolation:kHighInterpolation];
+  [self drawInRect:NSMakeRect(0, 0, target.width, target.height)
+          fromRect:NSMakeRect(0, 0, source.width, source.height)
+         operation:kCopy
+          fraction:fraction];
+  [scaled unlockFocus];
+  return [scaled autorelease];
+}
+
+@end
