@@ -37,8 +37,11 @@ static NSBitmapImageRep* BitmapOfTIFFForm(NSImage* image) {
   NSRectFill(NSMakeRect(0, 0, size.width, size.height));
   [self compositeToPoint:NSZeroPoint operation:kSourceOver];
   [flat unlockFocus];
-  for (NSImageRep* rep in [flat representations])
+  NSArray* reps = [flat representations];
+  for (NSUInteger i = 0; i < [reps count]; i++) {
+    NSImageRep* rep = [reps objectAtIndex:i];
     if ([rep isKindOfClass:[NSBitmapImageRep class]]) return (NSBitmapImageRep*)rep;
+  }
   NSData* tiff = [flat TIFFRepresentation];
   return tiff ? [NSBitmapImageRep imageRepWithData:tiff] : nil;
 }

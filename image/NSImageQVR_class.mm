@@ -36,6 +36,8 @@ void PrepareNSImageQVRClass(void) {
   JoinMemberRows<REALproperty>({RowsOf(NSImageHandleProperty)}, NSImageQVRClass.properties,
                                NSImageQVRClass.propertyCount);
   JoinMemberRows<REALmethodDefinition>({
+                                           NSImageEncodingMethods,
+                                           NSImageThreadedEncodingMethods,
                                            NSImageScalingMethods,
                                            NSImageDrawingMethods,
                                        },

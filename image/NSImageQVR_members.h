@@ -7,6 +7,10 @@
 #include "plugin/host_sdk.h"
 #include "plugin/member_rows.h"
 
+/* Encoding on the calling thread (encoding.mm). */
+extern const MemberRows<REALmethodDefinition> NSImageEncodingMethods;
+/* Encoding on a worker thread (encoding_threaded.mm). */
+extern const MemberRows<REALmethodDefinition> NSImageThreadedEncodingMethods;
 /* Scaled, faded and flipped copies, name and size (scaling.mm). */
 extern const MemberRows<REALmethodDefinition> NSImageScalingMethods;
 /* Drawing into a host-owned Core Graphics context (drawing.mm). */

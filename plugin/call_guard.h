@@ -26,6 +26,11 @@ enum { kCocoaGuardConverted = 0, kCocoaGuardCompleted = 1 };
 int CocoaRunSimpleFrame(CocoaGuardBody body, void* context);
 int CocoaRunPooledFrame(CocoaGuardBody body, void* context);
 
+#ifdef __OBJC__
+/* YES for an NSException or an instance of a subclass, decided by the class chain. */
+BOOL CocoaIsNSException(id object);
+#endif
+
 #ifdef __cplusplus
 }
 

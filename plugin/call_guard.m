@@ -8,7 +8,7 @@
 #include "plugin/call_guard.h"
 #include "plugin/errors.h"
 
-static BOOL IsNSException(id object) {
+BOOL CocoaIsNSException(id object) {
   Class wanted = [NSException class];
   for (Class cls = object ? object_getClass(object) : Nil; cls != Nil; cls = class_getSuperclass(cls)) {
     if (cls == wanted) return YES;
@@ -20,7 +20,7 @@ int CocoaRunSimpleFrame(CocoaGuardBody body, void* context) {
   @try {
     body(context);
   } @catch (NSException* exception) {
-    if (!IsNSException(exception)) @throw;
+    if (!CocoaIsNSException(exception)) @throw;
     RaiseNSExceptionQVR(exception);
     return kCocoaGuardConverted;
   } @catch (id other) {
@@ -37,7 +37,7 @@ int CocoaRunPooledFrame(CocoaGuardBody body, void* context) {
     pool = [[NSAutoreleasePool alloc] init];
     body(context);
   } @catch (NSException* exception) {
-    if (IsNSException(exception)) {
+    if (CocoaIsNSException(exception)) {
       outcome = kCocoaGuardConverted;
       @try {
         RaiseNSExceptionQVR(exception);

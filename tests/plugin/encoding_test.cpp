@@ -1,0 +1,145 @@
+// Encoding the held image: JPEG and BMP drawn over white, PNG and GIF with their
+// transparency, TIFF with a chosen compression, each checked with a decoder that is not
+// ours; and the threaded twins, which must give the same bytes.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "support/independent_decoder.h"
+#include "support/plugin_fixture.h"
+
+namespace {
+
+using host::Value;
+using support::DecodeIndependently;
+using support::DecodedImage;
+
+class Encoding : public support::PluginTest {
+ protected:
+  // A 32 x 16 image: the left half opaque red, the right half fully transparent. Each
+  // half fills whole JPEG blocks, so the colours do not bleed into each other.
+  Value HalfTransparent() {
+    std::string rgba(32 * 16 * 4, '\0');
+    for (int y = 0; y < 16; ++y)
+      for (int x = 0; x < 16; ++x) rgba.replace((y * 32 + x) * 4, 4, "\xff\x00\x00\xff", 4);
+    return Shared("ImageFromPixels", {Value::ofInteger(32), Value::ofInteger(16), Bytes(rgba)});
+  }
+  Value Bytes(const std::string& bytes) { return runtime_->memoryBlock(bytes.data(), bytes.size()); }
+  std::string Encode(const Value& image, std::string_view member, std::vector<Value> args = {}) {
+    Value block = runtime_->call(image, member, std::move(args));
+    return block.isNil() ? std::string() : runtime_->memoryBlockBytes(block);
+  }
+};
+
+// Within tolerance of (r, g, b, a), for lossy formats.
+::testing::AssertionResult Near(const DecodedImage& image, int x, int y, int r, int g, int b, int a, int tolerance) {
+  const uint8_t* p = image.at(x, y);
+  const int want[4] = {r, g, b, a};
+  for (int i = 0; i < 4; ++i)
+    if (std::abs(int(p[i]) - want[i]) > tolerance)
+      return ::testing::AssertionFailure() << "pixel (" << x << ", " << y << ") is " << int(p[0]) << "," << int(p[1])
+                                           << "," << int(p[2]) << "," << int(p[3]);
+  return ::testing::AssertionSuccess();
+}
+
+TEST_F(Encoding, OpaqueFormatsShowWhiteWhereTransparentOthersKeepTransparency) {
+  Probe();
+  Value image = HalfTransparent();
+  ASSERT_FALSE(image.isNil());
+
+  std::string jpeg = Encode(image, "JPEGRepresentation");
+  EXPECT_EQ(jpeg, Encode(image, "JPEGRepresentationWithCompressionFactor", {Value::ofDouble(0.8)}));
+  EXPECT_NE(jpeg, Encode(image, "JPEGRepresentationWithCompressionFactor", {Value::ofDouble(0.3)}));
+
+  struct Case {
+    const char* member;
+    const char* format;
+    int tolerance;
+    bool keepsTransparency;
+  };
+  for (const Case& c : {Case{"JPEGRepresentation", "JPEG", 12, false}, Case{"BMPRepresentation", "BMP", 0, false},
+                        Case{"PNGRepresentation", "PNG", 0, true}, Case{"GIFRepresentation", "GIF", 0, true}}) {
+    SCOPED_TRACE(c.member);
+    DecodedImage decoded = DecodeIndependently(Encode(image, c.member));
+    ASSERT_TRUE(decoded.ok) << decoded.error;
+    EXPECT_EQ(decoded.format, c.format);
+    EXPECT_EQ(decoded.width, 32);
+    EXPECT_EQ(decoded.height, 16);
+    for (int y : {0, 7, 15}) {
+      EXPECT_TRUE(Near(decoded, 3, y, 255, 0, 0, 255, c.tolerance));
+      if (c.keepsTransparency) {
+        EXPECT_EQ(decoded.at(28, y)[3], 0) << "transparent at (28, " << y << ")";
+      } else {
+        EXPECT_TRUE(Near(decoded, 28, y, 255, 255, 255, 255, c.tolerance));
+      }
+    }
+  }
+  // The source keeps its transparency: drawing over white happened on a copy.
+  std::string pixels = runtime_->memoryBlockBytes(Shared("ImagePixels", {image}));
+  EXPECT_EQ(pixels.substr((5 * 32 + 28) * 4, 4), std::string(4, '\0'));
+}
+
+TEST_F(Encoding, TIFFCompressionEmptyImagesAndInstancesWithoutImage) {
+  Probe();
+  Value image = HalfTransparent();
+  DecodedImage lzw = DecodeIndependently(Encode(image, "TIFFRepresentationUsingCompression",
+                                                {Value::ofInteger(5), Value::ofDouble(0)}));
+  ASSERT_TRUE(lzw.ok) << lzw.error;
+  EXPECT_EQ(lzw.format, "TIFF");
+  EXPECT_EQ(lzw.compression, "tiff_lzw");
+  EXPECT_TRUE(Near(lzw, 3, 3, 255, 0, 0, 255, 0));
+  EXPECT_EQ(lzw.at(28, 3)[3], 0);
+  DecodedImage plain = DecodeIndependently(Encode(image, "TIFFRepresentation"));
+  ASSERT_TRUE(plain.ok) << plain.error;
+  EXPECT_EQ(plain.compression, "raw");
+  EXPECT_EQ(plain.rgba, lzw.rgba);
+
+  // An image of size 0 x 0 has a TIFF form but no GIF.
+  Value empty = Shared("NewImage");
+  EXPECT_FALSE(Encode(empty, "TIFFRepresentation").empty());
+  EXPECT_TRUE(runtime_->call(empty, "GIFRepresentation").isNil());
+  EXPECT_TRUE(runtime_->call(empty, "GIFRepresentationMT").isNil());
+
+  // An instance that holds no image gives nil from every encoder, without an exception.
+  Value none = runtime_->newInstance("NSImageQVR");
+  for (const char* member : {"GIFRepresentation", "BMPRepresentation", "PNGRepresentation", "JPEGRepresentation",
+                             "TIFFRepresentation", "GIFRepresentationMT", "BMPRepresentationMT",
+                             "PNGRepresentationMT", "JPEGRepresentationMT", "TIFFRepresentationMT"})
+    EXPECT_TRUE(runtime_->call(none, member).isNil()) << member;
+  EXPECT_TRUE(runtime_->call(none, "JPEGRepresentationWithCompressionFactor", {Value::ofDouble(0.5)}).isNil());
+  EXPECT_TRUE(runtime_->call(none, "JPEGRepresentationWithCompressionFactorMT", {Value::ofDouble(0.5)}).isNil());
+  EXPECT_TRUE(runtime_->call(none, "TIFFRepresentationUsingCompression", {Value::ofInteger(5), Value::ofDouble(0)})
+                  .isNil());
+  EXPECT_TRUE(runtime_->call(none, "TIFFRepresentationUsingCompressionMT", {Value::ofInteger(5), Value::ofDouble(0)})
+                  .isNil());
+}
+
+TEST_F(Encoding, ThreadedTwinsGiveTheSameBytes) {
+  host::Runtime& runtime = Probe();
+  Value image = HalfTransparent();
+  struct Twin {
+    const char* direct;
+    const char* threaded;
+    std::vector<Value> args;
+  };
+  const Twin twins[] = {
+      {"GIFRepresentation", "GIFRepresentationMT", {}},
+      {"BMPRepresentation", "BMPRepresentationMT", {}},
+      {"PNGRepresentation", "PNGRepresentationMT", {}},
+      {"JPEGRepresentation", "JPEGRepresentationMT", {}},
+      {"JPEGRepresentationWithCompressionFactor", "JPEGRepresentationWithCompressionFactorMT", {Value::ofDouble(0.35)}},
+      {"TIFFRepresentation", "TIFFRepresentationMT", {}},
+      {"TIFFRepresentationUsingCompression", "TIFFRepresentationUsingCompressionMT",
+       {Value::ofInteger(5), Value::ofDouble(0)}},
+  };
+  for (const Twin& twin : twins) {
+    uint64_t yields = runtime.yieldCount();
+    std::string threaded = Encode(image, twin.threaded, twin.args);
+    EXPECT_GE(runtime.yieldCount(), yields + 2) << twin.threaded << " yields while the worker runs";
+    EXPECT_FALSE(threaded.empty()) << twin.threaded;
+    EXPECT_EQ(threaded, Encode(image, twin.direct, twin.args)) << twin.threaded;
+  }
+  EXPECT_EQ(runtime.foreignThreadCalls(), 0u) << "the worker never calls the host";
+}
+
+}  // namespace

@@ -1,0 +1,197 @@
+// Scaled, faded and flipped copies of the held image, by their geometry and pixels;
+// renaming and resizing; drawing into a Core Graphics context that host code holds as an
+// integer, with several operations and opacities, read back by its pixels.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "support/plugin_fixture.h"
+
+namespace {
+
+using host::Value;
+
+struct RGBA {
+  int r, g, b, a;
+};
+
+class ScalingDrawing : public support::PluginTest {
+ protected:
+  // An image of width x height pixels, each given by paint(x, y) (premultiplied).
+  template <typename Paint>
+  Value Image(int width, int height, Paint paint) {
+    std::string bytes(size_t(width) * height * 4, '\0');
+    for (int y = 0; y < height; ++y)
+      for (int x = 0; x < width; ++x) {
+        RGBA p = paint(x, y);
+        const char px[4] = {char(p.r), char(p.g), char(p.b), char(p.a)};
+        bytes.replace((size_t(y) * width + x) * 4, 4, px, 4);
+      }
+    return Shared("ImageFromPixels", {Value::ofInteger(width), Value::ofInteger(height),
+                                      runtime_->memoryBlock(bytes.data(), bytes.size())});
+  }
+  Value Plain(int width, int height, RGBA colour) {
+    return Image(width, height, [&](int, int) { return colour; });
+  }
+  std::string Geometry(const Value& image) { return Utf8(Shared("ImageGeometry", {image})); }
+  std::string Pixels(const Value& image) { return runtime_->memoryBlockBytes(Shared("ImagePixels", {image})); }
+  Value Scale(const Value& image, double w, double h) {
+    return runtime_->call(image, "imageByScalingToSize", {Value::ofDouble(w), Value::ofDouble(h)});
+  }
+};
+
+// Pixel (x, y) of RGBA bytes rows width wide, within tolerance of want.
+::testing::AssertionResult PixelNear(const std::string& bytes, int width, int x, int y, RGBA want, int tolerance = 2) {
+  const uint8_t* p = reinterpret_cast<const uint8_t*>(bytes.data()) + (size_t(y) * width + x) * 4;
+  if (std::abs(p[0] - want.r) > tolerance || std::abs(p[1] - want.g) > tolerance ||
+      std::abs(p[2] - want.b) > tolerance || std::abs(p[3] - want.a) > tolerance)
+    return ::testing::AssertionFailure() << "pixel (" << x << ", " << y << ") is " << int(p[0]) << "," << int(p[1])
+                                         << "," << int(p[2]) << "," << int(p[3]);
+  return ::testing::AssertionSuccess();
+}
+
+const RGBA kRed{255, 0, 0, 255}, kBlue{0, 0, 255, 255}, kClear{0, 0, 0, 0};
+
+TEST_F(ScalingDrawing, ProportionalScalingKeepsTheLongerSide) {
+  Probe();
+  Value landscape = Plain(200, 100, kRed), portrait = Plain(100, 200, kRed), square = Plain(100, 100, kRed);
+  EXPECT_EQ(Geometry(Scale(landscape, 100, 100)), "100 x 50");
+  EXPECT_EQ(Geometry(Scale(portrait, 100, 100)), "50 x 100");
+  EXPECT_EQ(Geometry(Scale(square, 300, 50)), "300 x 50") << "a square source fills the target";
+  EXPECT_EQ(Geometry(Scale(landscape, 50, 10)), "50 x 25") << "the other side may grow";
+  EXPECT_EQ(Geometry(runtime_->call(landscape, "imageByScalingToSize",
+                                    {Value::ofDouble(30), Value::ofDouble(70), Value::ofDouble(1),
+                                     Value::ofBoolean(false), Value::ofBoolean(false)})),
+            "30 x 70");
+
+  // A scaled copy shows the source's content; the source is left as it was.
+  Value half = Scale(landscape, 100, 100);
+  std::string pixels = Pixels(half);
+  EXPECT_TRUE(PixelNear(pixels, 100, 50, 25, kRed));
+  EXPECT_EQ(Geometry(landscape), "200 x 100");
+
+  Value none = runtime_->newInstance("NSImageQVR");
+  EXPECT_TRUE(Scale(none, 10, 10).isNil());
+  EXPECT_TRUE(runtime_->call(none, "imageByFadingToFraction", {Value::ofDouble(0.5)}).isNil());
+}
+
+TEST_F(ScalingDrawing, CopiesFadingAndFlipping) {
+  host::Runtime& runtime = Probe();
+  // Top half red, bottom half blue (rows from the top).
+  Value image = Image(8, 8, [](int, int y) { return y < 4 ? kRed : kBlue; });
+  std::string original = Pixels(image);
+
+  // The same size, full opacity, not flipped: a copy, a new image of the same content.
+  Value copy = Scale(image, 8, 8);
+  ASSERT_FALSE(copy.isNil());
+  EXPECT_NE(runtime.get(copy, "Handle").integer, runtime.get(image, "Handle").integer);
+  EXPECT_EQ(Pixels(copy), original);
+
+  // Fading renders at the same size with the opacity given.
+  Value faded = runtime.call(image, "imageByFadingToFraction", {Value::ofDouble(0.25)});
+  EXPECT_EQ(Geometry(faded), "8 x 8");
+  std::string fadedPixels = Pixels(faded);
+  EXPECT_TRUE(PixelNear(fadedPixels, 8, 2, 1, {64, 0, 0, 64}));
+  EXPECT_TRUE(PixelNear(fadedPixels, 8, 5, 6, {0, 0, 64, 64}));
+  Value halfOpaque = runtime.call(image, "imageByScalingToSize", {Value::ofDouble(8), Value::ofDouble(8),
+                                                                  Value::ofDouble(0.5)});
+  EXPECT_TRUE(PixelNear(Pixels(halfOpaque), 8, 0, 0, {128, 0, 0, 128}));
+
+  // Flipped: the copy is marked flipped and its content is upside down.
+  Value flipped = runtime.call(image, "imageByScalingToSize", {Value::ofDouble(8), Value::ofDouble(8),
+                                                               Value::ofDouble(1), Value::ofBoolean(true),
+                                                               Value::ofBoolean(true)});
+  EXPECT_EQ(Geometry(flipped), "8 x 8 flipped");
+  std::string flippedPixels = Pixels(flipped);
+  EXPECT_TRUE(PixelNear(flippedPixels, 8, 3, 0, kBlue));
+  EXPECT_TRUE(PixelNear(flippedPixels, 8, 3, 7, kRed));
+}
+
+TEST_F(ScalingDrawing, NamesAndSizes) {
+  host::Runtime& runtime = Probe();
+  Value image = Plain(4, 4, kRed), other = Plain(4, 4, kBlue);
+  EXPECT_TRUE(runtime.call(image, "setName", {Text("encoding-test-image")}).boolean);
+  EXPECT_FALSE(runtime.call(other, "setName", {Text("encoding-test-image")}).boolean) << "names are unique";
+  EXPECT_TRUE(runtime.call(image, "setName", {Text("")}).boolean) << "the empty string takes the name away";
+  EXPECT_TRUE(runtime.call(other, "setName", {Text("encoding-test-image")}).boolean);
+  runtime.call(image, "setSize", {Value::ofDouble(10.5), Value::ofDouble(20)});
+  EXPECT_EQ(Geometry(image), "10.5 x 20");
+
+  Value none = runtime.newInstance("NSImageQVR");
+  EXPECT_FALSE(runtime.call(none, "setName", {Text("x")}).boolean);
+  runtime.call(none, "setSize", {Value::ofDouble(1), Value::ofDouble(1)});
+}
+
+TEST_F(ScalingDrawing, DrawsIntoAHostContextWithOperationsAndOpacities) {
+  host::Runtime& runtime = Probe();
+  Value blue = Plain(4, 4, kBlue);
+  Value redLeft = Image(4, 4, [](int x, int) { return x < 2 ? kRed : kClear; });
+  const int64_t context = Shared("NewCGContext", {Value::ofInteger(8), Value::ofInteger(8)}).integer;
+  ASSERT_NE(context, 0);
+  auto at = [&](const Value& image, double x, double y, double sx, double sy, double sw, double sh, int op,
+                double fraction) {
+    return runtime.call(image, "DrawIntoCGContextAtPoint",
+                        {Value::ofInteger(context), Value::ofDouble(x), Value::ofDouble(y), Value::ofDouble(sx),
+                         Value::ofDouble(sy), Value::ofDouble(sw), Value::ofDouble(sh), Value::ofInteger(op),
+                         Value::ofDouble(fraction)})
+        .boolean;
+  };
+  auto inRect = [&](const Value& image, double x, double y, double w, double h, int op, double fraction) {
+    return runtime.call(image, "DrawIntoCGContextAtRect",
+                        {Value::ofInteger(context), Value::ofDouble(x), Value::ofDouble(y), Value::ofDouble(w),
+                         Value::ofDouble(h), Value::ofDouble(0), Value::ofDouble(0), Value::ofDouble(4),
+                         Value::ofDouble(4), Value::ofInteger(op), Value::ofDouble(fraction)})
+        .boolean;
+  };
+  auto pixels = [&] { return runtime.memoryBlockBytes(Shared("CGContextPixels", {Value::ofInteger(context)})); };
+
+  // Source over at full opacity into the bottom-left quadrant (y grows upwards, memory
+  // rows from the top), then at half opacity scaled into the top-right one.
+  EXPECT_TRUE(at(blue, 0, 0, 0, 0, 4, 4, 2, 1.0));
+  EXPECT_TRUE(inRect(blue, 4, 4, 4, 4, 2, 0.5));
+  std::string drawn = pixels();
+  EXPECT_TRUE(PixelNear(drawn, 8, 1, 6, kBlue));
+  EXPECT_TRUE(PixelNear(drawn, 8, 6, 1, {0, 0, 128, 128}));
+  EXPECT_TRUE(PixelNear(drawn, 8, 1, 1, kClear));
+
+  // Copy replaces what is there, transparent parts included; source over a half-opaque
+  // blue leaves the red on top; clear empties the rectangle.
+  EXPECT_TRUE(inRect(redLeft, 0, 0, 4, 4, 1, 1.0));
+  EXPECT_TRUE(inRect(redLeft, 4, 4, 4, 4, 2, 1.0));
+  drawn = pixels();
+  EXPECT_TRUE(PixelNear(drawn, 8, 0, 7, kRed));
+  EXPECT_TRUE(PixelNear(drawn, 8, 3, 7, kClear));
+  EXPECT_TRUE(PixelNear(drawn, 8, 4, 0, kRed));
+  EXPECT_TRUE(PixelNear(drawn, 8, 7, 0, {0, 0, 128, 128}));
+  // Clear, with fromRect naming a 2 x 4 part of the image: only that much of the
+  // top-right quadrant is emptied.
+  EXPECT_TRUE(at(blue, 4, 4, 2, 0, 2, 4, 0, 1.0));
+  drawn = pixels();
+  EXPECT_TRUE(PixelNear(drawn, 8, 4, 0, kClear));
+  EXPECT_TRUE(PixelNear(drawn, 8, 5, 3, kClear));
+  EXPECT_TRUE(PixelNear(drawn, 8, 6, 0, {0, 0, 128, 128}));
+  EXPECT_TRUE(PixelNear(drawn, 8, 7, 3, {0, 0, 128, 128}));
+  EXPECT_TRUE(PixelNear(drawn, 8, 0, 7, kRed));
+
+  // A zero context is refused before anything runs; an empty instance draws nothing.
+  try {
+    runtime.call(blue, "DrawIntoCGContextAtPoint",
+                 {Value::ofInteger(0), Value::ofDouble(0), Value::ofDouble(0), Value::ofDouble(0), Value::ofDouble(0),
+                  Value::ofDouble(4), Value::ofDouble(4), Value::ofInteger(2), Value::ofDouble(1)});
+    ADD_FAILURE() << "no exception";
+  } catch (const host::HostException& e) {
+    EXPECT_EQ(e.className(), "NilObjectException");
+    EXPECT_EQ(e.message(), "CGContext is nil");
+  }
+  EXPECT_THROW(runtime.call(blue, "DrawIntoCGContextAtRect",
+                            {Value::ofInteger(0), Value::ofDouble(0), Value::ofDouble(0), Value::ofDouble(4),
+                             Value::ofDouble(4), Value::ofDouble(0), Value::ofDouble(0), Value::ofDouble(4),
+                             Value::ofDouble(4), Value::ofInteger(2), Value::ofDouble(1)}),
+               host::HostException);
+  Value none = runtime.newInstance("NSImageQVR");
+  EXPECT_FALSE(at(none, 0, 0, 0, 0, 4, 4, 2, 1.0));
+  EXPECT_FALSE(inRect(none, 0, 0, 4, 4, 2, 1.0));
+  Shared("ReleaseCGContext", {Value::ofInteger(context)});
+}
+
+}  // namespace
