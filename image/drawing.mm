@@ -29,10 +29,11 @@ class CurrentContextSwitch {
   NSGraphicsContext* previous_;
 };
 
-}  // namespace
-
-static bool DrawIntoCGContextAtPoint(REALobject self, intptr_t cgcontext, double x, double y, double sx, double sy,
-                                     double SourceW, double SourceH, intptr_t operation, double fraction) {
+/* The checks both members share: a zero context is refused before the guard, an
+   instance without an image or a context the platform cannot take draws nothing. draw
+   gets the image and the platform context on the port. */
+template <typename Draw>
+bool DrawIntoCGContext(REALobject self, intptr_t cgcontext, Draw draw) {
   if (cgcontext == 0) {
     RaiseException("NilObjectException", "CGContext is nil");
     return false;
@@ -43,6 +44,17 @@ static bool DrawIntoCGContextAtPoint(REALobject self, intptr_t cgcontext, double
     if (image == nil) return;
     NSGraphicsContext* context = [NSGraphicsContext graphicsContextWithGraphicsPort:(void*)cgcontext flipped:NO];
     if (context == nil) return;
+    draw(image, context);
+    result = true;
+  });
+  return result;
+}
+
+}  // namespace
+
+static bool DrawIntoCGContextAtPoint(REALobject self, intptr_t cgcontext, double x, double y, double sx, double sy,
+                                     double SourceW, double SourceH, intptr_t operation, double fraction) {
+  return DrawIntoCGContext(self, cgcontext, [&](NSImage* image, NSGraphicsContext* context) {
     /* The class-level save remembers the current context, the restore brings it back. */
     [NSGraphicsContext saveGraphicsState];
     [NSGraphicsContext setCurrentContext:context];
@@ -52,24 +64,13 @@ static bool DrawIntoCGContextAtPoint(REALobject self, intptr_t cgcontext, double
               fraction:(float)fraction];
     [NSGraphicsContext restoreGraphicsState];
     [context flushGraphics];
-    result = true;
   });
-  return result;
 }
 
 static bool DrawIntoCGContextAtRect(REALobject self, intptr_t cgcontext, double x, double y, double w, double h,
                                     double SourceX, double SourceY, double SourceW, double SourceH,
                                     intptr_t operation, double fraction) {
-  if (cgcontext == 0) {
-    RaiseException("NilObjectException", "CGContext is nil");
-    return false;
-  }
-  bool result = false;
-  CocoaGuardPooled([&] {
-    NSImage* image = NSImageQVRDataOf(self)->Handle;
-    if (image == nil) return;
-    NSGraphicsContext* context = [NSGraphicsContext graphicsContextWithGraphicsPort:(void*)cgcontext flipped:NO];
-    if (context == nil) return;
+  return DrawIntoCGContext(self, cgcontext, [&](NSImage* image, NSGraphicsContext* context) {
     CurrentContextSwitch current(context);
     [context saveGraphicsState];
     [image drawInRect:NSMakeRect((float)x, (float)y, (float)w, (float)h)
@@ -78,9 +79,7 @@ static bool DrawIntoCGContextAtRect(REALobject self, intptr_t cgcontext, double 
              fraction:(float)fraction];
     [context restoreGraphicsState];
     [context flushGraphics];
-    result = true;
   });
-  return result;
 }
 
 static const REALmethodDefinition DrawingRows[] = {
