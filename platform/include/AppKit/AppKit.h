@@ -1,5 +1,5 @@
 /* AppKit as this system provides it on Linux: headless image classes, graphics
-   contexts, colours and an in-process pasteboard, drawn with cairo. */
+   contexts, colours and an in-process pasteboard, drawn with pixman. */
 #import <Foundation/Foundation.h>
 #include <ApplicationServices/ApplicationServices.h>
 

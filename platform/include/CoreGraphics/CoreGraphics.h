@@ -1,6 +1,6 @@
 /* The Core Graphics subset this system provides on Linux: geometry, grey and RGB colour
    spaces, colours, data providers, images and image masks, bitmap contexts and drawing
-   (on cairo). Objects are Objective-C objects answering -_cfTypeID, retained and released
+   (on pixman). Objects are Objective-C objects answering -_cfTypeID, retained and released
    with CFRetain and CFRelease as well as with their own functions. Plain C. */
 #ifndef QVR_COREGRAPHICS_H
 #define QVR_COREGRAPHICS_H
