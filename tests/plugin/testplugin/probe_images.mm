@@ -1,7 +1,8 @@
 // Image probes: NSImageQVR instances made from pixels a test gives, the pixels of an
 // image read back, and Core Graphics bitmap contexts that a test hands to the drawing
 // members as integers and reads back. Pixels are 8-bit RGBA, premultiplied, top row
-// first, in both directions.
+// first, in both directions; an image can also be made from RGB without alpha, as a
+// photo decoded from a file would be.
 #import <AppKit/AppKit.h>
 
 #include "tests/plugin/testplugin/probe.h"
@@ -24,24 +25,29 @@ REALmemoryBlock BlockWith(const void* bytes, size_t length) {
   return block;
 }
 
-NSBitmapImageRep* NewRGBARep(intptr_t width, intptr_t height) {
+NSBitmapImageRep* NewRGBRep(intptr_t width, intptr_t height, bool alpha) {
+  const intptr_t samples = alpha ? 4 : 3;
   return [[NSBitmapImageRep alloc] initWithBitmapDataPlanes:nullptr pixelsWide:width pixelsHigh:height bitsPerSample:8
-                                            samplesPerPixel:4 hasAlpha:YES isPlanar:NO
-                                             colorSpaceName:NSDeviceRGBColorSpace bytesPerRow:width * 4
-                                               bitsPerPixel:32];
+                                            samplesPerPixel:samples hasAlpha:alpha isPlanar:NO
+                                             colorSpaceName:NSDeviceRGBColorSpace bytesPerRow:width * samples
+                                               bitsPerPixel:samples * 8];
 }
+
+NSBitmapImageRep* NewRGBARep(intptr_t width, intptr_t height) { return NewRGBRep(width, height, true); }
 
 }  // namespace
 
+// width * height * 4 bytes give RGBA, width * height * 3 bytes RGB.
 REALobject ImageFromPixels(intptr_t width, intptr_t height, REALmemoryBlock rgba) {
-  if (rgba == nullptr || width < 1 || height < 1 || REALMemoryBlockGetSize(rgba) < width * height * 4) {
-    RaiseException("OutOfBoundsException", "need width * height * 4 bytes");
+  const intptr_t size = rgba ? REALMemoryBlockGetSize(rgba) : 0;
+  if (width < 1 || height < 1 || (size != width * height * 4 && size != width * height * 3)) {
+    RaiseException("OutOfBoundsException", "need width * height * 4 or 3 bytes");
     return nullptr;
   }
   REALobject result = nullptr;
   CocoaGuardFull([&] {
-    NSBitmapImageRep* rep = [NewRGBARep(width, height) autorelease];
-    std::memcpy([rep bitmapData], REALMemoryBlockGetPtr(rgba), size_t(width * height * 4));
+    NSBitmapImageRep* rep = [NewRGBRep(width, height, size == width * height * 4) autorelease];
+    std::memcpy([rep bitmapData], REALMemoryBlockGetPtr(rgba), size_t(size));
     NSImage* image = [[[NSImage alloc] initWithSize:NSMakeSize(width, height)] autorelease];
     [image addRepresentation:rep];
     result = NewNSImageQVR(image);
