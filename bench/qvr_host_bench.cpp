@@ -17,12 +17,19 @@ namespace {
 
 using host::Value;
 
+// The whole file in one read into a buffer of its size, as cjpeg streams its input
+// without growing copies of it.
 std::string ReadFile(const std::string& path) {
   std::string bytes;
   if (FILE* f = std::fopen(path.c_str(), "rb")) {
-    char buffer[1 << 16];
-    size_t n;
-    while ((n = std::fread(buffer, 1, sizeof buffer, f)) > 0) bytes.append(buffer, n);
+    if (std::fseek(f, 0, SEEK_END) == 0) {
+      const long size = std::ftell(f);
+      std::rewind(f);
+      if (size > 0) {
+        bytes.resize(size_t(size));
+        bytes.resize(std::fread(&bytes[0], 1, bytes.size(), f));
+      }
+    }
     std::fclose(f);
   }
   return bytes;
