@@ -52,7 +52,7 @@ bool gif_encode(const std::vector<const Frame*>& frames, const EncodeOptions& op
 bool bmp_decode(const uint8_t* data, size_t size, Frame& out);
 bool bmp_encode(const Raster& raster, const EncodeOptions& options, std::vector<uint8_t>& out);
 
-// JPEG 2000 (JP2 container) through the system's OpenJPEG library when it is installed.
+// JPEG 2000 (JP2 container) through OpenJPEG, linked; available answers whether the build has it.
 bool jpeg2000_available();
 bool jpeg2000_decode(const uint8_t* data, size_t size, Frame& out);
 bool jpeg2000_encode(const Raster& raster, const EncodeOptions& options, std::vector<uint8_t>& out);

@@ -1,57 +1,16 @@
-/* JPEG 2000 (JP2 files, raw codestreams on reading) through OpenJPEG. The library is found at
-   run time, so the layer builds and runs without it and then reports JPEG 2000 unavailable;
+/* JPEG 2000 (JP2 files, raw codestreams on reading) through OpenJPEG, which the layer links;
    the compression factor maps to a rate (1.0 is lossless). */
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 
-#include <dlfcn.h>
+#include <openjpeg.h>
 
 #include "codecs/codecs.h"
 
-#if __has_include(<openjpeg-2.5/openjpeg.h>)
-#include <openjpeg-2.5/openjpeg.h>
-#define QVR_HAVE_OPENJPEG_HEADER 1
-#endif
-
 namespace qvr {
 
-#ifdef QVR_HAVE_OPENJPEG_HEADER
-
 namespace {
-
-#define QVR_OPJ_FUNCTIONS(X)                                                                                   \
-  X(opj_image_create) X(opj_image_destroy) X(opj_stream_create) X(opj_stream_destroy)                          \
-  X(opj_stream_set_read_function) X(opj_stream_set_write_function) X(opj_stream_set_skip_function)             \
-  X(opj_stream_set_seek_function) X(opj_stream_set_user_data) X(opj_stream_set_user_data_length)               \
-  X(opj_set_info_handler) X(opj_set_warning_handler) X(opj_set_error_handler) X(opj_create_decompress)         \
-  X(opj_destroy_codec) X(opj_end_decompress) X(opj_set_default_decoder_parameters) X(opj_setup_decoder)        \
-  X(opj_read_header) X(opj_decode) X(opj_create_compress) X(opj_set_default_encoder_parameters)                \
-  X(opj_setup_encoder) X(opj_start_compress) X(opj_encode) X(opj_end_compress)
-
-struct OpenJPEG {
-#define QVR_OPJ_MEMBER(name) decltype(&::name) name = nullptr;
-  QVR_OPJ_FUNCTIONS(QVR_OPJ_MEMBER)
-#undef QVR_OPJ_MEMBER
-  bool loaded = false;
-};
-
-const OpenJPEG& library() {
-  static const OpenJPEG opj = [] {
-    OpenJPEG result;
-    void* handle = dlopen("libopenjp2.so.7", RTLD_NOW | RTLD_LOCAL);
-    if (handle == nullptr) return result;
-    bool all = true;
-#define QVR_OPJ_RESOLVE(name)                                                        \
-  result.name = reinterpret_cast<decltype(&::name)>(dlsym(handle, #name)); \
-  all = all && result.name != nullptr;
-    QVR_OPJ_FUNCTIONS(QVR_OPJ_RESOLVE)
-#undef QVR_OPJ_RESOLVE
-    result.loaded = all;
-    return result;
-  }();
-  return opj;
-}
 
 void quiet(const char*, void*) {}
 
@@ -95,25 +54,25 @@ OPJ_BOOL seek_fn(OPJ_OFF_T offset, void* user) {
   return OPJ_TRUE;
 }
 
-opj_stream_t* make_stream(const OpenJPEG& opj, MemoryStream& memory, bool input) {
-  opj_stream_t* stream = opj.opj_stream_create(1 << 16, input ? OPJ_TRUE : OPJ_FALSE);
+opj_stream_t* make_stream(MemoryStream& memory, bool input) {
+  opj_stream_t* stream = opj_stream_create(1 << 16, input ? OPJ_TRUE : OPJ_FALSE);
   if (stream == nullptr) return nullptr;
-  opj.opj_stream_set_user_data(stream, &memory, nullptr);
+  opj_stream_set_user_data(stream, &memory, nullptr);
   if (input) {
-    opj.opj_stream_set_read_function(stream, read_fn);
-    opj.opj_stream_set_user_data_length(stream, memory.size);
+    opj_stream_set_read_function(stream, read_fn);
+    opj_stream_set_user_data_length(stream, memory.size);
   } else {
-    opj.opj_stream_set_write_function(stream, write_fn);
+    opj_stream_set_write_function(stream, write_fn);
   }
-  opj.opj_stream_set_skip_function(stream, skip_fn);
-  opj.opj_stream_set_seek_function(stream, seek_fn);
+  opj_stream_set_skip_function(stream, skip_fn);
+  opj_stream_set_seek_function(stream, seek_fn);
   return stream;
 }
 
-void silence(const OpenJPEG& opj, opj_codec_t* codec) {
-  opj.opj_set_info_handler(codec, quiet, nullptr);
-  opj.opj_set_warning_handler(codec, quiet, nullptr);
-  opj.opj_set_error_handler(codec, quiet, nullptr);
+void silence(opj_codec_t* codec) {
+  opj_set_info_handler(codec, quiet, nullptr);
+  opj_set_warning_handler(codec, quiet, nullptr);
+  opj_set_error_handler(codec, quiet, nullptr);
 }
 
 // Components of one size and precision, 1 to 4 of them, become grey or RGB with alpha.
@@ -152,42 +111,40 @@ bool image_to_frame(const opj_image_t* image, Frame& out) {
 
 }  // namespace
 
-bool jpeg2000_available() { return library().loaded; }
+bool jpeg2000_available() { return true; }
 
 bool jpeg2000_decode(const uint8_t* data, size_t size, Frame& out) {
-  const OpenJPEG& opj = library();
   const ImageFormat format = sniff_image_format(data, size);
-  if (!opj.loaded || format != ImageFormat::jpeg2000) return false;
+  if (format != ImageFormat::jpeg2000) return false;
   const bool codestream = size >= 4 && data[0] == 0xFF && data[1] == 0x4F;
-  opj_codec_t* codec = opj.opj_create_decompress(codestream ? OPJ_CODEC_J2K : OPJ_CODEC_JP2);
+  opj_codec_t* codec = opj_create_decompress(codestream ? OPJ_CODEC_J2K : OPJ_CODEC_JP2);
   if (codec == nullptr) return false;
-  silence(opj, codec);
+  silence(codec);
   opj_dparameters_t parameters;
-  opj.opj_set_default_decoder_parameters(&parameters);
+  opj_set_default_decoder_parameters(&parameters);
   MemoryStream memory;
   memory.source = data;
   memory.size = size;
-  opj_stream_t* stream = make_stream(opj, memory, true);
+  opj_stream_t* stream = make_stream(memory, true);
   opj_image_t* image = nullptr;
-  bool ok = stream != nullptr && opj.opj_setup_decoder(codec, &parameters) &&
-            opj.opj_read_header(stream, codec, &image) && image != nullptr;
+  bool ok = stream != nullptr && opj_setup_decoder(codec, &parameters) &&
+            opj_read_header(stream, codec, &image) && image != nullptr;
   if (ok) {
     const uint64_t w = image->x1 - image->x0, h = image->y1 - image->y0;
     ok = w > 0 && h > 0 && w <= uint64_t(kMaxDimension) && h <= uint64_t(kMaxDimension) &&
          int64_t(w * h) <= kMaxPixels;
   }
-  ok = ok && opj.opj_decode(codec, stream, image) && opj.opj_end_decompress(codec, stream);
+  ok = ok && opj_decode(codec, stream, image) && opj_end_decompress(codec, stream);
   ok = ok && image_to_frame(image, out);
-  if (image) opj.opj_image_destroy(image);
-  if (stream) opj.opj_stream_destroy(stream);
-  opj.opj_destroy_codec(codec);
+  if (image) opj_image_destroy(image);
+  if (stream) opj_stream_destroy(stream);
+  opj_destroy_codec(codec);
   if (!ok) out = Frame();
   return ok;
 }
 
 bool jpeg2000_encode(const Raster& raster, const EncodeOptions& options, std::vector<uint8_t>& out) {
-  const OpenJPEG& opj = library();
-  if (!opj.loaded || raster.empty()) return false;
+  if (raster.empty()) return false;
   const int count = raster.samples;
   opj_image_cmptparm_t components[4];
   std::memset(components, 0, sizeof components);
@@ -199,7 +156,7 @@ bool jpeg2000_encode(const Raster& raster, const EncodeOptions& options, std::ve
     components[i].sgnd = 0;
   }
   opj_image_t* image =
-      opj.opj_image_create(OPJ_UINT32(count), components, raster.colour_samples() == 1 ? OPJ_CLRSPC_GRAY : OPJ_CLRSPC_SRGB);
+      opj_image_create(OPJ_UINT32(count), components, raster.colour_samples() == 1 ? OPJ_CLRSPC_GRAY : OPJ_CLRSPC_SRGB);
   if (image == nullptr) return false;
   image->x0 = image->y0 = 0;
   image->x1 = OPJ_UINT32(raster.width);
@@ -236,7 +193,7 @@ bool jpeg2000_encode(const Raster& raster, const EncodeOptions& options, std::ve
     }
   }
   opj_cparameters_t parameters;
-  opj.opj_set_default_encoder_parameters(&parameters);
+  opj_set_default_encoder_parameters(&parameters);
   parameters.tcp_numlayers = 1;
   parameters.cp_disto_alloc = 1;
   const float factor = std::max(0.0f, std::min(1.0f, options.quality));
@@ -249,33 +206,25 @@ bool jpeg2000_encode(const Raster& raster, const EncodeOptions& options, std::ve
   int resolutions = 1;
   while (resolutions < 6 && (1 << resolutions) <= std::min(raster.width, raster.height)) ++resolutions;
   parameters.numresolution = resolutions;
-  opj_codec_t* codec = opj.opj_create_compress(OPJ_CODEC_JP2);
+  opj_codec_t* codec = opj_create_compress(OPJ_CODEC_JP2);
   bool ok = codec != nullptr;
   MemoryStream memory;
   memory.sink = &out;
   out.clear();
   opj_stream_t* stream = nullptr;
   if (ok) {
-    silence(opj, codec);
-    stream = make_stream(opj, memory, false);
-    ok = stream != nullptr && opj.opj_setup_encoder(codec, &parameters, image) &&
-         opj.opj_start_compress(codec, image, stream) && opj.opj_encode(codec, stream) &&
-         opj.opj_end_compress(codec, stream);
+    silence(codec);
+    stream = make_stream(memory, false);
+    ok = stream != nullptr && opj_setup_encoder(codec, &parameters, image) &&
+         opj_start_compress(codec, image, stream) && opj_encode(codec, stream) &&
+         opj_end_compress(codec, stream);
   }
-  if (stream) opj.opj_stream_destroy(stream);
-  if (codec) opj.opj_destroy_codec(codec);
-  opj.opj_image_destroy(image);
+  if (stream) opj_stream_destroy(stream);
+  if (codec) opj_destroy_codec(codec);
+  opj_image_destroy(image);
   if (ok) out.resize(memory.size);
   else out.clear();
   return ok && !out.empty();
 }
-
-#else
-
-bool jpeg2000_available() { return false; }
-bool jpeg2000_decode(const uint8_t*, size_t, Frame&) { return false; }
-bool jpeg2000_encode(const Raster&, const EncodeOptions&, std::vector<uint8_t>&) { return false; }
-
-#endif
 
 }  // namespace qvr
