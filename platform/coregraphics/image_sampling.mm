@@ -33,11 +33,14 @@ bool SetTransform(pixman_image_t* image, const CGAffineTransform& t) {
   return pixman_image_set_transform(image, &fixed);
 }
 
-bool SetConvolution(pixman_image_t* image, double sx, double sy, pixman_kernel_t reconstruct, pixman_kernel_t sample) {
+/* Pixman's separable convolution; each axis reconstructs the pixels with one kernel and
+   samples them with another, widened by that axis's factor. */
+bool SetConvolution(pixman_image_t* image, double sx, double sy, pixman_kernel_t reconstructX,
+                    pixman_kernel_t reconstructY, pixman_kernel_t sampleX, pixman_kernel_t sampleY) {
   int count = 0;
   pixman_fixed_t* params = pixman_filter_create_separable_convolution(
-      &count, pixman_double_to_fixed(std::max(sx, 1.0)), pixman_double_to_fixed(std::max(sy, 1.0)), reconstruct,
-      reconstruct, sample, sample, 4, 4);
+      &count, pixman_double_to_fixed(std::max(sx, 1.0)), pixman_double_to_fixed(std::max(sy, 1.0)), reconstructX,
+      reconstructY, sampleX, sampleY, 4, 4);
   if (!params) return false;
   bool ok = pixman_image_set_filter(image, PIXMAN_FILTER_SEPARABLE_CONVOLUTION, params, count);
   free(params);
@@ -47,10 +50,14 @@ bool SetConvolution(pixman_image_t* image, double sx, double sy, pixman_kernel_t
 /* Shrinking by more than this on an axis averages areas; less is bilinear. */
 const double kAveragingThreshold = 4.0 / 3.0;
 
+/* An axis that shrinks averages the source pixels under each destination pixel (a box as
+   wide as the factor); one that does not interpolates linearly (two boxes make a tent). */
 void SetAveraging(pixman_image_t* image, double sx, double sy) {
-  if ((sx <= kAveragingThreshold && sy <= kAveragingThreshold) ||
-      !SetConvolution(image, sx > kAveragingThreshold ? std::min(sx, 4096.0) : 1,
-                      sy > kAveragingThreshold ? std::min(sy, 4096.0) : 1, PIXMAN_KERNEL_BOX, PIXMAN_KERNEL_BOX))
+  bool averageX = sx > kAveragingThreshold, averageY = sy > kAveragingThreshold;
+  if ((!averageX && !averageY) ||
+      !SetConvolution(image, averageX ? std::min(sx, 4096.0) : 1, averageY ? std::min(sy, 4096.0) : 1,
+                      averageX ? PIXMAN_KERNEL_IMPULSE : PIXMAN_KERNEL_BOX,
+                      averageY ? PIXMAN_KERNEL_IMPULSE : PIXMAN_KERNEL_BOX, PIXMAN_KERNEL_BOX, PIXMAN_KERNEL_BOX))
     pixman_image_set_filter(image, PIXMAN_FILTER_BILINEAR, NULL, 0);
 }
 
@@ -122,7 +129,8 @@ pixman_image_t* CreateImageSampler(pixman_image_t* pixels, CGAffineTransform toI
       /* Without the reduction (image masks) the window grows with the factor: big
          factors average instead. */
       if (shrinking && sx <= 8 && sy <= 8 &&
-          SetConvolution(source, sx, sy, PIXMAN_KERNEL_IMPULSE, PIXMAN_KERNEL_LANCZOS3))
+          SetConvolution(source, sx, sy, PIXMAN_KERNEL_IMPULSE, PIXMAN_KERNEL_IMPULSE, PIXMAN_KERNEL_LANCZOS3,
+                         PIXMAN_KERNEL_LANCZOS3))
         break;
       SetAveraging(source, sx, sy);
       break;
