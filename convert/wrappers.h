@@ -12,6 +12,8 @@
 REALobject NewNSImageQVR(NSImage* image);
 REALobject NewNSPDFImageRepQVR(NSPDFImageRep* representation);
 REALobject NewNSBitmapImageRepQVR(NSBitmapImageRep* representation);
+/* A colour in the sibling plugin's class NSColorQVR, kept one wrapper per colour alike. */
+REALobject NewNSColorQVR(NSColor* color);
 REALobject NewNSObjectQVR(NSObject* object, Class requiredClass);
 
 #endif

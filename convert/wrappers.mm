@@ -57,6 +57,10 @@ REALobject NewNSBitmapImageRepQVR(NSBitmapImageRep* representation) {
   return NewFixedClassWrapper(representation, "NSBitmapImageRepQVR");
 }
 
+REALobject NewNSColorQVR(NSColor* color) {
+  return NewFixedClassWrapper(color, "NSColorQVR");
+}
+
 REALobject NewNSObjectQVR(NSObject* object, Class requiredClass) {
   if (object == nil || requiredClass == Nil) return nullptr;
   if (![object isKindOfClass:requiredClass]) return nullptr;

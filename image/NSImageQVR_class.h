@@ -23,4 +23,11 @@ void NSImageConstructor(REALobject self);
    run by the initWith methods before they load a new image. */
 void NSImageDestructor(REALobject self);
 
+/* Makes image, with its creation reference, the Handle of the empty instance self and
+   enters it in instances. */
+void SetNSImageHandle(REALobject self, NSImage* image);
+
+/* The creators of this file's lifecycle group, also called by other members. */
+bool initWithSize(REALobject self, double width, double height);
+
 #endif

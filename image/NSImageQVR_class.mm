@@ -33,15 +33,29 @@ REALclassDefinition NSImageQVRClass = {
 };
 
 void PrepareNSImageQVRClass(void) {
-  JoinMemberRows<REALproperty>({RowsOf(NSImageHandleProperty)}, NSImageQVRClass.properties,
-                               NSImageQVRClass.propertyCount);
-  JoinMemberRows<REALmethodDefinition>({
-                                           NSImageEncodingMethods,
-                                           NSImageThreadedEncodingMethods,
-                                           NSImageScalingMethods,
-                                           NSImageDrawingMethods,
-                                       },
-                                       NSImageQVRClass.methods, NSImageQVRClass.methodCount);
-  JoinMemberRows<REALmethodDefinition>({}, NSImageQVRClass.sharedMethods, NSImageQVRClass.sharedMethodCount);
-  JoinMemberRows<REALconstant>({}, NSImageQVRClass.constants, NSImageQVRClass.constantCount);
+  JoinMemberRows<REALproperty>(
+      {
+          RowsOf(NSImageHandleProperty),
+          NSImagePropertyRows,
+      },
+      NSImageQVRClass.properties, NSImageQVRClass.propertyCount);
+  JoinMemberRows<REALmethodDefinition>(
+      {
+          NSImageLifecycleMethods,
+          NSImagePlainMethods,
+          NSImageEncodingMethods,
+          NSImageThreadedEncodingMethods,
+          NSImageScalingMethods,
+          NSImageDrawingMethods,
+      },
+      NSImageQVRClass.methods, NSImageQVRClass.methodCount);
+  JoinMemberRows<REALmethodDefinition>(
+      {
+      },
+      NSImageQVRClass.sharedMethods, NSImageQVRClass.sharedMethodCount);
+  JoinMemberRows<REALconstant>(
+      {
+          NSImageConstantRows,
+      },
+      NSImageQVRClass.constants, NSImageQVRClass.constantCount);
 }

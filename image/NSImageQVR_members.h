@@ -16,6 +16,14 @@ extern const MemberRows<REALmethodDefinition> NSImageScalingMethods;
 /* Drawing into a host-owned Core Graphics context (drawing.mm). */
 extern const MemberRows<REALmethodDefinition> NSImageDrawingMethods;
 
+/* Lifecycle (lifecycle.mm): the constructors without data and initWithSize. */
+extern const MemberRows<REALmethodDefinition> NSImageLifecycleMethods;
+
+/* Properties, plain methods and constants (properties.mm). */
+extern const MemberRows<REALproperty> NSImagePropertyRows;
+extern const MemberRows<REALmethodDefinition> NSImagePlainMethods;
+extern const MemberRows<REALconstant> NSImageConstantRows;
+
 /* Joins the groups into NSImageQVRClass; run once, before its flags are fixed and it is
    registered. */
 void PrepareNSImageQVRClass(void);

@@ -11,6 +11,8 @@
 extern REALclassDefinition FrameProbeQVRClass;
 extern REALmethodDefinition FrameProbeSharedMethods[];
 extern const uintptr_t FrameProbeSharedMethodCount;
+// Image probes (probe_images.mm).
+extern REALclassDefinition ImageProbeQVRClass;
 
 // The event record's forSystemUse word after registration (layout 9: its copy's address).
 uintptr_t ProbeEventForSystemUse();

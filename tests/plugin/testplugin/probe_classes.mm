@@ -92,6 +92,7 @@ extern "C" __attribute__((visibility("default"))) void REALPluginMain(REALResolv
   FixConsoleFlags(&FrameProbeQVRClass);
   MyREALRegisterClass(&FrameProbeQVRClass);
   MyREALRegisterClass(&ConversionProbeQVRClass);
+  MyREALRegisterClass(&ImageProbeQVRClass);
   MakeLongPlatformClasses();
   RegisterLongNameClasses();
 }

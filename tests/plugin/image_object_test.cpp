@@ -1,0 +1,138 @@
+// NSImageQVR as an object: its constructors, initWithSize, the properties that forward to
+// the NSImage it holds, its plain methods and constants, and what an instance without an
+// image answers.
+#include <gtest/gtest.h>
+
+#include "support/plugin_fixture.h"
+
+namespace {
+
+using support::PluginTest;
+
+class ImageObject : public PluginTest {
+ protected:
+  host::Value Image(std::vector<host::Value> args = {}) { return runtime_->newInstance("NSImageQVR", std::move(args)); }
+  double Real(const host::Value& object, const char* property) { return runtime_->get(object, property).real; }
+  bool Flag(const host::Value& object, const char* property) { return runtime_->get(object, property).boolean; }
+  intptr_t Handle(const host::Value& object) { return runtime_->get(object, "Handle").integer; }
+  host::Value ImageProbe(std::string_view member, std::vector<host::Value> args) {
+    return runtime_->callShared("ImageProbeQVR", member, std::move(args));
+  }
+};
+
+TEST_F(ImageObject, ConstructorsAndSize) {
+  host::Runtime& runtime = Probe();
+  host::Value image = Image();
+  EXPECT_NE(Handle(image), 0) << "Constructor makes an image of no size";
+  EXPECT_FALSE(Flag(image, "isValid"));
+  EXPECT_EQ(Real(image, "width"), 0.0);
+  host::Value size = runtime.get(image, "size");
+  ASSERT_EQ(support::ClassName(runtime, size), "NSSizeQVR");
+  EXPECT_EQ(Real(size, "Width"), 0.0);
+  EXPECT_EQ(Real(size, "Height"), 0.0);
+
+  intptr_t first = Handle(image);
+  try {
+    runtime.call(image, "Constructor");
+    FAIL() << "a second Constructor raised nothing";
+  } catch (const host::HostException& e) {
+    EXPECT_EQ(e.className(), "UnsupportedOperationException");
+    EXPECT_EQ(e.message(), "Constructor called too often. Object is already initialized.");
+  }
+  EXPECT_EQ(Handle(image), first) << "the first image stays";
+
+  runtime.call(image, "Constructor", {host::Value::ofDouble(100), host::Value::ofDouble(50)});
+  EXPECT_EQ(Real(image, "width"), 100.0);
+  EXPECT_EQ(Real(image, "height"), 50.0);
+  EXPECT_TRUE(Flag(image, "isValid"));
+  EXPECT_EQ(Shared("InstancesCount").integer, 1) << "the old image left instances with its release";
+
+  EXPECT_TRUE(runtime.call(image, "initWithSize", {host::Value::ofDouble(0.5), host::Value::ofDouble(0.25)}).boolean);
+  EXPECT_EQ(Real(image, "width"), 0.5);
+  EXPECT_EQ(Real(image, "height"), 0.25);
+  EXPECT_EQ(Shared("ImageRetainCount", {image}).integer, 1);
+
+  host::Value one = runtime.get(image, "size"), two = runtime.get(image, "size");
+  EXPECT_NE(one.object.get(), two.object.get()) << "a new NSSizeQVR at every read";
+  EXPECT_EQ(Real(one, "Width"), Real(two, "Width"));
+  EXPECT_EQ(Real(two, "Height"), 0.25);
+
+  runtime.set(image, "size", runtime.newInstance("NSSizeQVR", {host::Value::ofDouble(3), host::Value::ofDouble(4.5)}));
+  EXPECT_EQ(Real(image, "width"), 3.0);
+  EXPECT_EQ(Real(image, "height"), 4.5);
+  runtime.set(image, "size", host::Value::nil());
+  EXPECT_EQ(Real(image, "width"), 0.0);
+
+  host::Value sized = Image({host::Value::ofDouble(7), host::Value::ofDouble(9)});
+  EXPECT_EQ(Real(sized, "height"), 9.0);
+  EXPECT_EQ(runtime.constant("NSImageQVR", "NSImageCacheNever").integer, 3);
+  EXPECT_EQ(runtime.constant("NSImageQVR", "NSImageLoadStatusReadError").integer, 4);
+}
+
+TEST_F(ImageObject, PropertiesRoundTrip) {
+  host::Runtime& runtime = Probe();
+  host::Value image = Image({host::Value::ofDouble(4), host::Value::ofDouble(4)});
+  runtime.set(image, "cacheMode", host::Value::ofInteger(2));
+  EXPECT_EQ(runtime.get(image, "cacheMode").integer, 2);
+  for (const char* flag : {"isTemplate", "isFlipped", "cacheDepthMatchesImageDepth", "usesEPSOnResolutionMismatch",
+                           "prefersColorMatch", "isCachedSeparately", "isDataRetained", "matchesOnMultipleResolution",
+                           "scalesWhenResized"}) {
+    bool was = Flag(image, flag);
+    runtime.set(image, flag, host::Value::ofBoolean(!was));
+    EXPECT_EQ(Flag(image, flag), !was) << flag;
+    runtime.set(image, flag, host::Value::ofBoolean(was));
+    EXPECT_EQ(Flag(image, flag), was) << flag;
+  }
+
+  EXPECT_EQ(Utf8(runtime.get(image, "Name")), "");
+  EXPECT_TRUE(ImageProbe("NameImage", {image, Text("probe image \xC3\xA9")}).boolean);
+  EXPECT_EQ(Utf8(runtime.get(image, "Name")), "probe image \xC3\xA9");
+  EXPECT_TRUE(ImageProbe("NameImage", {image, host::Value::nil()}).boolean) << "the name is given back";
+
+  runtime.set(image, "accessibilityDescription", Text("a small square"));
+  EXPECT_EQ(Utf8(runtime.get(image, "accessibilityDescription")), "a small square");
+  EXPECT_FALSE(ImageProbe("AccessibilityIsNil", {image}).boolean);
+  runtime.set(image, "accessibilityDescription", Text(""));
+  EXPECT_TRUE(ImageProbe("AccessibilityIsNil", {image}).boolean) << "the empty string sends nil";
+
+  host::Value color = runtime.get(image, "backgroundColor");
+  ASSERT_EQ(support::ClassName(runtime, color), "NSColorQVR");
+  EXPECT_EQ(runtime.get(image, "backgroundColor").object.get(), color.object.get()) << "one wrapper per colour";
+  host::Value red = runtime.newInstance("NSColorQVR", {host::Value::ofDouble(1), host::Value::ofDouble(0),
+                                                       host::Value::ofDouble(0)});
+  runtime.set(image, "backgroundColor", red);
+  EXPECT_EQ(Handle(runtime.get(image, "backgroundColor")), Handle(red));
+  runtime.set(image, "backgroundColor", host::Value::nil());
+  EXPECT_NE(Handle(runtime.get(image, "backgroundColor")), Handle(red));
+
+  runtime.call(image, "recache");
+  runtime.call(image, "cancelIncrementalLoad");
+  runtime.call(image, "removeRepresentation", {host::Value::nil()});
+  try {
+    runtime.call(image, "addRepresentation", {host::Value::nil()});
+    FAIL() << "adding nil raised nothing";
+  } catch (const host::HostException& e) {
+    EXPECT_EQ(e.className(), "NSExceptionQVR") << "the platform exception, converted";
+  }
+}
+
+TEST_F(ImageObject, WithoutAnImageEverythingIsNeutral) {
+  host::Runtime& runtime = Probe();
+  host::Value image = Image({host::Value::ofDouble(2), host::Value::ofDouble(3)});
+  intptr_t held = Handle(image);
+  runtime.set(image, "Handle", host::Value::ofInteger(0));
+  EXPECT_TRUE(runtime.get(image, "size").isNil());
+  EXPECT_EQ(Real(image, "height"), 0.0);
+  EXPECT_FALSE(Flag(image, "isValid"));
+  EXPECT_TRUE(runtime.get(image, "backgroundColor").isNil());
+  EXPECT_EQ(Utf8(runtime.get(image, "Name")), "");
+  runtime.set(image, "isFlipped", host::Value::ofBoolean(true));
+  runtime.set(image, "size", runtime.newInstance("NSSizeQVR", {host::Value::ofDouble(1), host::Value::ofDouble(1)}));
+  runtime.call(image, "addRepresentation", {host::Value::nil()});
+  EXPECT_FALSE(runtime.exceptionPending());
+  runtime.set(image, "Handle", host::Value::ofInteger(held));
+  EXPECT_EQ(Real(image, "height"), 3.0);
+  EXPECT_FALSE(Flag(image, "isFlipped"));
+}
+
+}  // namespace
