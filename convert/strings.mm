@@ -5,55 +5,13 @@
 #import <Foundation/Foundation.h>
 
 #include "convert/strings.h"
+#include "convert/string_bytes.h"
 
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 
 #include "plugin/host_bridge.h"
-#include "plugin/registration.h"
-
-namespace {
-
-/* The bytes of a host string, however this host hands them out, released on scope exit
-   (also when an exception unwinds through the conversion). */
-class HostStringBytes {
- public:
-  explicit HostStringBytes(REALstring string) {
-    if (rbversion_rbversion <= 2013.0) {
-      /* Older hosts: read the string object itself; its second word is a buffer whose
-         text starts at the second byte, its fourth word the byte length. */
-      REALLockString(string);
-      locked_ = string;
-      auto words = reinterpret_cast<const uintptr_t*>(string);
-      const char* buffer = reinterpret_cast<const char*>(words[1]);
-      bytes_ = buffer ? buffer + 1 : nullptr;
-      length_ = buffer ? static_cast<size_t>(words[3]) : 0;
-    } else if (REALGetStringData(string, kREALTextEncodingUnknown, &data_)) {
-      filled_ = true;
-      bytes_ = static_cast<const char*>(data_.data);
-      length_ = static_cast<size_t>(data_.length);
-    }
-  }
-  ~HostStringBytes() {
-    if (locked_ != nullptr) REALUnlockString(locked_);
-    if (filled_) REALDisposeStringData(&data_);
-  }
-  HostStringBytes(const HostStringBytes&) = delete;
-  HostStringBytes& operator=(const HostStringBytes&) = delete;
-
-  const char* bytes() const { return bytes_; }
-  size_t length() const { return length_; }
-
- private:
-  REALstring locked_ = nullptr;
-  REALstringData data_ = {};
-  bool filled_ = false;
-  const char* bytes_ = nullptr;
-  size_t length_ = 0;
-};
-
-}  // namespace
 
 CFStringRef RBString2CFString(REALstring string) {
   if (string == nullptr) return nullptr;

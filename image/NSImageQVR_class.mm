@@ -47,10 +47,12 @@ void PrepareNSImageQVRClass(void) {
           NSImageThreadedEncodingMethods,
           NSImageScalingMethods,
           NSImageDrawingMethods,
+          NSImageCreationMethods,
       },
       NSImageQVRClass.methods, NSImageQVRClass.methodCount);
   JoinMemberRows<REALmethodDefinition>(
       {
+          NSImageCreationSharedMethods,
       },
       NSImageQVRClass.sharedMethods, NSImageQVRClass.sharedMethodCount);
   JoinMemberRows<REALconstant>(

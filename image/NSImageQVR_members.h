@@ -24,6 +24,11 @@ extern const MemberRows<REALproperty> NSImagePropertyRows;
 extern const MemberRows<REALmethodDefinition> NSImagePlainMethods;
 extern const MemberRows<REALconstant> NSImageConstantRows;
 
+/* Creation on the host's thread (creation.mm): the factories, the initWith methods and
+   the constructors with data. */
+extern const MemberRows<REALmethodDefinition> NSImageCreationSharedMethods;
+extern const MemberRows<REALmethodDefinition> NSImageCreationMethods;
+
 /* Joins the groups into NSImageQVRClass; run once, before its flags are fixed and it is
    registered. */
 void PrepareNSImageQVRClass(void);

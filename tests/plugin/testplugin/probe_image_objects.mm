@@ -10,6 +10,7 @@
 #include <cstring>
 #include <vector>
 
+#include "convert/string_bytes.h"
 #include "convert/strings.h"
 #include "image/NSImageQVR_class.h"
 #include "plugin/call_guard.h"
@@ -86,12 +87,26 @@ REALobject NewCGImage(intptr_t width, intptr_t height) {
   return wrapper;
 }
 
+// Puts the string's bytes on the general pasteboard as PNG data.
+bool PutPNGOnPasteboard(REALstring bytes) {
+  bool result = false;
+  CocoaGuardFull([&] {
+    HostStringBytes stored(bytes);
+    NSData* data = [NSData dataWithBytes:stored.bytes() length:stored.length()];
+    NSPasteboard* pasteboard = [NSPasteboard generalPasteboard];
+    [pasteboard declareTypes:[NSArray arrayWithObject:NSPasteboardTypePNG] owner:nil];
+    result = [pasteboard setData:data forType:NSPasteboardTypePNG] == YES;
+  });
+  return result;
+}
+
 #define SHARED(function, declaration) {reinterpret_cast<void*>(&function), nullptr, declaration, 0x4, 0, nullptr}
 
 REALmethodDefinition ImageProbeSharedMethods[] = {
     SHARED(DrawnPixels, "ImagePixels(image as NSImageQVR) as MemoryBlock"),
     SHARED(NameImage, "NameImage(image as NSImageQVR, name as String) as Boolean"),
     SHARED(AccessibilityIsNil, "AccessibilityIsNil(image as NSImageQVR) as Boolean"),
+    SHARED(PutPNGOnPasteboard, "PutPNGOnPasteboard(bytes as String) as Boolean"),
     SHARED(NewCGImage, "NewCGImage(width as Integer, height as Integer) as CGImageQVR"),
 };
 

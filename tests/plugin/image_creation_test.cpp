@@ -1,0 +1,301 @@
+// Making NSImageQVR images: the shared factories on every format the platform reads
+// (files made by independent encoders, pixels compared with the encoders' source), on
+// bytes that are no image and on nil arguments; images from CGImageQVR instances; the
+// initWith methods on instances that already hold an image; URLs served over loopback
+// HTTP.
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+
+#include "support/plugin_fixture.h"
+
+namespace {
+
+using support::PluginTest;
+
+const int kWidth = 7, kHeight = 5;
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream bytes;
+  bytes << in.rdbuf();
+  return bytes.str();
+}
+
+// A folder of test images: source.ppm, a 7 x 5 picture of distinct colours, and the same
+// picture written by the netpbm and libjpeg tools in each format.
+class ImageFolder {
+ public:
+  ImageFolder() {
+    char pattern[] = "/tmp/qvr-images-XXXXXX";
+    folder_ = mkdtemp(pattern);
+    std::string ppm = "P6\n" + std::to_string(kWidth) + " " + std::to_string(kHeight) + "\n255\n";
+    for (int y = 0; y < kHeight; ++y)
+      for (int x = 0; x < kWidth; ++x) ppm += {char(x * 40), char(y * 60), char(200 - x * 10 - y * 7)};
+    std::ofstream(path("source.ppm"), std::ios::binary) << ppm;
+    source_ = ppm.substr(ppm.size() - kWidth * kHeight * 3);
+    const char* commands[][2] = {{"png", "pnmtopng"}, {"jpg", "cjpeg -quality 95"}, {"tif", "pnmtotiff"},
+                                 {"gif", "ppmtogif"}, {"bmp", "ppmtobmp -bpp 24"}};
+    for (auto& command : commands) Run(std::string(command[1]) + " source.ppm > image." + command[0]);
+    Run("djpeg -pnm image.jpg > jpeg-decoded.ppm");
+    std::string decoded = ReadFile(path("jpeg-decoded.ppm"));
+    jpegPixels_ = decoded.substr(decoded.size() - source_.size());
+  }
+  ~ImageFolder() { Run("rm -rf " + folder_); }
+  std::string path(const std::string& name) const { return folder_ + "/" + name; }
+  std::string bytes(const std::string& name) const { return ReadFile(path(name)); }
+  // RGB bytes, rows from the top: the source, and the JPEG as djpeg decodes it.
+  const std::string& source() const { return source_; }
+  const std::string& jpegPixels() const { return jpegPixels_; }
+
+ private:
+  void Run(const std::string& command) const {
+    std::string line = "cd " + folder_ + " && " + command + " 2>/dev/null";
+    ASSERT_EQ(std::system(line.c_str()), 0) << line;
+  }
+  std::string folder_, source_, jpegPixels_;
+};
+
+// Serves image.png from a folder on 127.0.0.1 at an ephemeral port, 404 for anything
+// else, on a thread of its own that never touches the host.
+class LoopbackServer {
+ public:
+  explicit LoopbackServer(std::string png) : png_(std::move(png)) {
+    listener_ = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof address);
+    listen(listener_, 8);
+    getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length);
+    port_ = ntohs(address.sin_port);
+    thread_ = std::thread([this] { Serve(); });
+  }
+  ~LoopbackServer() {
+    stop_ = true;
+    thread_.join();
+    close(listener_);
+  }
+  std::string url(const std::string& path) const { return "http://127.0.0.1:" + std::to_string(port_) + path; }
+  int requests() const { return requests_; }
+
+ private:
+  void Serve() {
+    while (!stop_) {
+      pollfd waiting{listener_, POLLIN, 0};
+      if (poll(&waiting, 1, 50) <= 0) continue;
+      int client = accept(listener_, nullptr, nullptr);
+      if (client < 0) continue;
+      std::string request;
+      char buffer[1024];
+      while (request.find("\r\n\r\n") == std::string::npos) {
+        ssize_t got = read(client, buffer, sizeof buffer);
+        if (got <= 0) break;
+        request.append(buffer, static_cast<size_t>(got));
+      }
+      ++requests_;
+      bool found = request.rfind("GET /image.png ", 0) == 0;
+      std::string body = found ? png_ : "not here";
+      std::string reply = std::string(found ? "HTTP/1.1 200 OK\r\nContent-Type: image/png\r\n"
+                                            : "HTTP/1.1 404 Not Found\r\nContent-Type: text/plain\r\n") +
+                          "Content-Length: " + std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body;
+      for (size_t sent = 0; sent < reply.size();) {
+        ssize_t wrote = write(client, reply.data() + sent, reply.size() - sent);
+        if (wrote <= 0) break;
+        sent += static_cast<size_t>(wrote);
+      }
+      close(client);
+    }
+  }
+  std::string png_;
+  int listener_ = -1;
+  int port_ = 0;
+  std::atomic<bool> stop_{false};
+  std::atomic<int> requests_{0};
+  std::thread thread_;
+};
+
+class ImageCreation : public PluginTest {
+ protected:
+  host::Value Factory(std::string_view member, std::vector<host::Value> args) {
+    return runtime_->callShared("NSImageQVR", member, std::move(args));
+  }
+  host::Value Path(const std::string& path) { return Text(path); }
+  intptr_t Handle(const host::Value& image) { return runtime_->get(image, "Handle").integer; }
+
+  // The RGB bytes of an image as the platform draws it at its own size, rows from the
+  // top; "" when it has none. Also checks the drawn size.
+  std::string Pixels(const host::Value& image, int width = kWidth, int height = kHeight) {
+    host::Value block = runtime_->callShared("ImageProbeQVR", "ImagePixels", {image});
+    std::string bytes = runtime_->memoryBlockBytes(block);
+    if (bytes.size() < 8) return "";
+    uint32_t size[2];
+    std::memcpy(size, bytes.data(), sizeof size);
+    EXPECT_EQ(size[0], static_cast<uint32_t>(width));
+    EXPECT_EQ(size[1], static_cast<uint32_t>(height));
+    std::string rgb;
+    for (size_t i = 8; i + 3 < bytes.size(); i += 4) rgb.append(bytes, i, 3);
+    return rgb;
+  }
+
+  // The factory's exception class and message for a nil argument.
+  void ExpectNilRaises(std::string_view declaration, const char* message) {
+    try {
+      Factory(declaration, {host::Value::nil()});
+      ADD_FAILURE() << declaration << " raised nothing";
+    } catch (const host::HostException& e) {
+      EXPECT_EQ(e.className(), "NilObjectException") << declaration;
+      EXPECT_EQ(e.message(), message) << declaration;
+    }
+  }
+};
+
+int LargestDifference(const std::string& a, const std::string& b) {
+  if (a.size() != b.size()) return 256;
+  int largest = 0;
+  for (size_t i = 0; i < a.size(); ++i)
+    largest = std::max(largest, std::abs(int(static_cast<unsigned char>(a[i])) - int(static_cast<unsigned char>(b[i]))));
+  return largest;
+}
+
+TEST_F(ImageCreation, FactoriesReadEveryFormat) {
+  host::Runtime& runtime = Probe();
+  ImageFolder folder;
+  for (const char* format : {"png", "jpg", "tif", "gif", "bmp"}) {
+    SCOPED_TRACE(format);
+    const std::string name = std::string("image.") + format;
+    const std::string& expected = std::string(format) == "jpg" ? folder.jpegPixels() : folder.source();
+    const int tolerance = std::string(format) == "jpg" ? 3 : 0;
+
+    host::Value fromString = Factory("imageWithData", {runtime.string(folder.bytes(name), host::kEncodingUnknown)});
+    ASSERT_FALSE(fromString.isNil());
+    EXPECT_EQ(runtime.get(fromString, "width").real, kWidth);
+    EXPECT_EQ(runtime.get(fromString, "height").real, kHeight);
+    EXPECT_LE(LargestDifference(Pixels(fromString), expected), tolerance);
+
+    host::Value fromPath = Factory("imageWithContentsOfPath", {Path(folder.path(name))});
+    ASSERT_FALSE(fromPath.isNil());
+    EXPECT_EQ(Pixels(fromPath), Pixels(fromString));
+
+    host::Value fromURL = Factory("imageWithContentsOfURL", {Text("file://" + folder.path(name))});
+    ASSERT_FALSE(fromURL.isNil());
+    EXPECT_EQ(Pixels(fromURL), Pixels(fromString));
+
+    host::Value holder = runtime.newInstance("NSImageQVR", {host::Value::ofDouble(1), host::Value::ofDouble(1)});
+    EXPECT_TRUE(runtime.call(holder, "initWithContentsOfURL", {Text("file://" + folder.path(name))}).boolean);
+    EXPECT_EQ(Pixels(holder), Pixels(fromString));
+    EXPECT_EQ(Shared("InstancesCount").integer, 4);
+  }
+}
+
+TEST_F(ImageCreation, BadInputGivesNothing) {
+  host::Runtime& runtime = Probe();
+  ImageFolder folder;
+  EXPECT_TRUE(Factory("imageWithData", {Text("no image in here")}).isNil());
+  EXPECT_TRUE(Factory("imageWithData", {Text("")}).isNil());
+  std::string png = folder.bytes("image.png");
+  EXPECT_TRUE(Factory("imageWithData", {runtime.string(png.substr(0, png.size() / 2), host::kEncodingUnknown)}).isNil())
+      << "a truncated PNG";
+  EXPECT_TRUE(Factory("imageWithContentsOfPath", {Path(folder.path("missing.png"))}).isNil());
+  EXPECT_TRUE(Factory("imageWithContentsOfPath", {Path(folder.path("source.ppm"))}).isNil()) << "not a format read here";
+  EXPECT_TRUE(Factory("imageWithContentsOfURL", {Text("file://" + folder.path("missing.png"))}).isNil());
+  EXPECT_TRUE(Factory("imageWithContentsOfURL", {Text("this is no URL")}).isNil());
+  EXPECT_FALSE(runtime.exceptionPending());
+
+  ExpectNilRaises("imageWithData(data as string) as NSImageQVR", "String is empty");
+  ExpectNilRaises("imageWithContentsOfPath(path as string) as NSImageQVR", "Path is empty");
+  ExpectNilRaises("imageWithContentsOfURL(URL as string) as NSImageQVR", "URL is empty");
+  ExpectNilRaises("imageWithCGImage", "Image is nil");
+
+  host::Value holder = runtime.newInstance("NSImageQVR", {host::Value::ofDouble(3), host::Value::ofDouble(3)});
+  for (const char* url : {"this is no URL", "", "file:///nowhere/image.png"}) {
+    EXPECT_FALSE(runtime.call(holder, "initWithContentsOfURL", {Text(url)}).boolean) << url;
+    EXPECT_EQ(Handle(holder), 0) << "the old image is given up first";
+  }
+  EXPECT_FALSE(runtime.call(holder, "initWithContentsOfURL", {host::Value::nil()}).boolean);
+  EXPECT_FALSE(runtime.call(holder, "initWithPasteboard").boolean) << "nothing on the pasteboard";
+  EXPECT_FALSE(runtime.call(holder, "initWithIconRef", {host::Value::ofInteger(0)}).boolean);
+  EXPECT_FALSE(runtime.call(holder, "initWithIconRef", {host::Value::ofInteger(1234)}).boolean) << "no icons here";
+  EXPECT_EQ(Shared("InstancesCount").integer, 0);
+}
+
+TEST_F(ImageCreation, ImagesFromCGImages) {
+  host::Runtime& runtime = Probe();
+  auto image = [&](host::Value source, std::vector<host::Value> size = {}) {
+    size.insert(size.begin(), source);
+    return Factory("imageWithCGImage", size);
+  };
+  host::Value cgImage = runtime.callShared("ImageProbeQVR", "NewCGImage",
+                                           {host::Value::ofInteger(6), host::Value::ofInteger(4)});
+  host::Value plain = image(cgImage);
+  ASSERT_FALSE(plain.isNil());
+  EXPECT_EQ(runtime.get(plain, "width").real, 6.0);
+  EXPECT_EQ(runtime.get(plain, "height").real, 4.0);
+  std::string pixels = Pixels(plain, 6, 4);
+  ASSERT_EQ(pixels.size(), 6u * 4 * 3);
+  EXPECT_EQ(static_cast<unsigned char>(pixels[5 * 3]), 255) << "red grows to the right";
+  EXPECT_EQ(static_cast<unsigned char>(pixels[(3 * 6) * 3 + 1]), 255) << "green grows downwards";
+
+  host::Value wide = image(cgImage, {host::Value::ofDouble(100), host::Value::ofDouble(-1)});
+  EXPECT_EQ(runtime.get(wide, "width").real, 100.0);
+  EXPECT_EQ(runtime.get(wide, "height").real, 4.0);
+
+  for (host::Value wrong : {runtime.newInstance("NSImageQVR"), runtime.newInstance("NSSizeQVR")}) {
+    try {
+      image(wrong);
+      ADD_FAILURE() << "a " << support::ClassName(runtime, wrong) << " was taken";
+    } catch (const host::HostException& e) {
+      EXPECT_EQ(e.className(), "IllegalCastException");
+      EXPECT_EQ(e.message(), "CGImage must be a CGImageQVR!");
+    }
+  }
+  try {
+    image(runtime.newInstance("CGImageQVR"));
+    ADD_FAILURE() << "an empty CGImageQVR was taken";
+  } catch (const host::HostException& e) {
+    EXPECT_EQ(e.className(), "NilObjectException");
+    EXPECT_EQ(e.message(), "Image is nil");
+  }
+}
+
+TEST_F(ImageCreation, URLsOverHTTP) {
+  host::Runtime& runtime = Probe();
+  ImageFolder folder;
+  LoopbackServer server(folder.bytes("image.png"));
+  host::Value fetched = Factory("imageWithContentsOfURL", {Text(server.url("/image.png"))});
+  ASSERT_FALSE(fetched.isNil());
+  EXPECT_EQ(Pixels(fetched), folder.source());
+  EXPECT_TRUE(Factory("imageWithContentsOfURL", {Text(server.url("/missing.png"))}).isNil()) << "404";
+  host::Value holder = runtime.newInstance("NSImageQVR");
+  EXPECT_TRUE(runtime.call(holder, "initWithContentsOfURL", {Text(server.url("/image.png"))}).boolean);
+  EXPECT_EQ(Pixels(holder), folder.source());
+  EXPECT_FALSE(runtime.call(holder, "initWithContentsOfURL", {Text(server.url("/other"))}).boolean);
+  EXPECT_EQ(server.requests(), 4);
+}
+
+TEST_F(ImageCreation, ImageFromThePasteboard) {
+  host::Runtime& runtime = Probe();
+  ImageFolder folder;
+  ASSERT_TRUE(runtime.callShared("ImageProbeQVR", "PutPNGOnPasteboard",
+                                 {runtime.string(folder.bytes("image.png"), host::kEncodingUnknown)}).boolean);
+  host::Value image = runtime.newInstance("NSImageQVR");
+  EXPECT_TRUE(runtime.call(image, "initWithPasteboard").boolean);
+  EXPECT_EQ(Pixels(image), folder.source());
+  EXPECT_EQ(Shared("InstancesCount").integer, 1);
+}
+
+}  // namespace
