@@ -86,8 +86,9 @@ TEST_F(PluginTest, ClassesArriveInOrderWithTheirDataAndHandles) {
   }
   EXPECT_EQ(image->superclass, nullptr);
 
+  ASSERT_EQ(base->properties.size(), 1u);
   for (host::ClassInfo* cls : {image, base}) {
-    ASSERT_EQ(cls->properties.size(), 1u);
+    ASSERT_GE(cls->properties.size(), 1u);
     const host::PropertyInfo& handle = cls->properties[0];
     EXPECT_EQ(handle.name, "Handle");
     EXPECT_EQ(handle.type, "Integer");
@@ -106,7 +107,11 @@ TEST_F(PluginTest, NewInstancesHoldNothingAndDieQuietly) {
   for (const char* name : kImageClasses) {
     host::Value object = runtime.newInstance(name);
     ASSERT_FALSE(object.isNil()) << name;
-    EXPECT_EQ(runtime.get(object, "Handle").integer, 0) << name;
+    // NSImageQVR's Constructor gives every new instance an empty image of its own.
+    if (std::string(name) == "NSImageQVR")
+      EXPECT_NE(runtime.get(object, "Handle").integer, 0) << name;
+    else
+      EXPECT_EQ(runtime.get(object, "Handle").integer, 0) << name;
   }
   host::Value viaConstructor = runtime.newInstance("NSBitmapImageRepQVR");
   EXPECT_EQ(support::ClassName(runtime, viaConstructor), "NSBitmapImageRepQVR");

@@ -38,7 +38,7 @@ TEST(QvrClasses, ListsTheClassesAsTheHostHoldsThem) {
   EXPECT_NE(out.find("class NSImageQVR  [layout 12, data 16 bytes at 24, flags 0x4]"), std::string::npos) << out;
   EXPECT_NE(out.find("class NSBitmapImageRepQVR inherits NSImageRepQVR"), std::string::npos);
   EXPECT_NE(out.find("method Constructor  [flags 0x84]"), std::string::npos);
-  EXPECT_EQ(out.find("NSSizeQVR"), std::string::npos) << "no sibling classes";
+  EXPECT_EQ(out.find("class NSSizeQVR"), std::string::npos) << "no sibling classes";
   EXPECT_LT(out.find("class NSImageRepQVR"), out.find("class NSPDFImageRepQVR"));
 }
 
