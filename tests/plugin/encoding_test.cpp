@@ -101,7 +101,9 @@ TEST_F(Encoding, TIFFCompressionEmptyImagesAndInstancesWithoutImage) {
   EXPECT_TRUE(runtime_->call(empty, "GIFRepresentationMT").isNil());
 
   // An instance that holds no image gives nil from every encoder, without an exception.
+  // Constructor gives an empty image; a failed load leaves the instance without one.
   Value none = runtime_->newInstance("NSImageQVR");
+  runtime_->call(none, "initWithContentsOfURL", {Text("")});
   for (const char* member : {"GIFRepresentation", "BMPRepresentation", "PNGRepresentation", "JPEGRepresentation",
                              "TIFFRepresentation", "GIFRepresentationMT", "BMPRepresentationMT",
                              "PNGRepresentationMT", "JPEGRepresentationMT", "TIFFRepresentationMT"})
