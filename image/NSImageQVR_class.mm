@@ -53,6 +53,7 @@ void PrepareNSImageQVRClass(void) {
   JoinMemberRows<REALmethodDefinition>(
       {
           NSImageCreationSharedMethods,
+          NSImageThreadedCreationSharedMethods,
       },
       NSImageQVRClass.sharedMethods, NSImageQVRClass.sharedMethodCount);
   JoinMemberRows<REALconstant>(

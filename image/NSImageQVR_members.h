@@ -29,6 +29,9 @@ extern const MemberRows<REALconstant> NSImageConstantRows;
 extern const MemberRows<REALmethodDefinition> NSImageCreationSharedMethods;
 extern const MemberRows<REALmethodDefinition> NSImageCreationMethods;
 
+/* Creation on a worker thread (creation_threaded.mm): the MT factories. */
+extern const MemberRows<REALmethodDefinition> NSImageThreadedCreationSharedMethods;
+
 /* Joins the groups into NSImageQVRClass; run once, before its flags are fixed and it is
    registered. */
 void PrepareNSImageQVRClass(void);

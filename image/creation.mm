@@ -6,6 +6,8 @@
 #import <AppKit/AppKit.h>
 #include <ApplicationServices/ApplicationServices.h>
 
+#include "convert/data.h"
+#include "convert/file_urls.h"
 #include "convert/wrappers.h"
 #include "image/NSImageQVR_class.h"
 #include "image/NSImageQVR_members.h"
@@ -30,24 +32,28 @@ REALobject CreateWrapped(Create&& create) {
   return result;
 }
 
-bool IsNil(const void* argument, const char* message) {
-  if (argument != nullptr) return false;
-  RaiseException("NilObjectException", message);
-  return true;
-}
-
 REALobject imageWithDataS(REALstring data) {
-  if (IsNil(data, "String is empty")) return nullptr;
+  if (ArgumentIsNil(data, "String is empty")) return nullptr;
   return CreateWrapped([&] { return [[NSImage alloc] initWithData:NewNSDataFromStringBytes(data)]; });
 }
 
+REALobject imageWithDataM(REALmemoryBlock data) {
+  if (ArgumentIsNil(data, "Memoryblock is nil")) return nullptr;
+  return CreateWrapped([&] { return [[NSImage alloc] initWithData:NewNSData(data)]; });
+}
+
+REALobject imageWithContentsOfURLFile(REALfolderItem file) {
+  if (ArgumentIsNil(file, "folderitem is nil")) return nullptr;
+  return CreateWrapped([&] { return [[NSImage alloc] initWithContentsOfURL:NewNSURLfile(file)]; });
+}
+
 REALobject imageWithContentsOfPath(REALstring path) {
-  if (IsNil(path, "Path is empty")) return nullptr;
+  if (ArgumentIsNil(path, "Path is empty")) return nullptr;
   return CreateWrapped([&] { return [[NSImage alloc] initWithContentsOfFile:NewNSStringFromRBString(path)]; });
 }
 
 REALobject imageWithContentsOfURL(REALstring url) {
-  if (IsNil(url, "URL is empty")) return nullptr;
+  if (ArgumentIsNil(url, "URL is empty")) return nullptr;
   return CreateWrapped([&] { return [[NSImage alloc] initWithContentsOfURL:NewNSURLFromString(url)]; });
 }
 
@@ -55,7 +61,7 @@ REALobject imageWithContentsOfURL(REALstring url) {
    the sibling plugin will do, read at the start of its instance data. A size that is not
    above 0 takes the image's pixel count. */
 REALobject imageWithCGImage(REALobject variant, double width, double height) {
-  if (IsNil(variant, "Image is nil")) return nullptr;
+  if (ArgumentIsNil(variant, "Image is nil")) return nullptr;
   REALobject result = nullptr;
   CocoaGuardFull([&] {
     REALclassRef cgImageClass = REALGetClassRef("CGImageQVR");
@@ -77,11 +83,42 @@ REALobject imageWithCGImage(REALobject variant, double width, double height) {
   return result;
 }
 
+bool initWithContentsOfURLfolderitem(REALobject self, REALfolderItem file) {
+  return InitNSImageWith(self, [&]() -> NSImage* {
+    NSURL* input = NewNSURLfile(file);
+    return input != nil ? [[NSImage alloc] initWithContentsOfURL:input] : nil;
+  });
+}
+
 bool initWithContentsOfURLstring(REALobject self, REALstring url) {
   return InitNSImageWith(self, [&]() -> NSImage* {
     NSURL* input = NewNSURLFromString(url);
     return input != nil ? [[NSImage alloc] initWithContentsOfURL:input] : nil;
   });
+}
+
+bool initWithData(REALobject self, REALmemoryBlock data) {
+  return InitNSImageWith(self, [&]() -> NSImage* {
+    NSData* input = NewNSData(data);
+    return input != nil ? [[NSImage alloc] initWithData:input] : nil;
+  });
+}
+
+bool initWithDataIgnoringOrientation(REALobject self, REALmemoryBlock data) {
+  return InitNSImageWith(self, [&]() -> NSImage* {
+    NSData* input = NewNSData(data);
+    return input != nil ? [[NSImage alloc] initWithDataIgnoringOrientation:input] : nil;
+  });
+}
+
+/* The constructors with arguments take what the initWith methods give; a failed load
+   leaves an instance without an image, and no exception. */
+void ConstructorData(REALobject self, REALmemoryBlock data) {
+  initWithData(self, data);
+}
+
+void ConstructorFolderItem(REALobject self, REALfolderItem file) {
+  initWithContentsOfURLfolderitem(self, file);
 }
 
 bool initWithPasteboard(REALobject self) {
@@ -106,6 +143,8 @@ REALmethodDefinition Method(Function function, const char* declaration) {
 
 const REALmethodDefinition SharedRows[] = {
     Method(&imageWithDataS, "imageWithData(data as string) as NSImageQVR"),
+    Method(&imageWithDataM, "imageWithData(data as memoryblock) as NSImageQVR"),
+    Method(&imageWithContentsOfURLFile, "imageWithContentsOfFile(file as folderitem) as NSImageQVR"),
     Method(&imageWithContentsOfPath, "imageWithContentsOfPath(path as string) as NSImageQVR"),
     Method(&imageWithContentsOfURL, "imageWithContentsOfURL(URL as string) as NSImageQVR"),
     Method(&imageWithCGImage,
@@ -113,9 +152,14 @@ const REALmethodDefinition SharedRows[] = {
 };
 
 const REALmethodDefinition InstanceRows[] = {
+    Method(&initWithContentsOfURLfolderitem, "initWithContentsOfURL(file as folderitem) as boolean"),
     Method(&initWithContentsOfURLstring, "initWithContentsOfURL(url as string) as boolean"),
+    Method(&initWithData, "initWithData(data as memoryblock) as boolean"),
+    Method(&initWithDataIgnoringOrientation, "initWithDataIgnoringOrientation(data as memoryblock) as boolean"),
     Method(&initWithPasteboard, "initWithPasteboard as boolean"),
     Method(&initWithIconRef, "initWithIconRef(IconHandle as integer) as boolean"),
+    Method(&ConstructorData, "Constructor(data as memoryblock)"),
+    Method(&ConstructorFolderItem, "Constructor(file as folderitem)"),
 };
 
 }  // namespace

@@ -8,6 +8,10 @@
 
 #include "plugin/host_sdk.h"
 
+/* The factories' argument check: a nil argument raises "NilObjectException" with the
+   factory's message, before any platform work. */
+bool ArgumentIsNil(const void* argument, const char* message);
+
 /* The string's bytes as the host stores them, without any change of encoding (image
    bytes put into a string); empty data when the host gives none. */
 NSData* NewNSDataFromStringBytes(REALstring string);

@@ -1,11 +1,18 @@
-/* Inputs of image creation made from host strings: encoded image bytes carried in a
-   string, file paths and URLs. */
+/* Inputs of image creation made from host strings (encoded image bytes carried in a
+   string, file paths and URLs), and the factories' nil check. */
 #import <Foundation/Foundation.h>
 
 #include "image/creation_inputs.h"
 
 #include "convert/string_bytes.h"
 #include "convert/strings.h"
+#include "plugin/errors.h"
+
+bool ArgumentIsNil(const void* argument, const char* message) {
+  if (argument != nullptr) return false;
+  RaiseException("NilObjectException", message);
+  return true;
+}
 
 NSData* NewNSDataFromStringBytes(REALstring string) {
   HostStringBytes stored(string);
