@@ -43,6 +43,7 @@ TEST(Examples, Exceptions) { expectExample("exceptions"); }
 TEST(Examples, MemoryBlock) { expectExample("memoryblock"); }
 TEST(Examples, Geometry) { expectExample("geometry"); }
 TEST(Examples, Image) { expectExample("image"); }
+TEST(Examples, ImageLoading) { expectExample("image_loading"); }
 
 TEST(Examples, TheEmbeddedExampleRunsToItsEnd) {
   host::Runtime rt;

@@ -226,7 +226,7 @@ TEST_F(ImageCreation, BadInputGivesNothing) {
     EXPECT_FALSE(runtime.call(holder, "initWithContentsOfURL", {Text(url)}).boolean) << url;
     EXPECT_EQ(Handle(holder), 0) << "the old image is given up first";
   }
-  EXPECT_FALSE(runtime.call(holder, "initWithContentsOfURL", {host::Value::nil()}).boolean);
+  EXPECT_FALSE(runtime.call(holder, "initWithContentsOfURL(url as string) as boolean", {host::Value::nil()}).boolean);
   EXPECT_FALSE(runtime.call(holder, "initWithPasteboard").boolean) << "nothing on the pasteboard";
   EXPECT_FALSE(runtime.call(holder, "initWithIconRef", {host::Value::ofInteger(0)}).boolean);
   EXPECT_FALSE(runtime.call(holder, "initWithIconRef", {host::Value::ofInteger(1234)}).boolean) << "no icons here";
@@ -296,6 +296,97 @@ TEST_F(ImageCreation, ImageFromThePasteboard) {
   EXPECT_TRUE(runtime.call(image, "initWithPasteboard").boolean);
   EXPECT_EQ(Pixels(image), folder.source());
   EXPECT_EQ(Shared("InstancesCount").integer, 1);
+}
+
+TEST_F(ImageCreation, MemoryBlocksAndFolderItems) {
+  host::Runtime& runtime = Probe();
+  ImageFolder folder;
+  std::string png = folder.bytes("image.png");
+  host::Value block = runtime.memoryBlock(png.data(), png.size());
+  host::Value fromBlock = Factory("imageWithData", {block});
+  ASSERT_FALSE(fromBlock.isNil());
+  EXPECT_EQ(Pixels(fromBlock), folder.source());
+  host::Value fromFile = Factory("imageWithContentsOfFile", {runtime.folderItem(folder.path("image.gif"))});
+  ASSERT_FALSE(fromFile.isNil());
+  EXPECT_EQ(Pixels(fromFile), folder.source());
+  EXPECT_TRUE(Factory("imageWithData", {runtime.memoryBlock("", 0)}).isNil()) << "an empty MemoryBlock";
+  EXPECT_TRUE(Factory("imageWithData", {runtime.memoryBlock("GIF89a", 6)}).isNil());
+  EXPECT_TRUE(Factory("imageWithContentsOfFile", {runtime.folderItem(folder.path("missing.png"))}).isNil());
+  ExpectNilRaises("imageWithData(data as memoryblock) as NSImageQVR", "Memoryblock is nil");
+  ExpectNilRaises("imageWithContentsOfFile", "folderitem is nil");
+
+  host::Value holder = runtime.newInstance("NSImageQVR", {block});
+  EXPECT_EQ(Pixels(holder), folder.source()) << "Constructor(data as memoryblock)";
+  EXPECT_FALSE(runtime.call(holder, "initWithData", {runtime.memoryBlock("no image", 8)}).boolean);
+  EXPECT_EQ(Handle(holder), 0) << "a failed load leaves the instance empty";
+  EXPECT_FALSE(runtime.call(holder, "initWithData", {runtime.memoryBlock("", 0)}).boolean);
+  EXPECT_FALSE(runtime.call(holder, "initWithData", {host::Value::nil()}).boolean);
+  EXPECT_TRUE(runtime.call(holder, "initWithDataIgnoringOrientation", {block}).boolean);
+  EXPECT_EQ(Pixels(holder), folder.source());
+  EXPECT_FALSE(runtime.call(holder, "initWithDataIgnoringOrientation", {runtime.memoryBlock("x", 1)}).boolean);
+  host::Value tiff = runtime.folderItem(folder.path("image.tif"));
+  EXPECT_TRUE(runtime.call(holder, "initWithContentsOfURL", {tiff}).boolean);
+  EXPECT_EQ(Pixels(holder), folder.source());
+  EXPECT_FALSE(runtime.call(holder, "initWithContentsOfURL", {runtime.folderItem(folder.path("source.ppm"))}).boolean);
+  EXPECT_FALSE(runtime.call(holder, "initWithContentsOfURL(file as folderitem) as boolean", {host::Value::nil()}).boolean);
+
+  EXPECT_EQ(Pixels(runtime.newInstance("NSImageQVR", {tiff})), folder.source()) << "Constructor(file as folderitem)";
+  host::Value empty = runtime.newInstance("NSImageQVR", {runtime.memoryBlock("no image", 8)});
+  EXPECT_EQ(Handle(empty), 0) << "no image and no exception";
+  EXPECT_FALSE(runtime.exceptionPending());
+}
+
+TEST_F(ImageCreation, ThreadedFactoriesGiveWhatTheDirectOnesGive) {
+  host::Runtime& runtime = Probe();
+  ImageFolder folder;
+  LoopbackServer server(folder.bytes("image.png"));
+  for (const char* format : {"png", "jpg", "bmp"}) {
+    SCOPED_TRACE(format);
+    const std::string name = std::string("image.") + format;
+    std::string bytes = folder.bytes(name);
+    std::string direct = Pixels(Factory("imageWithContentsOfPath", {Path(folder.path(name))}));
+    ASSERT_FALSE(direct.empty());
+    EXPECT_EQ(Pixels(Factory("imageWithDataMT", {runtime.string(bytes, host::kEncodingUnknown)})), direct);
+    EXPECT_EQ(Pixels(Factory("imageWithDataMT", {runtime.memoryBlock(bytes.data(), bytes.size())})), direct);
+    EXPECT_EQ(Pixels(Factory("imageWithContentsOfFileMT", {runtime.folderItem(folder.path(name))})), direct);
+    EXPECT_EQ(Pixels(Factory("imageWithContentsOfPathMT", {Path(folder.path(name))})), direct);
+    EXPECT_EQ(Pixels(Factory("imageWithContentsOfURLMT", {Text("file://" + folder.path(name))})), direct);
+  }
+  EXPECT_EQ(Pixels(Factory("imageWithContentsOfURLMT", {Text(server.url("/image.png"))})), folder.source());
+  EXPECT_TRUE(Factory("imageWithContentsOfURLMT", {Text(server.url("/gone.png"))}).isNil());
+  EXPECT_TRUE(Factory("imageWithContentsOfURLMT", {Text("this is no URL")}).isNil());
+  EXPECT_TRUE(Factory("imageWithDataMT", {Text("no image")}).isNil());
+  EXPECT_TRUE(Factory("imageWithDataMT", {runtime.memoryBlock("", 0)}).isNil());
+  EXPECT_TRUE(Factory("imageWithContentsOfPathMT", {Path(folder.path("missing.png"))}).isNil());
+  EXPECT_FALSE(runtime.exceptionPending());
+
+  ExpectNilRaises("imageWithDataMT(data as string) as NSImageQVR", "Data is empty");
+  ExpectNilRaises("imageWithDataMT(data as memoryblock) as NSImageQVR", "Memoryblock is nil");
+  ExpectNilRaises("imageWithContentsOfFileMT", "Folderitem is nil");
+  ExpectNilRaises("imageWithContentsOfPathMT", "Path is empty");
+  ExpectNilRaises("imageWithContentsOfURLMT", "URL is empty");
+  EXPECT_EQ(runtime.foreignThreadCalls(), 0u) << "the workers never called the host";
+}
+
+TEST_F(ImageCreation, OtherHostThreadsRunWhileAThreadedFactoryLoads) {
+  host::Runtime& runtime = Probe();
+  ImageFolder folder;
+  std::atomic<bool> stop{false};
+  std::atomic<int> turns{0};
+  size_t counter = runtime.startThread([&] {
+    while (!stop) {
+      ++turns;
+      runtime.yield();
+    }
+  });
+  host::Value direct = Factory("imageWithContentsOfPath", {Path(folder.path("image.jpg"))});
+  EXPECT_EQ(turns.load(), 0) << "a direct factory keeps the host thread";
+  host::Value image = Factory("imageWithContentsOfPathMT", {Path(folder.path("image.jpg"))});
+  EXPECT_GE(turns.load(), 1) << "the threaded one let the other host thread run";
+  EXPECT_EQ(Pixels(image), Pixels(direct));
+  stop = true;
+  runtime.joinThread(counter);
+  EXPECT_EQ(runtime.foreignThreadCalls(), 0u);
 }
 
 }  // namespace
