@@ -202,6 +202,16 @@ TEST_F(ImageCreation, FactoriesReadEveryFormat) {
   }
 }
 
+TEST_F(ImageCreation, StringBytesOnAnOlderHost) {
+  host::Options options;
+  options.version = 2011.9;  // strings read in place, locked
+  host::Runtime& runtime = Probe(options);
+  ImageFolder folder;
+  host::Value png = runtime.string(folder.bytes("image.png"), host::kEncodingUnknown);
+  EXPECT_EQ(Pixels(Factory("imageWithData", {png})), folder.source());
+  EXPECT_EQ(Pixels(Factory("imageWithDataMT", {png})), folder.source());
+}
+
 TEST_F(ImageCreation, BadInputGivesNothing) {
   host::Runtime& runtime = Probe();
   ImageFolder folder;
