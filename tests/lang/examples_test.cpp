@@ -44,6 +44,7 @@ TEST(Examples, MemoryBlock) { expectExample("memoryblock"); }
 TEST(Examples, Geometry) { expectExample("geometry"); }
 TEST(Examples, Image) { expectExample("image"); }
 TEST(Examples, ImageLoading) { expectExample("image_loading"); }
+TEST(Examples, ImageEncoding) { expectExample("image_encoding"); }
 
 TEST(Examples, TheEmbeddedExampleRunsToItsEnd) {
   host::Runtime rt;
