@@ -54,22 +54,19 @@ TEST_F(DateTest, TotalSecondsCountFrom1904InWallClockTime) {
 TEST_F(DateTest, FieldsSetOutOfRangeCarryIntoTheirNeighbours) {
   load();
   host::Value d = date(2012, 1, 31);
-  rt().set(d, "Month", integer(2));  // February 31st is March 2nd in a leap year
-  EXPECT_EQ(sql(d), "2012-03-02 00:00:00");
-  rt().set(d, "Month", integer(13));
-  EXPECT_EQ(sql(d), "2013-01-02 00:00:00");
-  rt().set(d, "Day", integer(0));
-  EXPECT_EQ(sql(d), "2012-12-31 00:00:00");
-  rt().set(d, "Second", integer(-1));
-  EXPECT_EQ(sql(d), "2012-12-30 23:59:59");
-  rt().set(d, "Minute", integer(61));
-  EXPECT_EQ(sql(d), "2012-12-31 00:01:59");
-  rt().set(d, "Hour", integer(48));
-  EXPECT_EQ(sql(d), "2013-01-02 00:01:59");
-  rt().set(d, "Month", integer(-1));
-  EXPECT_EQ(sql(d), "2012-11-02 00:01:59");
-  rt().set(d, "Year", integer(1900));
-  EXPECT_EQ(sql(d), "1900-11-02 00:01:59");
+  // One field set after another on the same date; February 31st is March 2nd in a leap year.
+  const struct {
+    const char* field;
+    int value;
+    const char* after;
+  } steps[] = {{"Month", 2, "2012-03-02 00:00:00"},   {"Month", 13, "2013-01-02 00:00:00"},
+               {"Day", 0, "2012-12-31 00:00:00"},     {"Second", -1, "2012-12-30 23:59:59"},
+               {"Minute", 61, "2012-12-31 00:01:59"}, {"Hour", 48, "2013-01-02 00:01:59"},
+               {"Month", -1, "2012-11-02 00:01:59"},  {"Year", 1900, "1900-11-02 00:01:59"}};
+  for (const auto& step : steps) {
+    rt().set(d, step.field, integer(step.value));
+    EXPECT_EQ(sql(d), step.after) << step.field << " = " << step.value;
+  }
   EXPECT_EQ(sql(date(2012, 14, 1)), "2013-02-01 00:00:00");
   EXPECT_EQ(sql(date(1900, 2, 29)), "1900-03-01 00:00:00") << "1900 was no leap year";
   EXPECT_EQ(sql(date(2000, 2, 29)), "2000-02-29 00:00:00");

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "host/runtime.h"
+#include "support/raised.h"
 
 #include <gtest/gtest.h>
 

@@ -759,13 +759,22 @@ constexpr uintptr_t countOf(T (&)[N]) {
   return N;
 }
 
+// A class record in layout 12; what differs between the classes is filled in after.
+ClassDefinition record(const char* name, const char* superName = nullptr, void* constructor = nullptr,
+                       void* destructor = nullptr) {
+  ClassDefinition cls{};
+  cls.version = 12;
+  cls.name = name;
+  cls.superName = superName;
+  cls.constructor = constructor;
+  cls.destructor = destructor;
+  cls.mFlags = 4;
+  return cls;
+}
+
 void setUpClasses() {
-  gBaseClass = ClassDefinition{};
-  gBaseClass.version = 12;
-  gBaseClass.name = "TestBase";
+  gBaseClass = record("TestBase", nullptr, fn(&baseConstructor), fn(&baseDestructor));
   gBaseClass.dataSize = sizeof(BaseData);
-  gBaseClass.constructor = fn(&baseConstructor);
-  gBaseClass.destructor = fn(&baseDestructor);
   gBaseClass.properties = gBaseProperties;
   gBaseClass.propertyCount = countOf(gBaseProperties);
   gBaseClass.methods = gBaseMethods;
@@ -775,49 +784,25 @@ void setUpClasses() {
   gBaseClass.attributeCount = 3;  // words 16-17 are cleared in layout 9
   gBaseClass.constants = gBaseConstants;
   gBaseClass.constantCount = countOf(gBaseConstants);
-  gBaseClass.mFlags = 4;
   gBaseClass.sharedMethods = gBaseShared;
   gBaseClass.sharedMethodCount = countOf(gBaseShared);
 
-  gDerivedClass = ClassDefinition{};
-  gDerivedClass.version = 12;
-  gDerivedClass.name = "TestDerived";
-  gDerivedClass.superName = "TestBase";
+  gDerivedClass = record("TestDerived", "TestBase", fn(&derivedConstructor), fn(&derivedDestructor));
   gDerivedClass.dataSize = sizeof(DerivedData);
-  gDerivedClass.constructor = fn(&derivedConstructor);
-  gDerivedClass.destructor = fn(&derivedDestructor);
   gDerivedClass.methods = gDerivedMethods;
   gDerivedClass.methodCount = countOf(gDerivedMethods);
-  gDerivedClass.mFlags = 4;
 
-  gLeafClass = ClassDefinition{};
-  gLeafClass.version = 12;
-  gLeafClass.name = "TestLeaf";
-  gLeafClass.superName = "TestDerived";
-  gLeafClass.constructor = fn(&leafConstructor);
-  gLeafClass.destructor = fn(&leafDestructor);
+  gLeafClass = record("TestLeaf", "TestDerived", fn(&leafConstructor), fn(&leafDestructor));
   gLeafClass.methods = gLeafMethods;
   gLeafClass.methodCount = countOf(gLeafMethods);
-  gLeafClass.mFlags = 4;
 
-  gFragileClass = ClassDefinition{};
-  gFragileClass.version = 12;
-  gFragileClass.name = "TestFragile";
-  gFragileClass.constructor = fn(&fragileConstructor);
-  gFragileClass.destructor = fn(&fragileDestructor);
-  gFragileClass.mFlags = 4;
+  gFragileClass = record("TestFragile", nullptr, fn(&fragileConstructor), fn(&fragileDestructor));
 
-  gThreadsClass = ClassDefinition{};
-  gThreadsClass.version = 12;
-  gThreadsClass.name = "TestThreads";
-  gThreadsClass.mFlags = 4;
+  gThreadsClass = record("TestThreads");
   gThreadsClass.sharedMethods = gThreadsShared;
   gThreadsClass.sharedMethodCount = countOf(gThreadsShared);
 
-  gHandOverClass = ClassDefinition{};
-  gHandOverClass.version = 12;
-  gHandOverClass.name = "TestHandOver";
-  gHandOverClass.mFlags = 4;
+  gHandOverClass = record("TestHandOver");
   gHandOverClass.sharedMethods = gHandOverShared;
   gHandOverClass.sharedMethodCount = countOf(gHandOverShared);
 }
