@@ -8,12 +8,7 @@
 
 namespace {
 
-class BitmapCoreGraphics : public ::testing::Test {
- protected:
-  void SetUp() override { pool_ = [[NSAutoreleasePool alloc] init]; }
-  void TearDown() override { [pool_ drain]; }
-  NSAutoreleasePool* pool_ = nil;
-};
+class BitmapCoreGraphics : public CodecTest {};
 
 // An RGBA canvas (premultiplied) made current for the duration of a drawing.
 NSBitmapImageRep* Canvas(int w, int h) {

@@ -8,12 +8,7 @@
 
 namespace {
 
-class BitmapLayout : public ::testing::Test {
- protected:
-  void SetUp() override { pool_ = [[NSAutoreleasePool alloc] init]; }
-  void TearDown() override { [pool_ drain]; }
-  NSAutoreleasePool* pool_ = nil;
-};
+class BitmapLayout : public CodecTest {};
 
 NSBitmapImageRep* Make(unsigned char** planes, NSInteger w, NSInteger h, NSInteger bps, NSInteger spp, BOOL alpha,
                        BOOL planar, NSString* space, NSBitmapFormat format, NSInteger row, NSInteger pixel) {

@@ -30,12 +30,7 @@
 
 namespace {
 
-class BitmapRegistry : public ::testing::Test {
- protected:
-  void SetUp() override { pool_ = [[NSAutoreleasePool alloc] init]; }
-  void TearDown() override { [pool_ drain]; }
-  NSAutoreleasePool* pool_ = nil;
-};
+class BitmapRegistry : public CodecTest {};
 
 TEST_F(BitmapRegistry, BitmapClassIsRegisteredAndAnswersForItsFormats) {
   EXPECT_TRUE([[NSImageRep registeredImageRepClasses] containsObject:[NSBitmapImageRep class]]);
@@ -82,7 +77,7 @@ TEST_F(BitmapRegistry, LoadsFromFilesURLsAndThePasteboard) {
   TestPicture picture = MakeTestPicture(12, 9, 3);
   NSArray* pages = [NSArray arrayWithObjects:MakeRep(picture), MakeRep(picture), nil];
   NSData* tiff = [NSBitmapImageRep TIFFRepresentationOfImageRepsInArray:pages];
-  const std::string path = WriteTemporaryFile(tiff, ".tif");
+  const std::string path = Temporary(tiff, ".tif");
   NSString* file = [NSString stringWithUTF8String:path.c_str()];
   EXPECT_EQ([[NSImageRep imageRepsWithContentsOfFile:file] count], 2u);
   NSImageRep* one = [NSImageRep imageRepWithContentsOfFile:file];
@@ -91,7 +86,6 @@ TEST_F(BitmapRegistry, LoadsFromFilesURLsAndThePasteboard) {
   EXPECT_EQ([[NSImageRep imageRepsWithContentsOfURL:[NSURL fileURLWithPath:file]] count], 2u);
   EXPECT_NE([NSBitmapImageRep imageRepWithContentsOfURL:[NSURL fileURLWithPath:file]], nil);
   EXPECT_EQ([NSImageRep imageRepWithContentsOfFile:@"/nonexistent/picture.png"], nil);
-  std::remove(path.c_str());
 
   NSPasteboard* pasteboard = [NSPasteboard pasteboardWithUniqueName];
   EXPECT_FALSE([NSImageRep canInitWithPasteboard:pasteboard]);

@@ -12,20 +12,7 @@
 
 namespace {
 
-class CodecProperties : public ::testing::Test {
- protected:
-  void SetUp() override { pool_ = [[NSAutoreleasePool alloc] init]; }
-  void TearDown() override {
-    for (const std::string& path : files_) std::remove(path.c_str());
-    [pool_ drain];
-  }
-  std::string Temporary(NSData* data, const std::string& extension) {
-    files_.push_back(WriteTemporaryFile(data, extension));
-    return files_.back();
-  }
-  NSAutoreleasePool* pool_ = nil;
-  std::vector<std::string> files_;
-};
+class CodecProperties : public CodecTest {};
 
 NSDictionary* One(id value, NSString* key) { return [NSDictionary dictionaryWithObject:value forKey:key]; }
 

@@ -8,20 +8,7 @@
 
 namespace {
 
-class CodecRoundTrip : public ::testing::Test {
- protected:
-  void SetUp() override { pool_ = [[NSAutoreleasePool alloc] init]; }
-  void TearDown() override {
-    for (const std::string& path : files_) std::remove(path.c_str());
-    [pool_ drain];
-  }
-  std::string Temporary(NSData* data, const std::string& extension) {
-    files_.push_back(WriteTemporaryFile(data, extension));
-    return files_.back();
-  }
-  NSAutoreleasePool* pool_ = nil;
-  std::vector<std::string> files_;
-};
+class CodecRoundTrip : public CodecTest {};
 
 TEST_F(CodecRoundTrip, PNGKeepsEveryLayoutExactly) {
   for (int samples = 1; samples <= 4; ++samples) {
@@ -150,6 +137,7 @@ TEST_F(CodecRoundTrip, BMPKeepsPixelsWithAndWithoutAlpha) {
     TestPicture picture = MakeTestPicture(33, 17, samples);
     NSData* bmp = [MakeRep(picture) representationUsingType:NSBMPFileType properties:nil];
     ASSERT_NE(bmp, nil);
+    EXPECT_EQ(static_cast<const uint8_t*>([bmp bytes])[28], samples == 4 ? 32 : 24) << "bits a pixel";
     NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:bmp];
     ASSERT_NE(back, nil);
     TestPicture expected = picture;

@@ -6,7 +6,10 @@
 
 #import <AppKit/AppKit.h>
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -46,5 +49,21 @@ bool DecodeWithCommand(const std::string& command, TestPicture& out);
 bool DecodeWithPillow(const std::string& path, TestPicture& out);
 // Bytes of a file in the source tree's test data, or of any path.
 NSData* ReadFile(const std::string& path);
+
+// An autorelease pool for the length of a test, and temporary files removed after it.
+class CodecTest : public ::testing::Test {
+ protected:
+  void SetUp() override { pool_ = [[NSAutoreleasePool alloc] init]; }
+  void TearDown() override {
+    for (const std::string& path : files_) std::remove(path.c_str());
+    [pool_ drain];
+  }
+  std::string Temporary(NSData* data, const std::string& extension) {
+    files_.push_back(WriteTemporaryFile(data, extension));
+    return files_.back();
+  }
+  NSAutoreleasePool* pool_ = nil;
+  std::vector<std::string> files_;
+};
 
 #endif

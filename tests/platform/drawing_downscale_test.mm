@@ -20,47 +20,42 @@ class Downscale : public PoolTest {
   }
 
   /* Mean and spread of the red channel of a context. */
-  static void Stats(CGContextRef context, double* mean, int* lowest, int* highest) {
+  struct Spread {
+    double mean = 0;
+    int lowest = 255, highest = 0;
+  };
+  static Spread Stats(CGContextRef context) {
     size_t w = CGBitmapContextGetWidth(context), h = CGBitmapContextGetHeight(context);
-    double sum = 0;
-    *lowest = 255;
-    *highest = 0;
+    Spread out;
     for (size_t y = 0; y < h; y++)
       for (size_t x = 0; x < w; x++) {
         int v = PixelAt(context, x, y).r;
-        sum += v;
-        *lowest = std::min(*lowest, v);
-        *highest = std::max(*highest, v);
+        out.mean += v;
+        out.lowest = std::min(out.lowest, v);
+        out.highest = std::max(out.highest, v);
       }
-    *mean = sum / (w * h);
+    out.mean /= double(w * h);
+    return out;
   }
 };
 
-TEST_F(Downscale, HighQualityAveragesAFineCheckerboardToMidGrey) {
+TEST_F(Downscale, HighQualityAveragesAFineCheckerboardWhereNearestNeighbourAliases) {
   CGImageRef board = Checkerboard(256);
-  CGContextRef context = NewARGBContext(32, 32);
-  CGContextSetInterpolationQuality(context, kCGInterpolationHigh);
-  CGContextDrawImage(context, CGRectMake(0, 0, 32, 32), board);
-  double mean;
-  int lowest, highest;
-  Stats(context, &mean, &lowest, &highest);
-  EXPECT_NEAR(mean, 127.5, 3);
-  EXPECT_GE(lowest, 118) << "no dark aliasing";
-  EXPECT_LE(highest, 137) << "no bright aliasing";
-  CGContextRelease(context);
-  CGImageRelease(board);
-}
-
-TEST_F(Downscale, NearestNeighbourAliasesWhichIsWhyHighMatters) {
-  CGImageRef board = Checkerboard(256);
-  CGContextRef context = NewARGBContext(32, 32);
-  CGContextSetInterpolationQuality(context, kCGInterpolationNone);
-  CGContextDrawImage(context, CGRectMake(0, 0, 32, 32), board);
-  double mean;
-  int lowest, highest;
-  Stats(context, &mean, &lowest, &highest);
-  EXPECT_TRUE(lowest < 20 || highest > 235) << "sampling one pixel in eight hits black or white";
-  CGContextRelease(context);
+  for (CGInterpolationQuality quality : {kCGInterpolationHigh, kCGInterpolationNone}) {
+    SCOPED_TRACE(quality);
+    CGContextRef context = NewARGBContext(32, 32);
+    CGContextSetInterpolationQuality(context, quality);
+    CGContextDrawImage(context, CGRectMake(0, 0, 32, 32), board);
+    Spread spread = Stats(context);
+    CGContextRelease(context);
+    if (quality == kCGInterpolationNone) {
+      EXPECT_TRUE(spread.lowest < 20 || spread.highest > 235) << "sampling one pixel in eight hits black or white";
+      continue;
+    }
+    EXPECT_NEAR(spread.mean, 127.5, 3);
+    EXPECT_GE(spread.lowest, 118) << "no dark aliasing";
+    EXPECT_LE(spread.highest, 137) << "no bright aliasing";
+  }
   CGImageRelease(board);
 }
 
@@ -77,12 +72,10 @@ TEST_F(Downscale, ImageInterpolationHighOfAGraphicsContextDrivesNSImageDrawing) 
   [context setImageInterpolation:NSImageInterpolationHigh];
   [image drawInRect:NSMakeRect(0, 0, 16, 16) fromRect:NSZeroRect operation:NSCompositeCopy fraction:1];
   [NSGraphicsContext restoreGraphicsState];
-  double mean;
-  int lowest, highest;
-  Stats(port, &mean, &lowest, &highest);
-  EXPECT_NEAR(mean, 127.5, 3);
-  EXPECT_GE(lowest, 118);
-  EXPECT_LE(highest, 137);
+  Spread spread = Stats(port);
+  EXPECT_NEAR(spread.mean, 127.5, 3);
+  EXPECT_GE(spread.lowest, 118);
+  EXPECT_LE(spread.highest, 137);
   CGContextRelease(port);
 }
 
