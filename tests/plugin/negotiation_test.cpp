@@ -1,7 +1,7 @@
 // The image plugin's start in hosts of different versions: the record layout it
 // negotiates at each version boundary, the six classes as the host receives them in the
 // newest and the oldest layout, and hosts that lack the version or registration entry
-// points.
+// points (a host without a version function is the NoVersion boundary).
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -141,16 +141,6 @@ TEST_F(PluginTest, LayoutNineRecordsCarryTheShortMemberRecords) {
   EXPECT_EQ(runtime.findClass("NSImageQVR")->dataSize, 16u);
   host::Value object = runtime.newInstance("NSImageRepQVR");
   EXPECT_EQ(runtime.get(object, "Handle").integer, 0);
-}
-
-TEST_F(PluginTest, HostWithoutVersionFunctionGetsLayoutNineAndNoMarkerFlags) {
-  host::Options options;
-  options.version.reset();
-  options.missingEntryPoints = {"REALGetRBVersion"};
-  host::Runtime& runtime = Start(options);
-  ASSERT_TRUE(runtime.registeredPluginVersion().has_value());
-  EXPECT_EQ(*runtime.registeredPluginVersion(), 9);
-  EXPECT_EQ(runtime.findClass("NSImageQVR")->layout, 9);
 }
 
 TEST_F(PluginTest, HostWithoutRegistrationGetsNoClassesAndNoCrash) {

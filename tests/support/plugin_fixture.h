@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "support/plugin_host.h"
+#include "support/raised.h"
 
 namespace support {
 

@@ -67,11 +67,15 @@ std::string Utf8(REALstring string) {
   return out;
 }
 
-REALstring HostString(const std::string& text) {
-  CFStringRef platform = CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingUTF8);
+// The host string of a platform string made for it, which it then gives up.
+REALstring Adopt(CFStringRef platform) {
   REALstring result = CFString2RBString(platform);
   if (platform) CFRelease(platform);
   return result;
+}
+
+REALstring HostString(const std::string& text) {
+  return Adopt(CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingUTF8));
 }
 
 std::string Hex(unsigned value, int digits) {
@@ -139,12 +143,7 @@ intptr_t InstancesCount() { return instances ? CFDictionaryGetCount(instances) :
 
 // ---- strings
 
-REALstring RoundTrip(REALstring s) {
-  CFStringRef platform = RBString2CFString(s);
-  REALstring result = CFString2RBString(platform);
-  if (platform) CFRelease(platform);
-  return result;
-}
+REALstring RoundTrip(REALstring s) { return Adopt(RBString2CFString(s)); }
 
 std::string UnitsOf(CFStringRef platform) {
   if (platform == nullptr) return "null";
@@ -187,19 +186,13 @@ REALstring StringFromUnits(REALstring hexUnits) {
     if (end > at) units.push_back(static_cast<UniChar>(std::stoul(text.substr(at, end - at), nullptr, 16)));
     at = end + 1;
   }
-  CFStringRef platform = CFStringCreateWithCharacters(kCFAllocatorDefault, units.data(), static_cast<CFIndex>(units.size()));
-  REALstring result = CFString2RBString(platform);
-  if (platform) CFRelease(platform);
-  return result;
+  return Adopt(CFStringCreateWithCharacters(kCFAllocatorDefault, units.data(), static_cast<CFIndex>(units.size())));
 }
 
 REALstring RepeatUnit(intptr_t unit, intptr_t count) {
   if (count < 0 || count > 100000) return nullptr;
   std::vector<UniChar> units(static_cast<size_t>(count), static_cast<UniChar>(unit));
-  CFStringRef platform = CFStringCreateWithCharacters(kCFAllocatorDefault, units.data(), static_cast<CFIndex>(count));
-  REALstring result = CFString2RBString(platform);
-  if (platform) CFRelease(platform);
-  return result;
+  return Adopt(CFStringCreateWithCharacters(kCFAllocatorDefault, units.data(), static_cast<CFIndex>(count)));
 }
 
 // What REALGetStringData gives: "false", or "enc=<hex> len=<n> bytes=<hex> tail=<hex>",
@@ -241,15 +234,6 @@ REALstring FillAndJoin(REALstring joined) {
 
 // ---- wrappers
 
-REALobject NewImage() {
-  REALobject result = nullptr;
-  CocoaGuardFull([&] {
-    NSImage* image = [[NSImage alloc] init];
-    result = NewNSImageQVR(image);
-    [image release];
-  });
-  return result;
-}
 
 REALobject WrapImageAgain(REALobject image) {
   if (image == nullptr) {
@@ -266,38 +250,32 @@ intptr_t ImageRetainCount(REALobject image) {
   return handle ? static_cast<intptr_t>([handle retainCount]) : 0;
 }
 
-REALobject NewBitmapRep() {
+// A host object for a platform object that make() answers retained, which is released
+// once wrapped.
+template <class Make, class Wrap>
+REALobject Wrapped(Make make, Wrap wrap) {
   REALobject result = nullptr;
   CocoaGuardFull([&] {
-    NSBitmapImageRep* representation = [[NSBitmapImageRep alloc] initWithBitmapDataPlanes:NULL
-                                                                                pixelsWide:2
-                                                                                pixelsHigh:2
-                                                                             bitsPerSample:8
-                                                                           samplesPerPixel:4
-                                                                                  hasAlpha:YES
-                                                                                  isPlanar:NO
-                                                                            colorSpaceName:NSDeviceRGBColorSpace
-                                                                               bytesPerRow:0
-                                                                              bitsPerPixel:0];
-    result = NewNSBitmapImageRepQVR(representation);
-    [representation release];
+    auto made = make();
+    result = wrap(made);
+    [made release];
   });
   return result;
 }
 
-REALobject NewPDFRep() {
-  REALobject result = nullptr;
-  CocoaGuardFull([&] {
-    NSPDFImageRep* representation = [[NSPDFImageRep alloc] init];
-    result = NewNSPDFImageRepQVR(representation);
-    [representation release];
-  });
-  return result;
+REALobject NewBitmapRep() {
+  return Wrapped([] { return [[NSBitmapImageRep alloc] initWithBitmapDataPlanes:NULL pixelsWide:2 pixelsHigh:2
+      bitsPerSample:8 samplesPerPixel:4 hasAlpha:YES isPlanar:NO colorSpaceName:NSDeviceRGBColorSpace
+      bytesPerRow:0 bitsPerPixel:0]; }, NewNSBitmapImageRepQVR);
 }
+
+REALobject NewPDFRep() { return Wrapped([] { return [[NSPDFImageRep alloc] init]; }, NewNSPDFImageRepQVR); }
 
 NSImageRep* RepHandle(REALobject representation) {
   return representation ? NSImageRepQVRDataOf(representation)->Handle : nil;
 }
+
+REALobject NewImage() { return Wrapped([] { return [[NSImage alloc] init]; }, NewNSImageQVR); }
 
 REALobject WrapBitmapRepAgain(REALobject representation) {
   REALobject result = nullptr;
@@ -316,21 +294,19 @@ intptr_t RepRetainCount(REALobject representation) {
   return handle ? static_cast<intptr_t>([handle retainCount]) : 0;
 }
 
-REALobject WrapAs(REALobject representation, REALstring requiredClass) {
+REALobject WrapHandleAs(id handle, REALstring requiredClass) {
   std::string name = Utf8(requiredClass);
   REALobject result = nullptr;
-  CocoaGuardInitSimple([&] { result = NewNSObjectQVR(RepHandle(representation), objc_getClass(name.c_str())); });
+  CocoaGuardInitSimple([&] { result = NewNSObjectQVR(handle, objc_getClass(name.c_str())); });
   return result;
 }
 
+REALobject WrapAs(REALobject representation, REALstring requiredClass) {
+  return WrapHandleAs(RepHandle(representation), requiredClass);
+}
+
 REALobject WrapImageAs(REALobject image, REALstring requiredClass) {
-  std::string name = Utf8(requiredClass);
-  REALobject result = nullptr;
-  CocoaGuardInitSimple([&] {
-    NSImage* handle = image ? NSImageQVRDataOf(image)->Handle : nil;
-    result = NewNSObjectQVR(handle, objc_getClass(name.c_str()));
-  });
-  return result;
+  return WrapHandleAs(image ? NSImageQVRDataOf(image)->Handle : nil, requiredClass);
 }
 
 // kind 0: the 196-byte class; 1: its 197-byte subclass; 2: a 197-byte direct subclass of
@@ -338,14 +314,8 @@ REALobject WrapImageAs(REALobject image, REALstring requiredClass) {
 REALobject NewRuntimeRep(intptr_t kind) {
   const char* names[] = {LongClassName(196), LongClassName(197), LongClassName(-197), "QVRProbeCustomRep"};
   if (kind < 0 || kind > 3) return nullptr;
-  REALobject result = nullptr;
-  CocoaGuardFull([&] {
-    Class cls = objc_getClass(names[kind]);
-    NSImageRep* representation = [[cls alloc] init];
-    result = NewNSObjectQVR(representation, [NSImageRep class]);
-    [representation release];
-  });
-  return result;
+  return Wrapped([&] { return (NSImageRep*)[[objc_getClass(names[kind]) alloc] init]; },
+                 [](NSImageRep* made) { return NewNSObjectQVR(made, [NSImageRep class]); });
 }
 
 // A host object carried through the sibling plugin's QVRREALobjectWrapper and back (with
