@@ -32,12 +32,7 @@ struct FlagCase {
 };
 
 std::string FlagCaseName(const ::testing::TestParamInfo<FlagCase>& info) {
-  std::string text = std::to_string(info.param.version);
-  text.erase(text.find_last_not_of('0') + 1);
-  if (!text.empty() && text.back() == '.') text.pop_back();
-  for (char& c : text)
-    if (c == '.') c = '_';
-  return "Host" + text;
+  return support::HostVersionName(info.param.version);
 }
 
 class MarkerFlags : public PluginTest, public ::testing::WithParamInterface<FlagCase> {};

@@ -31,6 +31,16 @@ std::string Describe(const LiveCounts& counts) {
   return std::to_string(counts.objects) + " objects, " + std::to_string(counts.strings) + " strings";
 }
 
+std::string HostVersionName(std::optional<double> version) {
+  if (!version) return "NoVersion";
+  std::string text = std::to_string(*version);
+  text.erase(text.find_last_not_of('0') + 1);
+  if (!text.empty() && text.back() == '.') text.pop_back();
+  for (char& c : text)
+    if (c == '.') c = '_';
+  return "Host" + text;
+}
+
 std::string ClassName(const host::Runtime& runtime, const host::Value& value) {
   host::ClassInfo* cls = runtime.classOf(value);
   return cls ? cls->name : std::string();

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,9 @@ struct LiveCounts {
 };
 LiveCounts Live(const host::Runtime& runtime);
 std::string Describe(const LiveCounts& counts);
+
+// A test name for a host version: "Host2013_03", "NoVersion" for a host without one.
+std::string HostVersionName(std::optional<double> version);
 
 // The class name of an object value ("" for Nil).
 std::string ClassName(const host::Runtime& runtime, const host::Value& value);
