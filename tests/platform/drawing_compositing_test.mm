@@ -34,16 +34,13 @@ class Compositing : public PoolTest {
   }
 };
 
-TEST_F(Compositing, CopyReplacesWhileSourceOverBlendsPartialAlpha) {
+TEST_F(Compositing, CopyReplacesSourceOverBlendsAndFractionFadesTheSource) {
   NSImage* halfRed = Solid(128, 0, 0, 128); /* red at alpha 0.5, premultiplied */
   RGBA blue = {0, 0, 255, 255};
   EXPECT_TRUE(Near(Composite(halfRed, blue, NSCompositeCopy, 1), RGBA{128, 0, 0, 128}));
   EXPECT_TRUE(Near(Composite(halfRed, blue, NSCompositeSourceOver, 1), RGBA{128, 0, 127, 255}));
-}
-
-TEST_F(Compositing, FractionIsTheOpacityOfTheSource) {
+  /* The fraction is the opacity of the source. */
   NSImage* red = Solid(255, 0, 0, 255);
-  RGBA blue = {0, 0, 255, 255};
   EXPECT_TRUE(Near(Composite(red, blue, NSCompositeSourceOver, 0.25), RGBA{64, 0, 191, 255}));
   /* Copy at a fraction: the destination becomes the faded source. */
   EXPECT_TRUE(Near(Composite(red, blue, NSCompositeCopy, 0.25), RGBA{64, 0, 0, 64}));

@@ -48,6 +48,17 @@ TEST_F(ImageObject, LockFocusDrawsIntoABitmapOfTheImage) {
   [image unlockFocus];
   EXPECT_EQ(RepPixel(image, 3, 0), (RGBA{0, 0, 255, 255}));
   EXPECT_EQ(RepPixel(image, 0, 1), (RGBA{255, 0, 0, 255}));
+  /* A flipped image is drawn into from the top. */
+  NSImage* flipped = [[[NSImage alloc] initWithSize:NSMakeSize(2, 2)] autorelease];
+  [flipped setFlipped:YES];
+  EXPECT_TRUE([flipped isFlipped]);
+  [flipped lockFocus];
+  EXPECT_TRUE([[NSGraphicsContext currentContext] isFlipped]);
+  [[NSColor greenColor] set];
+  NSRectFill(NSMakeRect(0, 0, 1, 1)); /* y down: the top-left pixel */
+  [flipped unlockFocus];
+  EXPECT_EQ(RepPixel(flipped, 0, 0), (RGBA{0, 255, 0, 255}));
+  EXPECT_EQ(RepPixel(flipped, 0, 1).a, 0);
 }
 
 TEST_F(ImageObject, LockFocusKeepsThePixelsOfADenserRepresentation) {
@@ -64,19 +75,6 @@ TEST_F(ImageObject, LockFocusKeepsThePixelsOfADenserRepresentation) {
   EXPECT_EQ([image size].width, 4);
   EXPECT_EQ(RepPixel(image, 0, 7), (RGBA{0, 0, 0, 255}));
   EXPECT_EQ(RepPixel(image, 1, 7), (RGBA{255, 255, 255, 255}));
-}
-
-TEST_F(ImageObject, FlippedImagesAreDrawnIntoFromTheTop) {
-  NSImage* image = [[[NSImage alloc] initWithSize:NSMakeSize(2, 2)] autorelease];
-  [image setFlipped:YES];
-  EXPECT_TRUE([image isFlipped]);
-  [image lockFocus];
-  EXPECT_TRUE([[NSGraphicsContext currentContext] isFlipped]);
-  [[NSColor greenColor] set];
-  NSRectFill(NSMakeRect(0, 0, 1, 1)); /* y down: the top-left pixel */
-  [image unlockFocus];
-  EXPECT_EQ(RepPixel(image, 0, 0), (RGBA{0, 255, 0, 255}));
-  EXPECT_EQ(RepPixel(image, 0, 1).a, 0);
 }
 
 TEST_F(ImageObject, DrawingOneImageIntoAnotherScalesAndFades) {
