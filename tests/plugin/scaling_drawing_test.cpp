@@ -35,6 +35,12 @@ class ScalingDrawing : public support::PluginTest {
   }
   std::string Geometry(const Value& image) { return Utf8(Shared("ImageGeometry", {image})); }
   std::string Pixels(const Value& image) { return runtime_->memoryBlockBytes(Shared("ImagePixels", {image})); }
+  // Constructor gives an empty image; a failed load leaves the instance without one.
+  Value WithoutImage() {
+    Value none = runtime_->newInstance("NSImageQVR");
+    runtime_->call(none, "initWithContentsOfURL", {Text("")});
+    return none;
+  }
   Value Scale(const Value& image, double w, double h) {
     return runtime_->call(image, "imageByScalingToSize", {Value::ofDouble(w), Value::ofDouble(h)});
   }
@@ -70,9 +76,7 @@ TEST_F(ScalingDrawing, ProportionalScalingKeepsTheLongerSide) {
   EXPECT_TRUE(PixelNear(pixels, 100, 50, 25, kRed));
   EXPECT_EQ(Geometry(landscape), "200 x 100");
 
-  // Constructor gives an empty image; a failed load leaves the instance without one.
-  Value none = runtime_->newInstance("NSImageQVR");
-  runtime_->call(none, "initWithContentsOfURL", {Text("")});
+  Value none = WithoutImage();
   EXPECT_TRUE(Scale(none, 10, 10).isNil());
   EXPECT_TRUE(runtime_->call(none, "imageByFadingToFraction", {Value::ofDouble(0.5)}).isNil());
 }
@@ -119,9 +123,7 @@ TEST_F(ScalingDrawing, NamesAndSizes) {
   runtime.call(image, "setSize", {Value::ofDouble(10.5), Value::ofDouble(20)});
   EXPECT_EQ(Geometry(image), "10.5 x 20");
 
-  // Constructor gives an empty image; a failed load leaves the instance without one.
-  Value none = runtime.newInstance("NSImageQVR");
-  runtime.call(none, "initWithContentsOfURL", {Text("")});
+  Value none = WithoutImage();
   EXPECT_FALSE(runtime.call(none, "setName", {Text("x")}).boolean);
   runtime.call(none, "setSize", {Value::ofDouble(1), Value::ofDouble(1)});
 }
@@ -192,9 +194,7 @@ TEST_F(ScalingDrawing, DrawsIntoAHostContextWithOperationsAndOpacities) {
                              Value::ofDouble(4), Value::ofDouble(0), Value::ofDouble(0), Value::ofDouble(4),
                              Value::ofDouble(4), Value::ofInteger(2), Value::ofDouble(1)}),
                host::HostException);
-  // Constructor gives an empty image; a failed load leaves the instance without one.
-  Value none = runtime.newInstance("NSImageQVR");
-  runtime.call(none, "initWithContentsOfURL", {Text("")});
+  Value none = WithoutImage();
   EXPECT_FALSE(at(none, 0, 0, 0, 0, 4, 4, 2, 1.0));
   EXPECT_FALSE(inRect(none, 0, 0, 4, 4, 2, 1.0));
   Shared("ReleaseCGContext", {Value::ofInteger(context)});
