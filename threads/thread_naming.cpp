@@ -18,10 +18,7 @@ namespace {
 typedef int (*SetCurrentThreadNameFunction)(const char* name);
 typedef int (*SetThreadNameFunction)(pthread_t thread, const char* name);
 
-/* The naming function once found, and whether the lookup has been tried. Workers may
-   race to fill them; every writer stores the same values. */
-std::atomic<SetCurrentThreadNameFunction> pthread_setname_np_{nullptr};
-std::atomic<bool> inited{false};
+/* glibc's naming function, for the adapter below; set by the lookup. */
 std::atomic<SetThreadNameFunction> setThreadName{nullptr};
 
 /* The system library with the naming function, opened with every symbol resolved now. */
@@ -46,14 +43,17 @@ SetCurrentThreadNameFunction LookUpNamingFunction() {
   return &NameThisThread;
 }
 
+/* The naming function once found. The lookup runs once per process; a worker that
+   starts while another is looking waits for the answer instead of going unnamed, and a
+   failed lookup is not tried again. */
+SetCurrentThreadNameFunction NamingFunction() {
+  static const SetCurrentThreadNameFunction pthread_setname_np_ = LookUpNamingFunction();
+  return pthread_setname_np_;
+}
+
 }  // namespace
 
 void NameCurrentThreadQVR(const char* name) {
   if (name == nullptr) return;
-  SetCurrentThreadNameFunction function = pthread_setname_np_.load(std::memory_order_acquire);
-  if (function == nullptr && !inited.exchange(true)) {
-    function = LookUpNamingFunction();
-    pthread_setname_np_.store(function, std::memory_order_release);
-  }
-  if (function != nullptr) function(name);
+  if (SetCurrentThreadNameFunction function = NamingFunction()) function(name);
 }
