@@ -54,9 +54,11 @@ bool PixelLayoutFromBitmapInfo(size_t colorComponents, CGBitmapInfo info, size_t
 void PixelRowToARGB(const PixelLayout& layout, const uint8_t* src, uint32_t* dst, size_t width);
 void PixelRowFromARGB(const PixelLayout& layout, const uint32_t* src, uint8_t* dst, size_t width);
 
-/* The pixman format whose memory equals the layout exactly (native ARGB32 premultiplied,
-   native RGB with a skipped byte, or 8-bit alpha), or 0. */
+/* The pixman format whose memory equals the layout exactly (B,G,R,A or R,G,B,A bytes
+   premultiplied, either with the alpha byte skipped, or 8-bit alpha), or 0. */
 pixman_format_code_t PixelLayoutPixmanFormat(const PixelLayout& layout);
+/* The same for images read in place as drawing sources, which also takes packed R,G,B. */
+pixman_format_code_t PixelLayoutPixmanSourceFormat(const PixelLayout& layout);
 
 @interface CGColorSpaceObject : NSObject {
  @public

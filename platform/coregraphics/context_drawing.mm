@@ -102,7 +102,9 @@ static void Composite(CGContextObject* c, pixman_op_t op, pixman_image_t* source
   const DeviceBox& b = p->box;
   int w = b.width(), h = b.height();
   pixman_image_t* fade = alpha < 1 ? Solid(NULL, alpha) : NULL;
-  if (!Unbounded(op)) {
+  /* Without a coverage mask the box is painted whole, so even an unbounded operator may
+     composite straight onto the surface; only a shape's edges need the detour below. */
+  if (!Unbounded(op) || !p->coverage) {
     /* The fade and the coverage multiply into one mask. */
     pixman_image_t* mask = fade;
     if (p->coverage && fade) {
@@ -117,12 +119,8 @@ static void Composite(CGContextObject* c, pixman_op_t op, pixman_image_t* source
     if (work) {
       pixman_image_composite32(PIXMAN_OP_SRC, c->surface, NULL, work, b.x0, b.y0, 0, 0, 0, 0, w, h);
       pixman_image_composite32(op, source, fade, work, 0, 0, 0, 0, 0, 0, w, h);
-      if (p->coverage) {
-        pixman_image_composite32(PIXMAN_OP_OUT_REVERSE, p->coverage, NULL, c->surface, 0, 0, 0, 0, b.x0, b.y0, w, h);
-        pixman_image_composite32(PIXMAN_OP_ADD, work, p->coverage, c->surface, 0, 0, 0, 0, b.x0, b.y0, w, h);
-      } else {
-        pixman_image_composite32(PIXMAN_OP_SRC, work, NULL, c->surface, 0, 0, 0, 0, b.x0, b.y0, w, h);
-      }
+      pixman_image_composite32(PIXMAN_OP_OUT_REVERSE, p->coverage, NULL, c->surface, 0, 0, 0, 0, b.x0, b.y0, w, h);
+      pixman_image_composite32(PIXMAN_OP_ADD, work, p->coverage, c->surface, 0, 0, 0, 0, b.x0, b.y0, w, h);
       pixman_image_unref(work);
     }
   }

@@ -198,7 +198,7 @@ static pixman_image_t* DecodeMask(CGImageObject* image) {
 
 static pixman_image_t* DecodeImage(CGImageObject* image) {
   const uint8_t* src = ImageBytes(image);
-  pixman_format_code_t direct = PixelLayoutPixmanFormat(image->layout);
+  pixman_format_code_t direct = PixelLayoutPixmanSourceFormat(image->layout);
   /* Memory that already is a pixman format is read in place (drawing never writes to a
      source); the provider outlives the pixman image, both belonging to the image. */
   if (direct != 0 && direct != PIXMAN_a8 && !image->hasDecode && image->bytesPerRow % 4 == 0 &&

@@ -82,9 +82,29 @@ pixman_format_code_t PixelLayoutPixmanFormat(const PixelLayout& l) {
     if (l.alpha == 3 && l.premultiplied) return PIXMAN_a8r8g8b8;
     if (l.skip == 3) return PIXMAN_x8r8g8b8;
   }
+  /* R,G,B,A in memory is a little-endian word with red lowest: pixman's a8b8g8r8. This is
+     the layout of the bitmaps lockFocus draws into; without it every painting would go
+     through a shadow ARGB copy of the whole bitmap. */
+  if (l.bytesPerPixel == 4 && l.red == 0 && l.green == 1 && l.blue == 2) {
+    if (l.alpha == 3 && l.premultiplied) return PIXMAN_a8b8g8r8;
+    if (l.skip == 3) return PIXMAN_x8b8g8r8;
+  }
   if (l.bytesPerPixel == 1 && l.alphaOnly) return PIXMAN_a8;
 #endif
   return (pixman_format_code_t)0;
+}
+
+pixman_format_code_t PixelLayoutPixmanSourceFormat(const PixelLayout& l) {
+  pixman_format_code_t format = PixelLayoutPixmanFormat(l);
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+  /* Pixman composes a 24-bit pixel from its bytes lowest first, so R,G,B bytes are
+     b8g8r8 (red in the low byte). Pixman reads such images in place; drawing into them
+     keeps the shadow, whose conversions are what contexts of this layout were tested with. */
+  if (format == 0 && !l.bigSamples && !l.littleSamples && l.bytesPerPixel == 3 && l.red == 0 && l.green == 1 &&
+      l.blue == 2)
+    format = PIXMAN_b8g8r8;
+#endif
+  return format;
 }
 
 static inline uint32_t Mul255(uint32_t a, uint32_t b) {

@@ -81,6 +81,43 @@ TEST_F(Images, ReadsGreyAndStraightAlphaAndSixteenBitLayouts) {
   CGColorSpaceRelease(rgb);
 }
 
+/* Packed R,G,B rows with a word-aligned stride are read where they lie; the channels must
+   land in their places in either byte order of the destination, also when scaled. */
+TEST_F(Images, PackedRGBKeepsItsChannelsInEveryDestination) {
+  CGColorSpaceRef rgb = CGColorSpaceCreateDeviceRGB();
+  alignas(4) uint8_t packed[24] = {200, 100, 50, 1, 2, 3, 0, 0, 255, 255, 255, 255,
+                                   17, 34, 51, 0, 255, 0, 90, 91, 92, 255, 0, 0};
+  CGDataProviderRef data = CGDataProviderCreateWithData(NULL, packed, sizeof packed, NULL);
+  CGImageRef image = CGImageCreate(4, 2, 8, 24, 12, rgb, kCGImageAlphaNone, data, NULL, false, kCGRenderingIntentDefault);
+  ASSERT_TRUE(image != NULL);
+  const RGBA expected[2][4] = {{{200, 100, 50, 255}, {1, 2, 3, 255}, {0, 0, 255, 255}, {255, 255, 255, 255}},
+                               {{17, 34, 51, 255}, {0, 255, 0, 255}, {90, 91, 92, 255}, {255, 0, 0, 255}}};
+  std::vector<uint8_t> rgbaMemory(8 * 4 * 4);
+  CGContextRef rgbaContext = CGBitmapContextCreate(rgbaMemory.data(), 8, 4, 8, 32, rgb, kCGImageAlphaPremultipliedLast);
+  CGContextRef argbContext = NewARGBContext(8, 4);
+  for (CGContextRef context : {rgbaContext, argbContext}) {
+    FillContext(context, 0.5, 0.5, 0.5, 1);
+    CGContextDrawImage(context, CGRectMake(0, 2, 4, 2), image);                /* source over, as is */
+    CGContextSetInterpolationQuality(context, kCGInterpolationNone);
+    CGContextDrawImage(context, CGRectMake(0, 0, 8, 2), image);                /* stretched */
+  }
+  for (int row = 0; row < 2; row++) {
+    for (int x = 0; x < 4; x++) {
+      const uint8_t* p = &rgbaMemory[(size_t)row * 32 + (size_t)x * 4];
+      EXPECT_EQ((RGBA{p[0], p[1], p[2], p[3]}), expected[row][x]) << "R,G,B,A at " << x << ", " << row;
+      EXPECT_EQ(PixelAt(argbContext, x, row), expected[row][x]) << "B,G,R,A at " << x << ", " << row;
+      const uint8_t* q = &rgbaMemory[(size_t)(row + 2) * 32 + (size_t)(2 * x + 1) * 4];
+      EXPECT_EQ((RGBA{q[0], q[1], q[2], q[3]}), expected[row][x]) << "stretched, R,G,B,A at " << x << ", " << row;
+      EXPECT_EQ(PixelAt(argbContext, 2 * x, row + 2), expected[row][x]) << "stretched, B,G,R,A";
+    }
+  }
+  CGContextRelease(rgbaContext);
+  CGContextRelease(argbContext);
+  CGImageRelease(image);
+  CGDataProviderRelease(data);
+  CGColorSpaceRelease(rgb);
+}
+
 TEST_F(Images, ImageMasksPaintTheFillColourWhereSamplesAreZero) {
   /* 1-bit mask, 4 x 1: 0 1 0 1 (MSB first). */
   uint8_t bits[] = {0x50};
