@@ -356,4 +356,21 @@ Value Runtime::constant(std::string_view className, std::string_view name) {
   throw std::invalid_argument("class " + cls->name + " has no constant " + std::string(name));
 }
 
+Value Runtime::callGlobal(std::string_view name, std::vector<Value> args) {
+  Impl& impl = *impl_;
+  std::vector<Candidate> candidates;
+  for (const GlobalFunction& g : impl.globals)
+    if (equalsIgnoringCase(g.declaration.name, name)) candidates.push_back({&g, nullptr});
+  if (candidates.empty()) throw std::invalid_argument("no global function " + std::string(name));
+  Value result = invoke(impl, choose(impl, candidates, args, nullptr, Mode::Call, name), nullptr, args, nullptr, true);
+  impl.throwPending();
+  return result;
+}
+
+bool Runtime::hasGlobal(std::string_view name) const {
+  for (const GlobalFunction& g : impl_->globals)
+    if (equalsIgnoringCase(g.declaration.name, name)) return true;
+  return false;
+}
+
 }  // namespace host

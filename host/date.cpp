@@ -1,7 +1,7 @@
 // Date: a built-in class holding a moment as TotalSeconds (seconds since 1904-01-01
 // 00:00:00, counted in the date's own wall-clock time) and GMTOffset (hours). Fields
 // are derived from TotalSeconds; setting one rebuilds it, normalising overflow.
-#include "runtime_private.h"
+#include "native_members.h"
 
 #include <cmath>
 #include <cstdio>
@@ -105,26 +105,9 @@ DateData* dateOf(Runtime& runtime, const Value& self) {
   return reinterpret_cast<DateData*>(impl.instanceData(self.object.get(), impl.dateClass));
 }
 
-MethodInfo nativeMethod(const char* declaration, NativeFunction function) {
-  MethodInfo m;
-  m.declarationText = declaration;
-  m.declaration = Declaration::parse(declaration);
-  m.native = std::move(function);
-  return m;
-}
-
-void addProperty(ClassInfo* cls, const char* name, const char* type, NativeFunction getter, NativeFunction setter) {
-  PropertyInfo p;
-  p.name = name;
-  p.type = type;
-  p.nativeGetter = std::move(getter);
-  p.nativeSetter = std::move(setter);
-  cls->properties.push_back(std::move(p));
-}
-
 // A field property: reads the field, and writes it by rebuilding TotalSeconds.
 void addField(ClassInfo* cls, const char* name, int64_t Fields::*field) {
-  addProperty(
+  addNativeProperty(
       cls, name, "Integer",
       [field](Runtime& runtime, const Value& self, std::vector<Value>&) {
         DateData* date = dateOf(runtime, self);
@@ -164,7 +147,7 @@ void installDateClass(Runtime::Impl& impl) {
   addField(cls, "Hour", &Fields::hour);
   addField(cls, "Minute", &Fields::minute);
   addField(cls, "Second", &Fields::second);
-  addProperty(
+  addNativeProperty(
       cls, "TotalSeconds", "Double",
       [](Runtime& runtime, const Value& self, std::vector<Value>&) {
         DateData* date = dateOf(runtime, self);
@@ -176,7 +159,7 @@ void installDateClass(Runtime::Impl& impl) {
         return Value::nil();
       });
   // A new offset shows the same moment in another zone: the wall clock moves with it.
-  addProperty(
+  addNativeProperty(
       cls, "GMTOffset", "Double",
       [](Runtime& runtime, const Value& self, std::vector<Value>&) {
         DateData* date = dateOf(runtime, self);
@@ -191,7 +174,7 @@ void installDateClass(Runtime::Impl& impl) {
         }
         return Value::nil();
       });
-  addProperty(
+  addNativeProperty(
       cls, "DayOfWeek", "Integer",
       [](Runtime& runtime, const Value& self, std::vector<Value>&) {
         DateData* date = dateOf(runtime, self);
@@ -202,14 +185,14 @@ void installDateClass(Runtime::Impl& impl) {
         return Value::ofInteger((days + 5) - floorDiv(days + 5, 7) * 7 + 1);
       },
       nullptr);
-  addProperty(
+  addNativeProperty(
       cls, "SQLDate", "String",
       [](Runtime& runtime, const Value& self, std::vector<Value>&) {
         DateData* date = dateOf(runtime, self);
         return runtime.string(date ? formatted("%04lld-%02lld-%02lld", fieldsOf(date->totalSeconds)) : "");
       },
       nullptr);
-  addProperty(
+  addNativeProperty(
       cls, "SQLDateTime", "String",
       [](Runtime& runtime, const Value& self, std::vector<Value>&) {
         DateData* date = dateOf(runtime, self);
@@ -217,7 +200,7 @@ void installDateClass(Runtime::Impl& impl) {
             date ? formatted("%04lld-%02lld-%02lld %02lld:%02lld:%02lld", fieldsOf(date->totalSeconds)) : "");
       },
       nullptr);
-  cls->methods.push_back(nativeMethod("Constructor()", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+  cls->methods.push_back(nativeMember("Constructor()", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
     if (DateData* date = dateOf(runtime, self)) {
       std::time_t now = std::time(nullptr);
       date->gmtOffset = localOffsetHours(nullptr);
@@ -225,7 +208,7 @@ void installDateClass(Runtime::Impl& impl) {
     }
     return Value::nil();
   }));
-  cls->methods.push_back(nativeMethod(
+  cls->methods.push_back(nativeMember(
       "Constructor(year as Integer, month as Integer, day as Integer, hour as Integer = 0, minute as Integer = 0, "
       "second as Integer = 0)",
       [](Runtime& runtime, const Value& self, std::vector<Value>& args) {

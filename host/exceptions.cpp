@@ -33,7 +33,8 @@ void installExceptionClasses(Runtime::Impl& impl) {
   base->properties = {message, number};
   impl.runtimeExceptionClass = base;
   for (const char* name : {"NilObjectException", "IllegalCastException", "UnsupportedOperationException",
-                           "OutOfMemoryException", "OutOfBoundsException"})
+                           "OutOfMemoryException", "OutOfBoundsException", "IOException",
+                           "KeyNotFoundException", "InvalidArgumentException"})
     impl.addBuiltInClass(name, "RuntimeException", 0);
 }
 

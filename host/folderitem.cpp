@@ -1,7 +1,7 @@
 // FolderItem: a built-in class naming a file or folder by its absolute native path (the
 // item need not exist), with the members host code uses and the entry points that hand
 // FolderItems to plugins as file manager references (FSRef, parent FSRef plus name, FSSpec).
-#include "runtime_private.h"
+#include "native_members.h"
 
 #include <CoreServices/CoreServices.h>
 
@@ -161,63 +161,45 @@ bool utf16Of(const std::string& text, std::vector<UniChar>& out) {
   return true;
 }
 
-MethodInfo nativeMethod(const char* declaration, NativeFunction function) {
-  MethodInfo m;
-  m.declarationText = declaration;
-  m.declaration = Declaration::parse(declaration);
-  m.native = std::move(function);
-  return m;
-}
-
-void addProperty(ClassInfo* cls, const char* name, const char* type, NativeFunction getter,
-                 NativeFunction setter = nullptr) {
-  PropertyInfo p;
-  p.name = name;
-  p.type = type;
-  p.nativeGetter = std::move(getter);
-  p.nativeSetter = std::move(setter);
-  cls->properties.push_back(std::move(p));
-}
-
 bool statOf(const std::string& path, struct stat& status) { return ::stat(path.c_str(), &status) == 0; }
 
 void installMembers(ClassInfo* cls) {
-  addProperty(cls, "NativePath", "String", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+  addNativeProperty(cls, "NativePath", "String", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
     FolderItemData* item = itemOf(runtime, self);
     return runtime.string(item ? *item->path : std::string());
   });
-  addProperty(cls, "Exists", "Boolean", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+  addNativeProperty(cls, "Exists", "Boolean", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
     FolderItemData* item = itemOf(runtime, self);
     struct stat status;
     return Value::ofBoolean(item && ::lstat(item->path->c_str(), &status) == 0);
   });
-  addProperty(cls, "Directory", "Boolean", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+  addNativeProperty(cls, "Directory", "Boolean", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
     FolderItemData* item = itemOf(runtime, self);
     struct stat status;
     return Value::ofBoolean(item && statOf(*item->path, status) && S_ISDIR(status.st_mode));
   });
-  addProperty(cls, "Length", "Integer", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+  addNativeProperty(cls, "Length", "Integer", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
     FolderItemData* item = itemOf(runtime, self);
     struct stat status;
     bool file = item && statOf(*item->path, status) && S_ISREG(status.st_mode);
     return Value::ofInteger(file ? int64_t(status.st_size) : 0);
   });
-  addProperty(cls, "Count", "Integer", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+  addNativeProperty(cls, "Count", "Integer", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
     FolderItemData* item = itemOf(runtime, self);
     return Value::ofInteger(item ? int64_t(entriesOf(*item->path).size()) : 0);
   });
-  addProperty(cls, "LastErrorCode", "Integer", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+  addNativeProperty(cls, "LastErrorCode", "Integer", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
     FolderItemData* item = itemOf(runtime, self);
     return Value::ofInteger(item ? item->lastError : 0);
   });
-  addProperty(cls, "Parent", "FolderItem", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+  addNativeProperty(cls, "Parent", "FolderItem", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
     FolderItemData* item = itemOf(runtime, self);
     if (!item || *item->path == "/") return Value::nil();
     return itemValue(runtime, parentPath(*item->path));
   });
   // Setting the name renames an existing item in its folder, or just renames the
   // reference when there is nothing to rename.
-  addProperty(
+  addNativeProperty(
       cls, "Name", "String",
       [](Runtime& runtime, const Value& self, std::vector<Value>&) {
         FolderItemData* item = itemOf(runtime, self);
@@ -240,11 +222,11 @@ void installMembers(ClassInfo* cls) {
         item->lastError = 0;
         return Value::nil();
       });
-  cls->methods.push_back(nativeMethod("Constructor()", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+  cls->methods.push_back(nativeMember("Constructor()", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
     if (FolderItemData* item = itemOf(runtime, self)) *item->path = canonicalPath(".");
     return Value::nil();
   }));
-  cls->methods.push_back(nativeMethod("Constructor(path as String)", [](Runtime& runtime, const Value& self,
+  cls->methods.push_back(nativeMember("Constructor(path as String)", [](Runtime& runtime, const Value& self,
                                                                           std::vector<Value>& args) {
     std::string path = runtime.utf8(args.at(0));
     if (path.find('\0') != std::string::npos) {
@@ -254,14 +236,14 @@ void installMembers(ClassInfo* cls) {
     if (FolderItemData* item = itemOf(runtime, self)) *item->path = canonicalPath(path);
     return Value::nil();
   }));
-  cls->methods.push_back(nativeMethod("Child(name as String) as FolderItem", [](Runtime& runtime, const Value& self,
+  cls->methods.push_back(nativeMember("Child(name as String) as FolderItem", [](Runtime& runtime, const Value& self,
                                                                                 std::vector<Value>& args) {
     FolderItemData* item = itemOf(runtime, self);
     std::string name = runtime.utf8(args.at(0));
     if (!item || !validName(name)) return Value::nil();
     return itemValue(runtime, joined(*item->path, name));
   }));
-  cls->methods.push_back(nativeMethod("TrueItem(index as Integer) as FolderItem", [](Runtime& runtime, const Value& self,
+  cls->methods.push_back(nativeMember("TrueItem(index as Integer) as FolderItem", [](Runtime& runtime, const Value& self,
                                                                                    std::vector<Value>& args) {
     FolderItemData* item = itemOf(runtime, self);
     if (!item) return Value::nil();
@@ -270,7 +252,7 @@ void installMembers(ClassInfo* cls) {
     if (index < 1 || index > int64_t(names.size())) return Value::nil();
     return itemValue(runtime, joined(*item->path, names[size_t(index - 1)]));
   }));
-  cls->methods.push_back(nativeMethod("Delete()", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+  cls->methods.push_back(nativeMember("Delete()", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
     FolderItemData* item = itemOf(runtime, self);
     if (!item) return Value::nil();
     struct stat status;
@@ -280,7 +262,7 @@ void installMembers(ClassInfo* cls) {
     item->lastError = result == 0 ? 0 : errno;
     return Value::nil();
   }));
-  cls->methods.push_back(nativeMethod("CreateAsFolder()", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+  cls->methods.push_back(nativeMember("CreateAsFolder()", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
     FolderItemData* item = itemOf(runtime, self);
     if (!item) return Value::nil();
     item->lastError = ::mkdir(item->path->c_str(), 0777) == 0 ? 0 : errno;
@@ -379,6 +361,23 @@ void installFolderItemClass(Runtime::Impl& impl) {
     data->path = nullptr;
   };
   installMembers(cls);
+
+  // GetFolderItem(path) and SpecialFolder.Temporary: where programs find their files.
+  impl.globals.push_back(nativeMember("GetFolderItem(path as String) as FolderItem", [](Runtime& runtime, const Value&,
+                                                                                    std::vector<Value>& args) {
+    std::string path = runtime.utf8(args.at(0));
+    if (path.find('\0') != std::string::npos) return Value::nil();
+    return itemValue(runtime, path);
+  }));
+  ClassInfo* special = impl.addBuiltInClass("SpecialFolder", "", 0);
+  PropertyInfo temporary;
+  temporary.name = "Temporary";
+  temporary.type = "FolderItem";
+  temporary.nativeGetter = [](Runtime& runtime, const Value&, std::vector<Value>&) {
+    const char* dir = std::getenv("TMPDIR");
+    return itemValue(runtime, dir && *dir ? dir : "/tmp");
+  };
+  special->sharedProperties.push_back(temporary);
 }
 
 Value Runtime::folderItem(const std::string& path) {

@@ -3,6 +3,7 @@
 // a C function pointer. Plugin members give their own function; members the host
 // implements get a libffi closure. Also the host's global functions (LenB, Len).
 #include "closures.h"
+#include "native_members.h"
 
 #include <cstdio>
 #include <cstring>
@@ -113,7 +114,7 @@ void* ClosurePool::entryFor(const void* key, const Declaration& declaration, boo
 
 void installGlobalFunctions(Runtime::Impl& impl) {
   auto add = [&](const char* declaration, NativeFunction native) {
-    impl.globals.push_back({declaration, Declaration::parse(declaration), std::move(native)});
+    impl.globals.push_back(nativeMember(declaration, std::move(native)));
   };
   add("LenB(s as String) as Integer", [](Runtime& runtime, const Value&, std::vector<Value>& args) {
     return Value::ofInteger(int64_t(runtime.bytes(args.at(0)).size()));
@@ -125,6 +126,7 @@ void installGlobalFunctions(Runtime::Impl& impl) {
       if ((c & 0xC0) != 0x80) ++count;
     return Value::ofInteger(count);
   });
+  addVariantGlobals(impl);
 }
 
 // ---- entry points

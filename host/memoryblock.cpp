@@ -2,7 +2,7 @@
 // Plugins make and read blocks through "newMemoryBlock", "memoryBlockGetPtr" and
 // "memoryBlockGetSize"; host code uses the members (Size, Byte, Int32Value,
 // StringValue), which are native functions of the host.
-#include "runtime_private.h"
+#include "native_members.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -31,15 +31,6 @@ bool resize(MemoryBlockData* block, intptr_t size) {
   block->bytes = bytes;
   block->size = size;
   return true;
-}
-
-MethodInfo nativeMethod(const char* declaration, NativeFunction getter, NativeFunction setter = nullptr) {
-  MethodInfo m;
-  m.declarationText = declaration;
-  m.declaration = Declaration::parse(declaration);
-  m.native = std::move(getter);
-  m.nativeSetter = std::move(setter);
-  return m;
 }
 
 }  // namespace
@@ -73,7 +64,7 @@ void installMemoryBlockClass(Runtime::Impl& impl) {
   };
   cls->properties.push_back(size);
 
-  cls->methods.push_back(nativeMethod("Constructor(size as Integer)", [](Runtime& runtime, const Value& self,
+  cls->methods.push_back(nativeMember("Constructor(size as Integer)", [](Runtime& runtime, const Value& self,
                                                                            std::vector<Value>& args) {
     MemoryBlockData* block = blockOf(runtime, self);
     if (block && !resize(block, args.at(0).integer))
@@ -81,7 +72,7 @@ void installMemoryBlockClass(Runtime::Impl& impl) {
     return Value::nil();
   }));
 
-  cls->methods.push_back(nativeMethod(
+  cls->methods.push_back(nativeMember(
       "Byte(offset as Integer) as Integer",
       [](Runtime& runtime, const Value& self, std::vector<Value>& args) {
         MemoryBlockData* block = blockOf(runtime, self);
@@ -95,7 +86,7 @@ void installMemoryBlockClass(Runtime::Impl& impl) {
         return Value::nil();
       }));
 
-  cls->methods.push_back(nativeMethod(
+  cls->methods.push_back(nativeMember(
       "Int32Value(offset as Integer) as Int32",
       [](Runtime& runtime, const Value& self, std::vector<Value>& args) {
         MemoryBlockData* block = blockOf(runtime, self);
@@ -110,7 +101,7 @@ void installMemoryBlockClass(Runtime::Impl& impl) {
         return Value::nil();
       }));
 
-  cls->methods.push_back(nativeMethod(
+  cls->methods.push_back(nativeMember(
       "StringValue(offset as Integer, length as Integer) as String",
       [](Runtime& runtime, const Value& self, std::vector<Value>& args) {
         MemoryBlockData* block = blockOf(runtime, self);

@@ -25,6 +25,7 @@ const std::vector<EntryPoint>& entryPoints() {
     addLoadedMethodEntryPoints(t);
     addThreadEntryPoints(t);
     addFolderItemEntryPoints(t);
+    addVariantEntryPoints(t);
     return t;
   }();
   return table;

@@ -176,6 +176,10 @@ Runtime::Runtime(Options options) {
   installMemoryBlockClass(*impl_);
   installDateClass(*impl_);
   installFolderItemClass(*impl_);
+  installVariantClass(*impl_);
+  installDictionaryClass(*impl_);
+  installBinaryStreamClass(*impl_);
+  installPictureClasses(*impl_);
   installArrayClasses(*impl_);
   installApplicationClass(*impl_);
   installGlobalFunctions(*impl_);

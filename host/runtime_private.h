@@ -37,12 +37,9 @@ struct ArrayData {
   intptr_t capacity;
 };
 
-// A host function reached by declaration through "REALLoadGlobalMethod".
-struct GlobalFunction {
-  std::string declarationText;
-  Declaration declaration;
-  NativeFunction native;
-};
+// A host function reached by declaration through "REALLoadGlobalMethod" and
+// Runtime::callGlobal: a native member without a class.
+using GlobalFunction = MethodInfo;
 
 struct EntryPoint {
   const char* name;
@@ -67,6 +64,12 @@ struct Runtime::Impl {
   ClassInfo* memoryBlockClass = nullptr;
   ClassInfo* dateClass = nullptr;
   ClassInfo* folderItemClass = nullptr;
+  ClassInfo* variantClass = nullptr;
+  ClassInfo* dictionaryClass = nullptr;
+  ClassInfo* binaryStreamClass = nullptr;
+  ClassInfo* pictureClass = nullptr;
+  ClassInfo* graphicsClass = nullptr;
+  ClassInfo* rgbSurfaceClass = nullptr;
   ClassInfo* arrayClasses[8] = {};
 
   // Live objects and strings; entry points ignore pointers that are not in these sets.
@@ -123,7 +126,17 @@ struct Runtime::Impl {
   // --- memory blocks (memoryblock.cpp)
   ObjectHeader* newMemoryBlock(intptr_t size);
   MemoryBlockData* memoryBlockData(ObjectHeader* block) const;  // null for non-blocks
+
+  // --- variants (variant.cpp)
+  ObjectHeader* newVariant(const Value& value);  // one reference for the caller
 };
+
+// A value as a Variant parameter receives it: objects and Nil as they are, any other
+// value boxed in a new Variant; and the value a Variant holds (other values unchanged).
+Value boxedValue(Runtime::Impl& impl, const Value& value);
+Value unboxedValue(Runtime::Impl& impl, const Value& value);
+// What the host's VarType answers for a value (unboxed first).
+int32_t variantType(Runtime::Impl& impl, const Value& value);
 
 // Declarations compared as the host compares them: without case, and either by text
 // without spacing or by name, parameter types (and, when asked, result type).
@@ -142,6 +155,11 @@ void installFolderItemClass(Runtime::Impl& impl);
 void installArrayClasses(Runtime::Impl& impl);
 void installApplicationClass(Runtime::Impl& impl);
 void installGlobalFunctions(Runtime::Impl& impl);
+void installVariantClass(Runtime::Impl& impl);
+void addVariantGlobals(Runtime::Impl& impl);
+void installDictionaryClass(Runtime::Impl& impl);
+void installBinaryStreamClass(Runtime::Impl& impl);
+void installPictureClasses(Runtime::Impl& impl);
 
 // The entry points each file offers to plugins; the resolver joins them.
 void addRegistrationEntryPoints(std::vector<EntryPoint>& table);
@@ -155,6 +173,8 @@ void addPropertyEntryPoints(std::vector<EntryPoint>& table);
 void addLoadedMethodEntryPoints(std::vector<EntryPoint>& table);
 void addThreadEntryPoints(std::vector<EntryPoint>& table);
 void addFolderItemEntryPoints(std::vector<EntryPoint>& table);
+void addVariantEntryPoints(std::vector<EntryPoint>& table);
+void addPictureEntryPoints(std::vector<EntryPoint>& table);
 
 // Sets QVR_SYSTEM_VERSION ("10.6") for the platform layer.
 void publishSystemVersion(const Options& options);

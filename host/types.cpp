@@ -341,8 +341,9 @@ int fitScore(Runtime::Impl& impl, const HostType& type, const Value& value) {
       if (k == Value::Kind::Integer) return 2;
       return -1;
     case TypeKind::Variant:
+      // Objects are Variants themselves; any other value is boxed in one.
       if (k == Value::Kind::Nil) return 1;
-      return k == Value::Kind::Object ? 5 : -1;
+      return k == Value::Kind::Object ? 5 : 6;
     case TypeKind::Object: {
       if (k == Value::Kind::Nil) return 1;
       if (k != Value::Kind::Object) return -1;
@@ -382,6 +383,7 @@ Value coerce(Runtime::Impl& impl, const HostType& type, const Value& value) {
     MemoryBlockData* block = impl.memoryBlockData(value.object.get());
     return block ? Value::ofPtr(block->bytes) : value;
   }
+  if (type.kind == TypeKind::Variant && !type.isArray) return boxedValue(impl, value);
   if (isReference(type) && type.kind != TypeKind::Ptr) return value;
   Slot slot;
   if (!toSlot(type, value, slot)) return value;

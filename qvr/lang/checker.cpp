@@ -365,7 +365,7 @@ class Checker {
       arguments(e.text, 0, e.where, true);
       return;
     }
-    if (isBuiltinFunction(e.text)) return;
+    if (isBuiltinFunction(e.text) || rt_.hasGlobal(e.text)) return;
     if (isClass(e.text)) {
       if (receiver) return;
       fail(e.where, "\"" + e.text + "\" is a class; make an instance with New " + e.text);
@@ -398,7 +398,7 @@ class Checker {
             result = functionResult(n);
           }
           if (!isVariable(n) && !isFunction(n)) {
-            if (!isBuiltinFunction(n)) {
+            if (!isBuiltinFunction(n) && !rt_.hasGlobal(n)) {
               if (isClass(n)) fail(e.left->where, "\"" + n + "\" is a class; make an instance with New " + n + "(...)");
               fail(e.left->where, "unknown method \"" + n + "\"");
             }

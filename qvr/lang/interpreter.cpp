@@ -563,6 +563,7 @@ Value Interpreter::name(const Expr& e) {
   Value out;
   std::vector<Value> none;
   if (isBuiltin(e.text) && builtin(e.text, none, {}, e.where, out)) return out;
+  if (rt_.hasGlobal(e.text)) return globalCall(e.text, {}, e.where);
   if (isClassName(e)) fail(e.where, "\"" + e.text + "\" is a class; make an instance with New " + e.text);
   fail(e.where, "unknown name \"" + e.text + "\"");
 }
@@ -589,6 +590,7 @@ Value Interpreter::call(const Expr& e) {
         args = arguments(e.args);
       if (builtin(callee.text, args, e.args, e.where, out)) return out;
     }
+    if (rt_.hasGlobal(callee.text)) return globalCall(callee.text, arguments(e.args), e.where);
     if (isClassName(callee)) fail(callee.where, "\"" + callee.text + "\" is a class; make an instance with New " + callee.text + "(...)");
     fail(callee.where, "unknown method \"" + callee.text + "\"");
   }

@@ -134,6 +134,7 @@ class Interpreter {
   // members of values
   Value memberOf(const Value& object, const std::string& name, std::vector<Value> args, Position where);
   Value hostMember(const Value& object, const std::string& name, std::vector<Value> args, Position where);
+  Value globalCall(const std::string& name, std::vector<Value> args, Position where);
   Value sharedMember(const std::string& className, const std::string& name, std::vector<Value> args, Position where);
   Value arrayMember(const Value& array, const std::string& name, std::vector<Value>& args, Position where);
   Value index(const Value& array, const std::vector<Value>& args, Position where);

@@ -56,8 +56,22 @@ Value Interpreter::fromHost(const host::Value& value) {
         type = resolveType(rt_, element, false, {});
       }
       std::vector<Value> items;
-      for (const host::Value& item : rt_.arrayElements(value)) items.push_back(fromHost(item));
+      bool anyVariant = false;
+      for (const host::Value& item : rt_.arrayElements(value)) {
+        items.push_back(fromHost(item));
+        anyVariant = anyVariant || items.back().variant;
+      }
+      // An array of boxed values is a Variant array.
+      if (anyVariant) type = resolveType(rt_, "Variant", false, {});
+      for (Value& item : items) item.variant = false;
       return makeArray(type, std::move(items));
+    }
+    // A Variant's value comes out as itself, read as a Variant.
+    host::Value held = rt_.unboxed(value);
+    if (held.kind != host::Value::Kind::Object) {
+      Value out = fromHost(held);
+      out.variant = true;
+      return out;
     }
   }
   if (value.kind == host::Value::Kind::String && !value.string) return Value(rt_.string(""));
@@ -141,6 +155,16 @@ Value Interpreter::hostMember(const Value& object, const std::string& name, std:
       },
       method ? overloads(cls, name, false, args) : std::string());
   return result;
+}
+
+Value Interpreter::globalCall(const std::string& name, std::vector<Value> args, Position where) {
+  std::vector<std::pair<host::Value, Value>> arrays;
+  std::vector<host::Value> hostArgs = toHost(args, where, arrays);
+  return hostCall(where, [&] {
+    host::Value r = rt_.callGlobal(name, hostArgs);
+    copyBack(arrays);
+    return r;
+  });
 }
 
 Value Interpreter::sharedMember(const std::string& className, const std::string& name, std::vector<Value> args,

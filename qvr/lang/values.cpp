@@ -155,8 +155,9 @@ bool fits(const Type& type, const Value& value) {
     if (sameElementType(element, value.array->elementType)) return true;
     // An array of objects from the host ("Object()") fits an array of a class when its
     // elements do, as the host's typed arrays would.
+    // It fits a Variant array too.
     return value.array->elementType.kind == Type::Kind::Object && !value.array->elementType.cls &&
-           element.kind == Type::Kind::Object && elementsFit(element, *value.array);
+           (element.kind == Type::Kind::Variant || (element.kind == Type::Kind::Object && elementsFit(element, *value.array)));
   }
   if (value.array) return type.kind == Type::Kind::Variant;
   switch (type.kind) {
@@ -188,7 +189,7 @@ Value convertTo(host::Runtime& rt, const Type& type, const Value& value, Positio
   if (type.isArray) {
     if (value.isNil()) return makeArray(type.element());
     if (value.array->elementType.kind == Type::Kind::Object && !value.array->elementType.cls &&
-        type.kind == Type::Kind::Object)
+        (type.kind == Type::Kind::Object || type.kind == Type::Kind::Variant))
       value.array->elementType = type.element();
     return value;
   }

@@ -45,6 +45,9 @@ TEST(Examples, Geometry) { expectExample("geometry"); }
 TEST(Examples, Image) { expectExample("image"); }
 TEST(Examples, ImageLoading) { expectExample("image_loading"); }
 TEST(Examples, ImageEncoding) { expectExample("image_encoding"); }
+TEST(Examples, Files) { expectExample("files"); }
+TEST(Examples, Dictionary) { expectExample("dictionary"); }
+TEST(Examples, Pictures) { expectExample("pictures"); }
 
 TEST(Examples, TheEmbeddedExampleRunsToItsEnd) {
   host::Runtime rt;

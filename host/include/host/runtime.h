@@ -299,6 +299,16 @@ class Runtime {
   void set(const Value& self, std::string_view property, Value value);
   void assign(const Value& self, std::string_view member, std::vector<Value> args, Value value);
   Value constant(std::string_view className, std::string_view name);
+  // A global function of the host (VarType, GetFolderItem, ...), the overload chosen by
+  // the arguments as for members.
+  Value callGlobal(std::string_view name, std::vector<Value> args = {});
+  bool hasGlobal(std::string_view name) const;
+
+  // Variants: a value boxed as a Variant parameter receives it (objects and Nil stay
+  // themselves), and the value a Variant holds (any other value unchanged). Variant
+  // parameters and properties box by themselves; Variant results come back boxed.
+  Value variant(const Value& value);
+  Value unboxed(const Value& value) const;
 
   // Strings.
   Value string(std::string_view bytes, uint32_t encoding = kEncodingUTF8);
