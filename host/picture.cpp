@@ -164,6 +164,16 @@ void checkedPixel(Runtime& runtime, PictureData* picture, int64_t x, int64_t y, 
                                                      std::to_string(picture->height) + " picture");
 }
 
+// Gives a picture without an alpha channel a mask, black (all opaque), unless it has one.
+void makeMask(Runtime& runtime, PictureData* picture) {
+  if (picture->mask || picture->hasAlpha || !picture->context) return;
+  ObjectRef mask = ObjectRef::adopt(runtime.impl().instantiate(runtime.impl().pictureClass));
+  PictureData* data = mask ? pictureData(runtime.impl(), mask.get()) : nullptr;
+  if (!data || !setUp(runtime, data, picture->width, picture->height, false)) return;
+  for (int64_t y = 0; y < data->height; ++y) std::fill_n(pixelAt(data, 0, y), size_t(data->width) * 4, 0);
+  picture->mask = std::move(mask);
+}
+
 void installPicture(Runtime::Impl& impl) {
   ClassInfo* cls = addBoxedClass<PictureData>(impl, "Picture");
   impl.pictureClass = cls;
@@ -219,13 +229,7 @@ void installPicture(Runtime::Impl& impl) {
       runtime.impl().raise("UnsupportedOperationException", "a Picture with an alpha channel has no Mask");
       return Value::nil();
     }
-    if (!picture->mask && args.at(0).boolean) {
-      ObjectRef mask = ObjectRef::adopt(runtime.impl().instantiate(runtime.impl().pictureClass));
-      PictureData* data = mask ? pictureData(runtime.impl(), mask.get()) : nullptr;
-      if (!data || !setUp(runtime, data, picture->width, picture->height, false)) return Value::nil();
-      for (int64_t y = 0; y < data->height; ++y) std::fill_n(pixelAt(data, 0, y), size_t(data->width) * 4, 0);
-      picture->mask = std::move(mask);
-    }
+    if (args.at(0).boolean) makeMask(runtime, picture);
     return Value::ofObject(picture->mask);
   });
 }
@@ -344,12 +348,96 @@ void installRGBSurface(Runtime::Impl& impl) {
       });
 }
 
+// ---- the entry points plugins reach pictures through
+
+// A new picture: depth 0 with an alpha channel, 32 (or 24) without; null when it cannot be.
+ObjectHeader* newPictureEntry(int32_t width, int32_t height, int32_t depth) {
+  Runtime::Impl* impl = currentImpl();
+  if (!impl || (depth != 0 && depth != 32 && depth != 24)) return nullptr;
+  ObjectRef object = ObjectRef::adopt(impl->instantiate(impl->pictureClass));
+  PictureData* picture = object ? pictureData(*impl, object.get()) : nullptr;
+  if (!picture || width < 1 || height < 1 || width > kMaxSide || height > kMaxSide) return nullptr;
+  if (!setUp(impl->runtime, picture, width, height, depth == 0)) {
+    ObjectHeader* pending = impl->pendingException;  // a failed entry point raises nothing
+    impl->pendingException = nullptr;
+    if (pending) impl->unlockObject(pending);
+    return nullptr;
+  }
+  return object.release();
+}
+
+// The picture's mask with a reference for the caller, made when asked; null for pictures
+// with an alpha channel and, without create, for pictures without a mask.
+ObjectHeader* pictureMaskEntry(ObjectHeader* object, bool create) {
+  Runtime::Impl* impl = currentImpl();
+  PictureData* picture = impl ? pictureData(*impl, object) : nullptr;
+  if (!picture || !picture->context || picture->hasAlpha) return nullptr;
+  if (create) makeMask(impl->runtime, picture);
+  if (!picture->mask) return nullptr;
+  impl->lockObject(picture->mask.get());
+  return picture->mask.get();
+}
+
+ObjectHeader* pictureGraphicsEntry(ObjectHeader* object) {
+  Runtime::Impl* impl = currentImpl();
+  PictureData* picture = impl ? pictureData(*impl, object) : nullptr;
+  if (!picture || !picture->context) return nullptr;
+  return newView(impl->runtime, impl->graphicsClass, Value::ofObject(ObjectRef::retain(object))).object.release();
+}
+
+// A retained image of the picture's pixels with its mask applied, or null.
+CGImageRef copyPictureImageEntry(ObjectHeader* object) {
+  Runtime::Impl* impl = currentImpl();
+  PictureData* picture = impl ? pictureData(*impl, object) : nullptr;
+  return picture && picture->context ? imageOf(*impl, picture) : nullptr;
+}
+
+// The pixels live in the bitmap context itself: there is no other copy to drop.
+void pictureClearCacheEntry(ObjectHeader*) {}
+
+// The description record a lock fills (24 bytes): the type (8: a bitmap context) as a
+// 32-bit word, then at byte 8 the CGContextRef, at 16 and 20 width and height as 32-bit
+// words.
+struct PictureDescription {
+  int32_t type;
+  int32_t unused;
+  void* data;
+  int32_t width, height;
+};
+static_assert(sizeof(PictureDescription) == 24, "the description record is 24 bytes");
+constexpr int32_t kDescriptionBitmapContext = 8;
+
+bool lockDescription(ObjectHeader* object, PictureDescription* description, uint32_t type) {
+  Runtime::Impl* impl = currentImpl();
+  PictureData* picture = impl ? pictureData(*impl, object) : nullptr;
+  if (!picture || !picture->context || !description || type != kDescriptionBitmapContext) return false;
+  *description = {kDescriptionBitmapContext, 0, picture->context, int32_t(picture->width), int32_t(picture->height)};
+  return true;
+}
+
+bool lockDescriptionAnyType(ObjectHeader* object, PictureDescription* description) {
+  return lockDescription(object, description, kDescriptionBitmapContext);
+}
+
+void unlockDescription(ObjectHeader*) {}
+
 }  // namespace
 
 void installPictureClasses(Runtime::Impl& impl) {
   installPicture(impl);
   installGraphics(impl);
   installRGBSurface(impl);
+}
+
+void addPictureEntryPoints(std::vector<EntryPoint>& table) {
+  table.push_back({"newPicture", guardedEntryPoint<&newPictureEntry>("newPicture")});
+  table.push_back({"REALGetPictureMask", guardedEntryPoint<&pictureMaskEntry>("REALGetPictureMask")});
+  table.push_back({"pluginPictureGraphicsGetter", guardedEntryPoint<&pictureGraphicsEntry>("pluginPictureGraphicsGetter")});
+  table.push_back({"REALCopyPictureCGImage", guardedEntryPoint<&copyPictureImageEntry>("REALCopyPictureCGImage")});
+  table.push_back({"REALPictureClearCache", guardedEntryPoint<&pictureClearCacheEntry>("REALPictureClearCache")});
+  table.push_back({"REALLockPictureDescription", guardedEntryPoint<&lockDescription>("REALLockPictureDescription")});
+  table.push_back({"lockPictureDescription", guardedEntryPoint<&lockDescriptionAnyType>("lockPictureDescription")});
+  table.push_back({"unlockPictureDescription", guardedEntryPoint<&unlockDescription>("unlockPictureDescription")});
 }
 
 }  // namespace host

@@ -26,6 +26,7 @@ const std::vector<EntryPoint>& entryPoints() {
     addThreadEntryPoints(t);
     addFolderItemEntryPoints(t);
     addVariantEntryPoints(t);
+    addPictureEntryPoints(t);
     return t;
   }();
   return table;

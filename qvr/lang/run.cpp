@@ -118,6 +118,42 @@ Print "  NSRectQVR contains (10, 10): " + Str(frame.Contains(10, 10))
 Dim orange As New NSColorQVR(1, 0.5, 0)
 Print "  NSColorQVR(1, 0.5, 0): green " + Format(orange.GreenComponent, "0.00") + " in " + orange.ColorSpaceName
 Print "  NSColorQVR.WhiteColor Is NSColorQVR.WhiteColor: " + Str(NSColorQVR.WhiteColor Is NSColorQVR.WhiteColor)
+
+Print "A Picture drawn by the host"
+Dim pic As New Picture(4, 3)
+pic.Graphics.DrawingColor = &c3366CC
+pic.Graphics.FillRect(0, 0, 4, 2)
+pic.RGBSurface.Pixel(3, 2) = &cFF8000
+Dim corner As Color = pic.RGBSurface.Pixel(0, 0)
+Print "  " + Str(pic.Width) + " x " + Str(pic.Height) + ", alpha channel " + Str(pic.HasAlphaChannel) + _
+  ", top left red " + Str(corner.Red) + " green " + Str(corner.Green) + " blue " + Str(corner.Blue)
+Dim counts As New Dictionary
+For y As Integer = 0 To pic.Height - 1
+  For x As Integer = 0 To pic.Width - 1
+    Dim key As String = Str(pic.RGBSurface.Pixel(x, y))
+    counts.Value(key) = counts.Lookup(key, 0) + 1
+  Next
+Next
+For Each key As Variant In counts.Keys
+  Print "  " + Str(counts.Value(key)) + " pixels of " + key
+Next
+
+Print "Files"
+Dim folder As FolderItem = SpecialFolder.Temporary.Child("qvr-run-example")
+If Not folder.Exists Then
+  folder.CreateAsFolder
+End If
+Dim target As FolderItem = folder.Child("picture.ppm")
+Dim ppm As BinaryStream = BinaryStream.Create(target, True)
+ppm.Write("P3" + Chr(10) + Str(pic.Width) + " " + Str(pic.Height) + Chr(10) + "255" + Chr(10))
+For y As Integer = 0 To pic.Height - 1
+  For x As Integer = 0 To pic.Width - 1
+    Dim c As Color = pic.RGBSurface.Pixel(x, y)
+    ppm.Write(Str(c.Red) + " " + Str(c.Green) + " " + Str(c.Blue) + Chr(10))
+  Next
+Next
+ppm.Close
+Print "  wrote " + Str(target.Length) + " bytes to " + target.NativePath
 )QVR";
   return kExample;
 }

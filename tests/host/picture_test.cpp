@@ -110,3 +110,50 @@ TEST_F(PictureTest, TheCGContextHandOverDrawsIntoThePicture) {
     EXPECT_THROW(rt().call(g, "Handle", {integer(99)}), host::HostException);
   }
 }
+
+TEST_F(PictureTest, PluginsReachPicturesThroughEntryPoints) {
+  load();
+  {
+    auto newPicture = reinterpret_cast<host::ObjectHeader* (*)(int32_t, int32_t, int32_t)>(rt().entryPoint("newPicture"));
+    auto lock = reinterpret_cast<bool (*)(host::ObjectHeader*, void*, uint32_t)>(rt().entryPoint("REALLockPictureDescription"));
+    auto mask = reinterpret_cast<host::ObjectHeader* (*)(host::ObjectHeader*, bool)>(rt().entryPoint("REALGetPictureMask"));
+    auto graphics = reinterpret_cast<host::ObjectHeader* (*)(host::ObjectHeader*)>(rt().entryPoint("pluginPictureGraphicsGetter"));
+    auto copyImage = reinterpret_cast<CGImageRef (*)(host::ObjectHeader*)>(rt().entryPoint("REALCopyPictureCGImage"));
+    Value alpha = Value::ofObject(host::ObjectRef::adopt(newPicture(3, 2, 0)));
+    Value plain = Value::ofObject(host::ObjectRef::adopt(newPicture(3, 2, 32)));
+    EXPECT_EQ(newPicture(0, 2, 32), nullptr);
+    EXPECT_FALSE(rt().exceptionPending());
+    EXPECT_TRUE(rt().get(alpha, "HasAlphaChannel").boolean);
+    EXPECT_EQ(alpha.object.get()->refCount, 1);
+
+    struct {
+      int32_t type, unused;
+      void* data;
+      int32_t width, height;
+    } description{};
+    ASSERT_TRUE(lock(plain.object.get(), &description, 8));
+    EXPECT_EQ(description.type, 8);
+    EXPECT_EQ(description.width, 3);
+    auto context = static_cast<CGContextRef>(description.data);
+    EXPECT_EQ(CGBitmapContextGetAlphaInfo(context), kCGImageAlphaNoneSkipFirst);
+    EXPECT_FALSE(lock(plain.object.get(), &description, 10));
+
+    EXPECT_EQ(mask(alpha.object.get(), true), nullptr);
+    EXPECT_EQ(mask(plain.object.get(), false), nullptr);
+    Value made = Value::ofObject(host::ObjectRef::adopt(mask(plain.object.get(), true)));
+    ASSERT_TRUE(made.object);
+    EXPECT_EQ(made.object.get(), rt().call(plain, "Mask").object.get());
+    fill(made, 0x00FFFFFF, 0, 0, 1, 2);  // the left column clear
+    CGImageRef image = copyImage(plain.object.get());
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(CGImageGetWidth(image), 3u);
+    Value target = picture(3, 2);
+    Value g = Value::ofObject(host::ObjectRef::adopt(graphics(target.object.get())));
+    auto targetContext = reinterpret_cast<CGContextRef>(
+        static_cast<intptr_t>(rt().call(g, "Handle", {rt().constant("Graphics", "HandleTypeCGContextRef")}).integer));
+    CGContextDrawImage(targetContext, CGRectMake(0, 0, 3, 2), image);
+    CGImageRelease(image);
+    EXPECT_EQ(pixel(target, 0, 0), 0xFF000000u);
+    EXPECT_EQ(pixel(target, 2, 1), 0x00FFFFFFu);
+  }
+}
