@@ -120,10 +120,11 @@ Print "  NSColorQVR(1, 0.5, 0): green " + Format(orange.GreenComponent, "0.00") 
 Print "  NSColorQVR.WhiteColor Is NSColorQVR.WhiteColor: " + Str(NSColorQVR.WhiteColor Is NSColorQVR.WhiteColor)
 
 Print "A Picture drawn by the host"
-Dim pic As New Picture(4, 3)
+Dim pic As New Picture(8, 6, 32)
 pic.Graphics.DrawingColor = &c3366CC
-pic.Graphics.FillRect(0, 0, 4, 2)
-pic.RGBSurface.Pixel(3, 2) = &cFF8000
+pic.Graphics.FillRect(0, 0, 8, 4)
+pic.Graphics.DrawingColor = &cFF8000
+pic.Graphics.FillRect(2, 4, 4, 2)
 Dim corner As Color = pic.RGBSurface.Pixel(0, 0)
 Print "  " + Str(pic.Width) + " x " + Str(pic.Height) + ", alpha channel " + Str(pic.HasAlphaChannel) + _
   ", top left red " + Str(corner.Red) + " green " + Str(corner.Green) + " blue " + Str(corner.Blue)
@@ -138,22 +139,63 @@ For Each key As Variant In counts.Keys
   Print "  " + Str(counts.Value(key)) + " pixels of " + key
 Next
 
+Print "The picture as an image"
+' A 24-bit BMP of the picture's pixels, bottom row first, as the format keeps them.
+Dim rowBytes As Integer = ((pic.Width * 3 + 3) \ 4) * 4
+Dim bmp As New MemoryBlock(54 + rowBytes * pic.Height)
+bmp.Byte(0) = &h42
+bmp.Byte(1) = &h4D
+bmp.Int32Value(2) = bmp.Size
+bmp.Int32Value(10) = 54
+bmp.Int32Value(14) = 40
+bmp.Int32Value(18) = pic.Width
+bmp.Int32Value(22) = pic.Height
+bmp.Byte(26) = 1
+bmp.Byte(28) = 24
+bmp.Int32Value(34) = rowBytes * pic.Height
+For y As Integer = 0 To pic.Height - 1
+  Dim row As Integer = 54 + (pic.Height - 1 - y) * rowBytes
+  For x As Integer = 0 To pic.Width - 1
+    Dim c As Color = pic.RGBSurface.Pixel(x, y)
+    bmp.Byte(row + x * 3) = c.Blue
+    bmp.Byte(row + x * 3 + 1) = c.Green
+    bmp.Byte(row + x * 3 + 2) = c.Red
+  Next
+Next
+Dim drawn As NSImageQVR = NSImageQVR.imageWithData(bmp.StringValue(0, bmp.Size))
+Print "  decoded from " + Str(bmp.Size) + " bytes of BMP: " + Str(drawn.size.Width) + " x " + Str(drawn.size.Height)
+Dim scaled As NSImageQVR = drawn.imageByScalingToSize(32, 24)
+Print "  scaled: " + Str(scaled.size.Width) + " x " + Str(scaled.size.Height)
+Dim faded As NSImageQVR = scaled.imageByFadingToFraction(0.5)
+Print "  faded to half: " + Str(faded.size.Width) + " x " + Str(faded.size.Height)
+
 Print "Files"
 Dim folder As FolderItem = SpecialFolder.Temporary.Child("qvr-run-example")
 If Not folder.Exists Then
   folder.CreateAsFolder
 End If
-Dim target As FolderItem = folder.Child("picture.ppm")
-Dim ppm As BinaryStream = BinaryStream.Create(target, True)
-ppm.Write("P3" + Chr(10) + Str(pic.Width) + " " + Str(pic.Height) + Chr(10) + "255" + Chr(10))
-For y As Integer = 0 To pic.Height - 1
-  For x As Integer = 0 To pic.Width - 1
-    Dim c As Color = pic.RGBSurface.Pixel(x, y)
-    ppm.Write(Str(c.Red) + " " + Str(c.Green) + " " + Str(c.Blue) + Chr(10))
-  Next
+Dim formats() As String = Array("png", "jpeg", "tiff", "gif", "bmp")
+For Each kind As String In formats
+  Dim data As MemoryBlock
+  Select Case kind
+  Case "png"
+    data = faded.PNGRepresentation
+  Case "jpeg"
+    data = scaled.JPEGRepresentationWithCompressionFactor(0.8)
+  Case "tiff"
+    data = faded.TIFFRepresentation
+  Case "gif"
+    data = scaled.GIFRepresentation
+  Case "bmp"
+    data = scaled.BMPRepresentation
+  End Select
+  Dim target As FolderItem = folder.Child("example." + kind)
+  Dim stream As BinaryStream = BinaryStream.Create(target, True)
+  stream.Write(data.StringValue(0, data.Size))
+  stream.Close
+  Print "  " + target.Name + ": " + UpperCase(kind) + ", " + If(target.Length = data.Size And data.Size > 0, "written", "NOT written")
 Next
-ppm.Close
-Print "  wrote " + Str(target.Length) + " bytes to " + target.NativePath
+Print "  into " + folder.NativePath
 )QVR";
   return kExample;
 }
