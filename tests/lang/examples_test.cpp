@@ -48,6 +48,7 @@ TEST(Examples, ImageEncoding) { expectExample("image_encoding"); }
 TEST(Examples, Files) { expectExample("files"); }
 TEST(Examples, Dictionary) { expectExample("dictionary"); }
 TEST(Examples, Pictures) { expectExample("pictures"); }
+TEST(Examples, Drawing) { expectExample("drawing"); }
 
 TEST(Examples, TheEmbeddedExampleRunsToItsEnd) {
   host::Runtime rt;
