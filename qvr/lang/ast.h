@@ -33,6 +33,9 @@ enum class Op {
   And, Or, Xor, Not, Negate, Is,
 };
 
+// How the operator is written in a program, for messages ("Mod", "<>", ...).
+const char* symbolOf(Op op);
+
 struct Expr {
   enum class Kind { Integer, Double, String, Color, Boolean, Nil, Name, Member, Call, New, ArrayLiteral, Unary, Binary, IsA, IfExpression };
   Kind kind;

@@ -44,29 +44,6 @@ Known knownOf(const Type& t) {
 
 bool numeric(Known k) { return k == Known::Integer || k == Known::Double; }
 
-const char* symbolOf(Op op) {
-  switch (op) {
-    case Op::Add: return "+";
-    case Op::Subtract: return "-";
-    case Op::Multiply: return "*";
-    case Op::Divide: return "/";
-    case Op::IntegerDivide: return "\\";
-    case Op::Modulo: return "Mod";
-    case Op::Power: return "^";
-    case Op::Equal: return "=";
-    case Op::NotEqual: return "<>";
-    case Op::Less: return "<";
-    case Op::LessEqual: return "<=";
-    case Op::Greater: return ">";
-    case Op::GreaterEqual: return ">=";
-    case Op::And: return "And";
-    case Op::Or: return "Or";
-    case Op::Xor: return "Xor";
-    case Op::Is: return "Is";
-    default: return "?";
-  }
-}
-
 // Results of the built-ins whose type never varies.
 Known builtinResult(const std::string& name) {
   static const std::map<std::string, Known> kResults = {

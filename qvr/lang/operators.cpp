@@ -10,8 +10,6 @@
 
 namespace qvrlang {
 
-namespace {
-
 const char* symbolOf(Op op) {
   switch (op) {
     case Op::Add: return "+";
@@ -36,6 +34,8 @@ const char* symbolOf(Op op) {
   }
   return "?";
 }
+
+namespace {
 
 int64_t wrapped(uint64_t v) { return static_cast<int64_t>(v); }
 
