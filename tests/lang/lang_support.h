@@ -17,10 +17,9 @@ struct Outcome {
   size_t leakedObjects = 0, leakedStrings = 0;  // host objects and strings the run left alive
 };
 
-inline Outcome run(const std::string& source, bool plugins = false) {
+// Runs source in a host whose plugins are loaded, counting what it left alive.
+inline Outcome runIn(host::Runtime& rt, const std::string& source) {
   Outcome outcome;
-  host::Runtime rt;
-  if (plugins) rt.loadStandardPlugins();
   const size_t objects = rt.liveObjects(), strings = rt.liveStrings();
   std::ostringstream out, err;
   outcome.status = qvrlang::runSource(rt, source, "test.qvr", out, err);
@@ -29,6 +28,12 @@ inline Outcome run(const std::string& source, bool plugins = false) {
   outcome.leakedObjects = rt.liveObjects() - objects;
   outcome.leakedStrings = rt.liveStrings() - strings;
   return outcome;
+}
+
+inline Outcome run(const std::string& source, bool plugins = false) {
+  host::Runtime rt;
+  if (plugins) rt.loadStandardPlugins();
+  return runIn(rt, source);
 }
 
 // What a program printed, expecting it to run to its end.

@@ -27,14 +27,7 @@ langtest::Outcome runWithTestPlugin(const std::string& source) {
   }
   host::Runtime rt;
   rt.loadPlugin(pluginPath());
-  const size_t objects = rt.liveObjects(), strings = rt.liveStrings();
-  std::ostringstream out, err;
-  outcome.status = qvrlang::runSource(rt, source, "test.qvr", out, err);
-  outcome.out = out.str();
-  outcome.err = err.str();
-  outcome.leakedObjects = rt.liveObjects() - objects;
-  outcome.leakedStrings = rt.liveStrings() - strings;
-  return outcome;
+  return langtest::runIn(rt, source);
 }
 
 #define RUN_OR_SKIP(outcome, source)                                   \
