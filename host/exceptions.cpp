@@ -34,7 +34,7 @@ void installExceptionClasses(Runtime::Impl& impl) {
   impl.runtimeExceptionClass = base;
   for (const char* name : {"NilObjectException", "IllegalCastException", "UnsupportedOperationException",
                            "OutOfMemoryException", "OutOfBoundsException", "IOException",
-                           "KeyNotFoundException", "InvalidArgumentException"})
+                           "KeyNotFoundException", "InvalidArgumentException", "TypeMismatchException"})
     impl.addBuiltInClass(name, "RuntimeException", 0);
 }
 

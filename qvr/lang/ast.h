@@ -128,6 +128,7 @@ struct Parameter {
   TypeName type;
   bool byRef = false;
   bool optional = false;
+  bool paramArray = false;  // ParamArray: takes the remaining arguments as an array
   ExprPtr defaultValue;
   Position where;
 };

@@ -3,6 +3,7 @@
 // ("s.Length", "n.ToString", "c.Red"). Strings count characters of UTF-8 text; searches
 // and comparisons ignore case, as the language's own functions do.
 #include "interpreter.h"
+#include "targets.h"
 
 #include "checker.h"
 
@@ -14,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <random>
 #include <map>
 
 namespace qvrlang {
@@ -180,7 +182,7 @@ std::string Interpreter::stringArgument(const Args& args, size_t i, const char* 
   if (v.isString()) return text(v);
   if (v.variant && !v.isArray()) return variantText(rt_, v);
   fail(where, std::string(function) + " expects a String for argument " + std::to_string(i + 1) + " but got " +
-                  typeNameOf(v) + (v.isNumber() ? "; convert it with Str" : ""));
+                  withArticle(typeNameOf(v)) + (v.isNumber() ? "; convert it with Str" : ""));
 }
 
 double Interpreter::numberArgument(const Args& args, size_t i, const char* function, Position where) {
@@ -188,14 +190,14 @@ double Interpreter::numberArgument(const Args& args, size_t i, const char* funct
   if (v.isNumber()) return v.real();
   if (v.variant && v.isString()) return valueOf(text(v));
   fail(where, std::string(function) + " expects a number for argument " + std::to_string(i + 1) + " but got " +
-                  typeNameOf(v) + (v.isString() ? "; convert it with Val" : ""));
+                  withArticle(typeNameOf(v)) + (v.isString() ? "; convert it with Val" : ""));
 }
 
 int64_t Interpreter::integerArgument(const Args& args, size_t i, const char* function, Position where) {
   const Value& v = args.at(i);
   if (v.isNumber()) return v.integer();
   if (v.variant && v.isString()) return static_cast<int64_t>(valueOf(text(v)));
-  fail(where, std::string(function) + " expects an Integer for argument " + std::to_string(i + 1) + " but got " + typeNameOf(v));
+  fail(where, std::string(function) + " expects an Integer for argument " + std::to_string(i + 1) + " but got " + withArticle(typeNameOf(v)));
 }
 
 namespace {
@@ -221,11 +223,11 @@ const std::map<std::string, Builtin>& builtins() {
                   if (a[0].isString()) return a[0];
                   if (a.size() == 2) return in.string(formatNumber(in.numberArgument(a, 0, "Str", w), in.stringArgument(a, 1, "Str", w)));
                   if (!a[0].isNumber() && !a[0].isBoolean() && !a[0].isColor())
-                    fail(w, "Str expects a number but got " + typeNameOf(a[0]));
+                    fail(w, "Str expects a number but got " + withArticle(typeNameOf(a[0])));
                   return in.string(variantText(in.runtime(), a[0]));
                 }};
     t["cstr"] = {1, 1, [](I& in, Args& a, Position w) {
-                   if (a[0].isObject() || a[0].isArray()) fail(w, "CStr cannot convert a " + typeNameOf(a[0]));
+                   if (a[0].isObject() || a[0].isArray()) fail(w, "CStr cannot convert " + withArticle(typeNameOf(a[0])));
                    return in.string(variantText(in.runtime(), a[0]));
                  }};
     t["val"] = {1, 1, [](I& in, Args& a, Position w) {
@@ -303,7 +305,7 @@ const std::map<std::string, Builtin>& builtins() {
                   }};
     t["join"] = {1, 2, [](I& in, Args& a, Position w) {
                    if (!a[0].isArray() || a[0].array->elementType.kind != Type::Kind::String)
-                     fail(w, "Join expects a String array but got " + typeNameOf(a[0]));
+                     fail(w, "Join expects a String array but got " + withArticle(typeNameOf(a[0])));
                    std::string sep = a.size() == 2 ? in.stringArgument(a, 1, "Join", w) : " ";
                    std::string out;
                    for (size_t i = 0; i < a[0].array->items.size(); ++i) out += (i ? sep : "") + in.text(a[0].array->items[i]);
@@ -368,7 +370,7 @@ const std::map<std::string, Builtin>& builtins() {
                   return Value(host::Value::ofColor((alpha << 24) | (channel(0) << 16) | (channel(1) << 8) | channel(2)));
                 }};
     t["ubound"] = {1, 1, [](I&, Args& a, Position w) {
-                     if (!a[0].isArray()) fail(w, "UBound expects an array but got " + typeNameOf(a[0]));
+                     if (!a[0].isArray()) fail(w, "UBound expects an array but got " + withArticle(typeNameOf(a[0])));
                      return Value(host::Value::ofInteger(int64_t(a[0].array->items.size()) - 1));
                    }};
     t["ticks"] = {0, 0, [](I&, Args&, Position) {
@@ -379,6 +381,89 @@ const std::map<std::string, Builtin>& builtins() {
                            auto us = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - kStart).count();
                            return Value(host::Value::ofDouble(static_cast<double>(us)));
                          }};
+    // Bytes rather than characters: LenB, LeftB, RightB, MidB, InStrB, AscB, ChrB keep the
+    // string's own bytes and its encoding.
+    auto bytesOf = [](I& in, Args& a, size_t i, const char* function, Position w) {
+      if (!a[i].isString()) in.stringArgument(a, i, function, w);  // the type error
+      return in.runtime().bytes(a[i].v);
+    };
+    auto sameEncoding = [](I& in, const Value& from, const std::string& bytes) {
+      return Value(in.runtime().string(bytes, in.runtime().encoding(from.v)));
+    };
+    t["leftb"] = {2, 2, [=](I& in, Args& a, Position w) {
+                    std::string s = bytesOf(in, a, 0, "LeftB", w);
+                    return sameEncoding(in, a[0], s.substr(0, size_t(std::clamp<int64_t>(in.integerArgument(a, 1, "LeftB", w), 0, int64_t(s.size())))));
+                  }};
+    t["rightb"] = {2, 2, [=](I& in, Args& a, Position w) {
+                     std::string s = bytesOf(in, a, 0, "RightB", w);
+                     size_t n = size_t(std::clamp<int64_t>(in.integerArgument(a, 1, "RightB", w), 0, int64_t(s.size())));
+                     return sameEncoding(in, a[0], s.substr(s.size() - n));
+                   }};
+    t["midb"] = {2, 3, [=](I& in, Args& a, Position w) {
+                   std::string s = bytesOf(in, a, 0, "MidB", w);
+                   size_t start = size_t(std::clamp<int64_t>(in.integerArgument(a, 1, "MidB", w) - 1, 0, int64_t(s.size())));
+                   size_t length = a.size() == 3 ? size_t(std::max<int64_t>(0, in.integerArgument(a, 2, "MidB", w))) : std::string::npos;
+                   return sameEncoding(in, a[0], s.substr(start, length));
+                 }};
+    t["instrb"] = {2, 3, [=](I& in, Args& a, Position w) {
+                     size_t k = a.size() == 3 ? 1 : 0;
+                     int64_t start = k ? std::max<int64_t>(1, in.integerArgument(a, 0, "InStrB", w)) : 1;
+                     std::string s = bytesOf(in, a, k, "InStrB", w), find = bytesOf(in, a, k + 1, "InStrB", w);
+                     size_t at = size_t(start - 1) <= s.size() ? s.find(find, size_t(start - 1)) : std::string::npos;
+                     return Value(host::Value::ofInteger(at == std::string::npos ? 0 : int64_t(at) + 1));
+                   }};
+    t["ascb"] = {1, 1, [=](I& in, Args& a, Position w) {
+                   std::string s = bytesOf(in, a, 0, "AscB", w);
+                   return Value(host::Value::ofInteger(s.empty() ? 0 : static_cast<unsigned char>(s[0])));
+                 }};
+    t["chrb"] = {1, 1, [](I& in, Args& a, Position w) {
+                   int64_t b = in.integerArgument(a, 0, "ChrB", w);
+                   if (b < 0 || b > 255) in.raise("OutOfBoundsException", "ChrB of " + std::to_string(b), w);
+                   return Value(in.runtime().string(std::string(1, static_cast<char>(b)), host::kEncodingUnknown));
+                 }};
+    t["endofline"] = {0, 0, [](I& in, Args&, Position) { return in.string("\n"); }};
+    t["replacelineendings"] = {2, 2, [](I& in, Args& a, Position w) {
+                                 std::string s = in.stringArgument(a, 0, "ReplaceLineEndings", w), eol = in.stringArgument(a, 1, "ReplaceLineEndings", w);
+                                 std::string out;
+                                 for (size_t i = 0; i < s.size(); ++i) {
+                                   if (s[i] == '\r' || s[i] == '\n') {
+                                     if (s[i] == '\r' && i + 1 < s.size() && s[i + 1] == '\n') ++i;
+                                     out += eol;
+                                   } else {
+                                     out += s[i];
+                                   }
+                                 }
+                                 return in.string(out);
+                               }};
+    t["asin"] = math("ASin", [](double x) { return std::asin(x); });
+    t["acos"] = math("ACos", [](double x) { return std::acos(x); });
+    t["sign"] = {1, 1, [](I& in, Args& a, Position w) {
+                   double x = in.numberArgument(a, 0, "Sign", w);
+                   return Value(host::Value::ofInteger(x > 0 ? 1 : x < 0 ? -1 : 0));
+                 }};
+    t["rnd"] = {0, 0, [](I&, Args&, Position) {
+                  static std::mt19937_64 generator(std::random_device{}());
+                  return Value(host::Value::ofDouble(std::uniform_real_distribution<double>(0, 1)(generator)));
+                }};
+    t["clong"] = {1, 1, [](I& in, Args& a, Position w) {
+                    if (a[0].isNumber()) return Value(host::Value::ofInteger(Value(host::Value::ofDouble(std::round(a[0].real()))).integer()));
+                    return Value(host::Value::ofInteger(static_cast<int64_t>(std::round(valueOf(in.stringArgument(a, 0, "CLong", w))))));
+                  }};
+    // A console program's message box is a line of output; Beep has nothing to sound.
+    t["msgbox"] = {1, 1, [](I& in, Args& a, Position w) {
+                     in.out() << in.stringArgument(a, 0, "MsgBox", w) << '\n';
+                     return Value();
+                   }};
+    t["beep"] = {0, 0, [](I&, Args&, Position) { return Value(); }};
+    // The target constants read as values too: If TargetConsole Then ...
+    for (const TargetConstant& target : targetConstants(host::Options())) {
+      const std::string targetName = target.name;
+      t[lowered(targetName)] = {0, 0, [targetName](I& in, Args&, Position) {
+                                  const auto targets = targetConstants(in.runtime().options());
+                                  const TargetConstant* c = findTarget(targets, targetName);
+                                  return c->isBoolean ? Value(host::Value::ofBoolean(c->value != 0)) : Value(host::Value::ofDouble(c->value));
+                                }};
+    }
     t["isnumeric"] = {1, 1, [](I& in, Args& a, Position) {
                         if (a[0].isNumber()) return Value(host::Value::ofBoolean(true));
                         if (!a[0].isString()) return Value(host::Value::ofBoolean(false));
@@ -408,7 +493,7 @@ const std::map<std::string, Builtin>& builtins() {
                           type = resolveType(in.runtime(), "Object", false, w);
                           break;
                         }
-                    } else fail(w, "Array cannot hold a " + typeNameOf(first));
+                    } else fail(w, "Array cannot hold " + withArticle(typeNameOf(first)));
                     std::vector<Value> items;
                     for (const Value& v : a) items.push_back(convertTo(in.runtime(), type, v, w, "an element of Array(...)"));
                     return makeArray(type, std::move(items));

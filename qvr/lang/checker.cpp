@@ -1,6 +1,7 @@
 // The checker: walks every statement of the main program and of each Sub and Function
-// with the scopes the interpreter will have, so a typo in a branch that a test run never
-// takes is still reported before the program starts, at its line and column.
+// with the scopes the interpreter will have, typing each expression by declared types,
+// so a typo or a type error in a branch that a test run never takes is still reported
+// before the program starts, at its line and column.
 #include "checker.h"
 
 #include "lexer.h"
@@ -16,78 +17,106 @@ namespace qvrlang {
 
 namespace {
 
-// What the checker knows of an expression's type: a value type for certain, or nothing.
-enum class Known { Unknown, Integer, Double, String, Boolean, Color };
+// What the checker knows of an expression: its declared type, Nil, or nothing (a value
+// whose type only running shows, such as some results of the built-ins).
+struct Static {
+  enum class Is { Unknown, Nil, Typed };
+  Is is = Is::Unknown;
+  Type type;
 
-const char* nameOf(Known k) {
-  switch (k) {
-    case Known::Integer: return "Integer";
-    case Known::Double: return "Double";
-    case Known::String: return "String";
-    case Known::Boolean: return "Boolean";
-    case Known::Color: return "Color";
-    default: return "a value";
-  }
+  bool known() const { return is == Is::Typed; }
+  bool isValue(Type::Kind k) const { return known() && !type.isArray && type.kind == k; }
+  bool numeric() const { return isValue(Type::Kind::Integer) || isValue(Type::Kind::Double); }
+  bool variant() const { return isValue(Type::Kind::Variant); }
+  std::string describe() const { return is == Is::Nil ? "Nil" : withArticle(type.describe()); }
+};
+
+Static typed(const Type& t) {
+  Static s;
+  s.is = Static::Is::Typed;
+  s.type = t;
+  return s;
 }
 
-Known knownOf(const Type& t) {
-  if (t.isArray) return Known::Unknown;
-  switch (t.kind) {
-    case Type::Kind::Integer: return Known::Integer;
-    case Type::Kind::Double: return Known::Double;
-    case Type::Kind::String: return Known::String;
-    case Type::Kind::Boolean: return Known::Boolean;
-    case Type::Kind::Color: return Known::Color;
-    default: return Known::Unknown;
-  }
+Static nilValue() {
+  Static s;
+  s.is = Static::Is::Nil;
+  return s;
 }
 
-bool numeric(Known k) { return k == Known::Integer || k == Known::Double; }
+bool isMemoryBlock(const Type& t) { return t.kind == Type::Kind::Object && !t.isArray && t.cls && t.cls->name == "MemoryBlock"; }
 
 // Results of the built-ins whose type never varies.
-Known builtinResult(const std::string& name) {
-  static const std::map<std::string, Known> kResults = {
-      {"str", Known::String},      {"cstr", Known::String},     {"format", Known::String},  {"left", Known::String},
-      {"right", Known::String},    {"mid", Known::String},      {"trim", Known::String},    {"ltrim", Known::String},
-      {"rtrim", Known::String},    {"uppercase", Known::String}, {"lowercase", Known::String}, {"titlecase", Known::String},
-      {"chr", Known::String},      {"hex", Known::String},      {"oct", Known::String},     {"bin", Known::String},
-      {"replace", Known::String},  {"replaceall", Known::String}, {"nthfield", Known::String}, {"join", Known::String},
-      {"len", Known::Integer},     {"lenb", Known::Integer},    {"instr", Known::Integer},  {"asc", Known::Integer},
-      {"countfields", Known::Integer}, {"strcomp", Known::Integer}, {"ubound", Known::Integer},
-      {"val", Known::Double},      {"cdbl", Known::Double},     {"sqrt", Known::Double},    {"round", Known::Double},
-      {"floor", Known::Double},    {"ceil", Known::Double},     {"ceiling", Known::Double}, {"pow", Known::Double},
-      {"isnumeric", Known::Boolean}, {"rgb", Known::Color},
+const char* builtinResult(const std::string& name) {
+  static const std::map<std::string, const char*> kResults = {
+      {"str", "String"},      {"cstr", "String"},     {"format", "String"},  {"left", "String"},
+      {"right", "String"},    {"mid", "String"},      {"trim", "String"},    {"ltrim", "String"},
+      {"rtrim", "String"},    {"uppercase", "String"}, {"lowercase", "String"}, {"titlecase", "String"},
+      {"chr", "String"},      {"hex", "String"},      {"oct", "String"},     {"bin", "String"},
+      {"replace", "String"},  {"replaceall", "String"}, {"nthfield", "String"}, {"join", "String"},
+      {"len", "Integer"},     {"lenb", "Integer"},    {"instr", "Integer"},  {"asc", "Integer"},
+      {"countfields", "Integer"}, {"strcomp", "Integer"}, {"ubound", "Integer"}, {"ticks", "Integer"},
+      {"val", "Double"},      {"cdbl", "Double"},     {"sqrt", "Double"},    {"round", "Double"},
+      {"floor", "Double"},    {"ceil", "Double"},     {"ceiling", "Double"}, {"pow", "Double"},
+      {"microseconds", "Double"}, {"isnumeric", "Boolean"}, {"rgb", "Color"},
+      {"leftb", "String"}, {"rightb", "String"}, {"midb", "String"}, {"chrb", "String"}, {"endofline", "String"},
+      {"replacelineendings", "String"}, {"instrb", "Integer"}, {"ascb", "Integer"}, {"sign", "Integer"},
+      {"clong", "Integer"}, {"asin", "Double"}, {"acos", "Double"}, {"rnd", "Double"},
+      {"sin", "Double"}, {"cos", "Double"}, {"tan", "Double"}, {"atan", "Double"}, {"atan2", "Double"},
+      {"exp", "Double"}, {"log", "Double"},
+      {"targetlinux", "Boolean"}, {"targetmacos", "Boolean"}, {"targetwindows", "Boolean"}, {"targetwin32", "Boolean"},
+      {"targetcocoa", "Boolean"}, {"targetcarbon", "Boolean"}, {"targetmacho", "Boolean"}, {"targetios", "Boolean"},
+      {"targetdesktop", "Boolean"}, {"targethasgui", "Boolean"}, {"targetconsole", "Boolean"}, {"targetweb", "Boolean"},
+      {"targetx86", "Boolean"}, {"targetarm", "Boolean"}, {"target32bit", "Boolean"}, {"target64bit", "Boolean"},
+      {"targetlittleendian", "Boolean"}, {"targetbigendian", "Boolean"}, {"debugbuild", "Boolean"},
+      {"xojoversion", "Double"}, {"rbversion", "Double"},
   };
   auto it = kResults.find(lowered(name));
-  return it == kResults.end() ? Known::Unknown : it->second;
+  return it == kResults.end() ? nullptr : it->second;
 }
 
 class Checker {
  public:
   Checker(host::Runtime& rt, const Program& program) : rt_(rt), program_(program) {}
 
-  void run() {
+  StaticTypes run() {
     // Constants of the main program are visible in every method.
     for (const StmtPtr& s : program_.main)
-      if (s->kind == Stmt::Kind::Const) globalConstants_.insert(lowered(s->items[0].name));
+      if (s->kind == Stmt::Kind::Const) globalConstants_[lowered(s->items[0].name)] = Static();
     scopes_.assign(1, {});
     block(program_.main, false);
     for (const auto& [name, f] : program_.functions) {
       scopes_.assign(1, {});
       constants_.clear();
       for (const Parameter& p : f->parameters) {
-        type(p.type);
-        if (p.defaultValue) expression(*p.defaultValue);
-        declare(p.name, p.where, false, knownOf(resolveType(rt_, p.type)));
+        Type t = resolveType(rt_, p.type);
+        if (p.defaultValue) stores(t, expression(*p.defaultValue), p.defaultValue->where, "parameter " + p.name);
+        declare(p.name, p.where, false, typed(t));
       }
       if (f->isFunction) type(f->returnType);
+      result_ = f->isFunction ? typed(resolveType(rt_, f->returnType)) : Static();
+      method_ = f->name;
       block(f->body, true);
     }
+    return std::move(types_);
   }
 
  private:
-  void type(const TypeName& t) {
-    if (!t.empty()) resolveType(rt_, t);
+  Static type(const TypeName& t) {
+    if (t.empty()) return Static();
+    return typed(resolveType(rt_, t));
+  }
+
+  Static named(const char* typeName) { return typed(resolveType(rt_, typeName, false, {})); }
+
+  // A type as host declarations write it; a name this checker cannot resolve is unknown.
+  Static hostType(const std::string& name, bool isArray) {
+    if (name.empty()) return Static();
+    try {
+      return typed(resolveType(rt_, name, isArray, {}));
+    } catch (const ProgramError&) {
+      return Static();
+    }
   }
 
   void classNamed(const std::string& name, Position where) {
@@ -95,12 +124,20 @@ class Checker {
     if (!cls || cls->name.back() == ')') fail(where, "unknown class \"" + name + "\"");
   }
 
-  bool isVariable(const std::string& name) const {
+  const Static* variable(const std::string& name) const {
     const std::string k = lowered(name);
-    for (const auto& scope : scopes_)
-      if (scope.count(k)) return true;
-    return inMethod_ && globalConstants_.count(k);
+    for (auto scope = scopes_.rbegin(); scope != scopes_.rend(); ++scope) {
+      auto it = scope->find(k);
+      if (it != scope->end()) return &it->second;
+    }
+    if (inMethod_) {
+      auto it = globalConstants_.find(k);
+      if (it != globalConstants_.end()) return &it->second;
+    }
+    return nullptr;
   }
+
+  bool isVariable(const std::string& name) const { return variable(name) != nullptr; }
 
   bool isFunction(const std::string& name) const { return program_.functions.count(lowered(name)) != 0; }
 
@@ -109,54 +146,64 @@ class Checker {
     return cls && cls->name.back() != ')';
   }
 
-  void declare(const std::string& name, Position where, bool constant, Known type = Known::Unknown) {
+  void declare(const std::string& name, Position where, bool constant, Static type = Static()) {
     const std::string k = lowered(name);
     for (const auto& scope : scopes_)
       if (scope.count(k)) fail(where, "\"" + name + "\" is already declared");
     if (isFunction(name)) fail(where, "\"" + name + "\" is the name of a method");
     scopes_.back()[k] = type;
     if (constant) constants_.insert(k);
+    if (constant && scopes_.size() == 1 && !inMethod_) globalConstants_[k] = type;
   }
 
-  Known variableType(const std::string& name) const {
-    const std::string k = lowered(name);
-    for (auto scope = scopes_.rbegin(); scope != scopes_.rend(); ++scope) {
-      auto it = scope->find(k);
-      if (it != scope->end()) return it->second;
+  // Whether a value of static type value may be stored where declared is wanted, as the
+  // host's compiler allows it: numbers into numbers, a Variant into anything (checked
+  // when it runs), a String and a MemoryBlock into each other, an object into its class
+  // and superclasses (a superclass or Object into a subclass needs a cast).
+  std::string refusal(const Type& declared, const Static& value) {
+    if (!value.known() && value.is != Static::Is::Nil) return "";
+    if (declared.kind == Type::Kind::Variant && !declared.isArray) return "";
+    if (value.is == Static::Is::Nil)
+      return declared.isArray || declared.kind == Type::Kind::Object || declared.kind == Type::Kind::Ptr ? "" : "x";
+    const Type& v = value.type;
+    if (v.kind == Type::Kind::Variant && !v.isArray) return declared.isArray ? "x" : "";
+    if (declared.isArray != v.isArray) return "x";
+    if (declared.isArray) {
+      if (declared.kind != v.kind) return declared.kind == Type::Kind::Variant ? "" : "x";
+      if (declared.kind == Type::Kind::Object && declared.cls && v.cls && !v.cls->isA(declared.cls)) return "x";
+      return "";
     }
-    return Known::Unknown;
+    switch (declared.kind) {
+      case Type::Kind::Integer:
+      case Type::Kind::Double: return value.numeric() ? "" : "x";
+      case Type::Kind::String: return v.kind == Type::Kind::String || isMemoryBlock(v) ? "" : "x";
+      case Type::Kind::Boolean: return v.kind == Type::Kind::Boolean ? "" : "x";
+      case Type::Kind::Color: return v.kind == Type::Kind::Color ? "" : "x";
+      case Type::Kind::Ptr: return v.kind == Type::Kind::Ptr || v.kind == Type::Kind::Object ? "" : "x";
+      case Type::Kind::Object:
+        if (isMemoryBlock(declared) && v.kind == Type::Kind::String) return "";
+        if (v.kind != Type::Kind::Object) return "x";
+        if (!declared.cls) return "";
+        if (!v.cls || declared.cls->isA(v.cls))
+          return v.cls == declared.cls ? "" : "; cast it with " + declared.cls->name + "(...)";
+        return v.cls->isA(declared.cls) ? "" : "x";
+      default: return "";
+    }
   }
 
-  // A value of a known type stored where a declared type is wanted: the same refusals
-  // the interpreter makes, found before the program runs.
-  void stores(const Type& declared, Known value, Position where, const std::string& what) {
-    if (value == Known::Unknown || declared.kind == Type::Kind::Variant) return;
-    bool fits = false;
-    if (!declared.isArray) {
-      switch (declared.kind) {
-        case Type::Kind::Integer:
-        case Type::Kind::Double: fits = numeric(value); break;
-        case Type::Kind::String: fits = value == Known::String; break;
-        case Type::Kind::Boolean: fits = value == Known::Boolean; break;
-        case Type::Kind::Color: fits = value == Known::Color; break;
-        case Type::Kind::Ptr: fits = false; break;
-        default: fits = false; break;
-      }
-    }
-    if (!fits) fail(where, what + " expects " + declared.describe() + " but got a " + nameOf(value));
+  void stores(const Type& declared, const Static& value, Position where, const std::string& what) {
+    std::string why = refusal(declared, value);
+    if (why.empty()) return;
+    const bool instance = value.known() && value.type.kind == Type::Kind::Object && value.type.cls && !value.type.isArray &&
+                          declared.kind == Type::Kind::Object && !declared.isArray;
+    fail(where, what + " expects " + withArticle(declared.describe()) + " but got " +
+                    (instance ? "an instance of " + value.type.name : value.describe()) + (why == "x" ? "" : why));
   }
 
   void condition(const Expr& e, const char* what) {
-    Known k = expression(e);
-    if (k != Known::Unknown && k != Known::Boolean) fail(e.where, std::string(what) + " expects a Boolean but got " + nameOf(k));
-  }
-
-  // The result of a call of the program's own method: its declared result when there is
-  // only one definition.
-  Known functionResult(const std::string& method) {
-    auto range = program_.functions.equal_range(lowered(method));
-    if (std::distance(range.first, range.second) != 1 || !range.first->second->isFunction) return Known::Unknown;
-    return knownOf(resolveType(rt_, range.first->second->returnType));
+    Static k = expression(e);
+    if (k.known() && !k.isValue(Type::Kind::Boolean) && !k.variant())
+      fail(e.where, std::string(what) + " expects a Boolean but got " + k.describe());
   }
 
   void block(const Block& statements, bool inMethod) {
@@ -174,29 +221,25 @@ class Checker {
     switch (s.kind) {
       case Stmt::Kind::Dim:
         for (const DimItem& item : s.items) {
-          type(item.type);
           Type declared = resolveType(rt_, item.type);
           if (item.size) expression(*item.size);
-          if (item.initializer)
-            stores(declared, expression(*item.initializer), item.initializer->where, "\"" + item.name + "\"");
+          if (item.initializer) stores(declared, expression(*item.initializer), item.initializer->where, "\"" + item.name + "\"");
           for (const ExprPtr& a : item.newArgs) expression(*a);
-          declare(item.name, item.where, false, knownOf(declared));
+          declare(item.name, item.where, false, typed(declared));
         }
         return;
-      case Stmt::Kind::Const:
-        {
-          type(s.items[0].type);
-          Known value = expression(*s.items[0].initializer);
-          if (!s.items[0].type.empty()) {
-            Type declared = resolveType(rt_, s.items[0].type);
-            stores(declared, value, s.items[0].initializer->where, "\"" + s.items[0].name + "\"");
-            value = knownOf(declared);
-          }
-          declare(s.items[0].name, s.items[0].where, true, value);
+      case Stmt::Kind::Const: {
+        Static value = expression(*s.items[0].initializer);
+        if (!s.items[0].type.empty()) {
+          Type declared = resolveType(rt_, s.items[0].type);
+          stores(declared, value, s.items[0].initializer->where, "\"" + s.items[0].name + "\"");
+          value = typed(declared);
         }
+        declare(s.items[0].name, s.items[0].where, true, value);
         return;
+      }
       case Stmt::Kind::Assign: {
-        Known value = expression(*s.value);
+        Static value = expression(*s.value);
         if (s.target->kind == Expr::Kind::Name) {
           const std::string& n = s.target->text;
           if (constants_.count(lowered(n)) || (inMethod_ && globalConstants_.count(lowered(n)) && !isLocal(n)))
@@ -205,19 +248,13 @@ class Checker {
             if (isFunction(n)) fail(s.target->where, "\"" + n + "\" is a method; return a result with Return");
             fail(s.target->where, "unknown variable \"" + n + "\"; declare it with Dim or Var");
           }
-          Known target = variableType(n);
-          if (!s.compound && target != Known::Unknown) {
-            Type declared;
-            declared.kind = target == Known::Integer ? Type::Kind::Integer
-                            : target == Known::Double ? Type::Kind::Double
-                            : target == Known::String ? Type::Kind::String
-                            : target == Known::Boolean ? Type::Kind::Boolean
-                                                       : Type::Kind::Color;
-            declared.name = nameOf(target);
-            stores(declared, value, s.value->where, "\"" + n + "\"");
-          }
+          const Static target = *variable(n);
+          if (!s.compound && target.known()) stores(target.type, value, s.value->where, "\"" + n + "\"");
+          types_[s.target.get()] = target.type;
         } else {
-          expression(*s.target);
+          Static target = expression(*s.target);
+          if (!s.compound && target.known() && s.target->kind == Expr::Kind::Call)
+            stores(target.type, value, s.value->where, "this element");
         }
         return;
       }
@@ -225,13 +262,13 @@ class Checker {
         // The head of a call statement may be a Sub; anywhere else a value is wanted.
         const Expr& e = *s.value;
         if (e.kind == Expr::Kind::Name && isFunction(e.text) && !isVariable(e.text)) {
-          arguments(e.text, 0, e.where, false);
+          arguments(e.text, e.args, e.where, false);
         } else if (e.kind == Expr::Kind::Call && e.left->kind == Expr::Kind::Name && isFunction(e.left->text) &&
                    !isVariable(e.left->text)) {
-          arguments(e.left->text, e.args.size(), e.where, false);
-          for (const ExprPtr& a : e.args) expression(*a);
+          arguments(e.left->text, e.args, e.where, false);
         } else {
-          expression(e);
+          if (e.kind == Expr::Kind::Name && isVariable(e.text)) fail(e.where, "\"" + e.text + "\" is a variable, not something to call");
+          expression(e, true);
         }
         return;
       }
@@ -243,14 +280,16 @@ class Checker {
         if (s.hasElse) scoped(s.elseBlock);
         return;
       case Stmt::Kind::For:
-      case Stmt::Kind::ForEach:
-        expression(*s.value);
+      case Stmt::Kind::ForEach: {
+        Static collection = expression(*s.value);
         if (s.target) expression(*s.target);
         if (s.step) expression(*s.step);
         scopes_.emplace_back();
         if (!s.type.empty()) {
-          type(s.type);
-          declare(s.name, s.where, false, knownOf(resolveType(rt_, s.type)));
+          Static t = type(s.type);
+          if (s.kind == Stmt::Kind::ForEach && collection.known() && collection.type.isArray)
+            stores(t.type, typed(collection.type.element()), s.value->where, "the loop variable " + s.name);
+          declare(s.name, s.where, false, t);
         } else if (!isVariable(s.name)) {
           fail(s.where, "unknown variable \"" + s.name + "\"; write For " + std::string(s.kind == Stmt::Kind::ForEach ? "Each " : "") +
                             s.name + " As Type ...");
@@ -258,6 +297,7 @@ class Checker {
         scoped(s.body);
         scopes_.pop_back();
         return;
+      }
       case Stmt::Kind::While:
         condition(*s.value, "While");
         scoped(s.body);
@@ -282,15 +322,21 @@ class Checker {
         for (const CatchBlock& c : s.catches) {
           if (!c.className.empty()) classNamed(c.className, c.where);
           scopes_.emplace_back();
-          if (!c.variable.empty()) declare(c.variable, c.where, false);
+          if (!c.variable.empty())
+            declare(c.variable, c.where, false, named(c.className.empty() ? "RuntimeException" : c.className.c_str()));
           scoped(c.body);
           scopes_.pop_back();
         }
         if (s.hasFinally) scoped(s.finallyBlock);
         return;
       case Stmt::Kind::Raise:
-      case Stmt::Kind::Return:
         if (s.value) expression(*s.value);
+        return;
+      case Stmt::Kind::Return:
+        if (s.value) {
+          Static value = expression(*s.value);
+          if (inMethod_ && result_.known()) stores(result_.type, value, s.value->where, "the result of " + method_);
+        }
         return;
       case Stmt::Kind::Redim:
         expression(*s.target);
@@ -309,37 +355,130 @@ class Checker {
     return false;
   }
 
-  // A call of the program's own method with count arguments: some definition must take
-  // that many, and where a value is wanted it must be a Function.
-  void arguments(const std::string& method, size_t count, Position where, bool wantValue) {
+  // A call of the program's own method: the definition the arguments' declared types
+  // choose (a ParamArray takes any number of its element type); where a value is
+  // wanted it must be a Function. Answers the result's type.
+  Static arguments(const std::string& method, const std::vector<ExprPtr>& args, Position where, bool wantValue) {
+    std::vector<Static> given;
+    for (const ExprPtr& a : args) given.push_back(expression(*a));
     auto range = program_.functions.equal_range(lowered(method));
-    bool anyCount = false, anyFunction = false;
-    size_t most = 0, fewest = SIZE_MAX;
+    const Function* chosen = nullptr;
+    const Function* countFits = nullptr;
+    size_t most = 0, fewest = SIZE_MAX, fitting = 0;
+    bool unbounded = false;
     for (auto it = range.first; it != range.second; ++it) {
       const Function& f = *it->second;
+      const bool paramArray = !f.parameters.empty() && f.parameters.back().paramArray;
       size_t required = 0;
       for (const Parameter& p : f.parameters)
-        if (!p.defaultValue && !p.optional) ++required;
-      most = std::max(most, f.parameters.size());
+        if (!p.defaultValue && !p.optional && !p.paramArray) ++required;
+      const size_t fixed = f.parameters.size() - (paramArray ? 1 : 0);
+      most = std::max(most, fixed);
+      unbounded = unbounded || paramArray;
       fewest = std::min(fewest, required);
-      if (count >= required && count <= f.parameters.size()) {
-        anyCount = true;
-        if (f.isFunction) anyFunction = true;
+      if (given.size() < required || (!paramArray && given.size() > f.parameters.size())) continue;
+      countFits = &f;
+      bool fits = true;
+      for (size_t i = 0; i < given.size() && fits; ++i) {
+        const Parameter& p = f.parameters[std::min(i, f.parameters.size() - 1)];
+        Type t = resolveType(rt_, p.type);
+        // A ParamArray takes its elements, or one array of them.
+        if (p.paramArray && !(given.size() == fixed + 1 && given[i].known() && given[i].type.isArray)) t = t.element();
+        fits = refusal(t, given[i]).empty();
+      }
+      if (fits) {
+        ++fitting;
+        chosen = &f;
       }
     }
-    if (!anyCount) {
-      if (count > most)
-        fail(where, method + " takes at most " + std::to_string(most) + " argument(s) but was given " + std::to_string(count));
-      fail(where, method + " needs at least " + std::to_string(fewest) + " argument(s) but was given " + std::to_string(count));
+    if (!countFits) {
+      if (given.size() > most && !unbounded)
+        fail(where, method + " takes at most " + std::to_string(most) + " argument(s) but was given " + std::to_string(given.size()));
+      fail(where, method + " needs at least " + std::to_string(fewest) + " argument(s) but was given " + std::to_string(given.size()));
     }
-    if (wantValue && !anyFunction) fail(where, method + " is a Sub and has no value");
+    if (!chosen) {
+      if (std::distance(range.first, range.second) == 1) {
+        const Function& f = *countFits;
+        for (size_t i = 0; i < given.size(); ++i) {
+          const Parameter& p = f.parameters[std::min(i, f.parameters.size() - 1)];
+          Type t = resolveType(rt_, p.type);
+          if (p.paramArray) t = t.element();
+          stores(t, given[i], args[i]->where, "parameter " + p.name + " of " + method);
+        }
+      }
+      std::string types;
+      for (const Static& g : given) types += (types.empty() ? "" : ", ") + (g.known() ? g.type.describe() : g.is == Static::Is::Nil ? "Nil" : "?");
+      fail(where, "no version of " + method + " takes (" + types + ")");
+    }
+    if (wantValue && !chosen->isFunction) fail(where, method + " is a Sub and has no value");
+    return fitting == 1 && chosen->isFunction ? typed(resolveType(rt_, chosen->returnType)) : Static();
+  }
+
+  // The type of a host class member called with count arguments: the result the
+  // matching declarations agree on, or unknown. found tells whether the class has it.
+  Static hostMember(host::ClassInfo* cls, const std::string& name, size_t count, bool shared, bool& found) {
+    found = false;
+    std::vector<Static> results;
+    const std::string k = lowered(name);
+    for (host::ClassInfo* c = cls; c; c = c->superclass) {
+      for (const host::MethodInfo& m : shared ? c->sharedMethods : c->methods) {
+        if (lowered(m.declaration.name) != k) continue;
+        found = true;
+        size_t ordinary = m.declaration.parameters.size(), required = 0;
+        if (ordinary && m.declaration.parameters.back().assigns) --ordinary;
+        for (size_t i = 0; i < ordinary; ++i)
+          if (!m.declaration.parameters[i].defaultValue) ++required;
+        if (count >= required && count <= ordinary) results.push_back(hostType(m.declaration.returnType, m.declaration.returnsArray));
+      }
+      for (const host::PropertyInfo& p : shared ? c->sharedProperties : c->properties)
+        if (lowered(p.name) == k) {
+          found = true;
+          Static t = hostType(p.type, false);
+          if (count == 0) results.push_back(t);
+        }
+      if (shared)
+        for (const host::ConstantInfo& constant : c->constants)
+          if (lowered(constant.name) == k) {
+            found = true;
+            results.push_back(hostType(constant.type, false));
+          }
+    }
+    if (results.empty()) return Static();
+    for (const Static& r : results)
+      if (!r.known() || r.type.describe() != results[0].type.describe()) return Static();
+    return results[0];
+  }
+
+  // A member of a value of static type t (with count arguments, called or not).
+  Static memberOfType(const Static& t, const Expr& e, size_t count) {
+    if (!t.known()) return Static();
+    if (t.variant()) {
+      const char* result = variantMemberType(e.text);
+      if (!*result) fail(e.where, "Variant has no member \"" + e.text + "\"; convert the value first (IntegerValue, StringValue, ObjectValue, a cast ...)");
+      return named(result);
+    }
+    if (t.type.isArray) {
+      const std::string n = lowered(e.text);
+      if (n == "ubound" || n == "lastindex" || n == "count" || n == "indexof" || n == "lastrowindex") return named("Integer");
+      if (n == "pop") return typed(t.type.element());
+      return Static();
+    }
+    if (t.type.kind == Type::Kind::Object && t.type.cls) {
+      bool found = false;
+      Static result = hostMember(t.type.cls, e.text, count, false, found);
+      if (!found) fail(e.where, "class " + t.type.cls->name + " has no member \"" + e.text + "\"");
+      return result;
+    }
+    return Static();
   }
 
   // A name: a variable, a method, a built-in function; a class only before a ".".
   void name(const Expr& e, bool receiver) {
     if (isVariable(e.text)) return;
+    if (lowered(e.text) == "self" || lowered(e.text) == "me")
+      fail(e.where, "Self and Me refer to the object of class code; a program here has no classes");
     if (isFunction(e.text)) {
-      arguments(e.text, 0, e.where, true);
+      arguments(e.text, {}, e.where, true);
       return;
     }
     if (isBuiltinFunction(e.text) || rt_.hasGlobal(e.text)) return;
@@ -350,123 +489,179 @@ class Checker {
     fail(e.where, "unknown name \"" + e.text + "\"");
   }
 
-  Known expression(const Expr& e) {
+  Static expression(const Expr& e, bool statement = false) {
+    Static t = typeOf(e, statement);
+    if (t.known()) types_[&e] = t.type;
+    return t;
+  }
+
+  Static typeOf(const Expr& e, bool statement) {
     switch (e.kind) {
-      case Expr::Kind::Integer: return Known::Integer;
-      case Expr::Kind::Double: return Known::Double;
-      case Expr::Kind::String: return Known::String;
-      case Expr::Kind::Color: return Known::Color;
-      case Expr::Kind::Boolean: return Known::Boolean;
+      case Expr::Kind::Integer: return named("Integer");
+      case Expr::Kind::Double: return named("Double");
+      case Expr::Kind::String: return named("String");
+      case Expr::Kind::Color: return named("Color");
+      case Expr::Kind::Boolean: return named("Boolean");
+      case Expr::Kind::Nil: return nilValue();
       case Expr::Kind::Name:
         name(e, false);
-        if (isVariable(e.text)) return variableType(e.text);
-        if (isFunction(e.text)) return functionResult(e.text);
-        return Known::Unknown;
-      case Expr::Kind::Member:
+        if (const Static* v = variable(e.text)) return *v;
+        if (isFunction(e.text)) return arguments(e.text, {}, e.where, !statement);
+        if (const char* r = builtinResult(e.text)) return named(r);
+        return Static();
+      case Expr::Kind::Member: {
+        if (e.left->kind == Expr::Kind::Name && !isVariable(e.left->text) && !isFunction(e.left->text) && isClass(e.left->text)) {
+          if (lowered(e.left->text) == "variant") return named("Integer");  // Variant.TypeString and its siblings
+          bool found = false;
+          return hostMember(rt_.findClass(e.left->text), e.text, 0, true, found);
+        }
         if (e.left->kind == Expr::Kind::Name) name(*e.left, true);
-        else expression(*e.left);
-        return Known::Unknown;
+        return memberOfType(expression(*e.left), e, 0);
+      }
       case Expr::Kind::Call: {
-        Known result = Known::Unknown;
         if (e.left->kind == Expr::Kind::Name) {
           const std::string& n = e.left->text;
-          if (!isVariable(n) && isFunction(n)) {
-            arguments(n, e.args.size(), e.where, true);
-            result = functionResult(n);
+          if (const Static* v = variable(n)) {
+            for (const ExprPtr& a : e.args) expression(*a);
+            if (v->known() && !v->type.isArray && !v->variant()) fail(e.where, "\"" + n + "\" is " + v->describe() + ", not an array or a method");
+            return v->known() && v->type.isArray ? typed(v->type.element()) : Static();
           }
-          if (!isVariable(n) && !isFunction(n)) {
-            if (!isBuiltinFunction(n) && !rt_.hasGlobal(n)) {
-              if (isClass(n)) fail(e.left->where, "\"" + n + "\" is a class; make an instance with New " + n + "(...)");
-              fail(e.left->where, "unknown method \"" + n + "\"");
-            }
-            result = builtinResult(n);
+          if (isFunction(n)) return arguments(n, e.args, e.where, !statement);
+          for (const ExprPtr& a : e.args) expression(*a);
+          if (isBuiltinFunction(n) || rt_.hasGlobal(n)) {
+            const char* r = builtinResult(n);
+            return r ? named(r) : Static();
           }
-        } else {
-          expression(*e.left);
+          if (isClass(n)) return cast(e);
+          fail(e.left->where, "unknown method \"" + n + "\"");
         }
+        if (e.left->kind == Expr::Kind::Member) {
+          const Expr& m = *e.left;
+          for (const ExprPtr& a : e.args) expression(*a);
+          if (m.left->kind == Expr::Kind::Name && !isVariable(m.left->text) && !isFunction(m.left->text) && isClass(m.left->text)) {
+            bool found = false;
+            return hostMember(rt_.findClass(m.left->text), m.text, e.args.size(), true, found);
+          }
+          if (m.left->kind == Expr::Kind::Name) name(*m.left, true);
+          Static object = expression(*m.left);
+          Static result = memberOfType(object, m, e.args.size());
+          if (object.known() && object.type.kind == Type::Kind::Object && object.type.cls && !object.type.isArray && !result.known())
+            return Static();
+          // obj.Items(i) on an array property: the element.
+          if (result.known() && result.type.isArray && !e.args.empty() && isProperty(object, m.text)) return typed(result.type.element());
+          return result;
+        }
+        Static target = expression(*e.left);
         for (const ExprPtr& a : e.args) expression(*a);
-        return result;
+        return target.known() && target.type.isArray ? typed(target.type.element()) : Static();
       }
       case Expr::Kind::New:
         classNamed(e.text, e.where);
         for (const ExprPtr& a : e.args) expression(*a);
-        return Known::Unknown;
+        return named(e.text.c_str());
       case Expr::Kind::IsA:
         classNamed(e.text, e.where);
         expression(*e.left);
-        return Known::Boolean;
+        return named("Boolean");
       case Expr::Kind::ArrayLiteral:
-      case Expr::Kind::IfExpression:
         for (const ExprPtr& a : e.args) expression(*a);
-        return Known::Unknown;
+        return Static();
+      case Expr::Kind::IfExpression: {
+        condition(*e.args[0], "If(...)");
+        Static a = expression(*e.args[1]), b = expression(*e.args[2]);
+        return a.known() && b.known() && a.type.describe() == b.type.describe() ? a : Static();
+      }
       case Expr::Kind::Unary: {
-        Known k = expression(*e.left);
-        if (k == Known::Unknown) return k;
+        Static k = expression(*e.left);
+        if (!k.known() || k.variant()) return Static();
         if (e.op == Op::Negate) {
-          if (!numeric(k)) fail(e.where, std::string("cannot negate a ") + nameOf(k));
+          if (!k.numeric()) fail(e.where, "cannot negate " + k.describe());
           return k;
         }
-        if (k != Known::Boolean && k != Known::Integer)
-          fail(e.where, std::string("Not expects a Boolean or an Integer but got ") + nameOf(k));
+        if (!k.isValue(Type::Kind::Boolean) && !k.isValue(Type::Kind::Integer))
+          fail(e.where, "Not expects a Boolean or an Integer but got " + k.describe());
         return k;
       }
       case Expr::Kind::Binary:
         return binary(e);
-      default:
-        return Known::Unknown;
     }
+    return Static();
   }
 
-  // The operator rules of the interpreter, applied to types known before running.
-  Known binary(const Expr& e) {
-    const Known l = expression(*e.left);
-    const Known r = expression(*e.right);
+  bool isProperty(const Static& object, const std::string& name) const {
+    for (host::ClassInfo* c = object.type.cls; c; c = c->superclass)
+      for (const host::PropertyInfo& p : c->properties)
+        if (lowered(p.name) == lowered(name)) return true;
+    return false;
+  }
+
+  // ClassName(value): the value as that class. Only objects (and Variants and Nil) cast.
+  Static cast(const Expr& e) {
+    const std::string& n = e.left->text;
+    if (e.args.size() != 1)
+      fail(e.left->where, "\"" + n + "\" is a class; make an instance with New " + n + "(...), or cast one value with " + n + "(value)");
+    Static value = types_.count(e.args[0].get()) ? typed(types_[e.args[0].get()]) : Static();
+    if (e.args[0]->kind == Expr::Kind::Nil) value = nilValue();
+    Static result = named(n.c_str());
+    if (value.known() && !value.variant() && (value.type.isArray || value.type.kind != Type::Kind::Object))
+      fail(e.args[0]->where, "cannot cast " + value.describe() + " to " + result.type.name + "; only objects cast to a class");
+    return result;
+  }
+
+  // The operator rules of the interpreter, applied to the static types.
+  Static binary(const Expr& e) {
+    const Static l = expression(*e.left);
+    const Static r = expression(*e.right);
     const bool comparison = e.op == Op::Equal || e.op == Op::NotEqual || e.op == Op::Less || e.op == Op::LessEqual ||
                             e.op == Op::Greater || e.op == Op::GreaterEqual;
-    if ((e.op == Op::And || e.op == Op::Or) && l == Known::Boolean) {
-      if (r != Known::Unknown && r != Known::Boolean)
-        fail(e.right->where, std::string(e.op == Op::And ? "And" : "Or") + " expects a Boolean but got " + nameOf(r));
-      return Known::Boolean;
+    const Static boolean = named("Boolean");
+    if ((e.op == Op::And || e.op == Op::Or) && l.isValue(Type::Kind::Boolean)) {
+      if (r.known() && !r.isValue(Type::Kind::Boolean) && !r.variant())
+        fail(e.right->where, std::string(e.op == Op::And ? "And" : "Or") + " expects a Boolean but got " + r.describe());
+      return boolean;
     }
-    if (l == Known::Unknown || r == Known::Unknown) return comparison || e.op == Op::Is ? Known::Boolean : Known::Unknown;
-    auto mismatch = [&]() -> Known {
-      fail(e.where, std::string("the operator ") + symbolOf(e.op) + " cannot be used with " + nameOf(l) + " and " + nameOf(r));
+    if (e.op == Op::Is) return boolean;
+    auto plain = [](const Static& s) { return s.known() && !s.variant() && !s.type.isArray && s.type.kind != Type::Kind::Object; };
+    if (!plain(l) || !plain(r)) return comparison ? boolean : Static();
+    const bool ln = l.numeric(), rn = r.numeric();
+    const bool bothInteger = l.isValue(Type::Kind::Integer) && r.isValue(Type::Kind::Integer);
+    auto mismatch = [&]() -> Static {
+      fail(e.where, std::string("the operator ") + symbolOf(e.op) + " cannot be used with " + l.describe() + " and " + r.describe());
     };
     switch (e.op) {
       case Op::Add:
-        if (l == Known::String && r == Known::String) return Known::String;
+        if (l.isValue(Type::Kind::String) && r.isValue(Type::Kind::String)) return named("String");
         [[fallthrough]];
       case Op::Subtract:
       case Op::Multiply:
-        if (!numeric(l) || !numeric(r)) return mismatch();
-        return l == Known::Integer && r == Known::Integer ? Known::Integer : Known::Double;
+      case Op::Modulo:
+        if (!ln || !rn) return mismatch();
+        return named(bothInteger ? "Integer" : "Double");
       case Op::Divide:
       case Op::Power:
-        if (!numeric(l) || !numeric(r)) return mismatch();
-        return Known::Double;
+        if (!ln || !rn) return mismatch();
+        return named("Double");
       case Op::IntegerDivide:
-        if (!numeric(l) || !numeric(r)) return mismatch();
-        return Known::Integer;
-      case Op::Modulo:
-        if (!numeric(l) || !numeric(r)) return mismatch();
-        return l == Known::Integer && r == Known::Integer ? Known::Integer : Known::Double;
+        if (!ln || !rn) return mismatch();
+        return named("Integer");
       case Op::Equal:
       case Op::NotEqual:
-        if (l == r && (l == Known::Boolean || l == Known::Color)) return Known::Boolean;
+        if (l.known() && r.known() && l.type.kind == r.type.kind &&
+            (l.type.kind == Type::Kind::Boolean || l.type.kind == Type::Kind::Color))
+          return boolean;
         [[fallthrough]];
       case Op::Less:
       case Op::LessEqual:
       case Op::Greater:
       case Op::GreaterEqual:
-        if ((numeric(l) && numeric(r)) || (l == Known::String && r == Known::String)) return Known::Boolean;
+        if ((ln && rn) || (l.isValue(Type::Kind::String) && r.isValue(Type::Kind::String))) return boolean;
         return mismatch();
       case Op::And:
       case Op::Or:
       case Op::Xor:
-        if (l == Known::Boolean && r == Known::Boolean) return Known::Boolean;
-        if (l == Known::Integer && r == Known::Integer) return Known::Integer;
+        if (l.isValue(Type::Kind::Boolean) && r.isValue(Type::Kind::Boolean)) return boolean;
+        if (bothInteger) return named("Integer");
         return mismatch();
-      case Op::Is:
       default:
         return mismatch();
     }
@@ -474,13 +669,28 @@ class Checker {
 
   host::Runtime& rt_;
   const Program& program_;
-  std::vector<std::map<std::string, Known>> scopes_;
-  std::set<std::string> constants_, globalConstants_;
+  std::vector<std::map<std::string, Static>> scopes_;
+  std::set<std::string> constants_;
+  std::map<std::string, Static> globalConstants_;
+  Static result_;
+  std::string method_;
   bool inMethod_ = false;
+  StaticTypes types_;
 };
 
 }  // namespace
 
-void checkProgram(host::Runtime& rt, const Program& program) { Checker(rt, program).run(); }
+StaticTypes checkProgram(host::Runtime& rt, const Program& program) { return Checker(rt, program).run(); }
+
+const char* variantMemberType(const std::string& name) {
+  static const std::map<std::string, const char*> kMembers = {
+      {"type", "Integer"},        {"integervalue", "Integer"}, {"int32value", "Int32"},   {"int64value", "Int64"},
+      {"doublevalue", "Double"},  {"singlevalue", "Single"},   {"stringvalue", "String"}, {"booleanvalue", "Boolean"},
+      {"colorvalue", "Color"},    {"datevalue", "Date"},       {"objectvalue", "Object"}, {"isnull", "Boolean"},
+      {"isnumeric", "Boolean"},   {"isarray", "Boolean"},      {"arrayelementtype", "Integer"},
+  };
+  auto it = kMembers.find(lowered(name));
+  return it == kMembers.end() ? "" : it->second;
+}
 
 }  // namespace qvrlang

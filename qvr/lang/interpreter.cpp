@@ -27,8 +27,13 @@ std::string key(const std::string& name) { return lowered(name); }
 
 }  // namespace
 
-Interpreter::Interpreter(host::Runtime& rt, const Program& program, std::ostream& out)
-    : rt_(rt), program_(program), out_(out) {}
+Interpreter::Interpreter(host::Runtime& rt, const Program& program, std::ostream& out, StaticTypes types)
+    : rt_(rt), program_(program), out_(out), types_(std::move(types)) {}
+
+const Type* Interpreter::staticType(const Expr& e) const {
+  auto it = types_.find(&e);
+  return it == types_.end() ? nullptr : &it->second;
+}
 
 void Interpreter::run() {
   stackBase_ = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
@@ -43,10 +48,7 @@ void Interpreter::run() {
 std::string Interpreter::text(const Value& value) { return textOf(rt_, value); }
 
 void Interpreter::raise(const std::string& className, const std::string& message, Position where) {
-  std::string cls = rt_.findClass(className) ? className : "RuntimeException";
-  host::Value exception = rt_.newInstance(cls);
-  rt_.set(exception, "Message", rt_.string(message));
-  throw Raised{Value(exception), where, {}};
+  raiseException(rt_, className, message, where);
 }
 
 // ---- names
@@ -136,7 +138,7 @@ Flow Interpreter::statement(const Stmt& s) {
       host::ClassInfo* cls = e.isObject() ? rt_.classOf(e.v) : nullptr;
       host::ClassInfo* base = rt_.findClass("RuntimeException");
       if (e.isNil()) raise("NilObjectException", "Raise was given Nil", s.where);
-      if (!cls || !base || !cls->isA(base)) fail(s.value->where, "Raise expects a RuntimeException but got " + typeNameOf(e));
+      if (!cls || !base || !cls->isA(base)) fail(s.value->where, "Raise expects a RuntimeException but got " + withArticle(typeNameOf(e)));
       throw Raised{e, s.where, {}};
     }
     case Stmt::Kind::Return: return returnStatement(s);
@@ -247,7 +249,7 @@ void Interpreter::assign(const Expr& target, Value value, Position where) {
         fail(target.where, "shared properties of " + target.left->text + " cannot be assigned here");
       Value object = evaluate(*target.left);
       if (object.isNil()) raise("NilObjectException", "cannot set " + target.text + " of Nil", target.where);
-      if (!object.isObject()) fail(target.where, "cannot assign to " + target.text + " of a " + typeNameOf(object));
+      if (!object.isObject()) fail(target.where, "cannot assign to " + target.text + " of " + withArticle(typeNameOf(object)));
       hostCall(target.where, [&] {
         std::vector<std::pair<host::Value, Value>> arrays;
         std::vector<host::Value> one = toHost({value}, where, arrays);
@@ -319,14 +321,14 @@ Flow Interpreter::forStatement(const Stmt& s) {
   }
   counter->value = convertTo(rt_, counter->type, evaluate(*s.value), s.value->where, "the loop counter");
   Value last = evaluate(*s.target);
-  if (!last.isNumber()) fail(s.target->where, "a For loop's end must be a number, not a " + typeNameOf(last));
+  if (!last.isNumber()) fail(s.target->where, "a For loop's end must be a number, not " + withArticle(typeNameOf(last)));
   Value step = host::Value::ofInteger(1);
   if (s.step) {
     step = evaluate(*s.step);
-    if (!step.isNumber()) fail(s.step->where, "a For loop's Step must be a number, not a " + typeNameOf(step));
+    if (!step.isNumber()) fail(s.step->where, "a For loop's Step must be a number, not " + withArticle(typeNameOf(step)));
   }
   if (counter->type.kind == Type::Kind::Integer && !step.isInteger())
-    fail(s.step->where, "an Integer loop counter takes an Integer Step, not a " + typeNameOf(step));
+    fail(s.step->where, "an Integer loop counter takes an Integer Step, not " + withArticle(typeNameOf(step)));
   if (s.downTo) step = applyBinary(Op::Subtract, Value(host::Value::ofInteger(0)), step, s.where);
   const bool descending = step.isReal() ? step.real() < 0 : step.integer() < 0;
   bool first = true;
@@ -335,7 +337,7 @@ Flow Interpreter::forStatement(const Stmt& s) {
     // shrink or grow), the step only once.
     if (!first) {
       last = evaluate(*s.target);
-      if (!last.isNumber()) fail(s.target->where, "a For loop's end must be a number, not a " + typeNameOf(last));
+      if (!last.isNumber()) fail(s.target->where, "a For loop's end must be a number, not " + withArticle(typeNameOf(last)));
     }
     first = false;
     Value now = counter->value;
@@ -351,7 +353,7 @@ Flow Interpreter::forStatement(const Stmt& s) {
 
 Flow Interpreter::forEach(const Stmt& s) {
   Value collection = evaluate(*s.value);
-  if (!collection.isArray()) fail(s.value->where, "For Each goes through an array, not a " + typeNameOf(collection));
+  if (!collection.isArray()) fail(s.value->where, "For Each goes through an array, not " + withArticle(typeNameOf(collection)));
   BlockScope scope(*this);
   VariablePtr item;
   if (!s.type.empty()) {
@@ -489,7 +491,7 @@ Flow Interpreter::returnStatement(const Stmt& s) {
 
 Flow Interpreter::redim(const Stmt& s) {
   Value array = evaluate(*s.target);
-  if (!array.isArray()) fail(s.target->where, "Redim resizes an array, not a " + typeNameOf(array));
+  if (!array.isArray()) fail(s.target->where, "Redim resizes an array, not " + withArticle(typeNameOf(array)));
   Value size = evaluate(*s.value);
   if (!size.isInteger()) fail(s.value->where, "an array's upper bound must be an Integer");
   int64_t upper = size.integer();
@@ -504,7 +506,7 @@ Flow Interpreter::redim(const Stmt& s) {
 
 bool Interpreter::condition(const Expr& e, const char* what) {
   Value v = evaluate(e);
-  if (!v.isBoolean()) fail(e.where, std::string(what) + " expects a Boolean but got " + typeNameOf(v));
+  if (!v.isBoolean()) fail(e.where, std::string(what) + " expects a Boolean but got " + withArticle(typeNameOf(v)));
   return v.v.boolean;
 }
 
@@ -545,7 +547,7 @@ Value Interpreter::evaluate(const Expr& e) {
       Value object = evaluate(*e.left);
       host::ClassInfo* wanted = rt_.findClass(e.text);
       if (!wanted) fail(e.where, "unknown class \"" + e.text + "\"");
-      if (!object.isNil() && !object.isObject()) fail(e.left->where, "IsA tests an object, not a " + typeNameOf(object));
+      if (!object.isNil() && !object.isObject()) fail(e.left->where, "IsA tests an object, not " + withArticle(typeNameOf(object)));
       host::ClassInfo* cls = rt_.classOf(object.v);
       return host::Value::ofBoolean(cls && cls->isA(wanted));
     }
@@ -571,6 +573,7 @@ Value Interpreter::name(const Expr& e) {
 Value Interpreter::member(const Expr& e) {
   if (isClassName(*e.left)) return sharedMember(e.left->text, e.text, {}, e.where);
   Value object = evaluate(*e.left);
+  if (const Type* t = staticType(*e.left); t && t->kind == Type::Kind::Variant && !t->isArray) object.variant = true;
   return memberOf(object, e.text, {}, e.where);
 }
 
@@ -579,7 +582,7 @@ Value Interpreter::call(const Expr& e) {
   if (callee.kind == Expr::Kind::Name) {
     if (VariablePtr variable = findVariable(callee.text)) {
       Value v = variable->value;
-      if (!v.isArray()) fail(e.where, "\"" + callee.text + "\" is a " + typeNameOf(v) + ", not an array or a method");
+      if (!v.isArray()) fail(e.where, "\"" + callee.text + "\" is " + withArticle(typeNameOf(v)) + ", not an array or a method");
       return index(v, arguments(e.args), e.where);
     }
     if (findFunction(callee.text)) return callFunction(callee.text, e.args, e.where, true);
@@ -591,17 +594,31 @@ Value Interpreter::call(const Expr& e) {
       if (builtin(callee.text, args, e.args, e.where, out)) return out;
     }
     if (rt_.hasGlobal(callee.text)) return globalCall(callee.text, arguments(e.args), e.where);
-    if (isClassName(callee)) fail(callee.where, "\"" + callee.text + "\" is a class; make an instance with New " + callee.text + "(...)");
+    if (isClassName(callee)) return cast(e);
     fail(callee.where, "unknown method \"" + callee.text + "\"");
   }
   if (callee.kind == Expr::Kind::Member) {
-    if (isClassName(*callee.left)) return sharedMember(callee.left->text, callee.text, arguments(e.args), e.where);
+    if (isClassName(*callee.left)) return sharedMember(callee.left->text, callee.text, arguments(e.args), e.where, &e.args);
     Value object = evaluate(*callee.left);
-    return memberOf(object, callee.text, arguments(e.args), e.where);
+    if (const Type* t = staticType(*callee.left); t && t->kind == Type::Kind::Variant && !t->isArray) object.variant = true;
+    return memberOf(object, callee.text, arguments(e.args), e.where, &e.args);
   }
   Value target = evaluate(callee);
-  if (!target.isArray()) fail(e.where, "a " + typeNameOf(target) + " cannot be indexed");
+  if (!target.isArray()) fail(e.where, withArticle(typeNameOf(target)) + " cannot be indexed");
   return index(target, arguments(e.args), e.where);
+}
+
+Value Interpreter::cast(const Expr& e) {
+  const std::string& n = e.left->text;
+  if (e.args.size() != 1)
+    fail(e.left->where, "\"" + n + "\" is a class; make an instance with New " + n + "(...), or cast one value with " + n + "(value)");
+  host::ClassInfo* wanted = rt_.findClass(n);
+  Value value = evaluate(*e.args[0]);
+  if (value.isNil()) return host::Value::nil();
+  if (!value.isObject()) fail(e.args[0]->where, "cannot cast " + withArticle(typeNameOf(value)) + " to " + wanted->name + "; only objects cast to a class");
+  host::ClassInfo* cls = rt_.classOf(value.v);
+  if (!cls->isA(wanted)) raise("IllegalCastException", "an instance of " + cls->name + " is not " + withArticle(wanted->name), e.where);
+  return Value(value.v);
 }
 
 Value Interpreter::newObject(const Expr& e) {
@@ -625,6 +642,7 @@ Value Interpreter::newObject(const Expr& e) {
     });
     return object;
   }
+  chooseHostOverload(cls, "Constructor", false, args, &e.args, e.where);  // the host has no call by declaration for constructors
   return hostCall(
       e.where,
       [&] {
@@ -642,11 +660,11 @@ Value Interpreter::unary(const Expr& e) {
   if (e.op == Op::Negate) {
     if (v.isInteger()) return host::Value::ofInteger(static_cast<int64_t>(0ULL - static_cast<uint64_t>(v.integer())));
     if (v.isReal()) return host::Value::ofDouble(-v.real());
-    fail(e.where, "cannot negate a " + typeNameOf(v));
+    fail(e.where, "cannot negate " + withArticle(typeNameOf(v)));
   }
   if (v.isBoolean()) return host::Value::ofBoolean(!v.v.boolean);
   if (v.isInteger()) return host::Value::ofInteger(~v.integer());
-  fail(e.where, "Not expects a Boolean or an Integer but got " + typeNameOf(v));
+  fail(e.where, "Not expects a Boolean or an Integer but got " + withArticle(typeNameOf(v)));
 }
 
 Value Interpreter::binary(const Expr& e) {
@@ -657,7 +675,7 @@ Value Interpreter::binary(const Expr& e) {
     if (e.op == Op::Or && left.v.boolean) return host::Value::ofBoolean(true);
     Value right = evaluate(*e.right);
     if (!right.isBoolean())
-      fail(e.right->where, std::string(e.op == Op::And ? "And" : "Or") + " expects a Boolean but got " + typeNameOf(right));
+      fail(e.right->where, std::string(e.op == Op::And ? "And" : "Or") + " expects a Boolean but got " + withArticle(typeNameOf(right)));
     return host::Value::ofBoolean(right.v.boolean);
   }
   Value right = evaluate(*e.right);
@@ -668,23 +686,52 @@ Value Interpreter::binary(const Expr& e) {
 
 Value Interpreter::callFunction(const std::string& name, const std::vector<ExprPtr>& argExprs, Position where, bool wantResult) {
   std::vector<Value> args = arguments(argExprs);
-  // Overloads: the first definition whose parameters take these arguments.
+  // Overloads: the first definition whose parameters take these arguments, judged by
+  // their declared types where the checker knows them (a Nil of a declared class fits
+  // only that class). A ParamArray takes the remaining arguments as one array.
   auto range = program_.functions.equal_range(key(name));
   const Function* chosen = nullptr;
   std::vector<Type> types;
+  std::vector<Value> given;
+  auto takes = [&](const Type& t, size_t i) {
+    if (!fits(t, args[i])) return false;
+    const Type* declared = staticType(*argExprs[i]);
+    if (!declared || !args[i].isNil() || t.isArray || declared->kind != Type::Kind::Object || !declared->cls) return true;
+    if (t.kind == Type::Kind::Variant) return true;
+    return t.kind == Type::Kind::Object && (!t.cls || declared->cls->isA(t.cls));
+  };
   for (auto it = range.first; it != range.second && !chosen; ++it) {
     const Function& f = *it->second;
-    if (args.size() > f.parameters.size()) continue;
+    const bool paramArray = !f.parameters.empty() && f.parameters.back().paramArray;
+    const size_t fixed = f.parameters.size() - (paramArray ? 1 : 0);
+    if (args.size() > f.parameters.size() && !paramArray) continue;
     std::vector<Type> resolved;
+    std::vector<Value> values;
     bool ok = true;
-    for (size_t i = 0; i < f.parameters.size() && ok; ++i) {
+    for (size_t i = 0; i < fixed && ok; ++i) {
       resolved.push_back(resolveType(rt_, f.parameters[i].type));
-      if (i < args.size()) ok = fits(resolved.back(), args[i]);
+      if (i < args.size()) ok = takes(resolved.back(), i);
       else ok = f.parameters[i].defaultValue || f.parameters[i].optional;
+      if (i < args.size()) values.push_back(args[i]);
+    }
+    if (ok && paramArray) {
+      Type arrayType = resolveType(rt_, f.parameters.back().type);
+      resolved.push_back(arrayType);
+      if (args.size() == fixed + 1 && args[fixed].isArray() && fits(arrayType, args[fixed])) {
+        values.push_back(args[fixed]);
+      } else {
+        std::vector<Value> rest;
+        for (size_t i = fixed; i < args.size() && ok; ++i) {
+          ok = takes(arrayType.element(), i);
+          if (ok) rest.push_back(convertTo(rt_, arrayType.element(), args[i], argExprs[i]->where, "parameter " + f.parameters.back().name + " of " + name));
+        }
+        values.push_back(makeArray(arrayType.element(), std::move(rest)));
+      }
     }
     if (ok) {
       chosen = &f;
       types = std::move(resolved);
+      given = std::move(values);
     }
   }
   if (!chosen) {
@@ -700,6 +747,7 @@ Value Interpreter::callFunction(const std::string& name, const std::vector<ExprP
     }
     fail(where, "no version of " + name + " takes these arguments");
   }
+  args = std::move(given);
   if (wantResult && !chosen->isFunction) fail(where, name + " is a Sub and has no value");
   const uintptr_t here = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
   if (depth_ >= kMaxDepth || (stackBase_ > here && stackBase_ - here > stackBudget_))
@@ -711,7 +759,7 @@ Value Interpreter::callFunction(const std::string& name, const std::vector<ExprP
   for (size_t i = 0; i < chosen->parameters.size(); ++i) {
     const Parameter& p = chosen->parameters[i];
     VariablePtr variable;
-    if (p.byRef && i < args.size()) {
+    if (p.byRef && i < args.size() && !p.paramArray) {
       const Expr& a = *argExprs[i];
       VariablePtr source = a.kind == Expr::Kind::Name ? findVariable(a.text) : nullptr;
       if (!source || source->isConstant) fail(a.where, "the ByRef parameter " + p.name + " of " + name + " needs a variable");
@@ -721,7 +769,8 @@ Value Interpreter::callFunction(const std::string& name, const std::vector<ExprP
     } else {
       variable = std::make_shared<Variable>();
       variable->type = types[i];
-      if (i < args.size()) variable->value = convertTo(rt_, types[i], args[i], argExprs[i]->where, "parameter " + p.name + " of " + name);
+      if (i < args.size())
+        variable->value = convertTo(rt_, types[i], args[i], i < argExprs.size() ? argExprs[i]->where : where, "parameter " + p.name + " of " + name);
       else if (p.defaultValue) variable->value = convertTo(rt_, types[i], evaluate(*p.defaultValue), p.defaultValue->where, "parameter " + p.name);
       else variable->value = defaultValue(rt_, types[i]);
     }

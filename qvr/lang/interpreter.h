@@ -4,6 +4,7 @@
 #pragma once
 
 #include "ast.h"
+#include "checker.h"
 #include "values.h"
 
 #include <host/runtime.h>
@@ -17,15 +18,6 @@
 
 namespace qvrlang {
 
-// A host exception on its way up the program: the exception object and where it was
-// raised (a Raise statement or the expression whose host call raised it).
-struct Raised {
-  Value exception;
-  Position where;
-  // The program's methods it passed through on its way up: name and calling line.
-  std::vector<std::pair<std::string, int>> trace;
-};
-
 struct Variable {
   Type type;
   Value value;
@@ -38,7 +30,8 @@ enum class Flow { Normal, Return, ExitFor, ExitWhile, ExitDo, ExitAny, ExitSelec
 
 class Interpreter {
  public:
-  Interpreter(host::Runtime& rt, const Program& program, std::ostream& out);
+  // types: the checker's static types of the program's expressions.
+  Interpreter(host::Runtime& rt, const Program& program, std::ostream& out, StaticTypes types = {});
 
   // Runs the main statements. Throws ProgramError for errors in the program and Raised
   // for a host exception that the program did not catch.
@@ -132,10 +125,25 @@ class Interpreter {
   Value callFunction(const std::string& name, const std::vector<ExprPtr>& argExprs, Position where, bool wantResult);
 
   // members of values
-  Value memberOf(const Value& object, const std::string& name, std::vector<Value> args, Position where);
-  Value hostMember(const Value& object, const std::string& name, std::vector<Value> args, Position where);
+  Value memberOf(const Value& object, const std::string& name, std::vector<Value> args, Position where,
+                 const std::vector<ExprPtr>* argExprs = nullptr);
+  Value hostMember(const Value& object, const std::string& name, std::vector<Value> args, Position where,
+                   const std::vector<ExprPtr>* argExprs);
   Value globalCall(const std::string& name, std::vector<Value> args, Position where);
-  Value sharedMember(const std::string& className, const std::string& name, std::vector<Value> args, Position where);
+  Value sharedMember(const std::string& className, const std::string& name, std::vector<Value> args, Position where,
+                     const std::vector<ExprPtr>* argExprs = nullptr);
+  // Members every Variant has, whatever it holds (variant.cpp), and Variant's constants.
+  Value variantMember(const Value& value, const std::string& name, const std::vector<Value>& args, Position where);
+  Value variantConstant(const std::string& name, Position where);
+  // ClassName(value): the object as that class, Nil as Nil, otherwise IllegalCastException.
+  Value cast(const Expr& e);
+  // The overload of a host member that the arguments' declared types choose, as its
+  // declaration, converting Strings and MemoryBlocks where it takes the other; empty
+  // when the host may choose by the values themselves.
+  std::string chooseHostOverload(host::ClassInfo* cls, const std::string& name, bool shared, std::vector<Value>& args,
+                                 const std::vector<ExprPtr>* argExprs, Position where);
+  // The checker's type of an expression (null: not known before running).
+  const Type* staticType(const Expr& e) const;
   Value arrayMember(const Value& array, const std::string& name, std::vector<Value>& args, Position where);
   Value index(const Value& array, const std::vector<Value>& args, Position where);
   void setElement(const Value& array, const std::vector<Value>& args, Value value, Position where);
@@ -162,6 +170,7 @@ class Interpreter {
   host::Runtime& rt_;
   const Program& program_;
   std::ostream& out_;
+  StaticTypes types_;
   std::vector<Frame> frames_;
   std::map<std::string, VariablePtr> globalConstants_;
   int depth_ = 0;

@@ -1,6 +1,6 @@
 // The lexer: turns program text into tokens with their positions. Numbers come in
 // decimal, &h hexadecimal, &o octal, &b binary; &c makes a colour; strings double their
-// quotes to hold one. Lines starting with # (pragmas) are skipped.
+// quotes to hold one. #Pragma lines are skipped; other directives become tokens.
 #include "lexer.h"
 
 #include <cctype>
@@ -41,13 +41,22 @@ class Lexer {
         continue;
       }
       if (lineStart && c == '#') {
-        // #Pragma lines tune the compiler and mean nothing here; conditional compilation
-        // (#If) would change which code runs, so it is refused rather than ignored.
+        // #Pragma lines tune the compiler and mean nothing here. Other directives (#If,
+        // #ElseIf, #Else, #EndIf) stay in the tokens as "#" and their words, for the
+        // conditional compilation that follows the lexer.
         size_t end = pos_ + 1;
         while (end < src_.size() && std::isalpha(static_cast<unsigned char>(src_[end]))) ++end;
-        if (lowered(src_.substr(pos_ + 1, end - pos_ - 1)) != "pragma")
-          fail(here(), "only #Pragma lines are supported; conditional compilation (#If) is not");
-        skipToEndOfLine();
+        if (lowered(src_.substr(pos_ + 1, end - pos_ - 1)) == "pragma") {
+          skipToEndOfLine();
+          continue;
+        }
+        Token hash;
+        hash.kind = Token::Kind::Symbol;
+        hash.text = "#";
+        hash.where = here();
+        tokens_.push_back(hash);
+        advance();
+        lineStart = false;
         continue;
       }
       lineStart = false;

@@ -124,16 +124,20 @@ std::string Interpreter::overloads(host::ClassInfo* cls, const std::string& memb
   return out + ")";
 }
 
-Value Interpreter::memberOf(const Value& object, const std::string& name, std::vector<Value> args, Position where) {
+Value Interpreter::memberOf(const Value& object, const std::string& name, std::vector<Value> args, Position where,
+                             const std::vector<ExprPtr>* argExprs) {
+  // A Variant has Variant's members whatever it holds.
+  if (object.variant) return variantMember(object, name, args, where);
   if (object.isArray()) return arrayMember(object, name, args, where);
   if (object.isNil()) raise("NilObjectException", "\"" + name + "\" was used on Nil", where);
-  if (object.isObject()) return hostMember(object, name, std::move(args), where);
+  if (object.isObject()) return hostMember(object, name, std::move(args), where, argExprs);
   Value out;
   if (valueMember(object, name, args, where, out)) return out;
-  fail(where, "a " + typeNameOf(object) + " has no member \"" + name + "\"");
+  fail(where, withArticle(typeNameOf(object)) + " has no member \"" + name + "\"");
 }
 
-Value Interpreter::hostMember(const Value& object, const std::string& name, std::vector<Value> args, Position where) {
+Value Interpreter::hostMember(const Value& object, const std::string& name, std::vector<Value> args, Position where,
+                              const std::vector<ExprPtr>* argExprs) {
   host::ClassInfo* cls = rt_.classOf(object.v);
   const bool method = hasMethod(cls, name, false);
   if (!args.empty() && !method && hasProperty(cls, name)) {
@@ -144,12 +148,13 @@ Value Interpreter::hostMember(const Value& object, const std::string& name, std:
   }
   if (!method && !hasProperty(cls, name))
     fail(where, "class " + cls->name + " has no member \"" + name + "\"");
+  const std::string declaration = method ? chooseHostOverload(cls, name, false, args, argExprs, where) : std::string();
   std::vector<std::pair<host::Value, Value>> arrays;
   std::vector<host::Value> hostArgs = toHost(args, where, arrays);
   Value result = hostCall(
       where,
       [&] {
-        host::Value r = method ? rt_.call(object.v, name, hostArgs) : rt_.get(object.v, name);
+        host::Value r = method ? rt_.call(object.v, declaration.empty() ? name : declaration, hostArgs) : rt_.get(object.v, name);
         copyBack(arrays);
         return r;
       },
@@ -168,15 +173,17 @@ Value Interpreter::globalCall(const std::string& name, std::vector<Value> args, 
 }
 
 Value Interpreter::sharedMember(const std::string& className, const std::string& name, std::vector<Value> args,
-                                Position where) {
+                                Position where, const std::vector<ExprPtr>* argExprs) {
   host::ClassInfo* cls = rt_.findClass(className);
+  if (lowered(className) == "variant" && args.empty()) return variantConstant(name, where);
   if (hasMethod(cls, name, true)) {
+    const std::string declaration = chooseHostOverload(cls, name, true, args, argExprs, where);
     std::vector<std::pair<host::Value, Value>> arrays;
     std::vector<host::Value> hostArgs = toHost(args, where, arrays);
     return hostCall(
         where,
         [&] {
-          host::Value r = rt_.callShared(cls->name, name, hostArgs);
+          host::Value r = rt_.callShared(cls->name, declaration.empty() ? name : declaration, hostArgs);
           copyBack(arrays);
           return r;
         },
@@ -201,9 +208,9 @@ Value Interpreter::sharedMember(const std::string& className, const std::string&
 }
 
 Value Interpreter::index(const Value& array, const std::vector<Value>& args, Position where) {
-  if (!array.isArray()) fail(where, "a " + typeNameOf(array) + " cannot be indexed");
+  if (!array.isArray()) fail(where, withArticle(typeNameOf(array)) + " cannot be indexed");
   if (args.size() != 1) fail(where, "an array takes one index");
-  if (!args[0].isInteger()) fail(where, "an array index must be an Integer, not a " + typeNameOf(args[0]));
+  if (!args[0].isInteger()) fail(where, "an array index must be an Integer, not " + withArticle(typeNameOf(args[0])));
   int64_t i = args[0].integer();
   const auto& items = array.array->items;
   if (i < 0 || i >= static_cast<int64_t>(items.size()))
@@ -215,9 +222,9 @@ Value Interpreter::index(const Value& array, const std::vector<Value>& args, Pos
 }
 
 void Interpreter::setElement(const Value& array, const std::vector<Value>& args, Value value, Position where) {
-  if (!array.isArray()) fail(where, "a " + typeNameOf(array) + " cannot be indexed");
+  if (!array.isArray()) fail(where, withArticle(typeNameOf(array)) + " cannot be indexed");
   if (args.size() != 1) fail(where, "an array takes one index");
-  if (!args[0].isInteger()) fail(where, "an array index must be an Integer, not a " + typeNameOf(args[0]));
+  if (!args[0].isInteger()) fail(where, "an array index must be an Integer, not " + withArticle(typeNameOf(args[0])));
   int64_t i = args[0].integer();
   auto& items = array.array->items;
   Value converted = convertTo(rt_, array.array->elementType, value, where, "an element of " + array.array->elementType.describe() + "()");
@@ -236,7 +243,7 @@ Value Interpreter::arrayMember(const Value& array, const std::string& name, std:
       fail(where, "array member " + name + " takes " + std::to_string(count) + " argument(s), not " + std::to_string(args.size()));
   };
   auto checkedIndex = [&](size_t i, bool allowEnd) {
-    if (!args[i].isInteger()) fail(where, "an array index must be an Integer, not a " + typeNameOf(args[i]));
+    if (!args[i].isInteger()) fail(where, "an array index must be an Integer, not " + withArticle(typeNameOf(args[i])));
     int64_t at = args[i].integer();
     int64_t limit = static_cast<int64_t>(items.size()) - (allowEnd ? 0 : 1);
     if (at < 0 || at > limit)

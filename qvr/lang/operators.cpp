@@ -62,7 +62,7 @@ bool Interpreter::equal(const Value& a, const Value& b, Position where) {
 
 Value Interpreter::applyBinary(Op op, const Value& a, const Value& b, Position where) {
   auto mismatch = [&]() -> Value {
-    fail(where, std::string("the operator ") + symbolOf(op) + " cannot be used with " + typeNameOf(a) + " and " + typeNameOf(b));
+    fail(where, std::string("the operator ") + symbolOf(op) + " cannot be used with " + withArticle(typeNameOf(a)) + " and " + withArticle(typeNameOf(b)));
   };
   if (a.isArray() || b.isArray()) {
     if ((op == Op::Is || op == Op::Equal || op == Op::NotEqual) && (a.isArray() || a.isNil()) && (b.isArray() || b.isNil())) {

@@ -5,9 +5,11 @@
 // comparisons and Is, And, Or and Xor.
 #include "parser.h"
 
+#include "conditional.h"
 #include "lexer.h"
 
 #include <algorithm>
+#include <map>
 #include <initializer_list>
 #include <set>
 
@@ -153,6 +155,8 @@ class Parser {
     if (acceptSymbol("(")) {
       if (!acceptSymbol(")")) {
         do {
+          if (!f->parameters.empty() && f->parameters.back().paramArray)
+            fail(at().where, "the ParamArray parameter " + f->parameters.back().name + " must be the last");
           f->parameters.push_back(parameter());
         } while (acceptSymbol(","));
         expectSymbol(")");
@@ -180,7 +184,7 @@ class Parser {
       else if (acceptWord("optional")) p.optional = true;
       else break;
     }
-    if (isWord("paramarray")) fail(at().where, "ParamArray parameters are not supported; pass an array");
+    if (acceptWord("paramarray")) p.paramArray = true;
     p.name = name("a parameter name");
     bool array = false;
     if (isSymbol("(") && isSymbol(")", 1)) {
@@ -190,9 +194,45 @@ class Parser {
     }
     expectWord("as", "As");
     p.type = typeName();
-    if (array) p.type.isArray = true;
-    if (acceptSymbol("=")) p.defaultValue = expression();
+    if (array || p.paramArray) p.type.isArray = true;
+    if (acceptSymbol("=")) {
+      if (p.paramArray) fail(at().where, "a ParamArray parameter has no default value");
+      p.defaultValue = expression();
+    }
     return p;
+  }
+
+  // Statements and declarations of the host language that this runner leaves out: each
+  // refused by name where it starts (qvr/README.md lists them).
+  // Only where the word starts a declaration (a name follows it), so variables of those
+  // names still work.
+  void refuseUnsupported(const Token& first) const {
+    static const std::map<std::string, const char*> kLeftOut = {
+        {"class", "Class definitions are not supported; write Subs and Functions at the top level"},
+        {"module", "Module definitions are not supported; write Subs and Functions at the top level"},
+        {"interface", "Interface definitions are not supported"},
+        {"structure", "Structure definitions are not supported; use a class of the host or a MemoryBlock"},
+        {"enum", "Enum definitions are not supported; use constants"},
+        {"event", "Event definitions are not supported"},
+        {"delegate", "Delegate definitions are not supported"},
+        {"property", "Property definitions are not supported; use variables"},
+        {"declare", "Declare statements (calls into system libraries) are not supported"},
+        {"addhandler", "AddHandler is not supported"},
+        {"removehandler", "RemoveHandler is not supported"},
+        {"goto", "GoTo is not supported; use loops and Exit"},
+        {"static", "Static variables are not supported; use a variable of the main program"},
+        {"with", "With blocks are not supported"},
+        {"using", "Using is not supported; name classes in full"},
+        {"exception", "the Exception block at the end of a method is not supported; use Try ... Catch"},
+        {"raiseevent", "RaiseEvent is not supported"},
+        {"soft", "Soft Declare statements are not supported"},
+        {"namespace", "Namespace is not supported"},
+    };
+    const Token& after = at(1);
+    if (first.kind != Token::Kind::Identifier) return;
+    if (after.kind != Token::Kind::Identifier && !(first.lower == "exception" && after.kind == Token::Kind::EndOfLine)) return;
+    auto it = kLeftOut.find(first.lower);
+    if (it != kLeftOut.end()) fail(first.where, it->second);
   }
 
   // ---- blocks and statements
@@ -290,6 +330,26 @@ class Parser {
         return s;
       }
       if (w == "dim" || w == "var") return dim(false);
+      if (w == "call") {
+        // Call runs a method and drops its result.
+        next();
+        auto s = std::make_unique<Stmt>(Stmt::Kind::Call, where);
+        ExprPtr e = postfix();
+        if (e->kind != Expr::Kind::Name && e->kind != Expr::Kind::Member && e->kind != Expr::Kind::Call)
+          fail(e->where, "Call expects a method to call");
+        if (!atEndOfLine() && !isWord("else")) {
+          if (e->kind == Expr::Kind::Call) expected("the end of the statement");
+          auto call = std::make_unique<Expr>(Expr::Kind::Call, e->where);
+          call->left = std::move(e);
+          do {
+            call->args.push_back(expression());
+          } while (acceptSymbol(","));
+          e = measured(std::move(call));
+        }
+        s->value = std::move(e);
+        return s;
+      }
+      refuseUnsupported(first);
       if (kReserved.count(w) && w != "new") fail(where, "\"" + first.text + "\" cannot start a statement here");
     }
     ExprPtr head = postfix();
@@ -862,8 +922,8 @@ class Parser {
 
 }  // namespace
 
-Program parseProgram(const std::string& source, const std::string& file) {
-  Parser parser(tokenize(source));
+Program parseProgram(const std::string& source, const std::string& file, const std::vector<TargetConstant>& targets) {
+  Parser parser(compileConditions(tokenize(source), targets));
   Program program = parser.program();
   program.file = file;
   return program;

@@ -3,11 +3,14 @@
 #pragma once
 
 #include "ast.h"
+#include "targets.h"
 
 #include <string>
+#include <vector>
 
 namespace qvrlang {
 
-Program parseProgram(const std::string& source, const std::string& file);
+// targets: the constants #If directives test.
+Program parseProgram(const std::string& source, const std::string& file, const std::vector<TargetConstant>& targets = {});
 
 }  // namespace qvrlang

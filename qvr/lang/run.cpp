@@ -27,14 +27,15 @@ std::string baseName(const std::string& path) {
 
 int runSource(host::Runtime& rt, const std::string& source, const std::string& file, std::ostream& out, std::ostream& err) {
   Program program;
+  StaticTypes types;
   try {
-    program = parseProgram(source, file);
-    checkProgram(rt, program);
+    program = parseProgram(source, file, targetConstants(rt.options()));
+    types = checkProgram(rt, program);
   } catch (const ProgramError& e) {
     err << e.describe(file) << '\n';
     return 1;
   }
-  Interpreter interpreter(rt, program, out);
+  Interpreter interpreter(rt, program, out, std::move(types));
   try {
     interpreter.run();
     out.flush();

@@ -5,7 +5,9 @@
 
 #include "lexer.h"
 
+#include <cctype>
 #include <cmath>
+#include <cstdlib>
 
 namespace qvrlang {
 
@@ -56,12 +58,16 @@ Type resolveType(host::Runtime& rt, const std::string& written, bool isArray, Po
       {"color", Type::Kind::Color, 0, false},      {"ptr", Type::Kind::Ptr, 0, false},
       {"variant", Type::Kind::Variant, 0, false},  {"object", Type::Kind::Object, 0, false},
   };
+  static const char* const kCanonical[] = {"Integer", "Int64", "Int32", "Int16", "Int8", "UInteger", "UInt64",
+                                           "UInt32", "UInt16", "UInt8", "Byte", "Double", "Single", "Currency",
+                                           "Boolean", "String", "Color", "Ptr", "Variant", "Object"};
   Type type;
   type.name = written;
   type.isArray = isArray;
   const std::string lower = lowered(written);
   for (const auto& b : kBuiltIn)
     if (lower == b.name) {
+      type.name = kCanonical[&b - kBuiltIn];
       type.kind = b.kind;
       type.integerBits = b.bits;
       type.isUnsigned = b.isUnsigned;
@@ -121,6 +127,12 @@ std::string typeNameOf(const Value& value) {
   return "a value";
 }
 
+std::string withArticle(const std::string& typeName) {
+  if (typeName.empty() || typeName == "Nil") return typeName.empty() ? "a value" : typeName;
+  const char first = static_cast<char>(std::tolower(static_cast<unsigned char>(typeName[0])));
+  return (std::string("aeio").find(first) != std::string::npos ? "an " : "a ") + typeName;
+}
+
 namespace {
 
 int64_t narrowed(int64_t v, int bits, bool isUnsigned) {
@@ -130,6 +142,8 @@ int64_t narrowed(int64_t v, int bits, bool isUnsigned) {
   if (!isUnsigned && (u >> (bits - 1)) & 1) u |= ~mask;
   return static_cast<int64_t>(u);
 }
+
+bool isMemoryBlock(const Value& value) { return value.isObject() && value.v.object.get()->cls->name == "MemoryBlock"; }
 
 bool elementsFit(const Type& element, const ArrayObject& array) {
   if (element.kind == Type::Kind::Variant) return true;
@@ -163,13 +177,16 @@ bool fits(const Type& type, const Value& value) {
   switch (type.kind) {
     case Type::Kind::Variant: return true;
     case Type::Kind::Integer:
-    case Type::Kind::Double: return value.isNumber() || (value.variant && value.isBoolean());
+    case Type::Kind::Double: return value.isNumber() || (value.variant && (value.isBoolean() || value.isString()));
     case Type::Kind::Boolean: return value.isBoolean();
-    case Type::Kind::String: return value.isString() || value.variant;
+    // Nil here is a MemoryBlock variable that holds none (the checker refuses a Nil
+    // written where a String is wanted): it reads as "".
+    case Type::Kind::String: return value.isString() || value.variant || isMemoryBlock(value) || value.isNil();
     case Type::Kind::Color: return value.isColor();
     case Type::Kind::Ptr: return value.v.kind == HK::Ptr || value.isNil() || value.isObject();
     case Type::Kind::Object:
       if (value.v.kind == HK::Nil) return true;
+      if (value.isString()) return type.cls && type.cls->name == "MemoryBlock";
       if (value.v.kind != HK::Object) return false;
       if (!value.v.object || !type.cls) return true;
       return value.v.object.get()->cls->isA(type.cls);
@@ -179,12 +196,22 @@ bool fits(const Type& type, const Value& value) {
 
 std::string variantText(host::Runtime& rt, const Value& value);
 
+void raiseException(host::Runtime& rt, const std::string& className, const std::string& message, Position where) {
+  std::string cls = rt.findClass(className) ? className : "RuntimeException";
+  host::Value exception = rt.newInstance(cls);
+  rt.set(exception, "Message", rt.string(message));
+  throw Raised{Value(exception), where, {}};
+}
+
 Value convertTo(host::Runtime& rt, const Type& type, const Value& value, Position where, const std::string& what) {
   if (!fits(type, value)) {
+    if (value.variant && !value.isArray())
+      raiseException(rt, "TypeMismatchException",
+                     "expected " + withArticle(type.describe()) + " but the Variant holds " + withArticle(typeNameOf(value)), where);
     std::string have = typeNameOf(value);
     if (type.kind == Type::Kind::Object && !type.isArray && value.isObject())
-      fail(where, what + " expects " + type.describe() + " but got an instance of " + have);
-    fail(where, what + " expects " + type.describe() + " but got " + (have == "Nil" ? "Nil" : "a " + have));
+      fail(where, what + " expects " + withArticle(type.describe()) + " but got an instance of " + have);
+    fail(where, what + " expects " + withArticle(type.describe()) + " but got " + withArticle(have));
   }
   if (type.isArray) {
     if (value.isNil()) return makeArray(type.element());
@@ -193,6 +220,8 @@ Value convertTo(host::Runtime& rt, const Type& type, const Value& value, Positio
       value.array->elementType = type.element();
     return value;
   }
+  if (value.isString() && (type.kind == Type::Kind::Integer || type.kind == Type::Kind::Double))
+    return convertTo(rt, type, host::Value::ofDouble(std::strtod(variantText(rt, value).c_str(), nullptr)), where, what);
   Value out;
   switch (type.kind) {
     case Type::Kind::Variant:
@@ -206,7 +235,15 @@ Value convertTo(host::Runtime& rt, const Type& type, const Value& value, Positio
       return host::Value::ofDouble(value.real());
     case Type::Kind::String:
       if (value.isString()) return host::Value(value.v);
+      if (isMemoryBlock(value)) return rt.string(rt.memoryBlockBytes(value.v), host::kEncodingUnknown);
+      if (value.isNil()) return rt.string("");
       return rt.string(variantText(rt, value));
+    case Type::Kind::Object:
+      if (value.isString()) {
+        const std::string bytes = rt.bytes(value.v);
+        return rt.memoryBlock(bytes.data(), bytes.size());
+      }
+      return Value(value.v);
     default:
       out = Value(value.v);
       return out;

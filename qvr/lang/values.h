@@ -60,6 +60,19 @@ struct ArrayObject {
   std::vector<Value> items;
 };
 
+// A host exception on its way up the program: the exception object and where it was
+// raised (a Raise statement or the expression whose host call raised it).
+struct Raised {
+  Value exception;
+  Position where;
+  // The program's methods it passed through on its way up: name and calling line.
+  std::vector<std::pair<std::string, int>> trace;
+};
+
+// Raises a host exception of the class (RuntimeException when the runtime has no such
+// class) with the message.
+[[noreturn]] void raiseException(host::Runtime& rt, const std::string& className, const std::string& message, Position where);
+
 class Strings;
 
 // Looks a written type up: the language's value types or a class the runtime holds.
@@ -72,8 +85,14 @@ Value defaultValue(host::Runtime& rt, const Type& type);
 // What a value is, in the words a type error uses ("Integer", "String", "NSImageQVR").
 std::string typeNameOf(const Value& value);
 
+// A type's name with its article, as a sentence says it: "an Integer", "a String";
+// Nil stays "Nil".
+std::string withArticle(const std::string& typeName);
+
 // Converts a value for a variable, parameter or result of the type; a value that does
-// not fit is a type error at where ("what" names the receiving thing).
+// not fit is a type error at where ("what" names the receiving thing), or, for a value
+// read from a Variant, a TypeMismatchException. A String and a MemoryBlock convert into
+// each other.
 Value convertTo(host::Runtime& rt, const Type& type, const Value& value, Position where, const std::string& what);
 
 // Whether convertTo would accept the value (used to choose among overloads).

@@ -30,11 +30,11 @@ TEST(Arrays, IndexingOutsideRaisesOutOfBounds) {
 TEST(Arrays, ArrayInfersItsElementType) {
   EXPECT_EQ(output("Dim d() As Double = Array(1, 2.5)\nPrint Str(d(0) / 2)\nDim i() As Integer = Array(4, 5)\nPrint Str(i(1) \\ 2)\n"),
             "0.5\n2\n");
-  EXPECT_EQ(error("Dim i() As Integer = Array(1.5, 2)\n"), "test.qvr:1:22: error: \"i\" expects Integer() but got a Double()\n");
+  EXPECT_EQ(error("Dim i() As Integer = Array(1.5, 2)\n"), "test.qvr:1:22: error: \"i\" expects an Integer() but got a Double()\n");
 }
 
 TEST(Arrays, ElementsAreCheckedAgainstTheElementType) {
-  EXPECT_EQ(error("Dim a() As Integer\na.Append \"x\"\n"), "test.qvr:2:3: error: Append expects Integer but got a String\n");
+  EXPECT_EQ(error("Dim a() As Integer\na.Append \"x\"\n"), "test.qvr:2:3: error: Append expects an Integer but got a String\n");
 }
 
 TEST(Arrays, ArraysAreSharedByReferenceAndRedimResizes) {
@@ -84,7 +84,7 @@ TEST(Builtins, FormatForNumbers) {
 }
 
 TEST(Builtins, PrintWantsAString) {
-  EXPECT_EQ(error("Print 5\n"), "test.qvr:1:1: error: Print expects a String for argument 1 but got Integer; convert it with Str\n");
+  EXPECT_EQ(error("Print 5\n"), "test.qvr:1:1: error: Print expects a String for argument 1 but got an Integer; convert it with Str\n");
 }
 
 TEST(Arrays, ObjectArraysHoldInstancesAndNil) {
@@ -97,7 +97,7 @@ TEST(Arrays, ObjectArraysHoldInstancesAndNil) {
 
 TEST(Arrays, ElementsOfTheWrongClassAreRefused) {
   EXPECT_EQ(error("Dim blocks() As MemoryBlock\nblocks.Append New RuntimeException\n"),
-            "test.qvr:2:8: error: Append expects MemoryBlock but got an instance of RuntimeException\n");
+            "test.qvr:2:8: error: Append expects a MemoryBlock but got an instance of RuntimeException\n");
 }
 
 TEST(Arrays, VariantArraysHoldAnything) {

@@ -29,7 +29,7 @@ TEST(TypeErrors, UnknownNamesTypesAndMembers) {
   EXPECT_EQ(error("z = 1\n"), "test.qvr:1:1: error: unknown variable \"z\"; declare it with Dim or Var\n");
   EXPECT_EQ(error("Dim p As Picturesque\n"), "test.qvr:1:10: error: unknown type \"Picturesque\"\n");
   EXPECT_EQ(error("Dim m As New MemoryBlock(1)\nm.Explode\n"), "test.qvr:2:3: error: class MemoryBlock has no member \"Explode\"\n");
-  EXPECT_EQ(error("Dim m As MemoryBlock = \"text\"\n"), "test.qvr:1:24: error: \"m\" expects MemoryBlock but got a String\n");
+  EXPECT_EQ(error("Dim m As MemoryBlock = 5\n"), "test.qvr:1:24: error: \"m\" expects a MemoryBlock but got an Integer\n");
 }
 
 TEST(TypeErrors, HostCallsWithArgumentsThatFitNoOverload) {
@@ -89,11 +89,11 @@ TEST(TypeErrors, AnIntegerLoopNeedsAnIntegerStep) {
 TEST(TypeErrors, ValueTypesKnownBeforeRunningAreCheckedBeforeRunning) {
   langtest::Outcome o = langtest::run("Print \"start\"\nIf False Then Print \"n = \" + 5\n");
   EXPECT_EQ(o.out, "");
-  EXPECT_EQ(o.err, "test.qvr:2:28: error: the operator + cannot be used with String and Integer\n");
-  EXPECT_EQ(error("Sub S()\n  Dim x As Integer = \"a\"\nEnd Sub\n"), "test.qvr:2:22: error: \"x\" expects Integer but got a String\n");
+  EXPECT_EQ(o.err, "test.qvr:2:28: error: the operator + cannot be used with a String and an Integer\n");
+  EXPECT_EQ(error("Sub S()\n  Dim x As Integer = \"a\"\nEnd Sub\n"), "test.qvr:2:22: error: \"x\" expects an Integer but got a String\n");
   EXPECT_EQ(error("Function F() As String\n  Return \"s\"\nEnd Function\nSub S()\n  Dim n As Integer = Len(F) * F\nEnd Sub\n"),
-            "test.qvr:5:29: error: the operator * cannot be used with Integer and String\n");
-  EXPECT_EQ(error("Sub S()\n  While 1\n  Wend\nEnd Sub\n"), "test.qvr:2:9: error: While expects a Boolean but got Integer\n");
+            "test.qvr:5:29: error: the operator * cannot be used with an Integer and a String\n");
+  EXPECT_EQ(error("Sub S()\n  While 1\n  Wend\nEnd Sub\n"), "test.qvr:2:9: error: While expects a Boolean but got an Integer\n");
 }
 
 TEST(TypeErrors, WhatIsNotKnownBeforeRunningIsLeftToTheRun) {

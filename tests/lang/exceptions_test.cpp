@@ -55,7 +55,7 @@ TEST(Exceptions, UncaughtExceptionsNameClassMessageAndLine) {
 }
 
 TEST(Exceptions, RaiseNeedsAnException) {
-  EXPECT_EQ(error("Raise 5\n"), "test.qvr:1:7: error: Raise expects a RuntimeException but got Integer\n");
+  EXPECT_EQ(error("Raise 5\n"), "test.qvr:1:7: error: Raise expects a RuntimeException but got an Integer\n");
 }
 
 TEST(Exceptions, CatchWithoutAClassCatchesEverything) {
@@ -79,5 +79,5 @@ TEST(Exceptions, AMistakeInTheProgramIsNotAnExceptionAndSkipsFinally) {
   langtest::Outcome o = langtest::run("Try\n  Dim x As Integer = \"s\"\nCatch\n  Print \"caught\"\nFinally\n  Print \"finally\"\nEnd Try\n");
   EXPECT_EQ(o.status, 1);
   EXPECT_EQ(o.out, "");
-  EXPECT_EQ(o.err, "test.qvr:2:22: error: \"x\" expects Integer but got a String\n");
+  EXPECT_EQ(o.err, "test.qvr:2:22: error: \"x\" expects an Integer but got a String\n");
 }

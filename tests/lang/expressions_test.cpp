@@ -71,7 +71,7 @@ TEST(Strings, JoinWithPlusCompareWithoutCase) {
 
 TEST(Strings, MixingStringsAndNumbersIsATypeError) {
   EXPECT_EQ(error("Dim n As Integer = 5\nPrint \"n = \" + n\n"),
-            "test.qvr:2:14: error: the operator + cannot be used with String and Integer\n");
+            "test.qvr:2:14: error: the operator + cannot be used with a String and an Integer\n");
 }
 
 TEST(Logic, AndOrShortCircuitOnBooleansAndAreBitwiseOnIntegers) {
@@ -81,7 +81,7 @@ TEST(Logic, AndOrShortCircuitOnBooleansAndAreBitwiseOnIntegers) {
 }
 
 TEST(Logic, ConditionsMustBeBoolean) {
-  EXPECT_EQ(error("If 1 Then Print \"x\"\n"), "test.qvr:1:4: error: If expects a Boolean but got Integer\n");
+  EXPECT_EQ(error("If 1 Then Print \"x\"\n"), "test.qvr:1:4: error: If expects a Boolean but got an Integer\n");
 }
 
 TEST(Objects, IsComparesIdentityAndIsAWalksTheClassChain) {

@@ -47,9 +47,9 @@ TEST(Functions, ArraysPassByReference) {
 
 TEST(Functions, ResultsAreCheckedAgainstTheDeclaredType) {
   EXPECT_EQ(error("Function F() As Integer\n  Return \"x\"\nEnd Function\nPrint Str(F)\n"),
-            "test.qvr:2:10: error: the result of F expects Integer but got a String\n");
+            "test.qvr:2:10: error: the result of F expects an Integer but got a String\n");
   EXPECT_EQ(error("Sub S(n As Integer)\nEnd Sub\nS(\"x\")\n"),
-            "test.qvr:3:3: error: parameter n of S expects Integer but got a String\n");
+            "test.qvr:3:3: error: parameter n of S expects an Integer but got a String\n");
 }
 
 TEST(Functions, RunawayRecursionIsAnExceptionNotACrash) {

@@ -63,7 +63,7 @@ TEST(HostLibrary, HostErrorsNameTheirLine) {
             "test.qvr:3: uncaught IOException: BinaryStream.Open cannot open \"/nonexistent-qvr-dir/x\": No such file or "
             "directory\n");
   EXPECT_EQ(error("Dim p As New Picture(2, 2)\nDim g As Graphics = p\n"),
-            "test.qvr:2:21: error: \"g\" expects Graphics but got an instance of Picture\n");
+            "test.qvr:2:21: error: \"g\" expects a Graphics but got an instance of Picture\n");
   EXPECT_EQ(error("Dim d As New Dictionary\nPrint d.Value(\"missing\")\n"),
             "test.qvr:2: uncaught KeyNotFoundException: the Dictionary has no key \"missing\"\n");
   EXPECT_EQ(error("Dim p As New Picture(2, 0)\n"),

@@ -52,7 +52,7 @@ TEST(HostClasses, WrongArgumentsAreReportedWhereTheCallIs) {
 
 TEST(HostClasses, InstancesOfClassesAreCheckedOnAssignment) {
   EXPECT_EQ(error("Dim s As NSSizeQVR = New NSRectQVR(0, 0, 1, 1)\n", true),
-            "test.qvr:1:22: error: \"s\" expects NSSizeQVR but got an instance of NSRectQVR\n");
+            "test.qvr:1:22: error: \"s\" expects a NSSizeQVR but got an instance of NSRectQVR\n");
 }
 
 TEST(HostClasses, SubclassInstancesFitSuperclassVariables) {

@@ -97,11 +97,6 @@ TEST(Loops, ForWithAVariableDeclaredBefore) {
   EXPECT_EQ(output("Dim i As Integer\nFor i = 1 To 3\nNext\nPrint Str(i)\n"), "4\n");
 }
 
-TEST(Layout, ConditionalCompilationIsRefused) {
-  EXPECT_EQ(error("#If DebugBuild Then\nPrint \"x\"\n#EndIf\n"),
-            "test.qvr:1:1: error: only #Pragma lines are supported; conditional compilation (#If) is not\n");
-}
-
 TEST(Loops, TheEndOfAForLoopIsEvaluatedBeforeEveryPass) {
   EXPECT_EQ(output("Dim a() As Integer = Array(1, 2, 3, 4, 5, 6)\nFor i As Integer = 0 To a.LastIndex\n  a.Remove(i)\nNext\n"
                    "Print Str(a.Count) + \" \" + Str(a(0)) + Str(a(1)) + Str(a(2))\n"),

@@ -50,7 +50,7 @@ TEST(Text, FormatPatterns) {
 
 TEST(Text, FormatWantsANumber) {
   EXPECT_EQ(error("Print Format(\"12\", \"0\")\n"),
-            "test.qvr:1:7: error: Format expects a number for argument 1 but got String; convert it with Val\n");
+            "test.qvr:1:7: error: Format expects a number for argument 1 but got a String; convert it with Val\n");
 }
 
 TEST(Text, BuiltinsCheckTheirArgumentCount) {

@@ -22,12 +22,12 @@ TEST(Values, ColoursWithAlphaAndRGB) {
   EXPECT_EQ(output("Dim c As Color = &c11223344\nPrint Str(c.Red) + \" \" + Str(c.Green) + \" \" + Str(c.Blue) + \" \" + Str(c.Alpha)\n"
                    "Dim d As Color = RGB(255, 128, 0)\nPrint Str(d = &cFF8000) + \" \" + Str(d)\n"),
             "17 34 51 68\nTrue &h00FF8000\n");
-  EXPECT_EQ(error("Dim c As Color = 5\n"), "test.qvr:1:18: error: \"c\" expects Color but got a Integer\n");
+  EXPECT_EQ(error("Dim c As Color = 5\n"), "test.qvr:1:18: error: \"c\" expects a Color but got an Integer\n");
 }
 
 TEST(Values, BooleansDoNotMixWithNumbers) {
-  EXPECT_EQ(error("Dim b As Boolean = 1\n"), "test.qvr:1:20: error: \"b\" expects Boolean but got a Integer\n");
-  EXPECT_EQ(error("Dim n As Integer = True\n"), "test.qvr:1:20: error: \"n\" expects Integer but got a Boolean\n");
+  EXPECT_EQ(error("Dim b As Boolean = 1\n"), "test.qvr:1:20: error: \"b\" expects a Boolean but got an Integer\n");
+  EXPECT_EQ(error("Dim n As Integer = True\n"), "test.qvr:1:20: error: \"n\" expects an Integer but got a Boolean\n");
 }
 
 TEST(Values, VariantsKeepTheKindOfWhatTheyHold) {
