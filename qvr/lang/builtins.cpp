@@ -546,6 +546,15 @@ bool Interpreter::valueMember(const Value& value, const std::string& name, Args&
       return true;
     };
     if (n == "length") { noArgs(); out = host::Value::ofInteger(int64_t(characters(s).size())); return true; }
+    // The host's older string methods: the global function with the string first
+    // (s.InStr(start, find) keeps InStr's own order, the start before the string).
+    for (const char* method : {"len", "lenb", "mid", "ltrim", "rtrim", "leftb", "rightb", "midb", "ascb"})
+      if (n == method) return viaBuiltin(method);
+    if ((n == "instr" || n == "instrb") && args.size() == 2) {
+      withSelf = {args[0], value, args[1]};
+      return viaBuiltin(n == "instr" ? "instr" : "instrb");
+    }
+    if (n == "instr" || n == "instrb") return viaBuiltin(n == "instr" ? "instr" : "instrb");
     if (n == "bytes") { noArgs(); out = host::Value::ofInteger(int64_t(s.size())); return true; }
     if (n == "uppercase") return viaBuiltin("uppercase");
     if (n == "lowercase") return viaBuiltin("lowercase");

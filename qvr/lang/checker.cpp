@@ -253,8 +253,8 @@ class Checker {
           types_[s.target.get()] = target.type;
         } else {
           Static target = expression(*s.target);
-          if (!s.compound && target.known() && s.target->kind == Expr::Kind::Call)
-            stores(target.type, value, s.value->where, "this element");
+          if (!s.compound && target.known() && (s.target->kind == Expr::Kind::Call || s.target->kind == Expr::Kind::Member))
+            stores(target.type, value, s.value->where, s.target->kind == Expr::Kind::Member ? s.target->text : "this element");
         }
         return;
       }
@@ -285,6 +285,7 @@ class Checker {
         if (s.target) expression(*s.target);
         if (s.step) expression(*s.step);
         scopes_.emplace_back();
+        forLoops_.push_back(lowered(s.name));
         if (!s.type.empty()) {
           Static t = type(s.type);
           if (s.kind == Stmt::Kind::ForEach && collection.known() && collection.type.isArray)
@@ -296,6 +297,7 @@ class Checker {
         }
         scoped(s.body);
         scopes_.pop_back();
+        forLoops_.pop_back();
         return;
       }
       case Stmt::Kind::While:
@@ -344,6 +346,8 @@ class Checker {
         return;
       case Stmt::Kind::Exit:
       case Stmt::Kind::Continue:
+        if (!s.name.empty() && std::find(forLoops_.begin(), forLoops_.end(), lowered(s.name)) == forLoops_.end())
+          fail(s.where, std::string(s.kind == Stmt::Kind::Exit ? "Exit" : "Continue") + " For " + s.name + ": no enclosing For loop counts with " + s.name);
         return;
     }
   }
@@ -463,6 +467,8 @@ class Checker {
       if (n == "pop") return typed(t.type.element());
       return Static();
     }
+    if (t.type.kind == Type::Kind::Object && !t.type.cls)
+      fail(e.where, "an Object has no member \"" + e.text + "\"; cast it to its class first: ClassName(value)." + e.text);
     if (t.type.kind == Type::Kind::Object && t.type.cls) {
       bool found = false;
       Static result = hostMember(t.type.cls, e.text, count, false, found);
@@ -674,6 +680,7 @@ class Checker {
   std::map<std::string, Static> globalConstants_;
   Static result_;
   std::string method_;
+  std::vector<std::string> forLoops_;  // counters of the For loops around the statement
   bool inMethod_ = false;
   StaticTypes types_;
 };

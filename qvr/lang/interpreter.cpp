@@ -143,6 +143,7 @@ Flow Interpreter::statement(const Stmt& s) {
     }
     case Stmt::Kind::Return: return returnStatement(s);
     case Stmt::Kind::Exit:
+      if (!s.name.empty()) loopTarget_ = key(s.name);
       switch (s.loop) {
         case LoopKind::For: return Flow::ExitFor;
         case LoopKind::While: return Flow::ExitWhile;
@@ -153,6 +154,7 @@ Flow Interpreter::statement(const Stmt& s) {
         default: return Flow::ExitAny;
       }
     case Stmt::Kind::Continue:
+      if (!s.name.empty()) loopTarget_ = key(s.name);
       switch (s.loop) {
         case LoopKind::For: return Flow::ContinueFor;
         case LoopKind::While: return Flow::ContinueWhile;
@@ -295,6 +297,15 @@ Flow Interpreter::ifStatement(const Stmt& s) {
   return Flow::Normal;
 }
 
+// "Exit For i" or "Continue For i" inside a loop that counts with another variable: the
+// flow goes on up to the loop of i.
+bool Interpreter::leavesForAnOuterLoop(Flow flow, const std::string& counter) {
+  if ((flow != Flow::ExitFor && flow != Flow::ContinueFor) || loopTarget_.empty()) return false;
+  if (loopTarget_ != key(counter)) return true;
+  loopTarget_.clear();
+  return false;
+}
+
 // A loop's body ended with flow: true when the loop ends (flow then holds what to pass
 // on), false when the loop goes on.
 bool Interpreter::loopEnds(Flow& flow, Flow exitKind, Flow continueKind) {
@@ -345,6 +356,7 @@ Flow Interpreter::forStatement(const Stmt& s) {
                            : applyBinary(Op::Greater, now, last, s.where).v.boolean;
     if (done) break;
     Flow flow = executeInScope(s.body);
+    if (leavesForAnOuterLoop(flow, s.name)) return flow;
     if (loopEnds(flow, Flow::ExitFor, Flow::ContinueFor)) return flow;
     counter->value = convertTo(rt_, counter->type, applyBinary(Op::Add, counter->value, step, s.where), s.where, "the loop counter");
   }
@@ -368,6 +380,7 @@ Flow Interpreter::forEach(const Stmt& s) {
   for (size_t i = 0; i < array->items.size(); ++i) {
     item->value = convertTo(rt_, item->type, array->items[i], s.where, "\"" + s.name + "\"");
     Flow flow = executeInScope(s.body);
+    if (leavesForAnOuterLoop(flow, s.name)) return flow;
     if (loopEnds(flow, Flow::ExitFor, Flow::ContinueFor)) return flow;
   }
   return Flow::Normal;

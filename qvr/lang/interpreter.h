@@ -101,6 +101,7 @@ class Interpreter {
   Flow returnStatement(const Stmt& s);
   Flow redim(const Stmt& s);
   bool loopEnds(Flow& flow, Flow exitKind, Flow continueKind);
+  bool leavesForAnOuterLoop(Flow flow, const std::string& counter);
   void checkUpperBound(int64_t upper, Position where);
 
   // expressions
@@ -171,6 +172,7 @@ class Interpreter {
   const Program& program_;
   std::ostream& out_;
   StaticTypes types_;
+  std::string loopTarget_;  // the counter an "Exit For i" or "Continue For i" is bound for
   std::vector<Frame> frames_;
   std::map<std::string, VariablePtr> globalConstants_;
   int depth_ = 0;

@@ -309,8 +309,11 @@ class Parser {
       if (w == "exit" || w == "continue") {
         auto s = std::make_unique<Stmt>(w == "exit" ? Stmt::Kind::Exit : Stmt::Kind::Continue, where);
         next();
-        if (acceptWord("for")) s->loop = LoopKind::For;
-        else if (acceptWord("while")) s->loop = LoopKind::While;
+        if (acceptWord("for")) {
+          s->loop = LoopKind::For;
+          // "Exit For i", "Continue For i": the loop that counts with i, when loops nest.
+          if (at().kind == Token::Kind::Identifier && !isWord("else")) s->name = next().text;
+        } else if (acceptWord("while")) s->loop = LoopKind::While;
         else if (acceptWord("do")) s->loop = LoopKind::Do;
         else if (w == "exit" && acceptWord("sub")) s->loop = LoopKind::Sub;
         else if (w == "exit" && acceptWord("function")) s->loop = LoopKind::Function;

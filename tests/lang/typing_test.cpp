@@ -163,6 +163,9 @@ TEST(HostIdioms, TypeErrorsNameFileLineColumnAndWhatWasExpected) {
        "test.qvr:3:22: error: \"p\" expects a Picture but got an Object; cast it with Picture(...)\n"},
       {"Dim v As Variant\nIf False Then v.Explode\n", "test.qvr:2:17: error: Variant has no member \"Explode\"; convert the value first (IntegerValue, StringValue, ObjectValue, a cast ...)\n"},
       {"Dim m As New MemoryBlock(2)\nIf False Then m.Explode\n", "test.qvr:2:17: error: class MemoryBlock has no member \"Explode\"\n"},
+      {"Dim o As Object = New Dictionary\nIf False Then Print Str(o.Count)\n",
+       "test.qvr:2:27: error: an Object has no member \"Count\"; cast it to its class first: ClassName(value).Count\n"},
+      {"Dim m As New MemoryBlock(2)\nIf False Then m.Size = \"big\"\n", "test.qvr:2:24: error: Size expects an Integer but got a String\n"},
       {"Dim c As Color = &cFF0000\nDim i As Integer = 1\nPrint Str(i + c)\n", "test.qvr:3:13: error: the operator + cannot be used with an Integer and a Color\n"},
   });
 }
@@ -190,5 +193,13 @@ TEST(HostIdioms, BuiltinsOfTheSweep) {
        "Print Str(Sign(-3)) + Str(Sign(0)) + \" \" + Str(CLong(2.6)) + \" \" + Format(ASin(1) + ACos(1), \"0.000\")\n"
        "Dim r As Double = Rnd\nPrint Str(r >= 0 And r < 1)\nMsgBox \"shown\"\nBeep\n",
        "abefcd365B\n3 a|b\n-10 3 1.571\nTrue\nshown\n"},
+      {"Dim s As String = \"  Hello  \"\nPrint Str(s.Len) + \"[\" + s.LTrim + \"][\" + s.RTrim + \"]\" + s.Trim.Mid(2, 3) + Str(s.InStr(\"l\")) + "
+       "Str(s.InStr(6, \"l\")) + s.Trim.LeftB(2) + Str(s.Trim.AscB)\n",
+       "9[Hello  ][  Hello]ell56He72\n"},
+      // Exit and Continue name the loop they leave when loops nest.
+      {"For i As Integer = 1 To 3\n  For j As Integer = 1 To 3\n    If j = 2 Then Continue For i\n    If i = 3 Then Exit For i\n"
+       "    Print Str(i) + Str(j)\n  Next\nNext\nPrint \"done\"\n",
+       "11\n21\ndone\n"},
+      {"For i As Integer = 1 To 2\n  Exit For k\nNext\n", "test.qvr:2:3: error: Exit For k: no enclosing For loop counts with k\n"},
   });
 }
