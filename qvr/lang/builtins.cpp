@@ -455,6 +455,30 @@ const std::map<std::string, Builtin>& builtins() {
                      return Value();
                    }};
     t["beep"] = {0, 0, [](I&, Args&, Position) { return Value(); }};
+    // Bits of Integers: the Bitwise module's members (by their qualified names, which no
+    // program name can be) and the older global functions.
+    auto bits = [](const char* name, size_t count, int64_t (*f)(int64_t, int64_t)) {
+      return Builtin{count, count, [name, count, f](I& in, Args& a, Position w) {
+                       int64_t x = in.integerArgument(a, 0, name, w), y = count == 2 ? in.integerArgument(a, 1, name, w) : 0;
+                       return Value(host::Value::ofInteger(f(x, y)));
+                     }};
+    };
+    auto bitAnd = [](int64_t x, int64_t y) { return x & y; };
+    auto bitOr = [](int64_t x, int64_t y) { return x | y; };
+    auto bitXor = [](int64_t x, int64_t y) { return x ^ y; };
+    t["bitwise.bitand"] = bits("Bitwise.BitAnd", 2, bitAnd);
+    t["bitwise.bitor"] = bits("Bitwise.BitOr", 2, bitOr);
+    t["bitwise.bitxor"] = bits("Bitwise.BitXor", 2, bitXor);
+    t["bitwiseand"] = bits("BitwiseAnd", 2, bitAnd);
+    t["bitwiseor"] = bits("BitwiseOr", 2, bitOr);
+    t["bitwisexor"] = bits("BitwiseXor", 2, bitXor);
+    t["bitwise.onescomplement"] = bits("Bitwise.OnesComplement", 1, [](int64_t x, int64_t) { return ~x; });
+    t["bitwise.shiftleft"] = bits("Bitwise.ShiftLeft", 2, [](int64_t x, int64_t n) {
+      return n < 0 || n > 63 ? int64_t(0) : static_cast<int64_t>(static_cast<uint64_t>(x) << n);
+    });
+    t["bitwise.shiftright"] = bits("Bitwise.ShiftRight", 2, [](int64_t x, int64_t n) {
+      return n < 0 || n > 63 ? int64_t(0) : static_cast<int64_t>(static_cast<uint64_t>(x) >> n);
+    });
     // The target constants read as values too: If TargetConsole Then ...
     for (const TargetConstant& target : targetConstants(host::Options())) {
       const std::string targetName = target.name;

@@ -61,7 +61,10 @@ const char* builtinResult(const std::string& name) {
       {"microseconds", "Double"}, {"isnumeric", "Boolean"}, {"rgb", "Color"},
       {"leftb", "String"}, {"rightb", "String"}, {"midb", "String"}, {"chrb", "String"}, {"endofline", "String"},
       {"replacelineendings", "String"}, {"instrb", "Integer"}, {"ascb", "Integer"}, {"sign", "Integer"},
-      {"clong", "Integer"}, {"asin", "Double"}, {"acos", "Double"}, {"rnd", "Double"},
+      {"clong", "Integer"}, {"bitwiseand", "Integer"}, {"bitwiseor", "Integer"}, {"bitwisexor", "Integer"},
+      {"bitwise.bitand", "Integer"}, {"bitwise.bitor", "Integer"}, {"bitwise.bitxor", "Integer"},
+      {"bitwise.onescomplement", "Integer"}, {"bitwise.shiftleft", "Integer"}, {"bitwise.shiftright", "Integer"},
+      {"asin", "Double"}, {"acos", "Double"}, {"rnd", "Double"},
       {"sin", "Double"}, {"cos", "Double"}, {"tan", "Double"}, {"atan", "Double"}, {"atan2", "Double"},
       {"exp", "Double"}, {"log", "Double"},
       {"targetlinux", "Boolean"}, {"targetmacos", "Boolean"}, {"targetwindows", "Boolean"}, {"targetwin32", "Boolean"},
@@ -516,6 +519,7 @@ class Checker {
         if (const char* r = builtinResult(e.text)) return named(r);
         return Static();
       case Expr::Kind::Member: {
+        if (const std::string qualified = moduleMember(e); !qualified.empty()) return named(builtinResult(qualified));
         if (e.left->kind == Expr::Kind::Name && !isVariable(e.left->text) && !isFunction(e.left->text) && isClass(e.left->text)) {
           if (lowered(e.left->text) == "variant") return named("Integer");  // Variant.TypeString and its siblings
           bool found = false;
@@ -544,6 +548,7 @@ class Checker {
         if (e.left->kind == Expr::Kind::Member) {
           const Expr& m = *e.left;
           for (const ExprPtr& a : e.args) expression(*a);
+          if (const std::string qualified = moduleMember(m); !qualified.empty()) return named(builtinResult(qualified));
           if (m.left->kind == Expr::Kind::Name && !isVariable(m.left->text) && !isFunction(m.left->text) && isClass(m.left->text)) {
             bool found = false;
             return hostMember(rt_.findClass(m.left->text), m.text, e.args.size(), true, found);
@@ -592,6 +597,15 @@ class Checker {
         return binary(e);
     }
     return Static();
+  }
+
+  // Module.Function (Bitwise.BitAnd): the built-in's qualified name, or "".
+  std::string moduleMember(const Expr& member) const {
+    if (member.left->kind != Expr::Kind::Name || isVariable(member.left->text) || isFunction(member.left->text)) return "";
+    const std::string qualified = lowered(member.left->text) + "." + lowered(member.text);
+    if (isBuiltinFunction(qualified)) return qualified;
+    if (lowered(member.left->text) == "bitwise") fail(member.where, "the Bitwise module has no member \"" + member.text + "\"");
+    return "";
   }
 
   bool isProperty(const Static& object, const std::string& name) const {

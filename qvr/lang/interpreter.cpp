@@ -583,7 +583,19 @@ Value Interpreter::name(const Expr& e) {
   fail(e.where, "unknown name \"" + e.text + "\"");
 }
 
+std::string Interpreter::moduleMember(const Expr& member) const {
+  if (member.left->kind != Expr::Kind::Name || findVariable(member.left->text) || findFunction(member.left->text)) return "";
+  const std::string qualified = key(member.left->text) + "." + key(member.text);
+  return isBuiltin(qualified) ? qualified : std::string();
+}
+
 Value Interpreter::member(const Expr& e) {
+  if (const std::string qualified = moduleMember(e); !qualified.empty()) {
+    std::vector<Value> none;
+    Value out;
+    builtin(qualified, none, {}, e.where, out);
+    return out;
+  }
   if (isClassName(*e.left)) return sharedMember(e.left->text, e.text, {}, e.where);
   Value object = evaluate(*e.left);
   if (const Type* t = staticType(*e.left); t && t->kind == Type::Kind::Variant && !t->isArray) object.variant = true;
@@ -611,6 +623,12 @@ Value Interpreter::call(const Expr& e) {
     fail(callee.where, "unknown method \"" + callee.text + "\"");
   }
   if (callee.kind == Expr::Kind::Member) {
+    if (const std::string qualified = moduleMember(callee); !qualified.empty()) {
+      std::vector<Value> args;
+      Value out;
+      builtin(qualified, args, e.args, e.where, out);
+      return out;
+    }
     if (isClassName(*callee.left)) return sharedMember(callee.left->text, callee.text, arguments(e.args), e.where, &e.args);
     Value object = evaluate(*callee.left);
     if (const Type* t = staticType(*callee.left); t && t->kind == Type::Kind::Variant && !t->isArray) object.variant = true;

@@ -120,6 +120,8 @@ class Interpreter {
   VariablePtr findVariable(const std::string& name) const;
   void declare(const std::string& name, VariablePtr variable, Position where);
   bool isClassName(const Expr& e) const;
+  // Module.Function (Bitwise.ShiftLeft): the built-in's qualified name, or "".
+  std::string moduleMember(const Expr& member) const;
   const Function* findFunction(const std::string& name) const;
 
   // user Subs and Functions

@@ -200,6 +200,10 @@ TEST(HostIdioms, BuiltinsOfTheSweep) {
       {"For i As Integer = 1 To 3\n  For j As Integer = 1 To 3\n    If j = 2 Then Continue For i\n    If i = 3 Then Exit For i\n"
        "    Print Str(i) + Str(j)\n  Next\nNext\nPrint \"done\"\n",
        "11\n21\ndone\n"},
+      {"Dim i As Integer = &hFF\nPrint Str(Bitwise.BitAnd(i, 15)) + \" \" + Str(Bitwise.ShiftLeft(1, 4)) + \" \" + Str(Bitwise.ShiftRight(i, 4)) + "
+       "\" \" + Str(BitwiseOr(1, 2)) + \" \" + Str(Bitwise.BitXor(i, 1)) + \" \" + Str(Bitwise.OnesComplement(0))\n",
+       "15 16 15 3 254 -1\n"},
+      {"Print Str(Bitwise.Spin(1))\n", "test.qvr:1:19: error: the Bitwise module has no member \"Spin\"\n"},
       {"For i As Integer = 1 To 2\n  Exit For k\nNext\n", "test.qvr:2:3: error: Exit For k: no enclosing For loop counts with k\n"},
   });
 }
