@@ -1,9 +1,11 @@
-// Picture, its Graphics and its RGBSurface. A Picture's pixels live in a Core Graphics
-// bitmap context of the platform: 8 bits per component, alpha (or a skipped byte)
-// first, default byte order, so each pixel is the bytes A R G B, premultiplied when the
-// picture has an alpha channel. New Picture(w, h) has an alpha channel and starts
-// transparent; New Picture(w, h, 32) has none, starts white and can have a Mask (a
-// picture of its size whose grey levels give transparency: black opaque, white clear).
+// Picture, its Graphics and its RGBSurface, and the entry points plugins reach pictures
+// through. A Picture's pixels live in the storage of the application's kind
+// (picture_storage.h): a desktop application's in a Core Graphics bitmap context, bytes
+// A R G B, premultiplied when the picture has an alpha channel; a console or web
+// application's in the host row buffer, bytes B G R X, never with an alpha channel.
+// New Picture(w, h) has an alpha channel (desktop) and starts transparent; New
+// Picture(w, h, 32) has none, starts white and can have a Mask (a picture of its size
+// whose grey levels give transparency: black opaque, white clear).
 // A Graphics and an RGBSurface hold a reference to their picture; the drawing state
 // (DrawingColor) lives in the picture, so every Graphics of a picture shares it.
 //
@@ -14,27 +16,17 @@
 // drawing images into it draws them upright; a rectangle at Graphics (x, y, w, h) is
 // at Core Graphics (x, Height - y - h, w, h).
 #include "native_members.h"
+#include "picture_storage.h"
 
 #include <CoreGraphics/CoreGraphics.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace host {
 
 namespace {
-
-struct PictureData {
-  CGContextRef context = nullptr;
-  int64_t width = 0, height = 0;
-  bool hasAlpha = false;
-  uint32_t drawingColor = 0;  // host Color: alpha in the top byte, 0 opaque
-  ObjectRef mask;
-
-  ~PictureData() {
-    if (context) CGContextRelease(context);
-  }
-};
 
 // What a Graphics or an RGBSurface holds: the picture it draws into.
 struct PictureView {
@@ -61,37 +53,12 @@ PictureData* viewedPicture(Runtime& runtime, const Value& self, ClassInfo* cls, 
   return nullptr;
 }
 
-unsigned char* pixelAt(PictureData* picture, int64_t x, int64_t y) {
-  auto* base = static_cast<unsigned char*>(CGBitmapContextGetData(picture->context));
-  return base + size_t(y) * CGBitmapContextGetBytesPerRow(picture->context) + size_t(x) * 4;
-}
-
-// A pixel as a host Color (alpha 0 opaque, 255 clear), its colour no longer premultiplied.
-uint32_t colorOf(const PictureData* picture, const unsigned char* p) {
-  uint32_t a = picture->hasAlpha ? p[0] : 255;
-  auto channel = [a](unsigned c) { return a == 0 ? 0u : std::min(255u, (c * 255 + a / 2) / a); };
-  return ((255 - a) << 24) | (channel(p[1]) << 16) | (channel(p[2]) << 8) | channel(p[3]);
-}
-
-void storeColor(const PictureData* picture, unsigned char* p, uint32_t color) {
-  uint32_t a = picture->hasAlpha ? 255 - (color >> 24) : 255;
-  auto premultiplied = [a](uint32_t c) { return static_cast<unsigned char>((c * a + 127) / 255); };
-  p[0] = static_cast<unsigned char>(a);
-  p[1] = premultiplied((color >> 16) & 0xFF);
-  p[2] = premultiplied((color >> 8) & 0xFF);
-  p[3] = premultiplied(color & 0xFF);
-}
-
 CGContextRef newBitmapContext(int64_t width, int64_t height, bool alpha) {
   CGColorSpaceRef space = CGColorSpaceCreateDeviceRGB();
   uint32_t info = (alpha ? kCGImageAlphaPremultipliedFirst : kCGImageAlphaNoneSkipFirst) | kCGBitmapByteOrderDefault;
   CGContextRef context = CGBitmapContextCreate(nullptr, size_t(width), size_t(height), 8, 0, space, info);
   CGColorSpaceRelease(space);
   return context;
-}
-
-void fillWhite(PictureData* picture) {
-  for (int64_t y = 0; y < picture->height; ++y) std::fill_n(pixelAt(picture, 0, y), size_t(picture->width) * 4, 0xFF);
 }
 
 // Gives an instance its pixels; false (with an exception raised) when it cannot have them.
@@ -102,18 +69,11 @@ bool setUp(Runtime& runtime, PictureData* picture, int64_t width, int64_t height
                                                          std::to_string(kMaxSide) + ")");
     return false;
   }
-  CGContextRef context = newBitmapContext(width, height, alpha);
-  if (!context) {
+  if (!allocatePicturePixels(runtime.impl().options, picture, width, height, alpha)) {
     runtime.impl().raise("OutOfMemoryException", "no memory for a Picture of " + std::to_string(width) + " by " +
                                                      std::to_string(height) + " pixels");
     return false;
   }
-  if (picture->context) CGContextRelease(picture->context);
-  picture->context = context;
-  picture->width = width;
-  picture->height = height;
-  picture->hasAlpha = alpha;
-  if (!alpha) fillWhite(picture);
   return true;
 }
 
@@ -135,13 +95,13 @@ CGImageRef imageOf(Runtime::Impl& impl, PictureData* picture) {
   view.hasAlpha = true;
   for (int64_t y = 0; y < picture->height; ++y)
     for (int64_t x = 0; x < picture->width; ++x) {
-      uint32_t color = colorOf(picture, pixelAt(picture, x, y)) & 0xFFFFFF;
+      uint32_t color = pictureColorOf(picture, picturePixelAt(picture, x, y)) & 0xFFFFFF;
       uint32_t grey = 0;
       if (x < mask->width && y < mask->height) {
-        uint32_t m = colorOf(mask, pixelAt(mask, x, y));
+        uint32_t m = pictureColorOf(mask, picturePixelAt(mask, x, y));
         grey = (((m >> 16) & 0xFF) * 30 + ((m >> 8) & 0xFF) * 59 + (m & 0xFF) * 11 + 50) / 100;
       }
-      storeColor(&view, pixelAt(&view, x, y), (grey << 24) | color);
+      pictureStoreColor(&view, picturePixelAt(&view, x, y), (grey << 24) | color);
     }
   CGImageRef image = CGBitmapContextCreateImage(masked);
   view.context = nullptr;
@@ -170,7 +130,7 @@ void makeMask(Runtime& runtime, PictureData* picture) {
   ObjectRef mask = ObjectRef::adopt(runtime.impl().instantiate(runtime.impl().pictureClass));
   PictureData* data = mask ? pictureData(runtime.impl(), mask.get()) : nullptr;
   if (!data || !setUp(runtime, data, picture->width, picture->height, false)) return;
-  for (int64_t y = 0; y < data->height; ++y) std::fill_n(pixelAt(data, 0, y), size_t(data->width) * 4, 0);
+  pictureFill(data, 0);
   picture->mask = std::move(mask);
 }
 
@@ -234,6 +194,39 @@ void installPicture(Runtime::Impl& impl) {
   });
 }
 
+// Graphics.DrawPicture: place holds x, y, destination width and height, source x, y,
+// width and height; omitted(v) tells a size left to default (the source's, then the
+// source rectangle's).
+template <typename Omitted>
+Value drawPicture(Runtime& runtime, ClassInfo* cls, const Value& self, const Value& image,
+                  const std::array<double, 8>& place, Omitted omitted) {
+  PictureData* target = viewedPicture(runtime, self, cls, "DrawPicture");
+  if (!target) return Value::nil();
+  PictureData* source = pictureOf(runtime, image);
+  if (!source || !source->context) {
+    runtime.impl().raise("NilObjectException", "Graphics.DrawPicture: the picture is Nil");
+    return Value::nil();
+  }
+  auto given = [&](size_t i, double whenOmitted) { return omitted(place[i]) ? whenOmitted : place[i]; };
+  double sw = given(6, double(source->width)), sh = given(7, double(source->height));
+  double dw = given(2, sw), dh = given(3, sh);
+  double sx = place[4], sy = place[5];
+  if (sw <= 0 || sh <= 0 || dw <= 0 || dh <= 0) return Value::nil();
+  CGImageRef picture = imageOf(runtime.impl(), source);
+  if (!picture) return Value::nil();
+  // Scale the whole source so that its source rectangle covers the destination, and
+  // clip to the destination.
+  double scaleX = dw / sw, scaleY = dh / sh;
+  double x = place[0] - sx * scaleX, y = place[1] - sy * scaleY;
+  CGContextSaveGState(target->context);
+  CGContextClipToRect(target->context, cgRect(target, place[0], place[1], dw, dh));
+  CGContextDrawImage(target->context, cgRect(target, x, y, double(source->width) * scaleX, double(source->height) * scaleY),
+                     picture);
+  CGContextRestoreGState(target->context);
+  CGImageRelease(picture);
+  return Value::nil();
+}
+
 void installGraphics(Runtime::Impl& impl) {
   ClassInfo* cls = addBoxedClass<PictureView>(impl, "Graphics");
   impl.graphicsClass = cls;
@@ -288,32 +281,20 @@ void installGraphics(Runtime::Impl& impl) {
       "DrawPicture(image as Picture, x as Double, y as Double, destWidth as Double = -1, destHeight as Double = -1, "
       "sourceX as Double = 0, sourceY as Double = 0, sourceWidth as Double = -1, sourceHeight as Double = -1)",
       [cls](Runtime& runtime, const Value& self, std::vector<Value>& args) {
-        PictureData* target = viewedPicture(runtime, self, cls, "DrawPicture");
-        if (!target) return Value::nil();
-        PictureData* source = pictureOf(runtime, args.at(0));
-        if (!source || !source->context) {
-          runtime.impl().raise("NilObjectException", "Graphics.DrawPicture: the picture is Nil");
-          return Value::nil();
-        }
-        auto given = [&](size_t i, double whenOmitted) { return args.at(i).real < 0 ? whenOmitted : args[i].real; };
-        double sw = given(7, double(source->width)), sh = given(8, double(source->height));
-        double dw = given(3, sw), dh = given(4, sh);
-        double sx = args.at(5).real, sy = args.at(6).real;
-        if (sw <= 0 || sh <= 0 || dw <= 0 || dh <= 0) return Value::nil();
-        CGImageRef image = imageOf(runtime.impl(), source);
-        if (!image) return Value::nil();
-        // Scale the whole source so that its source rectangle covers the destination,
-        // and clip to the destination.
-        double scaleX = dw / sw, scaleY = dh / sh;
-        double x = args.at(1).real - sx * scaleX, y = args.at(2).real - sy * scaleY;
-        CGContextSaveGState(target->context);
-        CGContextClipToRect(target->context, cgRect(target, args[1].real, args[2].real, dw, dh));
-        CGContextDrawImage(target->context,
-                           cgRect(target, x, y, double(source->width) * scaleX, double(source->height) * scaleY), image);
-        CGContextRestoreGState(target->context);
-        CGImageRelease(image);
-        return Value::nil();
+        std::array<double, 8> place;
+        for (size_t i = 0; i < place.size(); ++i) place[i] = args.at(i + 1).real;
+        return drawPicture(runtime, cls, self, args.at(0), place, [](double v) { return v < 0; });
       });
+  // The form plugins load by its declaration; -10000 stands for an omitted size.
+  if (impl.options.drawPictureLoadable)
+    addNativeMethod(cls,
+                    "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, "
+                    "sx as Integer = 0, sy as Integer = 0, sw as Integer = -10000, sh as Integer = -10000)",
+                    [cls](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+                      std::array<double, 8> place;
+                      for (size_t i = 0; i < place.size(); ++i) place[i] = double(args.at(i + 1).integer);
+                      return drawPicture(runtime, cls, self, args.at(0), place, [](double v) { return v == -10000; });
+                    });
   addNativeMethod(cls, "Handle(type as Integer) as Integer", [cls](Runtime& runtime, const Value& self,
                                                                  std::vector<Value>& args) {
     PictureData* picture = viewedPicture(runtime, self, cls, "Handle");
@@ -336,14 +317,14 @@ void installRGBSurface(Runtime::Impl& impl) {
         PictureData* picture = viewedPicture(runtime, self, cls, "Pixel");
         bool inside = false;
         if (picture) checkedPixel(runtime, picture, args.at(0).integer, args.at(1).integer, inside);
-        return Value::ofColor(inside ? colorOf(picture, pixelAt(picture, args[0].integer, args[1].integer)) : 0);
+        return Value::ofColor(inside ? pictureColorOf(picture, picturePixelAt(picture, args[0].integer, args[1].integer)) : 0);
       },
       [cls](Runtime& runtime, const Value& self, std::vector<Value>& args) {
         PictureData* picture = viewedPicture(runtime, self, cls, "Pixel");
         bool inside = false;
         if (picture) checkedPixel(runtime, picture, args.at(0).integer, args.at(1).integer, inside);
         if (inside)
-          storeColor(picture, pixelAt(picture, args[0].integer, args[1].integer), static_cast<uint32_t>(args.at(2).integer));
+          pictureStoreColor(picture, picturePixelAt(picture, args[0].integer, args[1].integer), static_cast<uint32_t>(args.at(2).integer));
         return Value::nil();
       });
 }
@@ -392,12 +373,16 @@ CGImageRef copyPictureImageEntry(ObjectHeader* object) {
   return picture && picture->context ? imageOf(*impl, picture) : nullptr;
 }
 
-// The pixels live in the bitmap context itself: there is no other copy to drop.
-void pictureClearCacheEntry(ObjectHeader*) {}
+// The pixels live in the storage itself: there is no other copy to drop; the call is
+// counted for tests.
+void pictureClearCacheEntry(ObjectHeader* object) {
+  Runtime::Impl* impl = currentImpl();
+  if (PictureData* picture = impl ? pictureData(*impl, object) : nullptr) ++picture->cacheClears;
+}
 
-// The description record a lock fills (24 bytes): the type (8: a bitmap context) as a
-// 32-bit word, then at byte 8 the CGContextRef, at 16 and 20 width and height as 32-bit
-// words.
+// The description record a lock fills (24 bytes): the type as a 32-bit word, at byte 8
+// the data pointer (type 8: the CGContextRef; type 10: the row buffer record), at 16
+// and 20 width and height as 32-bit words.
 struct PictureDescription {
   int32_t type;
   int32_t unused;
@@ -405,21 +390,76 @@ struct PictureDescription {
   int32_t width, height;
 };
 static_assert(sizeof(PictureDescription) == 24, "the description record is 24 bytes");
-constexpr int32_t kDescriptionBitmapContext = 8;
+constexpr uint32_t kDescriptionBitmapContext = 8;
+constexpr uint32_t kDescriptionRowBuffer = 10;
 
+// A lock of the type asked for succeeds only when that is the picture's storage.
 bool lockDescription(ObjectHeader* object, PictureDescription* description, uint32_t type) {
   Runtime::Impl* impl = currentImpl();
   PictureData* picture = impl ? pictureData(*impl, object) : nullptr;
-  if (!picture || !picture->context || !description || type != kDescriptionBitmapContext) return false;
-  *description = {kDescriptionBitmapContext, 0, picture->context, int32_t(picture->width), int32_t(picture->height)};
+  if (!picture || !picture->context || !description || picture->refusesDescription) return false;
+  void* data = nullptr;
+  if (type == kDescriptionBitmapContext && !picture->isRowBuffer()) data = picture->context;
+  if (type == kDescriptionRowBuffer && picture->isRowBuffer()) data = picture->rowBuffer.data();
+  if (!data) return false;
+  *description = {int32_t(type), 0, data, int32_t(picture->width), int32_t(picture->height)};
+  ++picture->descriptionLocks;
   return true;
 }
 
+// Without a type asked, a plugin gets the bitmap context to draw into, in either
+// storage (a row buffer picture's context works on the row buffer's own memory).
 bool lockDescriptionAnyType(ObjectHeader* object, PictureDescription* description) {
-  return lockDescription(object, description, kDescriptionBitmapContext);
+  Runtime::Impl* impl = currentImpl();
+  PictureData* picture = impl ? pictureData(*impl, object) : nullptr;
+  if (!picture || !picture->context || !description || picture->refusesDescription) return false;
+  *description = {int32_t(kDescriptionBitmapContext), 0, picture->context, int32_t(picture->width),
+                  int32_t(picture->height)};
+  ++picture->descriptionLocks;
+  return true;
 }
 
-void unlockDescription(ObjectHeader*) {}
+void unlockDescription(ObjectHeader* object) {
+  Runtime::Impl* impl = currentImpl();
+  if (PictureData* picture = impl ? pictureData(*impl, object) : nullptr) ++picture->descriptionUnlocks;
+}
+
+// Pixel types of "REALBuildPictureFromBuffer": where red, green, blue and alpha sit in
+// the buffer's pixels (alpha straight, not premultiplied).
+enum BufferPixelType : int32_t { kPixelRGB24 = 1, kPixelBGR24 = 2, kPixelXRGB32 = 3, kPixelBGRX32 = 4, kPixelARGB32 = 5 };
+
+// A new picture with a copy of the buffer's pixels (rows top first, rowBytes apart); an
+// ARGB buffer gives a picture with an alpha channel. Null for an unknown pixel type, a
+// null buffer or rows shorter than their pixels.
+ObjectHeader* buildPictureFromBufferEntry(intptr_t width, intptr_t height, int32_t pixelType, const void* buffer,
+                                          intptr_t rowBytes) {
+  static const struct {
+    int32_t type;
+    PixelLayout layout;
+  } kTypes[] = {{kPixelRGB24, {3, 0, 1, 2, -1, false}},
+                {kPixelBGR24, {3, 2, 1, 0, -1, false}},
+                {kPixelXRGB32, {4, 1, 2, 3, -1, false}},
+                {kPixelBGRX32, {4, 2, 1, 0, -1, false}},
+                {kPixelARGB32, {4, 1, 2, 3, 0, false}}};
+  const PixelLayout* layout = nullptr;
+  for (const auto& t : kTypes)
+    if (t.type == pixelType) layout = &t.layout;
+  if (!layout || !buffer || width < 1 || rowBytes < width * layout->bytes) return nullptr;
+  ObjectHeader* object = newPictureEntry(int32_t(width), int32_t(height), layout->alpha >= 0 ? 0 : 32);
+  Runtime::Impl* impl = currentImpl();
+  PictureData* picture = object ? pictureData(*impl, object) : nullptr;
+  if (!picture) return object;
+  for (int64_t y = 0; y < picture->height; ++y) {
+    const auto* in = static_cast<const unsigned char*>(buffer) + size_t(y) * size_t(rowBytes);
+    for (int64_t x = 0; x < picture->width; ++x, in += layout->bytes) {
+      uint32_t alpha = layout->alpha >= 0 ? in[layout->alpha] : 255;
+      pictureStoreColor(picture, picturePixelAt(picture, x, y),
+                        ((255 - alpha) << 24) | (uint32_t(in[layout->red]) << 16) | (uint32_t(in[layout->green]) << 8) |
+                            in[layout->blue]);
+    }
+  }
+  return object;
+}
 
 }  // namespace
 
@@ -438,6 +478,16 @@ void addPictureEntryPoints(std::vector<EntryPoint>& table) {
   table.push_back({"REALLockPictureDescription", guardedEntryPoint<&lockDescription>("REALLockPictureDescription")});
   table.push_back({"lockPictureDescription", guardedEntryPoint<&lockDescriptionAnyType>("lockPictureDescription")});
   table.push_back({"unlockPictureDescription", guardedEntryPoint<&unlockDescription>("unlockPictureDescription")});
+  table.push_back({"REALBuildPictureFromBuffer", guardedEntryPoint<&buildPictureFromBufferEntry>("REALBuildPictureFromBuffer")});
+}
+
+void Runtime::refusePictureDescription(const Value& picture) {
+  if (PictureData* data = pictureOf(*this, picture)) data->refusesDescription = true;
+}
+
+PictureCounts Runtime::pictureCounts(const Value& picture) const {
+  PictureData* data = pictureOf(const_cast<Runtime&>(*this), picture);
+  return data ? PictureCounts{data->descriptionLocks, data->descriptionUnlocks, data->cacheClears} : PictureCounts{};
 }
 
 }  // namespace host

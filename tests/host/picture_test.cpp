@@ -157,3 +157,115 @@ TEST_F(PictureTest, PluginsReachPicturesThroughEntryPoints) {
     EXPECT_EQ(pixel(target, 2, 1), 0x00FFFFFFu);
   }
 }
+
+// Console and web applications keep every Picture in the host row buffer: Graphics,
+// RGBSurface and Mask work as on desktop pictures, the type 10 description hands over
+// the record and its row table, and the untyped lock a context on the same memory.
+TEST_F(PictureTest, ConsolePicturesLiveInTheRowBuffer) {
+  host::Options options;
+  options.kind = host::AppKind::Console;
+  load(options);
+  {
+    auto lock = reinterpret_cast<bool (*)(host::ObjectHeader*, void*, uint32_t)>(rt().entryPoint("REALLockPictureDescription"));
+    auto lockAny = reinterpret_cast<bool (*)(host::ObjectHeader*, void*)>(rt().entryPoint("lockPictureDescription"));
+    auto unlock = reinterpret_cast<void (*)(host::ObjectHeader*)>(rt().entryPoint("unlockPictureDescription"));
+    Value p = picture(3, 2);
+    EXPECT_FALSE(rt().get(p, "HasAlphaChannel").boolean) << "row buffer pictures have no alpha channel";
+    EXPECT_EQ(pixel(p, 2, 1), 0x00FFFFFFu);
+    fill(p, 0x00112233, 1, 1, 2, 1);
+    Value mask = rt().call(p, "Mask");
+    fill(mask, 0x00FFFFFF, 2, 0, 1, 2);  // the right column clear
+    Value target = picture(3, 2, 32);
+    fill(target, 0x000000FF, 0, 0, 3, 2);
+    rt().call(rt().get(target, "Graphics"), "DrawPicture", {p, Value::ofDouble(0), Value::ofDouble(0)});
+    EXPECT_EQ(pixel(target, 1, 1), 0x00112233u);
+    EXPECT_EQ(pixel(target, 0, 0), 0x00FFFFFFu);
+    EXPECT_EQ(pixel(target, 2, 1), 0x000000FFu) << "masked away";
+
+    struct {
+      int32_t type, unused;
+      uintptr_t* data;
+      int32_t width, height;
+    } description{};
+    EXPECT_FALSE(lock(p.object.get(), &description, 8));
+    ASSERT_TRUE(lock(p.object.get(), &description, 10));
+    EXPECT_EQ(description.type, 10);
+    EXPECT_EQ(description.width, 3);
+    EXPECT_EQ(description.height, 2);
+    uintptr_t* record = description.data;
+    EXPECT_EQ(record[0], 0u);
+    EXPECT_EQ(record[1], 3u);
+    EXPECT_EQ(record[2], 2u);
+    EXPECT_NE(record[1806], 0u);
+    auto rows = reinterpret_cast<unsigned char**>(record[1807]);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(rows[1]) + 4, 3), "\x33\x22\x11") << "B, G, R";
+    EXPECT_NE(rows[1] - rows[0], 12) << "rows are reached through the table";
+    unlock(p.object.get());
+    ASSERT_TRUE(lockAny(p.object.get(), &description));
+    EXPECT_EQ(description.type, 8);
+    auto context = reinterpret_cast<CGContextRef>(description.data);
+    EXPECT_EQ(CGBitmapContextGetData(context), rows[0]);
+    EXPECT_EQ(CGBitmapContextGetBitmapInfo(context), uint32_t(kCGImageAlphaNoneSkipFirst | kCGBitmapByteOrder32Little));
+    unlock(p.object.get());
+    host::PictureCounts counts = rt().pictureCounts(p);
+    EXPECT_EQ(counts.descriptionLocks, 2u);
+    EXPECT_EQ(counts.descriptionUnlocks, 2u);
+  }
+}
+
+// Pictures from a plugin's buffer in each pixel type, and the DrawPicture plugins load
+// by its declaration (unless the knob hides it).
+TEST_F(PictureTest, BuffersAndTheLoadableDrawPicture) {
+  load();
+  {
+    auto build = reinterpret_cast<host::ObjectHeader* (*)(intptr_t, intptr_t, int32_t, const void*, intptr_t)>(
+        rt().entryPoint("REALBuildPictureFromBuffer"));
+    struct Case {
+      int32_t type;
+      std::string pixel;  // the buffer's one pixel for opaque 0x102030
+      bool alpha;
+    };
+    for (const Case& c : {Case{1, std::string("\x10\x20\x30", 3), false}, Case{2, std::string("\x30\x20\x10", 3), false},
+                          Case{3, std::string("\x00\x10\x20\x30", 4), false}, Case{4, std::string("\x30\x20\x10\x00", 4), false},
+                          Case{5, std::string("\xFF\x10\x20\x30", 4), true}}) {
+      std::string row = c.pixel + std::string(8, '\x7F');  // a pixel and padding
+      std::string buffer = row + row;
+      Value p = Value::ofObject(host::ObjectRef::adopt(build(1, 2, c.type, buffer.data(), intptr_t(row.size()))));
+      ASSERT_FALSE(p.isNil()) << c.type;
+      EXPECT_EQ(pixel(p, 0, 0), 0x102030u) << c.type;
+      EXPECT_EQ(pixel(p, 0, 1), 0x102030u) << c.type;
+      EXPECT_EQ(rt().get(p, "HasAlphaChannel").boolean, c.alpha) << c.type;
+    }
+    EXPECT_EQ(build(1, 1, 9, "abcd", 4), nullptr);
+    EXPECT_EQ(build(2, 1, 3, "abcd", 4), nullptr) << "rows shorter than their pixels";
+
+    auto load = reinterpret_cast<void* (*)(host::ObjectHeader*, const char*)>(rt().entryPoint("REALLoadObjectMethod"));
+    const char* declaration =
+        "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, sx as Integer = 0, "
+        "sy as Integer = 0, sw as Integer = -10000, sh as Integer = -10000)";
+    Value source = picture(2, 2, 32), target = picture(4, 4, 32);
+    fill(source, 0x00FF0000, 0, 0, 2, 2);
+    Value g = rt().get(target, "Graphics");
+    auto draw = reinterpret_cast<void (*)(host::ObjectHeader*, host::ObjectHeader*, intptr_t, intptr_t, intptr_t, intptr_t,
+                                          intptr_t, intptr_t, intptr_t, intptr_t)>(load(g.object.get(), declaration));
+    ASSERT_NE(draw, nullptr);
+    draw(g.object.get(), source.object.get(), 1, 1, 2, 2, 0, 0, -10000, -10000);
+    EXPECT_EQ(pixel(target, 1, 1), 0x00FF0000u);
+    EXPECT_EQ(pixel(target, 2, 2), 0x00FF0000u);
+    EXPECT_EQ(pixel(target, 3, 3), 0x00FFFFFFu);
+  }
+}
+
+TEST_F(PictureTest, DrawPictureCanBeKeptFromPlugins) {
+  host::Options options;
+  options.drawPictureLoadable = false;
+  load(options);
+  {
+    auto load = reinterpret_cast<void* (*)(host::ObjectHeader*, const char*)>(rt().entryPoint("REALLoadObjectMethod"));
+    Value g = rt().get(picture(2, 2), "Graphics");
+    EXPECT_EQ(load(g.object.get(),
+                   "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, sx as Integer = "
+                   "0, sy as Integer = 0, sw as Integer = -10000, sh as Integer = -10000)"),
+              nullptr);
+  }
+}

@@ -72,6 +72,18 @@ struct Options {
   // the QVR_SYSTEM_VERSION environment variable before any plugin loads).
   int systemMajor = 10;
   int systemMinor = 9;
+  // Bits per pixel of the bitmap context behind new desktop Pictures: 32, or 24 (R, G,
+  // B) or 16 (grey and alpha) for a context that plugins must refuse.
+  int pictureBitsPerPixel = 32;
+  // Whether Graphics answers "REALLoadObjectMethod" for its Integer DrawPicture.
+  bool drawPictureLoadable = true;
+};
+
+// What plugins did to one Picture through its entry points.
+struct PictureCounts {
+  size_t descriptionLocks = 0;    // successful "REALLockPictureDescription"/"lockPictureDescription"
+  size_t descriptionUnlocks = 0;  // "unlockPictureDescription" calls
+  size_t cacheClears = 0;         // "REALPictureClearCache" calls
 };
 
 // One counted reference to a host object or string; copying takes a reference,
@@ -331,6 +343,11 @@ class Runtime {
 
   // The class of an object value (null for Nil and non-objects).
   ClassInfo* classOf(const Value& value) const;
+
+  // Pictures: make every description lock of this picture fail (a test knob), and
+  // what plugins did to it so far (zeros for anything that is not a Picture).
+  void refusePictureDescription(const Value& picture);
+  PictureCounts pictureCounts(const Value& picture) const;
 
   // Exceptions pending in the host (raised by a plugin, not yet thrown).
   bool exceptionPending() const;
