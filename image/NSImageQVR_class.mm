@@ -48,6 +48,7 @@ void PrepareNSImageQVRClass(void) {
           NSImageScalingMethods,
           NSImageDrawingMethods,
           NSImageCreationMethods,
+          NSImagePictureMethods,
       },
       NSImageQVRClass.methods, NSImageQVRClass.methodCount);
   JoinMemberRows<REALmethodDefinition>(

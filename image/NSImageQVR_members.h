@@ -32,6 +32,9 @@ extern const MemberRows<REALmethodDefinition> NSImageCreationMethods;
 /* Creation on a worker thread (creation_threaded.mm): the MT factories. */
 extern const MemberRows<REALmethodDefinition> NSImageThreadedCreationSharedMethods;
 
+/* Pictures and masks to images and back, with the picture marker flag (pictures.mm). */
+extern const MemberRows<REALmethodDefinition> NSImagePictureMethods;
+
 /* Joins the groups into NSImageQVRClass; run once, before its flags are fixed and it is
    registered. */
 void PrepareNSImageQVRClass(void);

@@ -29,6 +29,9 @@ std::string SystemVersion();
 const char* LongClassName(int length);
 void MakeLongPlatformClasses();
 
+// Picture machinery (probe_pictures.mm).
+extern REALclassDefinition PictureProbeQVRClass;
+
 // Conversions and the threaded runner (probe_conversions.mm).
 extern REALclassDefinition ConversionProbeQVRClass;
 

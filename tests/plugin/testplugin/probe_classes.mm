@@ -93,6 +93,7 @@ extern "C" __attribute__((visibility("default"))) void REALPluginMain(REALResolv
   MyREALRegisterClass(&FrameProbeQVRClass);
   MyREALRegisterClass(&ConversionProbeQVRClass);
   MyREALRegisterClass(&ImageProbeQVRClass);
+  MyREALRegisterClass(&PictureProbeQVRClass);
   MakeLongPlatformClasses();
   RegisterLongNameClasses();
 }
