@@ -23,11 +23,11 @@ std::string readFile(const std::string& path) {
   return buffer.str();
 }
 
-void expectExample(const std::string& name) {
+void expectExample(const std::string& name, host::Options options = {}) {
   const std::string dir = examplesDirectory();
   const std::string expected = readFile(dir + "/" + name + ".expected");
   ASSERT_FALSE(expected.empty()) << "no expected output for " << name << " in " << dir;
-  host::Runtime rt;
+  host::Runtime rt(options);
   rt.loadStandardPlugins();
   std::ostringstream out, err;
   int status = qvrlang::runFile(rt, dir + "/" + name + ".qvr", out, err);
@@ -49,6 +49,13 @@ TEST(Examples, Files) { expectExample("files"); }
 TEST(Examples, Dictionary) { expectExample("dictionary"); }
 TEST(Examples, Pictures) { expectExample("pictures"); }
 TEST(Examples, Drawing) { expectExample("drawing"); }
+TEST(Examples, PictureConversion) { expectExample("picture_conversion"); }
+// Console pictures live in the host row buffer; the program prints the same.
+TEST(Examples, PictureConversionInAConsoleApplication) {
+  host::Options options;
+  options.kind = host::AppKind::Console;
+  expectExample("picture_conversion", options);
+}
 
 TEST(Examples, TheEmbeddedExampleRunsToItsEnd) {
   host::Runtime rt;
