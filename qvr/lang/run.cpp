@@ -141,32 +141,22 @@ For Each key As Variant In counts.Keys
 Next
 
 Print "The picture as an image"
-' A 24-bit BMP of the picture's pixels, bottom row first, as the format keeps them.
-Dim rowBytes As Integer = ((pic.Width * 3 + 3) \ 4) * 4
-Dim bmp As New MemoryBlock(54 + rowBytes * pic.Height)
-bmp.Byte(0) = &h42
-bmp.Byte(1) = &h4D
-bmp.Int32Value(2) = bmp.Size
-bmp.Int32Value(10) = 54
-bmp.Int32Value(14) = 40
-bmp.Int32Value(18) = pic.Width
-bmp.Int32Value(22) = pic.Height
-bmp.Byte(26) = 1
-bmp.Byte(28) = 24
-bmp.Int32Value(34) = rowBytes * pic.Height
-For y As Integer = 0 To pic.Height - 1
-  Dim row As Integer = 54 + (pic.Height - 1 - y) * rowBytes
-  For x As Integer = 0 To pic.Width - 1
-    Dim c As Color = pic.RGBSurface.Pixel(x, y)
-    bmp.Byte(row + x * 3) = c.Blue
-    bmp.Byte(row + x * 3 + 1) = c.Green
-    bmp.Byte(row + x * 3 + 2) = c.Red
-  Next
-Next
-Dim drawn As NSImageQVR = NSImageQVR.imageWithData(bmp.StringValue(0, bmp.Size))
-Print "  decoded from " + Str(bmp.Size) + " bytes of BMP: " + Str(drawn.size.Width) + " x " + Str(drawn.size.Height)
-Dim scaled As NSImageQVR = drawn.imageByScalingToSize(32, 24)
+Dim drawn As New NSImageQVR(pic)
+Print "  New NSImageQVR(pic): " + Str(drawn.size.Width) + " x " + Str(drawn.size.Height)
+' A mask: black keeps a pixel, white clears it; here the two left columns go.
+Dim cut As New Picture(pic.Width, pic.Height, 32)
+cut.Graphics.DrawingColor = &c000000
+cut.Graphics.FillRect(0, 0, pic.Width, pic.Height)
+cut.Graphics.DrawingColor = &cFFFFFF
+cut.Graphics.FillRect(0, 0, 2, pic.Height)
+Dim masked As New NSImageQVR(pic, cut)
+Print "  New NSImageQVR(pic, mask): " + Str(masked.size.Width) + " x " + Str(masked.size.Height)
+Dim scaled As NSImageQVR = masked.imageByScalingToSize(32, 24)
 Print "  scaled: " + Str(scaled.size.Width) + " x " + Str(scaled.size.Height)
+Dim back As Picture = scaled.CopyPictureWithMask
+Dim backMask As Picture = back.Mask(False)
+Print "  back to a Picture: " + Str(back.Width) + " x " + Str(back.Height) + ", mask at (0, 0) " + _
+  Str(backMask.RGBSurface.Pixel(0, 0).Red) + ", at (31, 0) " + Str(backMask.RGBSurface.Pixel(31, 0).Red)
 Dim faded As NSImageQVR = scaled.imageByFadingToFraction(0.5)
 Print "  faded to half: " + Str(faded.size.Width) + " x " + Str(faded.size.Height)
 

@@ -64,6 +64,7 @@ TEST(Examples, TheEmbeddedExampleRunsToItsEnd) {
   EXPECT_EQ(qvrlang::runSource(rt, qvrlang::embeddedExample(), "example", out, err), 0) << err.str();
   EXPECT_NE(out.str().find("caught OutOfBoundsException"), std::string::npos) << out.str();
   for (const char* written : {"example.png: PNG, written", "example.jpeg: JPEG, written", "example.tiff: TIFF, written",
-                              "example.gif: GIF, written", "example.bmp: BMP, written", "decoded from 198 bytes of BMP: 8 x 6"})
+                              "example.gif: GIF, written", "example.bmp: BMP, written", "New NSImageQVR(pic, mask): 8 x 6",
+                              "back to a Picture: 32 x 24, mask at (0, 0) 255, at (31, 0) 0"})
     EXPECT_NE(out.str().find(written), std::string::npos) << out.str();
 }
