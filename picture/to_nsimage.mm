@@ -24,6 +24,16 @@ NSBitmapImageRep* NewRepresentation(int32_t width, int32_t height, bool alpha) {
                                                 bitsPerPixel:0] autorelease];
 }
 
+/* Where the copy loops write: the representation's own row length and pixel step, read
+   back rather than assumed. */
+struct Destination {
+  unsigned char* data;
+  NSInteger rowBytes, step;
+  explicit Destination(NSBitmapImageRep* rep)
+      : data([rep bitmapData]), rowBytes([rep bytesPerRow]), step([rep bitsPerPixel] / 8) {}
+  unsigned char* Row(int32_t y) const { return data + (NSInteger)y * rowBytes; }
+};
+
 NSImage* HostImage(REALpicture image) {
   if (!SystemIsAtLeast10(6)) return nil;
   CGImageRef cgImage = REALCopyPictureCGImage(image);
@@ -40,14 +50,12 @@ NSImage* CopyWithoutAlpha(REALpicture image) {
   int32_t w = reader.width, h = reader.height;
   NSBitmapImageRep* rep = NewRepresentation(w, h, false);
   if (rep == nil) return nil;
-  unsigned char* data = [rep bitmapData];
-  NSInteger rowBytes = [rep bytesPerRow];
-  NSInteger step = [rep bitsPerPixel] / 8;
+  Destination to(rep);
   PictureChannels c = PictureChannelsOf(reader.format);
   for (int32_t y = 0; y < h; ++y, reader.NextRow()) {
     const unsigned char* in = reader.current;
-    unsigned char* out = data + (NSInteger)y * rowBytes;
-    for (int32_t x = 0; x < w; ++x, in += 4, out += step) {
+    unsigned char* out = to.Row(y);
+    for (int32_t x = 0; x < w; ++x, in += 4, out += to.step) {
       out[0] = in[c.red];
       out[1] = in[c.green];
       out[2] = in[c.blue];
@@ -69,16 +77,14 @@ NSImage* CopyWithMask(REALpicture image, REALpicture mask) {
   int32_t w = pixels.width, h = pixels.height;
   NSBitmapImageRep* rep = NewRepresentation(w, h, true);
   if (rep == nil) return nil;
-  unsigned char* data = [rep bitmapData];
-  NSInteger rowBytes = [rep bytesPerRow];
-  NSInteger step = [rep bitsPerPixel] / 8;
+  Destination to(rep);
   PictureChannels c = PictureChannelsOf(pixels.format);
   int maskByte = PictureChannelsOf(coverage.format).red;
   for (int32_t y = 0; y < h; ++y, pixels.NextRow(), coverage.NextRow()) {
     const unsigned char* in = pixels.current;
     const unsigned char* m = coverage.current;
-    unsigned char* out = data + (NSInteger)y * rowBytes;
-    for (int32_t x = 0; x < w; ++x, in += 4, m += 4, out += step) {
+    unsigned char* out = to.Row(y);
+    for (int32_t x = 0; x < w; ++x, in += 4, m += 4, out += to.step) {
       unsigned a = 255u - (maskByte >= 0 ? m[maskByte] : 0u);
       out[0] = (unsigned char)(in[c.red] * a / 255);
       out[1] = (unsigned char)(in[c.green] * a / 255);
