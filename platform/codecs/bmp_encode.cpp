@@ -1,5 +1,6 @@
-/* Windows bitmap writing: 24-bit BI_RGB for opaque images, 32-bit BI_BITFIELDS with an alpha
-   mask (a V4 header) for images with alpha, bottom-up rows, resolution in pixels per metre. */
+/* Windows bitmap writing: 24-bit BI_RGB for opaque images (and for images with alpha laid
+   over a background colour on request), 32-bit BI_BITFIELDS with an alpha mask (a V4 header)
+   for images with alpha, bottom-up rows, resolution in pixels per metre. */
 #include <cmath>
 #include <cstring>
 
@@ -23,7 +24,7 @@ void put32(std::vector<uint8_t>& out, size_t at, uint32_t v) {
 
 bool bmp_encode(const Raster& raster, const EncodeOptions& options, std::vector<uint8_t>& out) {
   if (raster.empty()) return false;
-  const bool alpha = raster.alpha;
+  const bool alpha = raster.alpha && !options.opaque_over_background;
   const uint32_t bpp = alpha ? 32 : 24;
   const uint32_t header_size = alpha ? 108 : 40;
   const size_t row_bytes = ((size_t(raster.width) * bpp + 31) / 32) * 4;

@@ -27,7 +27,9 @@ struct EncodeOptions {
   bool dither_transparency = false;       // GIF: diffuse partial alpha into on/off
   std::vector<uint8_t> palette_rgb;       // GIF: fixed colour table, RGB triples
   uint8_t background_rgb[3] = {255, 255, 255};  // laid under alpha where it must go
-  int loop_count = 0;                     // GIF animation: 0 loops forever
+  bool opaque_over_background = false;    // BMP: alpha laid over background_rgb, written opaque
+  int loop_count = -1;                    // GIF: 0 loops forever; -1 says nothing (an
+                                          // animation then loops forever, one image has none)
   const ImageMetadata* metadata = nullptr;  // ICC, EXIF, resolution, frame duration
 };
 

@@ -1,5 +1,6 @@
 /* GIF reading through giflib: every frame composited onto the canvas as a viewer shows it
-   (disposal methods, transparency, interlace), with frame delays and the loop count. */
+   (disposal methods, transparency, interlace), with frame delays, colour tables and the loop
+   count. */
 #include <algorithm>
 #include <cstring>
 
@@ -115,6 +116,10 @@ bool gif_decode(const uint8_t* data, size_t size, std::vector<Frame>& frames) {
       frame.metadata.frame_duration = gcb.DelayTime / 100.0;
       frame.metadata.loop_count = loops;
       frame.metadata.interlaced = image.ImageDesc.Interlace;
+      for (int c = 0; c < map->ColorCount; ++c) {
+        const GifColorType& colour = map->Colors[c];
+        frame.metadata.palette_rgb.insert(frame.metadata.palette_rgb.end(), {colour.Red, colour.Green, colour.Blue});
+      }
       for (size_t p = 3; p < canvas.size() && !any_transparency; p += 4) any_transparency = canvas[p] != 255;
       frames.push_back(std::move(frame));
       if (gcb.DisposalMode == DISPOSE_BACKGROUND) clear_rect(canvas, canvas_w, r);

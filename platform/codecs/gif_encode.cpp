@@ -67,17 +67,19 @@ struct IndexedFrame {
   int transparent = NO_TRANSPARENT_COLOR;
 };
 
-bool quantise(const Raster& raster, const EncodeOptions& options, IndexedFrame& frame) {
+// palette: a fixed colour table (RGB triples) to draw with, or empty to choose colours.
+bool quantise(const Raster& raster, const EncodeOptions& options, const std::vector<uint8_t>& palette,
+              IndexedFrame& frame) {
   std::vector<uint8_t> rgba;
   const bool any_clear = binary_alpha_pixels(raster, options, rgba);
   liq_attr* attr = liq_attr_create();
   if (attr == nullptr) return false;
   liq_image* image = liq_image_create_rgba(attr, rgba.data(), raster.width, raster.height, 0);
   bool ok = image != nullptr;
-  const size_t fixed = std::min<size_t>(options.palette_rgb.size() / 3, any_clear ? 255 : 256);
+  const size_t fixed = std::min<size_t>(palette.size() / 3, any_clear ? 255 : 256);
   if (ok && fixed > 0) {
     for (size_t i = 0; i < fixed; ++i) {
-      const uint8_t* c = options.palette_rgb.data() + i * 3;
+      const uint8_t* c = palette.data() + i * 3;
       liq_image_add_fixed_color(image, liq_color{c[0], c[1], c[2], 255});
     }
     if (any_clear) liq_image_add_fixed_color(image, liq_color{0, 0, 0, 0});
@@ -167,11 +169,14 @@ bool gif_encode(const std::vector<const Frame*>& frames, const EncodeOptions& op
   const bool animated = frames.size() > 1;
   EGifSetGifVersion(gif, true);
   bool ok = EGifPutScreenDesc(gif, canvas_w, canvas_h, 8, 0, nullptr) == GIF_OK;
-  if (ok && animated) ok = put_loop_extension(gif, std::max(0, options.loop_count));
+  if (ok && (animated || options.loop_count >= 0)) ok = put_loop_extension(gif, std::max(0, options.loop_count));
   for (const Frame* frame : frames) {
     if (!ok) break;
     IndexedFrame indexed;
-    ok = quantise(frame->raster, options, indexed) &&
+    // A frame read with a colour table of its own keeps it; the others take the options' one.
+    const std::vector<uint8_t>& palette =
+        frame->metadata.palette_rgb.empty() ? options.palette_rgb : frame->metadata.palette_rgb;
+    ok = quantise(frame->raster, options, palette, indexed) &&
          put_frame(gif, frame->raster, indexed, frame->metadata.frame_duration, animated, options.interlaced);
   }
   if (EGifCloseFile(gif, &error) != GIF_OK) ok = false;

@@ -79,6 +79,7 @@ struct ImageMetadata {
   int tiff_compression = 0;       // TIFF compression code read or to write
   double frame_duration = 0.0;    // GIF: seconds this frame shows
   int loop_count = -1;            // GIF: NETSCAPE loop count (0 forever); -1 when absent
+  std::vector<uint8_t> palette_rgb;  // GIF: the colour table the frame was drawn with (RGB)
 };
 
 struct Frame {

@@ -1,11 +1,13 @@
 /* TIFF writing through libtiff: one page per frame, grey or RGB at 8 or 16 bits with alpha as
    an extra sample (associated when premultiplied), in the compression asked for when libtiff
-   can write it for that page (none otherwise), with resolution and ICC profile. */
+   can write it for that page (none otherwise), with resolution, ICC profile and, on the first
+   page, EXIF. */
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 
 #include "codecs/codecs.h"
+#include "codecs/tiff_exif_block.h"
 #include "codecs/tiff_memory_stream.h"
 
 namespace qvr {
@@ -115,12 +117,16 @@ bool tiff_encode(const std::vector<const Frame*>& pages, const EncodeOptions& op
   out.clear();
   TiffMemoryStream stream;
   stream.sink = &out;
-  TIFF* tif = tiff_open_memory(stream, "w");
+  // EXIF goes in as it is, so the file takes the byte order of the EXIF block.
+  const std::vector<uint8_t>& exif = pages[0]->metadata.exif;
+  const bool with_exif = exif.size() >= 8 && (exif[0] == 'I' || exif[0] == 'M');
+  TIFF* tif = tiff_open_memory(stream, !with_exif ? "w" : exif[0] == 'I' ? "wl" : "wb");
   if (tif == nullptr) return false;
   bool ok = true;
   for (size_t i = 0; ok && i < pages.size(); ++i)
     ok = write_page(tif, *pages[i], options, int(i), int(pages.size()));
   TIFFClose(tif);
+  if (ok && with_exif) tiff_insert_exif_block(out, exif.data(), exif.size());
   if (!ok) out.clear();
   return ok && !out.empty();
 }

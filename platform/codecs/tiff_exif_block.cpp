@@ -1,10 +1,13 @@
-/* A TIFF file's EXIF moved into a block of its own. EXIF readers take blocks of at most
-   64 KiB whose offsets count from the block's start, while in a TIFF file the EXIF directory
-   usually sits after megabytes of pixels; so the two directories and the values they point
-   at are copied into a fresh structure (same byte order) and their offsets rewritten. Entries
-   that point at pixel data or at other large or nested blocks are left behind. */
+/* A TIFF file's EXIF moved into a block of its own, and such a block moved into a TIFF file.
+   EXIF readers take blocks of at most 64 KiB whose offsets count from the block's start,
+   while in a TIFF file the EXIF directory usually sits after megabytes of pixels; so the two
+   directories and the values they point at are copied into a fresh structure (same byte
+   order) and their offsets rewritten. Entries that point at pixel data or at other large or
+   nested blocks are left behind. Writing goes the other way: the block's directories are
+   appended to the file and its first directory rewritten with the EXIF pointer added. */
 #include "codecs/tiff_exif_block.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace qvr {
@@ -133,6 +136,89 @@ bool tiff_exif_block(const uint8_t* data, size_t size, std::vector<uint8_t>& blo
   write_directory(image_at, image, true);
   write_directory(exif_at, exif, false);
   (void)values_at;
+  return true;
+}
+
+bool tiff_insert_exif_block(std::vector<uint8_t>& file, const uint8_t* block, size_t block_size) {
+  if (block == nullptr || block_size < 8 || file.size() < 8) return false;
+  Reader b{block, block_size, block[0] == 'I'};
+  Reader f{file.data(), file.size(), file[0] == 'I'};
+  // The values are copied as bytes, so both must be in one byte order.
+  if (b.little != f.little || b.u16(2) != 42 || f.u16(2) != 42) return false;
+  std::vector<Entry> image, exif;
+  uint32_t exif_offset = 0;
+  if (!read_directory(b, b.u32(4), image, &exif_offset)) return false;
+  if (exif_offset != 0 && !read_directory(b, exif_offset, exif, nullptr)) return false;
+
+  // The file's first directory as it stands: its entries keep their offsets, as
+  // everything new goes after the end of the file.
+  const size_t first = f.u32(4);
+  const uint32_t first_count = f.u16(first);
+  const uint32_t next = f.u32(first + 2 + 12 * size_t(first_count));
+  if (!f.ok || file.size() + 2 * block_size + 12 * size_t(first_count) + 64 > 0xFFFFFFF0u) return false;
+  struct Record {
+    uint16_t tag;
+    uint8_t bytes[12];
+  };
+  std::vector<Record> records;
+  for (uint32_t i = 0; i < first_count; ++i) {
+    Record r;
+    std::memcpy(r.bytes, file.data() + first + 2 + 12 * size_t(i), 12);
+    r.tag = uint16_t(f.u16(first + 2 + 12 * size_t(i)));
+    if (r.tag != kExifPointer) records.push_back(r);
+  }
+
+  auto put16 = [&](uint8_t* at, uint32_t v) {
+    at[0] = uint8_t(f.little ? v : v >> 8);
+    at[1] = uint8_t(f.little ? v >> 8 : v);
+  };
+  auto put32 = [&](uint8_t* at, uint32_t v) {
+    put16(at + (f.little ? 0 : 2), v & 0xFFFF);
+    put16(at + (f.little ? 2 : 0), v >> 16);
+  };
+  auto align = [&] {
+    if (file.size() & 1) file.push_back(0);
+  };
+  auto record_of = [&](const Entry& e) {
+    Record r{e.tag, {}};
+    put16(r.bytes, e.tag), put16(r.bytes + 2, e.type), put32(r.bytes + 4, e.count);
+    if (e.length <= 4) {
+      std::memcpy(r.bytes + 8, e.value, e.length);
+    } else {
+      align();
+      put32(r.bytes + 8, uint32_t(file.size()));
+      file.insert(file.end(), e.value, e.value + e.length);
+    }
+    return r;
+  };
+  auto append_directory = [&](std::vector<Record>& entries, uint32_t next_directory) {
+    std::sort(entries.begin(), entries.end(), [](const Record& a, const Record& c) { return a.tag < c.tag; });
+    align();
+    const size_t at = file.size();
+    file.resize(at + 2 + 12 * entries.size() + 4);
+    put16(&file[at], uint32_t(entries.size()));
+    for (size_t i = 0; i < entries.size(); ++i) std::memcpy(&file[at + 2 + 12 * i], entries[i].bytes, 12);
+    put32(&file[at + 2 + 12 * entries.size()], next_directory);
+    return uint32_t(at);
+  };
+
+  // What the file says of itself (size, layout, orientation) wins over the block.
+  for (const Entry& e : image) {
+    bool present = false;
+    for (const Record& r : records) present |= r.tag == e.tag;
+    if (!present) records.push_back(record_of(e));
+  }
+  if (!exif.empty()) {
+    std::vector<Record> exif_records;
+    for (const Entry& e : exif) exif_records.push_back(record_of(e));
+    const uint32_t exif_at = append_directory(exif_records, 0);
+    Record pointer{kExifPointer, {}};
+    put16(pointer.bytes, kExifPointer), put16(pointer.bytes + 2, 4), put32(pointer.bytes + 4, 1);
+    put32(pointer.bytes + 8, exif_at);
+    records.push_back(pointer);
+  }
+  const uint32_t directory = append_directory(records, next);
+  put32(&file[4], directory);
   return true;
 }
 

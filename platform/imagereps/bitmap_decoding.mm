@@ -72,6 +72,9 @@ void FillDecodedProperties(NSBitmapImageRep* rep, qvr::ImageFormat format, size_
       if (metadata.loop_count >= 0)
         [properties setObject:[NSNumber numberWithInteger:metadata.loop_count] forKey:NSImageLoopCount];
       [properties setObject:[NSNumber numberWithBool:metadata.interlaced] forKey:NSImageInterlaced];
+      if (!metadata.palette_rgb.empty())
+        [properties setObject:[NSData dataWithBytes:metadata.palette_rgb.data() length:metadata.palette_rgb.size()]
+                       forKey:NSImageRGBColorTable];
       break;
     default:
       break;

@@ -17,15 +17,17 @@ bool FlagFor(NSDictionary* properties, NSString* key) {
   return [value respondsToSelector:@selector(boolValue)] && [value boolValue];
 }
 
-void ReadBackground(NSDictionary* properties, uint8_t rgb[3]) {
+/* The fallback background colour, when the properties name one. */
+bool ReadBackground(NSDictionary* properties, uint8_t rgb[3]) {
   id colour = [properties objectForKey:NSImageFallbackBackgroundColor];
-  if (![colour isKindOfClass:[NSColor class]]) return;
+  if (![colour isKindOfClass:[NSColor class]]) return false;
   NSColor* converted = [colour colorUsingColorSpaceName:NSCalibratedRGBColorSpace];
-  if (converted == nil) return;
+  if (converted == nil) return false;
   CGFloat r = 1, g = 1, b = 1, a = 1;
   [converted getRed:&r green:&g blue:&b alpha:&a];
   const CGFloat c[3] = {r, g, b};
   for (int i = 0; i < 3; ++i) rgb[i] = uint8_t(std::lround(std::min<CGFloat>(1, std::max<CGFloat>(0, c[i])) * 255));
+  return true;
 }
 
 /* The frame to encode for one representation: its pixels, resolution, profile, EXIF and
@@ -56,10 +58,31 @@ bool FrameFor(NSBitmapImageRep* rep, NSDictionary* properties, qvr::Frame& frame
     const uint8_t* bytes = static_cast<const uint8_t*>([exif bytes]);
     frame.metadata.exif.assign(bytes, bytes + [exif length]);
   }
+  frame.metadata.palette_rgb.clear();  // the properties' colour table applies to the shown pixels
   id duration = [properties objectForKey:NSImageCurrentFrameDuration];
   if (duration == nil) duration = [rep valueForProperty:NSImageCurrentFrameDuration];
   if ([duration respondsToSelector:@selector(doubleValue)]) frame.metadata.frame_duration = [duration doubleValue];
   return true;
+}
+
+/* A representation that holds an animation goes to GIF whole: every frame as it was read,
+   with the colour table it was read with unless the call names one, but the frame it shows
+   as its pixels and properties are now. The other frames are views of the kept pixels. */
+void AnimationFrames(NSBitmapImageRep* rep, NSDictionary* given, const qvr::Frame& shown,
+                     std::vector<qvr::Frame>& views, std::vector<const qvr::Frame*>& pointers) {
+  std::vector<qvr::Frame>& frames = [rep qvrStorage]->frames;
+  if (frames.size() < 2) return;
+  const size_t current = size_t(std::max<NSInteger>(0, [[rep valueForProperty:NSImageCurrentFrame] integerValue]));
+  const bool ownTables = [given objectForKey:NSImageRGBColorTable] == nil;
+  views.resize(frames.size());
+  pointers.clear();
+  for (size_t i = 0; i < frames.size(); ++i) {
+    qvr::Raster& kept = frames[i].raster;
+    views[i].raster.view(kept.pixels, kept.width, kept.height, kept.samples, kept.bits, kept.alpha, kept.stride);
+    views[i].metadata = frames[i].metadata;
+    if (!ownTables) views[i].metadata.palette_rgb.clear();
+    pointers.push_back(i == current ? &shown : &views[i]);
+  }
 }
 
 }  // namespace
@@ -85,10 +108,11 @@ NSData* QVREncodeBitmapReps(NSArray* reps, NSBitmapImageFileType type, NSDiction
   options.interlaced = FlagFor(properties, NSImageInterlaced);
   options.gamma = NumberFor(properties, NSImageGamma, 0.0);
   options.dither_transparency = FlagFor(properties, NSImageDitherTransparency);
-  options.loop_count = int(NumberFor(properties, NSImageLoopCount, 0));
+  options.loop_count = int(NumberFor(properties, NSImageLoopCount, -1));
   options.tiff_compression = QVRTIFFFileCompression(
       NSTIFFCompression(NumberFor(properties, NSImageCompressionMethod, double([first qvrStorage]->compression))));
-  ReadBackground(properties, options.background_rgb);
+  // BMP keeps alpha unless the caller names a colour to show where it is clear.
+  options.opaque_over_background = ReadBackground(properties, options.background_rgb);
   id table = [properties objectForKey:NSImageRGBColorTable];
   if ([table isKindOfClass:[NSData class]]) {
     const uint8_t* bytes = static_cast<const uint8_t*>([table bytes]);
@@ -102,6 +126,8 @@ NSData* QVREncodeBitmapReps(NSArray* reps, NSBitmapImageFileType type, NSDiction
     pointers.push_back(&frames[i]);
   }
   options.metadata = &frames[0].metadata;
+  std::vector<qvr::Frame> animation;
+  if (type == NSGIFFileType && [bitmaps count] == 1) AnimationFrames(first, given, frames[0], animation, pointers);
 
   std::vector<uint8_t> out;
   bool ok = false;

@@ -1,6 +1,6 @@
 /* The properties of a bitmap representation: the keys, reading and setting them, and the one
    property that acts when set, NSImageCurrentFrame, which shows another frame of an
-   animation in the representation's pixels. */
+   animation in the representation's pixels (with that frame's duration and colour table). */
 #import "imagereps/bitmap_storage.h"
 
 #include <cstring>
@@ -42,6 +42,10 @@ NSString* const NSImageFallbackBackgroundColor = @"NSImageFallbackBackgroundColo
     [storage->properties setObject:[NSNumber numberWithInteger:index] forKey:NSImageCurrentFrame];
     [storage->properties setObject:[NSNumber numberWithFloat:float(frame.metadata.frame_duration)]
                             forKey:NSImageCurrentFrameDuration];
+    if (!frame.metadata.palette_rgb.empty())
+      [storage->properties setObject:[NSData dataWithBytes:frame.metadata.palette_rgb.data()
+                                                    length:frame.metadata.palette_rgb.size()]
+                              forKey:NSImageRGBColorTable];
     return;
   }
   if ([property isEqualToString:NSImageFrameCount] && !storage->frames.empty()) return;  // read only

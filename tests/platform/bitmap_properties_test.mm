@@ -1,0 +1,231 @@
+/* The bitmap properties that travel inside files, checked with Pillow and libtiff's tools as
+   well as our own reading: ICC profiles in PNG, JPEG and TIFF, EXIF in TIFF, GIF colour tables,
+   loop counts and whole animations written back, the fallback background colour, and the
+   compression factor of JPEG inside TIFF. Each acts given to the encoder and set on the
+   representation alike. */
+#import "platform/codec_support.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+class BitmapProperties : public CodecTest {
+ protected:
+  // What a Python program with Pillow prints about the file written from data.
+  std::string Pillow(NSData* data, const std::string& extension, const std::string& program) {
+    const std::string command = "/usr/bin/python3 -c \"import sys; from PIL import Image; im = Image.open(sys.argv[1]); " +
+                                program + "\" " + Temporary(data, extension) + " 2>&1";
+    std::string output;
+    if (FILE* f = popen(command.c_str(), "r")) {
+      char buffer[4096];
+      size_t n;
+      while ((n = fread(buffer, 1, sizeof buffer, f)) > 0) output.append(buffer, n);
+      pclose(f);
+    }
+    while (!output.empty() && output.back() == '\n') output.pop_back();
+    return output;
+  }
+};
+
+NSDictionary* One(id value, NSString* key) { return [NSDictionary dictionaryWithObject:value forKey:key]; }
+
+std::string Hex(NSData* data) {
+  static const char digits[] = "0123456789abcdef";
+  std::string hex;
+  const uint8_t* p = static_cast<const uint8_t*>([data bytes]);
+  for (NSUInteger i = 0; i < [data length]; ++i) hex += digits[p[i] >> 4], hex += digits[p[i] & 15];
+  return hex;
+}
+
+// A real sRGB profile, made by Pillow's colour management module.
+NSData* SRGBProfile() {
+  FILE* f = popen("/usr/bin/python3 -c \"import sys; from PIL import ImageCms; "
+                  "sys.stdout.buffer.write(ImageCms.ImageCmsProfile(ImageCms.createProfile('sRGB')).tobytes())\"",
+                  "r");
+  NSMutableData* profile = [NSMutableData data];
+  char buffer[4096];
+  size_t n;
+  while (f != nullptr && (n = fread(buffer, 1, sizeof buffer, f)) > 0) [profile appendBytes:buffer length:n];
+  if (f != nullptr) pclose(f);
+  return profile;
+}
+
+TEST_F(BitmapProperties, ICCProfileIsEmbeddedAndReadBackInPNGJPEGAndTIFF) {
+  NSData* profile = SRGBProfile();
+  ASSERT_GT([profile length], 128u);
+  struct Case {
+    NSBitmapImageFileType type;
+    const char* extension;
+    bool onTheRepresentation;
+  };
+  for (const Case& c : {Case{NSPNGFileType, ".png", false}, Case{NSJPEGFileType, ".jpg", false},
+                        Case{NSTIFFFileType, ".tiff", false}, Case{NSPNGFileType, ".png", true},
+                        Case{NSJPEGFileType, ".jpg", true}, Case{NSTIFFFileType, ".tiff", true}}) {
+    SCOPED_TRACE(std::string(c.extension) + (c.onTheRepresentation ? " (set on the representation)" : ""));
+    NSBitmapImageRep* rep = MakeRep(MakeTestPicture(24, 16, 3));
+    if (c.onTheRepresentation) [rep setProperty:NSImageColorSyncProfileData withValue:profile];
+    NSData* data = [rep representationUsingType:c.type
+                                     properties:c.onTheRepresentation ? nil : One(profile, NSImageColorSyncProfileData)];
+    ASSERT_NE(data, nil);
+    EXPECT_TRUE([[[NSBitmapImageRep imageRepWithData:data] valueForProperty:NSImageColorSyncProfileData]
+        isEqualToData:profile]);
+    EXPECT_EQ(Pillow(data, c.extension, "print(im.info.get('icc_profile', b'').hex())"), Hex(profile));
+  }
+  // Without one, none is written or reported.
+  NSData* plain = [MakeRep(MakeTestPicture(8, 8, 3)) representationUsingType:NSPNGFileType properties:nil];
+  EXPECT_EQ([[NSBitmapImageRep imageRepWithData:plain] valueForProperty:NSImageColorSyncProfileData], nil);
+}
+
+TEST_F(BitmapProperties, EXIFIsWrittenIntoTIFFAndReadBack) {
+  NSDictionary* exif = [NSDictionary
+      dictionaryWithObjectsAndKeys:@"Writer Test", @"Make", @"Model 9", @"Model", [NSNumber numberWithDouble:0.5],
+                                   @"ExposureTime", [NSNumber numberWithInt:200], @"ISOSpeedRatings",
+                                   @"2024:01:02 03:04:05", @"DateTimeOriginal", nil];
+  TestPicture first = MakeTestPicture(40, 30, 3), second = MakeTestPicture(20, 10, 1);
+  NSBitmapImageRep* rep = MakeRep(first);
+  [rep setProperty:NSImageEXIFData withValue:exif];
+  NSArray* reps = [NSArray arrayWithObjects:rep, MakeRep(second), nil];
+  for (NSTIFFCompression compression : {NSTIFFCompressionNone, NSTIFFCompressionLZW}) {
+    SCOPED_TRACE(compression);
+    // Set on the representation, for two pages; given to the encoder, for one.
+    NSData* tiffs[2] = {
+        [NSBitmapImageRep TIFFRepresentationOfImageRepsInArray:reps usingCompression:compression factor:0],
+        [MakeRep(first) representationUsingType:NSTIFFFileType
+                                     properties:[NSDictionary dictionaryWithObjectsAndKeys:exif, NSImageEXIFData,
+                                                     [NSNumber numberWithInt:int(compression)],
+                                                     NSImageCompressionMethod, nil]]};
+    for (NSData* tiff : tiffs) {
+      ASSERT_NE(tiff, nil);
+      NSArray* pages = [NSBitmapImageRep imageRepsWithData:tiff];
+      ASSERT_EQ([pages count], tiff == tiffs[0] ? 2u : 1u);
+      NSDictionary* back = [[pages objectAtIndex:0] valueForProperty:NSImageEXIFData];
+      EXPECT_TRUE([[back objectForKey:@"Make"] isEqualToString:@"Writer Test"]);
+      EXPECT_TRUE([[back objectForKey:@"DateTimeOriginal"] isEqualToString:@"2024:01:02 03:04:05"]);
+      EXPECT_NEAR([[back objectForKey:@"ExposureTime"] doubleValue], 0.5, 1e-9);
+      EXPECT_EQ([[back objectForKey:@"ISOSpeedRatings"] intValue], 200);
+      EXPECT_EQ(MaxDifference(ReadRep([pages objectAtIndex:0]), first), 0);
+      if ([pages count] == 2) {
+        EXPECT_EQ(MaxDifference(ReadRep([pages objectAtIndex:1]), second), 0);
+      }
+      EXPECT_EQ(Pillow(tiff, ".tiff",
+                       "e = im.getexif(); x = e.get_ifd(0x8769); "
+                       "print(im.n_frames, e[271], e[272], float(x[0x829a]), x[0x8827], x[0x9003])"),
+                std::to_string([pages count]) + " Writer Test Model 9 0.5 200 2024:01:02 03:04:05");
+      TestPicture independent;
+      ASSERT_TRUE(DecodeWithCommand("tifftopnm " + Temporary(tiff, ".tiff") + " 2>/dev/null", independent));
+      EXPECT_EQ(MaxDifference(independent, first), 0);
+    }
+  }
+}
+
+TEST_F(BitmapProperties, GIFColourTableLoopCountAndAWholeAnimationWrittenBack) {
+  NSMutableArray* reps = [NSMutableArray array];
+  std::vector<TestPicture> pictures;
+  for (int i = 0; i < 3; ++i) {
+    pictures.push_back(WithoutAlpha(MakeFewColourPicture(24, 18, false)));
+    for (size_t p = 0; p < pictures.back().pixels.size(); p += 3) pictures.back().pixels[p] = uint8_t(80 * i);
+    NSBitmapImageRep* rep = MakeRep(pictures.back());
+    [rep setProperty:NSImageCurrentFrameDuration withValue:[NSNumber numberWithFloat:0.1f * (i + 1)]];
+    [reps addObject:rep];
+  }
+  NSData* gif = [NSBitmapImageRep representationOfImageRepsInArray:reps usingType:NSGIFFileType properties:nil];
+  NSBitmapImageRep* animation = [NSBitmapImageRep imageRepWithData:gif];
+  ASSERT_NE(animation, nil);
+  EXPECT_EQ([[animation valueForProperty:NSImageLoopCount] integerValue], 0);  // an animation loops forever
+  // The colour table as read: every pixel's colour is in it.
+  NSData* table = [animation valueForProperty:NSImageRGBColorTable];
+  ASSERT_TRUE([table isKindOfClass:[NSData class]]);
+  ASSERT_EQ([table length] % 3, 0u);
+  TestPicture shown = ReadRep(animation);
+  for (size_t p = 0; p < shown.pixels.size(); p += 3)
+    ASSERT_NE([table rangeOfData:[NSData dataWithBytes:&shown.pixels[p] length:3] options:0
+                           range:NSMakeRange(0, [table length])].location, NSNotFound) << p;
+
+  // Showing frame 1, given a new duration and a loop count, it is written whole.
+  [animation setProperty:NSImageCurrentFrame withValue:[NSNumber numberWithInt:1]];
+  [animation setProperty:NSImageCurrentFrameDuration withValue:[NSNumber numberWithDouble:0.5]];
+  [animation setProperty:NSImageLoopCount withValue:[NSNumber numberWithInt:4]];
+  NSData* again = [animation representationUsingType:NSGIFFileType properties:nil];
+  EXPECT_EQ(Pillow(again, ".gif",
+                   "d = []\nfor i in range(im.n_frames): im.seek(i); d.append(im.info['duration'])\n"
+                   "print(im.n_frames, im.info.get('loop'), d)"),
+            "3 4 [100, 500, 300]");
+  NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:again];
+  for (int i = 0; i < 3; ++i) {
+    [back setProperty:NSImageCurrentFrame withValue:[NSNumber numberWithInt:i]];
+    EXPECT_EQ(MaxDifference(ReadRep(back), pictures[size_t(i)]), 0) << i;
+  }
+  EXPECT_EQ(Pillow([animation representationUsingType:NSGIFFileType properties:One([NSNumber numberWithInt:2],
+                                                                                    NSImageLoopCount)],
+                   ".gif", "print(im.n_frames, im.info.get('loop'))"),
+            "3 2");
+
+  // One image has a loop count only when asked for one.
+  NSBitmapImageRep* single = MakeRep(pictures[0]);
+  EXPECT_EQ(Pillow([single representationUsingType:NSGIFFileType properties:nil], ".gif", "print(im.info.get('loop'))"),
+            "None");
+  EXPECT_EQ(Pillow([single representationUsingType:NSGIFFileType properties:One([NSNumber numberWithInt:3],
+                                                                                 NSImageLoopCount)],
+                   ".gif", "print(im.info.get('loop'))"),
+            "3");
+}
+
+TEST_F(BitmapProperties, FallbackBackgroundColourIsWhatTransparentPixelsBecome) {
+  TestPicture clear = MakeTestPicture(16, 16, 4);
+  for (size_t i = 3; i < clear.pixels.size(); i += 4) clear.pixels[i] = 0;
+  NSColor* red = [NSColor colorWithCalibratedRed:1 green:0 blue:0 alpha:1];
+  struct Case {
+    NSBitmapImageFileType type;
+    const char* extension;
+    NSColor* colour;
+    bool onTheRepresentation;
+    const char* pixel;  // what Pillow reads at (5, 5), as RGBA
+    };
+  for (const Case& c : {Case{NSJPEGFileType, ".jpg", red, false, "(254, 0, 0, 255)"},
+                        Case{NSJPEGFileType, ".jpg", red, true, "(254, 0, 0, 255)"},
+                        Case{NSJPEGFileType, ".jpg", nil, false, "(255, 255, 255, 255)"},
+                        Case{NSBMPFileType, ".bmp", red, false, "(255, 0, 0, 255)"},
+                        Case{NSBMPFileType, ".bmp", red, true, "(255, 0, 0, 255)"}}) {
+    SCOPED_TRACE(c.extension);
+    NSBitmapImageRep* rep = MakeRep(clear);
+    if (c.colour != nil && c.onTheRepresentation) [rep setProperty:NSImageFallbackBackgroundColor withValue:c.colour];
+    NSDictionary* properties = c.colour != nil && !c.onTheRepresentation ? One(c.colour, NSImageFallbackBackgroundColor) : nil;
+    EXPECT_EQ(Pillow([rep representationUsingType:c.type properties:properties], c.extension,
+                     "print(im.convert('RGBA').getpixel((5, 5)))"),
+              c.pixel);
+  }
+  // BMP without a fallback colour keeps the transparency.
+  EXPECT_EQ(Pillow([MakeRep(clear) representationUsingType:NSBMPFileType properties:nil], ".bmp",
+                   "print(im.convert('RGBA').getpixel((5, 5))[3])"),
+            "0");
+}
+
+TEST_F(BitmapProperties, CompressionFactorTradesSizeForQualityInJPEGAndTIFF) {
+  TestPicture picture = MakeTestPicture(96, 64, 3);
+  NSBitmapImageRep* rep = MakeRep(picture);
+  for (NSBitmapImageFileType type : {NSJPEGFileType, NSTIFFFileType}) {
+    SCOPED_TRACE(int(type));
+    NSUInteger previousSize = 0;
+    double previousError = 1e9;
+    for (float factor : {0.1f, 0.5f, 0.9f}) {
+      NSMutableDictionary* properties = [NSMutableDictionary dictionaryWithObject:[NSNumber numberWithFloat:factor]
+                                                                           forKey:NSImageCompressionFactor];
+      if (type == NSTIFFFileType)
+        [properties setObject:[NSNumber numberWithInt:NSTIFFCompressionJPEG] forKey:NSImageCompressionMethod];
+      NSData* data = [rep representationUsingType:type properties:properties];
+      ASSERT_NE(data, nil);
+      TestPicture independent;
+      ASSERT_TRUE(DecodeWithCommand(
+          (type == NSJPEGFileType ? "djpeg -pnm " : "tifftopnm ") + Temporary(data, ".bin") + " 2>/dev/null", independent));
+      const double error = MeanDifference(independent, picture);
+      EXPECT_GT([data length], previousSize) << factor;
+      EXPECT_LT(error, previousError) << factor;
+      previousSize = [data length];
+      previousError = error;
+    }
+  }
+}
+
+}  // namespace
