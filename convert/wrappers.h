@@ -15,5 +15,9 @@ REALobject NewNSBitmapImageRepQVR(NSBitmapImageRep* representation);
 /* A colour in the sibling plugin's class NSColorQVR, kept one wrapper per colour alike. */
 REALobject NewNSColorQVR(NSColor* color);
 REALobject NewNSObjectQVR(NSObject* object, Class requiredClass);
+/* The wrapper the instances dictionary holds for object (with a new reference), or a new
+   instance of hostClassName holding object retained, entered there; nil when the host
+   has no such class. */
+REALobject NewFixedClassWrapper(id object, const char* hostClassName);
 
 #endif

@@ -28,7 +28,7 @@ static void** HandleSlotOf(REALobject wrapper, const char* hostClassName) {
 
 /* The wrapper instances already holds for object (with a new reference), or a new
    wrapper of hostClassName entered there. */
-static REALobject NewFixedClassWrapper(id object, const char* hostClassName) {
+REALobject NewFixedClassWrapper(id object, const char* hostClassName) {
   if (object == nil) return nullptr;
   if (instances != NULL) {
     const void* existing = nullptr;

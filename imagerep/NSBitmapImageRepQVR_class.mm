@@ -1,7 +1,11 @@
 /* The class record of NSBitmapImageRepQVR, a subclass of NSImageRepQVR that keeps its
-   platform object in the base class's Handle. A member row joins these tables together
-   with the function that serves it. */
+   platform object in the base class's Handle. Its member tables are joined from the groups
+   that the files serving them define (imagerep/NSBitmapImageRepQVR_members.h) just before
+   registration. */
 #include "imagerep/NSImageRepQVR_class.h"
+
+#include "imagerep/NSBitmapImageRepQVR_members.h"
+#include "plugin/member_rows.h"
 
 REALclassDefinition NSBitmapImageRepQVRClass = {
     kREALCurrentControlVersion,
@@ -11,7 +15,7 @@ REALclassDefinition NSBitmapImageRepQVRClass = {
     0,
     nullptr,     // the base class's constructor and destructor serve it
     nullptr,
-    nullptr, 0,  // properties
+    nullptr, 0,  // properties, joined by PrepareNSBitmapImageRepQVRClass
     nullptr, 0,  // methods
     nullptr, 0,  // events
     nullptr, 0,  // event instances
@@ -24,3 +28,15 @@ REALclassDefinition NSBitmapImageRepQVRClass = {
     nullptr, 0,  // delegates
     nullptr, 0,  // enums
 };
+
+void PrepareNSBitmapImageRepQVRClass(void) {
+  JoinMemberRows<REALproperty>({NSBitmapImageRepPropertyRows}, NSBitmapImageRepQVRClass.properties,
+                               NSBitmapImageRepQVRClass.propertyCount);
+  JoinMemberRows<REALmethodDefinition>({NSBitmapImageRepCreationMethods, NSBitmapImageRepEncodingMethods},
+                                       NSBitmapImageRepQVRClass.methods, NSBitmapImageRepQVRClass.methodCount);
+  JoinMemberRows<REALconstant>({NSBitmapImageRepConstantRows}, NSBitmapImageRepQVRClass.constants,
+                               NSBitmapImageRepQVRClass.constantCount);
+  JoinMemberRows<REALmethodDefinition>({NSBitmapImageRepCreationSharedMethods, NSBitmapImageRepKeySharedMethods},
+                                       NSBitmapImageRepQVRClass.sharedMethods,
+                                       NSBitmapImageRepQVRClass.sharedMethodCount);
+}

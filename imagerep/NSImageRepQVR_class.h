@@ -24,6 +24,11 @@ inline NSImageRepQVRData* NSImageRepQVRDataOf(REALobject object) {
   return ClassData<NSImageRepQVRData>(NSImageRepQVRClass, object);
 }
 
+/* The Handle of an NSBitmapImageRepQVR, as the bitmap representation it holds. */
+inline NSBitmapImageRep* NSBitmapImageRepOf(REALobject object) {
+  return static_cast<NSBitmapImageRep*>(NSImageRepQVRDataOf(object)->Handle);
+}
+
 void NSImageRepConstructor(REALobject self);
 void NSImageRepDestructor(REALobject self);
 

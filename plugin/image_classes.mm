@@ -3,12 +3,14 @@
    the representation base class is registered before its four subclasses. */
 #include "image/NSImageQVR_class.h"
 #include "image/NSImageQVR_members.h"
+#include "imagerep/NSBitmapImageRepQVR_members.h"
 #include "imagerep/NSImageRepQVR_class.h"
 #include "plugin/registration.h"
 
 void RegisterImageClassesQVR(void) {
   PrepareNSImageQVRClass();
 
+  PrepareNSBitmapImageRepQVRClass();
   FixConsoleFlags(&NSImageQVRClass);
   FixConsoleFlags(&NSImageRepQVRClass);
   FixConsoleFlags(&NSBitmapImageRepQVRClass);
