@@ -108,7 +108,7 @@ End Try
 Print "The image classes"
 Dim img As New NSImageQVR
 Print "  New NSImageQVR: " + If(img.Handle = 0, "no image yet", "holds an image")
-Dim rep As NSImageRepQVR = New NSBitmapImageRepQVR
+Dim rep As NSImageRepQVR = New NSBitmapImageRepQVR(2, 2, 8, 4, True, "NSDeviceRGBColorSpace", 0, 0)
 Print "  NSBitmapImageRepQVR IsA NSImageRepQVR: " + Str(rep IsA NSImageRepQVR)
 
 Print "The sibling plugin's value classes"

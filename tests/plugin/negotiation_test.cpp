@@ -99,7 +99,9 @@ TEST_F(PluginTest, ClassesArriveInOrderWithTheirDataAndHandles) {
 TEST_F(PluginTest, NewInstancesHoldNothingAndDieQuietly) {
   host::Runtime& runtime = Start();
   for (const char* name : kImageClasses) {
-    host::Value object = runtime.newInstance(name);
+    // The bitmap class has constructors of its own; empty data makes it hold nothing.
+    const bool bitmap = std::string(name) == "NSBitmapImageRepQVR";
+    host::Value object = bitmap ? runtime.newInstance(name, {runtime.memoryBlock("", 0)}) : runtime.newInstance(name);
     ASSERT_FALSE(object.isNil()) << name;
     // NSImageQVR's Constructor gives every new instance an empty image of its own.
     if (std::string(name) == "NSImageQVR")
@@ -107,8 +109,6 @@ TEST_F(PluginTest, NewInstancesHoldNothingAndDieQuietly) {
     else
       EXPECT_EQ(runtime.get(object, "Handle").integer, 0) << name;
   }
-  host::Value viaConstructor = runtime.newInstance("NSBitmapImageRepQVR");
-  EXPECT_EQ(support::ClassName(runtime, viaConstructor), "NSBitmapImageRepQVR");
 }
 
 TEST_F(PluginTest, LayoutNineRecordsCarryTheShortMemberRecords) {

@@ -69,7 +69,7 @@ TEST_F(Wrappers, RepresentationWrappersKeepTheirIdentityToo) {
 
 TEST_F(Wrappers, NilWrapsToNil) {
   StartWith(true);
-  host::Value empty = runtime_->newInstance("NSBitmapImageRepQVR");
+  host::Value empty = runtime_->newInstance("NSBitmapImageRepQVR", {runtime_->memoryBlock("", 0)});
   EXPECT_TRUE(Shared("WrapBitmapRepAgain", {empty}).isNil());
   EXPECT_TRUE(Shared("WrapAs", {empty, Text("NSImageRep")}).isNil());
   EXPECT_EQ(Shared("InstancesCount").integer, 0);
