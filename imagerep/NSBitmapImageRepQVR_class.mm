@@ -32,7 +32,8 @@ REALclassDefinition NSBitmapImageRepQVRClass = {
 void PrepareNSBitmapImageRepQVRClass(void) {
   JoinMemberRows<REALproperty>({NSBitmapImageRepPropertyRows}, NSBitmapImageRepQVRClass.properties,
                                NSBitmapImageRepQVRClass.propertyCount);
-  JoinMemberRows<REALmethodDefinition>({NSBitmapImageRepCreationMethods, NSBitmapImageRepEncodingMethods},
+  JoinMemberRows<REALmethodDefinition>(
+      {NSBitmapImageRepPictureMethods, NSBitmapImageRepCreationMethods, NSBitmapImageRepEncodingMethods},
                                        NSBitmapImageRepQVRClass.methods, NSBitmapImageRepQVRClass.methodCount);
   JoinMemberRows<REALconstant>({NSBitmapImageRepConstantRows}, NSBitmapImageRepQVRClass.constants,
                                NSBitmapImageRepQVRClass.constantCount);

@@ -10,6 +10,9 @@
 /* The read-only layout properties, colorSpace, bitmapData and CGImage (bitmap_accessors.mm). */
 extern const MemberRows<REALproperty> NSBitmapImageRepPropertyRows;
 
+/* "Constructor(pic as Picture)" (bitmap_from_picture.mm). */
+extern const MemberRows<REALmethodDefinition> NSBitmapImageRepPictureMethods;
+
 /* The constructors from sizes and from data, canBeCompressedUsing, retagging, and the three
    factories (bitmap_creation.mm). */
 extern const MemberRows<REALmethodDefinition> NSBitmapImageRepCreationMethods;
