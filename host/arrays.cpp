@@ -1,5 +1,6 @@
-// One-dimensional host arrays: counted objects whose header's class word (byte offset 8)
-// points to the element storage, which plugins may read directly. Elements are stored in
+// One-dimensional host arrays. Hosts up to 2013.9 show the element storage in the
+// object header's class word (byte offset 8), which plugins of those hosts read directly;
+// later hosts leave that word null, so plugins go through the get procedure. Elements are stored in
 // their C size (see ArrayElementType); String and Object elements hold a reference each,
 // released when the array dies. The array entry points hand out per-type insert and get
 // procedures.
@@ -24,23 +25,29 @@ const ElementKind kElementKinds[] = {
     {"Integer()", "Integer", sizeof(intptr_t)}, {"Int32()", "Int32", 4},  {"Double()", "Double", 8},
     {"String()", "String", sizeof(void*)},      {"Object()", "Object", sizeof(void*)},
     {"Boolean()", "Boolean", 1},                {"Single()", "Single", 4}, {"Int64()", "Int64", 8},
+    {"Date()", "Date", sizeof(void*)},
 };
+constexpr int32_t kElementKindCount = sizeof(kElementKinds) / sizeof(kElementKinds[0]);
 
-bool validType(int32_t type) { return type >= 0 && type < 8; }
+bool validType(int32_t type) { return type >= 0 && type < kElementKindCount; }
+
+// Whether plugins see the storage at byte offset 8: hosts up to 2013.9 (and hosts that
+// give no version) keep it there.
+bool showsStorage(const Runtime::Impl& impl) { return !impl.options.version || *impl.options.version <= 2013.9; }
 
 HostType elementType(const ArrayData* data) { return hostType(kElementKinds[data->elementType].typeName); }
-
-unsigned char* storage(ObjectHeader* array) { return static_cast<unsigned char*>(array->classWord); }
 
 bool reserve(ObjectHeader* array, ArrayData* data, intptr_t count) {
   if (count <= data->capacity) return true;
   intptr_t capacity = data->capacity ? data->capacity : 4;
   while (capacity < count) capacity *= 2;
-  auto* grown = static_cast<unsigned char*>(std::realloc(array->classWord, size_t(capacity) * data->elementSize));
+  auto* grown = static_cast<unsigned char*>(std::realloc(data->elements, size_t(capacity) * data->elementSize));
   if (!grown) return false;
   std::memset(grown + size_t(data->capacity) * data->elementSize, 0,
               size_t(capacity - data->capacity) * data->elementSize);
-  array->classWord = grown;
+  data->elements = grown;
+  Runtime::Impl* impl = currentImpl();
+  array->classWord = impl && showsStorage(*impl) ? grown : nullptr;
   data->capacity = capacity;
   return true;
 }
@@ -51,8 +58,9 @@ void destroyArray(Runtime& runtime, ObjectHeader* array) {
   if (!data) return;
   HostType type = elementType(data);
   if (type.kind == TypeKind::String || type.kind == TypeKind::Object)
-    for (intptr_t i = 0; i < data->count; ++i) clearField(impl, type, storage(array) + size_t(i) * data->elementSize);
-  std::free(array->classWord);
+    for (intptr_t i = 0; i < data->count; ++i) clearField(impl, type, data->elements + size_t(i) * data->elementSize);
+  std::free(data->elements);
+  data->elements = nullptr;
   array->classWord = nullptr;
   data->count = data->capacity = 0;
 }
@@ -72,7 +80,7 @@ void insertValue(ObjectHeader* array, intptr_t index, const Value& value) {
     impl->raise("OutOfMemoryException", "");
     return;
   }
-  unsigned char* base = storage(array);
+  unsigned char* base = data->elements;
   const size_t size = data->elementSize;
   std::memmove(base + size_t(index + 1) * size, base + size_t(index) * size, size_t(data->count - index) * size);
   std::memset(base + size_t(index) * size, 0, size);
@@ -109,7 +117,7 @@ void getValue(ObjectHeader* array, int32_t index, void* out) {
     impl->raise("OutOfBoundsException", "Index " + std::to_string(index) + " is outside the array");
     return;
   }
-  const unsigned char* element = storage(array) + size_t(index) * data->elementSize;
+  const unsigned char* element = data->elements + size_t(index) * data->elementSize;
   std::memcpy(out, element, data->elementSize);
   HostType type = elementType(data);
   void* reference = nullptr;
@@ -136,6 +144,7 @@ void* getInsertProc(ObjectHeader* array) {
     case kArrayBoolean: return guardedEntryPoint<&insertBoolean>("array insert procedure");
     case kArraySingle: return guardedEntryPoint<&insertSingle>("array insert procedure");
     case kArrayInt64: return guardedEntryPoint<&insertInt64>("array insert procedure");
+    case kArrayDate: return guardedEntryPoint<&insertObject>("array insert procedure");
     default: return nullptr;
   }
 }
@@ -154,7 +163,7 @@ intptr_t runtimeUBound(ObjectHeader* array) {
 }  // namespace
 
 void installArrayClasses(Runtime::Impl& impl) {
-  for (int32_t type = 0; type < 8; ++type) {
+  for (int32_t type = 0; type < kElementKindCount; ++type) {
     ClassInfo* cls = impl.addBuiltInClass(kElementKinds[type].className, "", sizeof(ArrayData));
     cls->nativeDestructor = &destroyArray;
     impl.arrayClasses[type] = cls;
@@ -198,7 +207,7 @@ std::vector<Value> Runtime::arrayElements(const Value& array) const {
   if (!data) return out;
   HostType type = elementType(data);
   for (intptr_t i = 0; i < data->count; ++i)
-    out.push_back(readField(*impl_, type, storage(array.object.get()) + size_t(i) * data->elementSize));
+    out.push_back(readField(*impl_, type, data->elements + size_t(i) * data->elementSize));
   return out;
 }
 

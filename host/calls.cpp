@@ -211,6 +211,8 @@ PropertyAccess findProperty(ClassInfo* cls, std::string_view name) {
 bool readProperty(Runtime::Impl& impl, ObjectHeader* self, std::string_view name, Value& out, bool guard) {
   if (!impl.isLiveObject(self)) return false;
   PropertyAccess access = findProperty(self->cls, name);
+  // An object is its own Variant, so the Variant accessors (all native) read any object.
+  if (!access.property && impl.variantClass) access = findProperty(impl.variantClass, name);
   if (!access.property) return false;
   const PropertyInfo& p = *access.property;
   const HostType type = hostType(p.type);

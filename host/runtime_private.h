@@ -35,6 +35,9 @@ struct ArrayData {
   size_t elementSize;
   intptr_t count;
   intptr_t capacity;
+  // The element storage. Hosts up to 2013.9 also show it in the object's class word
+  // (byte offset 8), where plugins of those hosts read it; later hosts leave that null.
+  unsigned char* elements;
 };
 
 // A host function reached by declaration through "REALLoadGlobalMethod" and
@@ -70,7 +73,7 @@ struct Runtime::Impl {
   ClassInfo* pictureClass = nullptr;
   ClassInfo* graphicsClass = nullptr;
   ClassInfo* rgbSurfaceClass = nullptr;
-  ClassInfo* arrayClasses[8] = {};
+  ClassInfo* arrayClasses[9] = {};
 
   // Live objects and strings; entry points ignore pointers that are not in these sets.
   std::unordered_set<ObjectHeader*> liveObjects;

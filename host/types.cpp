@@ -318,8 +318,9 @@ int fitScore(Runtime::Impl& impl, const HostType& type, const Value& value) {
     HostType element = type;
     element.isArray = false;
     static const TypeKind kElementKinds[] = {TypeKind::Integer, TypeKind::Int32, TypeKind::Double, TypeKind::String,
-                                             TypeKind::Object,  TypeKind::Boolean, TypeKind::Single, TypeKind::Int64};
-    if (data->elementType < 0 || data->elementType > 7) return -1;
+                                             TypeKind::Object,  TypeKind::Boolean, TypeKind::Single, TypeKind::Int64,
+                                             TypeKind::Object};
+    if (data->elementType < 0 || data->elementType > 8) return -1;
     TypeKind have = kElementKinds[data->elementType];
     if (element.kind == TypeKind::Object || element.kind == TypeKind::Variant) return have == TypeKind::Object ? 0 : -1;
     return have == element.kind ? 0 : -1;

@@ -94,8 +94,8 @@ int32_t variantType(Runtime::Impl& impl, const Value& given) {
   if (object->cls->isA(impl.dateClass)) return kTypeDate;
   if (ArrayData* array = impl.arrayData(object)) {
     static const int32_t kElementTypes[] = {kTypeInt64, kTypeInt32, kTypeDouble, kTypeString,
-                                            kTypeObject, kTypeBoolean, kTypeSingle, kTypeInt64};
-    if (array->elementType >= 0 && array->elementType <= 7) return kTypeArray | kElementTypes[array->elementType];
+                                            kTypeObject, kTypeBoolean, kTypeSingle, kTypeInt64, kTypeDate};
+    if (array->elementType >= 0 && array->elementType <= 8) return kTypeArray | kElementTypes[array->elementType];
   }
   return kTypeObject;
 }
@@ -149,6 +149,12 @@ void installVariantClass(Runtime::Impl& impl) {
   addNativeProperty(cls, "ObjectValue", "Object", [held](Runtime& runtime, const Value& self, std::vector<Value>&) {
     Value v = held(runtime, self);
     return v.kind == Value::Kind::Object ? v : Value::nil();
+  });
+  // The Date a Variant holds; Nil for any other value.
+  addNativeProperty(cls, "DateValue", "Date", [held](Runtime& runtime, const Value& self, std::vector<Value>&) {
+    Value v = held(runtime, self);
+    return v.kind == Value::Kind::Object && v.object && v.object.get()->cls->isA(runtime.impl().dateClass) ? v
+                                                                                                           : Value::nil();
   });
   addNativeProperty(cls, "IsNull", "Boolean", [held](Runtime& runtime, const Value& self, std::vector<Value>&) {
     return Value::ofBoolean(held(runtime, self).isNil());

@@ -45,6 +45,7 @@ enum ArrayElementType : int32_t {
   kArrayBoolean = 5,
   kArraySingle = 6,
   kArrayInt64 = 7,
+  kArrayDate = 8,  // Date objects
 };
 
 // A host string, word by word as plugins of older hosts read it: the reference count,
