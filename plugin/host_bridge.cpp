@@ -266,6 +266,13 @@ intptr_t REALGetArrayUBound(REALarray array) {
   return entry ? entry(array) : 0;
 }
 
+bool REALGetArrayUBoundIfKnown(REALarray array, intptr_t* upperBound) {
+  auto entry = Entry<intptr_t (*)(REALarray)>(REALGetArrayUBoundCell, "RuntimeUBound");
+  if (entry == nullptr) return false;
+  *upperBound = entry(array);
+  return true;
+}
+
 /* MemoryBlocks */
 
 GLUE_CELL(REALNewMemoryBlockOriginal);
@@ -390,16 +397,3 @@ GLUE_NEW_VARIANT(REALNewVariantUInt64, "UInt64ToVariant", uint64_t)
 GLUE_NEW_VARIANT(REALNewVariantDouble, "DoubleToVariant", double)
 GLUE_NEW_VARIANT(REALNewVariantSingle, "SingleToVariant", float)
 GLUE_NEW_VARIANT(REALNewVariantBoolean, "BooleanToVariant", bool)
-
-#define GLUE_VARIANT_VALUE(glue, hostName, Type)                                 \
-  GLUE_CELL(glue);                                                              \
-  Type glue(REALobject variant) {                                               \
-    auto entry = Entry<Type (*)(REALobject)>(glue##Cell, hostName);             \
-    return entry ? entry(variant) : Type{};                                     \
-  }
-
-GLUE_VARIANT_VALUE(GetVariantInt32, "VariantToInt32", int32_t)
-GLUE_VARIANT_VALUE(GetVariantInt64, "VariantToInt64", int64_t)
-GLUE_VARIANT_VALUE(GetVariantDouble, "VariantToDouble", double)
-GLUE_VARIANT_VALUE(GetVariantSingle, "VariantToSingle", float)
-GLUE_VARIANT_VALUE(GetVariantString, "VariantToString", REALstring)

@@ -68,6 +68,8 @@ void REALGetArrayValueDouble(REALarray array, intptr_t index, double* value);
 void REALGetArrayValueString(REALarray array, intptr_t index, REALstring* value);
 void REALGetArrayValueObject(REALarray array, intptr_t index, REALobject* value);
 intptr_t REALGetArrayUBound(REALarray array);
+/* False, and upperBound untouched, on a host without "RuntimeUBound". */
+bool REALGetArrayUBoundIfKnown(REALarray array, intptr_t* upperBound);
 
 /* MemoryBlocks */
 REALmemoryBlock REALNewMemoryBlockOriginal(intptr_t size);
@@ -101,10 +103,6 @@ REALobject REALNewVariantUInt64(uint64_t value);
 REALobject REALNewVariantDouble(double value);
 REALobject REALNewVariantSingle(float value);
 REALobject REALNewVariantBoolean(bool value);
-int32_t GetVariantInt32(REALobject variant);
-int64_t GetVariantInt64(REALobject variant);
-double GetVariantDouble(REALobject variant);
-float GetVariantSingle(REALobject variant);
-REALstring GetVariantString(REALobject variant);
+/* The readers of Variant values, with their fallbacks, are in convert/variants.h. */
 
 #endif

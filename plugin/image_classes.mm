@@ -5,10 +5,12 @@
 #include "image/NSImageQVR_members.h"
 #include "imagerep/NSBitmapImageRepQVR_members.h"
 #include "imagerep/NSImageRepQVR_class.h"
+#include "imagerep/NSImageRepQVR_members.h"
 #include "plugin/registration.h"
 
 void RegisterImageClassesQVR(void) {
   PrepareNSImageQVRClass();
+  PrepareNSImageRepQVRClass();
 
   PrepareNSBitmapImageRepQVRClass();
   FixConsoleFlags(&NSImageQVRClass);

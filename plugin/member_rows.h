@@ -33,6 +33,19 @@ REALmethodDefinition MethodRow(Function* function, const char* declaration) {
   return {reinterpret_cast<void*>(function), nullptr, declaration, REALflagHost4, 0, nullptr};
 }
 
+/* Property rows of the usual kind: host flags 0x6, no attributes; read-only without a setter. */
+template <typename Getter, typename Setter>
+REALproperty PropertyRow(const char* name, const char* type, Getter getter, Setter setter) {
+  return {nullptr, name, type, REALflagHost2 | REALflagHost4, reinterpret_cast<void*>(getter),
+          reinterpret_cast<void*>(setter), 0, nullptr, 0, nullptr, 0, nullptr};
+}
+
+template <typename Getter>
+REALproperty ReadOnlyPropertyRow(const char* name, const char* type, Getter getter) {
+  return {nullptr, name, type, REALflagHost2 | REALflagHost4, reinterpret_cast<void*>(getter), nullptr,
+          0, nullptr, 0, nullptr, 0, nullptr};
+}
+
 template <typename Row>
 void JoinMemberRows(std::initializer_list<MemberRows<Row>> groups, Row*& table, uintptr_t& count) {
   auto* joined = new std::vector<Row>();

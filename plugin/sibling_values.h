@@ -4,6 +4,8 @@
 #ifndef QVR_PLUGIN_SIBLING_VALUES_H
 #define QVR_PLUGIN_SIBLING_VALUES_H
 
+#include <stdint.h>
+
 #include "plugin/host_sdk.h"
 #include "plugin/instance_data.h"
 
@@ -12,8 +14,29 @@ struct NSSizeQVRData {
   float height;
 };
 
-inline NSSizeQVRData* NSSizeQVRDataOf(REALobject object) {
-  return reinterpret_cast<NSSizeQVRData*>(reinterpret_cast<char*>(object) + kHostRootInstanceDataOffset);
+struct NSPointQVRData {
+  float x;
+  float y;
+};
+
+struct NSRangeQVRData {
+  uint32_t location;
+  uint32_t length;
+};
+
+struct NSRectQVRData {
+  float x;
+  float y;
+  float width;
+  float height;
+};
+
+/* The fields of an instance of one of these root classes. */
+template <typename Data>
+inline Data* SiblingValueDataOf(REALobject object) {
+  return reinterpret_cast<Data*>(reinterpret_cast<char*>(object) + kHostRootInstanceDataOffset);
 }
+
+inline NSSizeQVRData* NSSizeQVRDataOf(REALobject object) { return SiblingValueDataOf<NSSizeQVRData>(object); }
 
 #endif

@@ -7,4 +7,8 @@
 extern REALclassDefinition CFObjectQVRClass;
 extern REALclassDefinition CGImageQVRClass;
 
+/* Registers the subclasses of CFObjectQVR, one per Core Foundation and Core Graphics
+   type, after CFObjectQVR itself. */
+void RegisterCFSubclasses(void (*registerClass)(REALclassDefinition*));
+
 #endif

@@ -1,7 +1,9 @@
 /* Host wrappers of Core Foundation objects. CFObjectQVR holds a retained CF object at
    byte 0 of its instance data and the tag 0x52424346 at byte 8, written by its
    constructor: image plugins of the family accept a new instance only when the tag is
-   there. CGImageQVR holds a retained CGImage at byte 0 and has no tag. */
+   there. Its subclasses, one per CF and CG type, add the members one expects of the type
+   (a string's value, a number's value, a URL's string) and no data. CGImageQVR holds a
+   retained CGImage at byte 0 and has no tag. */
 #import <Foundation/Foundation.h>
 #include <ApplicationServices/ApplicationServices.h>
 
@@ -90,6 +92,107 @@ REALproperty ImageProperties[] = {
      nullptr},
 };
 
+/* Subclasses of CFObjectQVR. Their members read the object as the Foundation class it
+   is bridged to, or through the Core Graphics functions of its type. */
+id Object(REALobject self) { return (id)ObjectData(self)->object; }
+#define FN(f) reinterpret_cast<void*>(&f)
+
+REALstring StringValue(REALobject self, intptr_t) { return siblings::HostString((CFStringRef)Object(self)); }
+double NumberDouble(REALobject self, intptr_t) { return [Object(self) doubleValue]; }
+int64_t NumberInteger(REALobject self, intptr_t) { return [Object(self) longLongValue]; }
+REALstring URLString(REALobject self, intptr_t) { return siblings::HostString((CFStringRef)[Object(self) absoluteString]); }
+intptr_t CollectionCount(REALobject self, intptr_t) { return static_cast<intptr_t>([Object(self) count]); }
+bool BooleanValue(REALobject self, intptr_t) { return [Object(self) boolValue] == YES; }
+intptr_t DataLength(REALobject self, intptr_t) { return static_cast<intptr_t>([Object(self) length]); }
+double DateAbsoluteTime(REALobject self, intptr_t) { return [Object(self) timeIntervalSinceReferenceDate]; }
+REALstring BundleIdentifier(REALobject self, intptr_t) {
+  return siblings::HostString((CFStringRef)[Object(self) bundleIdentifier]);
+}
+REALstring UUIDString(REALobject self, intptr_t) { return siblings::HostString((CFStringRef)[Object(self) UUIDString]); }
+REALstring ZoneName(REALobject self, intptr_t) { return siblings::HostString((CFStringRef)[Object(self) name]); }
+REALstring AttributedString(REALobject self, intptr_t) {
+  return siblings::HostString((CFStringRef)[Object(self) string]);
+}
+intptr_t ErrorCode(REALobject self, intptr_t) { return static_cast<intptr_t>([Object(self) code]); }
+REALstring ErrorDomain(REALobject self, intptr_t) { return siblings::HostString((CFStringRef)[Object(self) domain]); }
+intptr_t SpaceComponents(REALobject self, intptr_t) {
+  return static_cast<intptr_t>(CGColorSpaceGetNumberOfComponents((CGColorSpaceRef)ObjectData(self)->object));
+}
+intptr_t ColorComponents(REALobject self, intptr_t) {
+  return static_cast<intptr_t>(CGColorGetNumberOfComponents((CGColorRef)ObjectData(self)->object));
+}
+double ColorAlpha(REALobject self, intptr_t) { return CGColorGetAlpha((CGColorRef)ObjectData(self)->object); }
+intptr_t ContextWidth(REALobject self, intptr_t) {
+  return static_cast<intptr_t>(CGBitmapContextGetWidth((CGContextRef)ObjectData(self)->object));
+}
+intptr_t ContextHeight(REALobject self, intptr_t) {
+  return static_cast<intptr_t>(CGBitmapContextGetHeight((CGContextRef)ObjectData(self)->object));
+}
+
+REALproperty Getter(const char* name, const char* type, void* getter) {
+  return {nullptr, name, type, 0x6, getter, nullptr, 0, nullptr, 0, nullptr, 0, nullptr};
+}
+
+REALproperty StringProperties[] = {Getter("StringValue", "String", FN(StringValue))};
+REALproperty NumberProperties[] = {Getter("DoubleValue", "Double", FN(NumberDouble)),
+                                   Getter("Int64Value", "Int64", FN(NumberInteger))};
+REALproperty URLProperties[] = {Getter("AbsoluteString", "String", FN(URLString))};
+REALproperty CountProperties[] = {Getter("Count", "Integer", FN(CollectionCount))};
+REALproperty BooleanProperties[] = {Getter("Value", "Boolean", FN(BooleanValue))};
+REALproperty DataProperties[] = {Getter("Length", "Integer", FN(DataLength))};
+REALproperty DateProperties[] = {Getter("AbsoluteTime", "Double", FN(DateAbsoluteTime))};
+REALproperty BundleProperties[] = {Getter("Identifier", "String", FN(BundleIdentifier))};
+REALproperty UUIDProperties[] = {Getter("StringValue", "String", FN(UUIDString))};
+REALproperty ZoneProperties[] = {Getter("Name", "String", FN(ZoneName))};
+REALproperty AttributedProperties[] = {Getter("StringValue", "String", FN(AttributedString))};
+REALproperty ErrorProperties[] = {Getter("Code", "Integer", FN(ErrorCode)), Getter("Domain", "String", FN(ErrorDomain))};
+REALproperty SpaceProperties[] = {Getter("NumberOfComponents", "Integer", FN(SpaceComponents))};
+REALproperty ColorProperties[] = {Getter("NumberOfComponents", "Integer", FN(ColorComponents)),
+                                  Getter("Alpha", "Double", FN(ColorAlpha))};
+REALproperty ContextProperties[] = {Getter("Width", "Integer", FN(ContextWidth)),
+                                    Getter("Height", "Integer", FN(ContextHeight))};
+#undef FN
+
+template <size_t N>
+constexpr uintptr_t Count(const REALproperty (&)[N]) {
+  return N;
+}
+
+REALclassDefinition Subclass(const char* name, REALproperty* properties = nullptr, uintptr_t propertyCount = 0) {
+  return {kREALCurrentControlVersion, name, "CFObjectQVR", 0, 0, nullptr, nullptr, properties, propertyCount,
+          nullptr, 0, nullptr, 0, nullptr, 0, nullptr, nullptr, 0, nullptr, 0, 0x4, nullptr, 0, nullptr, 0,
+          nullptr, 0, nullptr, 0};
+}
+
+#define WITH(properties) properties, Count(properties)
+REALclassDefinition Subclasses[] = {
+    Subclass("CFStringQVR", WITH(StringProperties)),
+    Subclass("CFNumberQVR", WITH(NumberProperties)),
+    Subclass("CFURLQVR", WITH(URLProperties)),
+    Subclass("CFDictionaryQVR", WITH(CountProperties)),
+    Subclass("CFArrayQVR", WITH(CountProperties)),
+    Subclass("CFBooleanQVR", WITH(BooleanProperties)),
+    Subclass("CFBinaryDataQVR", WITH(DataProperties)),
+    Subclass("CFCharacterSetQVR"),
+    Subclass("CFBundleQVR", WITH(BundleProperties)),
+    Subclass("CFSetQVR", WITH(CountProperties)),
+    Subclass("CFBagQVR", WITH(CountProperties)),
+    Subclass("CFUUIDQVR", WITH(UUIDProperties)),
+    Subclass("CFTimeZoneQVR", WITH(ZoneProperties)),
+    Subclass("CFDateQVR", WITH(DateProperties)),
+    Subclass("CFAttributedStringQVR", WITH(AttributedProperties)),
+    Subclass("CFErrorQVR", WITH(ErrorProperties)),
+    Subclass("CGPSConverterQVR"),
+    Subclass("CGContextQVR", WITH(ContextProperties)),
+    Subclass("CGColorSpaceQVR", WITH(SpaceProperties)),
+    Subclass("CGColorQVR", WITH(ColorProperties)),
+    Subclass("CGLayerQVR"),
+    Subclass("CGFontQVR"),
+    Subclass("CGDataConsumerQVR"),
+    Subclass("CGDataProviderQVR"),
+};
+#undef WITH
+
 }  // namespace
 
 REALclassDefinition CFObjectQVRClass = {
@@ -105,3 +208,7 @@ REALclassDefinition CGImageQVRClass = {
     nullptr, 0, nullptr, 0, nullptr, 0, nullptr, nullptr, 0, nullptr, 0, 0x4, nullptr, 0, nullptr, 0, nullptr, 0,
     nullptr, 0,
 };
+
+void RegisterCFSubclasses(void (*registerClass)(REALclassDefinition*)) {
+  for (REALclassDefinition& definition : Subclasses) registerClass(&definition);
+}

@@ -7,49 +7,18 @@
 
 #include "siblings/color_classes.h"
 
-#include "siblings/exception_additions.h"
+#include "siblings/handle_wrappers.h"
 #include "siblings/sibling_glue.h"
 
 namespace {
 
-struct HandleData {
-  id Handle;
-};
+using siblings::HandleData;
+using siblings::WrapperFor;
+using siblings::AdoptHandle;
+using siblings::ReleaseHandle;
 
 HandleData* ColorData(REALobject self) { return siblings::InstanceData<HandleData>(NSColorQVRClass, self); }
 HandleData* SpaceData(REALobject self) { return siblings::InstanceData<HandleData>(NSColorSpaceQVRClass, self); }
-
-/* Gives back the wrapper's retain and its entry in instances (when the entry is its own). */
-void ReleaseHandle(HandleData* data, REALobject self) {
-  id object = data->Handle;
-  if (object == nil) return;
-  CFMutableDictionaryRef instances = [NSException GetInstancesDictionaryQVR];
-  if (CFDictionaryGetValue(instances, object) == self) CFDictionaryRemoveValue(instances, object);
-  data->Handle = nil;
-  [object release];
-}
-
-/* Stores a retained object in a new wrapper and enters it in instances. */
-void AdoptHandle(HandleData* data, REALobject self, id object) {
-  ReleaseHandle(data, self);
-  if (object == nil) return;
-  data->Handle = [object retain];
-  CFDictionarySetValue([NSException GetInstancesDictionaryQVR], object, self);
-}
-
-/* The wrapper instances holds for object (new reference), or a new one of className. */
-REALobject WrapperFor(id object, const char* className, HandleData* (*dataOf)(REALobject)) {
-  if (object == nil) return nullptr;
-  const void* existing = nullptr;
-  if (CFDictionaryGetValueIfPresent([NSException GetInstancesDictionaryQVR], object, &existing) && existing) {
-    auto wrapper = static_cast<REALobject>(const_cast<void*>(existing));
-    siblings::LockObject(wrapper);
-    return wrapper;
-  }
-  REALobject wrapper = siblings::NewInstance(className);
-  if (wrapper != nullptr) AdoptHandle(dataOf(wrapper), wrapper, object);
-  return wrapper;
-}
 
 /* NSColorQVR */
 

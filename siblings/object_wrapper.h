@@ -13,8 +13,11 @@
 /* An autoreleased wrapper of object (nil for nil). */
 + (id)wrap:(REALobject)object;
 - (id)initWithHostObject:(REALobject)object;
-/* The host object, without a new reference. */
+/* The host object, with a new reference for the caller: image plugins hand what they
+   unwrap to the host as a result, or drop one reference on it. */
 - (REALobject)unwrap;
+/* The host object, without a new reference. */
+- (REALobject)hostObject;
 @end
 
 #endif

@@ -26,10 +26,15 @@
   [super dealloc];
 }
 
-- (REALobject)unwrap { return _object; }
+- (REALobject)unwrap {
+  if (_object != nullptr) siblings::LockObject(_object);
+  return _object;
+}
+
+- (REALobject)hostObject { return _object; }
 
 - (BOOL)isEqual:(id)other {
-  return [other isKindOfClass:[QVRREALobjectWrapper class]] && [(QVRREALobjectWrapper*)other unwrap] == _object;
+  return [other isKindOfClass:[QVRREALobjectWrapper class]] && [(QVRREALobjectWrapper*)other hostObject] == _object;
 }
 
 - (NSUInteger)hash { return (NSUInteger)(uintptr_t)_object; }

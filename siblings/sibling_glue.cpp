@@ -24,7 +24,7 @@ Function Entry(std::atomic<void*>& cell, const char* name) {
 }
 
 std::atomic<void*> newInstanceCell, lockObjectCell, unlockObjectCell, unlockStringCell, buildStringCell,
-    setEncodingCell, setStringCell, setIntCell, registerClassCell;
+    setEncodingCell, setStringCell, setIntCell, registerClassCell, platformStringCell;
 
 }  // namespace
 
@@ -60,8 +60,9 @@ void RegisterClass(REALclassDefinition* definition) {
 }
 
 REALstring HostString(CFStringRef string) {
+  if (string == nullptr) return nullptr;
   CFIndex length = CFStringGetLength(string);
-  if (string == nullptr || length < 1 || length > 0x7FFFFFFF / 6) return nullptr;
+  if (length < 1 || length > 0x7FFFFFFF / 6) return nullptr;
   size_t size = static_cast<size_t>(length) * 6 + 1;
   std::unique_ptr<char[]> buffer(new char[size]);
   if (!CFStringGetCString(string, buffer.get(), static_cast<CFIndex>(size), kCFStringEncodingUTF8)) return nullptr;
@@ -73,6 +74,12 @@ REALstring HostString(CFStringRef string) {
   if (auto tag = Entry<void (*)(REALstring, uint32_t)>(setEncodingCell, "REALSetStringEncoding"))
     tag(result, kREALTextEncodingUTF8);
   return result;
+}
+
+CFStringRef CopyPlatformString(REALstring string) {
+  if (string == nullptr) return nullptr;
+  auto entry = Entry<CFStringRef (*)(REALstring, int32_t)>(platformStringCell, "REALGetStringCFString");
+  return entry ? entry(string, 0) : nullptr;
 }
 
 }  // namespace siblings

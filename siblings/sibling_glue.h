@@ -24,6 +24,8 @@ void RegisterClass(REALclassDefinition* definition);
 
 /* A new UTF-8 host string for a platform string (null for null or empty). */
 REALstring HostString(CFStringRef string);
+/* A new platform string the caller owns for a host string (null for the empty string). */
+CFStringRef CopyPlatformString(REALstring string);
 
 /* Instance data of a class registered by this plugin. */
 template <typename Data>

@@ -4,6 +4,7 @@
 #include "siblings/cf_classes.h"
 #include "siblings/color_classes.h"
 #include "siblings/exception_additions.h"
+#include "siblings/foundation_classes.h"
 #include "siblings/geometry_classes.h"
 #include "siblings/sibling_registration.h"
 
@@ -11,6 +12,10 @@ extern "C" __attribute__((visibility("default"))) void REALPluginMain(REALResolv
   siblings::Start(resolver);
   REALclassDefinition* classes[] = {&NSExceptionQVRClass, &NSSizeQVRClass,  &NSPointQVRClass,
                                     &NSRangeQVRClass,     &NSRectQVRClass,  &NSColorQVRClass,
-                                    &NSColorSpaceQVRClass, &CFObjectQVRClass, &CGImageQVRClass};
+                                    &NSColorSpaceQVRClass, &CFObjectQVRClass, &CGImageQVRClass,
+                                    &NSTimeZoneQVRClass,  &NSLocaleQVRClass, &NSErrorQVRClass,
+                                    &NSCalendarQVRClass,  &NSCharacterSetQVRClass, &NSTimerQVRClass,
+                                    &NSAttributedStringQVRClass};
   for (REALclassDefinition* definition : classes) siblings::Register(definition);
+  RegisterCFSubclasses(&siblings::Register);
 }

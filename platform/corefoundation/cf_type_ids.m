@@ -57,9 +57,9 @@ CFTypeID CFGetTypeID(CFTypeRef object) {
   return (CFTypeID)[target _cfTypeID];
 }
 
-@implementation NSObject (CFTypeIDQVR)
-- (unsigned long)_cfTypeID { return QVRTypeIDCFType; }
-@end
+/* Plain objects do not answer -_cfTypeID (CFGetTypeID gives them the generic CFType):
+   only the classes that stand for a Core Foundation type do, so code that asks whether an
+   object is a CF object gets a true answer. */
 @implementation NSString (CFTypeIDQVR)
 - (unsigned long)_cfTypeID { return QVRTypeIDString; }
 @end

@@ -43,4 +43,5 @@ void MakeLongPlatformClasses() {
   MakeClass(long196, name197);
   MakeClass(base, name197Direct);
   MakeClass(base, "QVRProbeCustomRep");
+  MakeClass([NSBitmapImageRep class], "QVRProbeCustomBitmapRep");
 }

@@ -34,6 +34,8 @@ extern REALclassDefinition PictureProbeQVRClass;
 
 // Conversions and the threaded runner (probe_conversions.mm).
 extern REALclassDefinition ConversionProbeQVRClass;
+// Platform objects to Variants and back (probe_values.mm).
+extern REALclassDefinition ValueProbeQVRClass;
 
 // Failures on demand (probe_failures.cpp): the next pthread_create or mutex allocation of
 // the plugin fails once; TakeDeliveredFailures counts those delivered since it last ran.

@@ -92,6 +92,7 @@ extern "C" __attribute__((visibility("default"))) void REALPluginMain(REALResolv
   FixConsoleFlags(&FrameProbeQVRClass);
   MyREALRegisterClass(&FrameProbeQVRClass);
   MyREALRegisterClass(&ConversionProbeQVRClass);
+  MyREALRegisterClass(&ValueProbeQVRClass);
   MyREALRegisterClass(&ImageProbeQVRClass);
   MyREALRegisterClass(&PictureProbeQVRClass);
   MakeLongPlatformClasses();

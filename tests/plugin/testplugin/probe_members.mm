@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "convert/strings.h"
+#include "convert/variants.h"
 #include "convert/wrappers.h"
 #include "image/NSImageQVR_class.h"
 #include "imagerep/NSImageRepQVR_class.h"
@@ -318,8 +319,8 @@ REALobject NewRuntimeRep(intptr_t kind) {
                  [](NSImageRep* made) { return NewNSObjectQVR(made, [NSImageRep class]); });
 }
 
-// A host object carried through the sibling plugin's QVRREALobjectWrapper and back (with
-// a new reference), or nil when that class is not there.
+// A host object carried through the sibling plugin's QVRREALobjectWrapper and back (unwrap
+// gives a new reference), or nil when that class is not there.
 REALobject ObjectWrapperRoundTrip(REALobject object) {
   REALobject result = nullptr;
   CocoaGuardPooled([&] {
@@ -328,7 +329,6 @@ REALobject ObjectWrapperRoundTrip(REALobject object) {
     id wrapper = [wrapperClass wrap:object];
     NSArray* carried = [NSArray arrayWithObject:wrapper];  // as a platform collection holds it
     result = [[carried objectAtIndex:0] unwrap];
-    if (result != nullptr) REALLockObject(result);
   });
   return result;
 }

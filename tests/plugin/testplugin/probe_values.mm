@@ -1,0 +1,271 @@
+// ValueProbeQVR: shared methods that carry platform objects to host values and back
+// through the Variant and Dictionary conversions, so tests reach both dispatch tables
+// through the host. Platform objects are named by kind; results are described as text.
+#import <AppKit/AppKit.h>
+#include <ApplicationServices/ApplicationServices.h>
+#include <objc/runtime.h>
+
+#include "tests/plugin/testplugin/probe.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <string>
+
+#include "convert/strings.h"
+#include "convert/variants.h"
+#include "convert/wrappers.h"
+#include "plugin/call_guard.h"
+
+// A number of any type encoding: Foundation here stores numbers in its own types, so the
+// encodings of the conversion table ("c" 5, "C" 200, "Q" 2^40, ...) are made by hand.
+@interface QVRProbeTypedNumber : NSNumber {
+  char type_[8];
+  long long signed_;
+  unsigned long long unsigned_;
+  double real_;
+}
+- (id)initWithType:(const char*)type text:(NSString*)text;
+@end
+
+@implementation QVRProbeTypedNumber
+- (id)initWithType:(const char*)type text:(NSString*)text {
+  if ((self = [super init]) != nil) {
+    strncpy(type_, type, sizeof type_ - 1);
+    signed_ = [text longLongValue];
+    unsigned_ = strtoull([text UTF8String], nullptr, 10);
+    real_ = [text doubleValue];
+  }
+  return self;
+}
+- (const char*)objCType { return type_; }
+- (void)getValue:(void*)value { memcpy(value, &signed_, sizeof signed_); }
+- (BOOL)boolValue { return signed_ != 0; }
+- (unsigned char)unsignedCharValue { return (unsigned char)unsigned_; }
+- (short)shortValue { return (short)signed_; }
+- (unsigned short)unsignedShortValue { return (unsigned short)unsigned_; }
+- (int)intValue { return (int)signed_; }
+- (unsigned int)unsignedIntValue { return (unsigned int)unsigned_; }
+- (long)longValue { return (long)signed_; }
+- (unsigned long)unsignedLongValue { return (unsigned long)unsigned_; }
+- (long long)longLongValue { return signed_; }
+- (unsigned long long)unsignedLongLongValue { return unsigned_; }
+- (float)floatValue { return (float)real_; }
+- (double)doubleValue { return real_; }
+@end
+
+namespace {
+
+NSString* Text(REALstring s) {
+  NSString* text = [(NSString*)RBString2CFString(s) autorelease];
+  return text != nil ? text : @"";
+}
+
+// Kept for the process, so converting one twice meets the same platform object.
+NSTimeZone* SharedZone() {
+  static NSTimeZone* zone = [[NSTimeZone timeZoneWithName:@"Europe/Paris"] retain];
+  return zone;
+}
+
+CGImageRef NewImage() {
+  CGColorSpaceRef space = CGColorSpaceCreateDeviceRGB();
+  CGContextRef context = CGBitmapContextCreate(nullptr, 3, 2, 8, 0, space, kCGImageAlphaPremultipliedLast);
+  CGImageRef image = CGBitmapContextCreateImage(context);
+  CGContextRelease(context);
+  CGColorSpaceRelease(space);
+  return image;
+}
+
+// An NSValue of any encoding, with zero bytes.
+NSValue* ValueOfEncoding(const char* type) {
+  static const char zeros[64] = {};
+  return [NSValue valueWithBytes:zeros objCType:type];
+}
+
+// The platform object of a kind; "file:<path>" names a file URL.
+id ObjectOfKind(NSString* kind) {
+  if ([kind hasPrefix:@"file:"]) return [NSURL fileURLWithPath:[kind substringFromIndex:5]];
+  // "typed:<objCType>:<value>"
+  if ([kind hasPrefix:@"typed:"]) {
+    NSArray* parts = [kind componentsSeparatedByString:@":"];
+    return [[[QVRProbeTypedNumber alloc] initWithType:[[parts objectAtIndex:1] UTF8String] text:[parts objectAtIndex:2]]
+        autorelease];
+  }
+  static const std::map<std::string, std::function<id()>> kinds = {
+      {"nil", [] { return id(nil); }},
+      {"null", [] { return id([NSNull null]); }},
+      {"true", [] { return id([NSNumber numberWithBool:YES]); }},
+      {"int7", [] { return id([NSNumber numberWithInt:7]); }},
+      {"longlong-2^40", [] { return id([NSNumber numberWithLongLong:-(1LL << 40)]); }},
+      {"float1.5", [] { return id([NSNumber numberWithFloat:1.5f]); }},
+      {"double2.25", [] { return id([NSNumber numberWithDouble:2.25]); }},
+      {"string", [] { return id(@"h\u00e9"); }},
+      {"emptystring", [] { return id(@""); }},
+      {"data", [] { return id([NSData dataWithBytes:"abc" length:3]); }},
+      {"emptydata", [] { return id([NSData data]); }},
+      {"array", [] { return id([NSArray arrayWithObjects:@"a", [NSNumber numberWithInt:1], [NSNull null], nil]); }},
+      {"emptyarray", [] { return id([NSArray array]); }},
+      {"nested", [] {
+         return id([NSArray arrayWithObjects:[NSArray arrayWithObject:@"in"], [NSSet setWithObject:@"s"], nil]);
+       }},
+      {"set", [] { return id([NSSet setWithObject:[NSNumber numberWithInt:9]]); }},
+      {"dictionary", [] {
+         NSDictionary* inner = [NSDictionary dictionaryWithObjectsAndKeys:[NSNumber numberWithInt:1], @"x",
+                                                                           [NSNumber numberWithInt:2], @"y", nil];
+         return id([NSDictionary dictionaryWithObjectsAndKeys:[NSNull null], @"a", inner, @"inner", @"t", @"s",
+                                                                [NSNumber numberWithDouble:0.5], @"z", nil]);
+       }},
+      {"emptydictionary", [] { return id([NSDictionary dictionary]); }},
+      {"date", [] {
+         // 2021-03-04 05:06:07.9 local time.
+         NSCalendarDate* d = [NSCalendarDate dateWithYear:2021 month:3 day:4 hour:5 minute:6 second:7
+                                                  timeZone:[NSTimeZone localTimeZone]];
+         return id([NSDate dateWithTimeIntervalSinceReferenceDate:[d timeIntervalSinceReferenceDate] + 0.9]);
+       }},
+      {"weburl", [] { return id([NSURL URLWithString:@"http://example.com/a?b=1"]); }},
+      {"size", [] { return id([NSValue valueWithSize:NSMakeSize(3, 4)]); }},
+      {"point", [] { return id([NSValue valueWithPoint:NSMakePoint(-1.5, 2)]); }},
+      {"rect", [] { return id([NSValue valueWithRect:NSMakeRect(1, 2, 3, 4)]); }},
+      {"range", [] { return id([NSValue valueWithRange:NSMakeRange(5, 6)]); }},
+      {"unknownvalue", [] { return id(ValueOfEncoding("{?=ii}")); }},
+      {"cmtime", [] { return id(ValueOfEncoding("{?=qiIq}")); }},
+      {"timezone", [] { return id(SharedZone()); }},
+      {"attributed", [] { return id([[[NSAttributedString alloc] initWithString:@"x"] autorelease]); }},
+      {"cgimage", [] { return id([(id)NewImage() autorelease]); }},
+      {"colorspace", [] { return id([(id)CGColorSpaceCreateDeviceGray() autorelease]); }},
+      {"bundle", [] { return id([NSBundle mainBundle]); }},
+      {"object", [] { return id([[[NSObject alloc] init] autorelease]); }},
+      {"image", [] { return id([[[NSImage alloc] initWithSize:NSMakeSize(2, 2)] autorelease]); }},
+      {"customrep", [] {
+         return id([[[objc_getClass("QVRProbeCustomBitmapRep") alloc]
+             initWithBitmapDataPlanes:nullptr pixelsWide:2 pixelsHigh:2 bitsPerSample:8 samplesPerPixel:4 hasAlpha:YES
+                             isPlanar:NO colorSpaceName:NSDeviceRGBColorSpace bytesPerRow:0 bitsPerPixel:0] autorelease]);
+       }},
+  };
+  auto found = kinds.find([kind UTF8String]);
+  return found == kinds.end() ? nil : found->second();
+}
+
+NSString* Describe(id object);
+
+NSString* DescribeEach(NSArray* items) {
+  NSMutableArray* parts = [NSMutableArray array];
+  for (NSUInteger i = 0; i < [items count]; ++i) [parts addObject:Describe([items objectAtIndex:i])];
+  return [parts componentsJoinedByString:@", "];
+}
+
+// A text that tells class and value apart: "bool:1", "l:7" (objCType:value),
+// "string:a", "mutable[...]", "{k=v, ...}" (entries sorted), "size:3x4", class names.
+NSString* Describe(id object) {
+  if (object == nil) return @"nil";
+  if (object == [NSNull null]) return @"null";
+  if (object == (id)kCFBooleanTrue || object == (id)kCFBooleanFalse)
+    return [NSString stringWithFormat:@"bool:%d", [object boolValue] ? 1 : 0];
+  if ([object isKindOfClass:[NSString class]]) return [@"string:" stringByAppendingString:object];
+  if ([object isKindOfClass:[NSNumber class]])
+    return [NSString stringWithFormat:@"%s:%@", [object objCType], [object stringValue]];
+  if ([object isKindOfClass:[NSArray class]])
+    return [NSString stringWithFormat:@"%@[%@]", [object isKindOfClass:[NSMutableArray class]] ? @"mutable" : @"",
+                                      DescribeEach(object)];
+  if ([object isKindOfClass:[NSDictionary class]]) {
+    NSMutableArray* parts = [NSMutableArray array];
+    NSArray* keys = [object allKeys];
+    for (NSUInteger i = 0; i < [keys count]; ++i) {
+      id key = [keys objectAtIndex:i];
+      [parts addObject:[NSString stringWithFormat:@"%@=%@", Describe(key), Describe([object objectForKey:key])]];
+    }
+    return [NSString stringWithFormat:@"{%@}", [[parts sortedArrayUsingSelector:@selector(compare:)]
+                                                   componentsJoinedByString:@", "]];
+  }
+  if ([object isKindOfClass:[NSData class]]) return [NSString stringWithFormat:@"data:%lu", (unsigned long)[object length]];
+  if ([object isKindOfClass:[NSCalendarDate class]])
+    return [@"date:" stringByAppendingString:[object descriptionWithCalendarFormat:@"%Y-%m-%d %H:%M:%S"]];
+  if ([object isKindOfClass:[NSURL class]]) return [@"url:" stringByAppendingString:[object absoluteString]];
+  if ([object isKindOfClass:[NSTimeZone class]]) return [@"timezone:" stringByAppendingString:[object name]];
+  if ([object isKindOfClass:[NSValue class]]) {
+    const char* type = [object objCType];
+    if (strcmp(type, @encode(NSSize)) == 0) {
+      NSSize v = [object sizeValue];
+      return [NSString stringWithFormat:@"size:%gx%g", v.width, v.height];
+    }
+    if (strcmp(type, @encode(NSPoint)) == 0) {
+      NSPoint v = [object pointValue];
+      return [NSString stringWithFormat:@"point:%g,%g", v.x, v.y];
+    }
+    if (strcmp(type, @encode(NSRect)) == 0) {
+      NSRect v = [object rectValue];
+      return [NSString stringWithFormat:@"rect:%g,%g,%g,%g", v.origin.x, v.origin.y, v.size.width, v.size.height];
+    }
+    if (strcmp(type, @encode(NSRange)) == 0) {
+      NSRange v = [object rangeValue];
+      return [NSString stringWithFormat:@"range:%lu,%lu", (unsigned long)v.location, (unsigned long)v.length];
+    }
+  }
+  return NSStringFromClass([object class]);
+}
+
+REALobject ToVariant(REALstring kind) {
+  REALobject result = nullptr;
+  CocoaGuardPooled([&] { result = NewVariantFromNSObject(ObjectOfKind(Text(kind))); });
+  return result;
+}
+
+REALstring DescribeVariant(REALobject value) {
+  REALstring result = nullptr;
+  CocoaGuardPooled([&] { result = CFString2RBString((CFStringRef)Describe(GetVariantAsNSObject(value))); });
+  return result;
+}
+
+// The host value through GetVariantAsNSObject and back through NewVariantFromNSObject.
+REALobject RoundTrip(REALobject value) {
+  REALobject result = nullptr;
+  CocoaGuardPooled([&] { result = NewVariantFromNSObject(GetVariantAsNSObject(value)); });
+  return result;
+}
+
+// The platform object of a kind, described.
+REALstring DescribeKind(REALstring kind) {
+  REALstring result = nullptr;
+  CocoaGuardPooled([&] { result = CFString2RBString((CFStringRef)Describe(ObjectOfKind(Text(kind)))); });
+  return result;
+}
+
+// An image whose representations report the given pixel widths and heights (plain
+// NSImageReps), in order: "64x10,0x0,128x20".
+REALobject ImageOfRepSizes(REALstring sizes) {
+  REALobject result = nullptr;
+  CocoaGuardPooled([&] {
+    NSImage* image = [[[NSImage alloc] initWithSize:NSMakeSize(1, 1)] autorelease];
+    NSArray* all = [Text(sizes) componentsSeparatedByString:@","];
+    for (NSUInteger i = 0; i < [all count]; ++i) {
+      NSArray* sides = [[all objectAtIndex:i] componentsSeparatedByString:@"x"];
+      NSImageRep* rep = [[[NSImageRep alloc] init] autorelease];
+      [rep setPixelsWide:[[sides objectAtIndex:0] integerValue]];
+      [rep setPixelsHigh:[[sides objectAtIndex:1] integerValue]];
+      [image addRepresentation:rep];
+    }
+    result = NewNSImageQVR(image);
+  });
+  return result;
+}
+
+#define SHARED(function, declaration) {reinterpret_cast<void*>(&function), nullptr, declaration, 0x4, 0, nullptr}
+
+REALmethodDefinition ValueProbeSharedMethods[] = {
+    SHARED(ToVariant, "ToVariant(kind as String) as Variant"),
+    SHARED(DescribeVariant, "Describe(value as Variant) as String"),
+    SHARED(RoundTrip, "RoundTrip(value as Variant) as Variant"),
+    SHARED(DescribeKind, "DescribeKind(kind as String) as String"),
+    SHARED(ImageOfRepSizes, "ImageOfRepSizes(sizes as String) as NSImageQVR"),
+};
+
+}  // namespace
+
+REALclassDefinition ValueProbeQVRClass = {
+    kREALCurrentControlVersion, "ValueProbeQVR", nullptr, 0, 0, nullptr, nullptr,
+    nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, nullptr, 0, nullptr, 0, 0,
+    nullptr, 0,
+    ValueProbeSharedMethods, sizeof(ValueProbeSharedMethods) / sizeof(ValueProbeSharedMethods[0]),
+    nullptr, 0, nullptr, 0,
+};
