@@ -1,19 +1,10 @@
-/* The class record of NSImageRepQVR with its member tables. A member row joins these
-   tables together with the function that serves it. */
+/* The class record of NSImageRepQVR. Its member tables are joined from the groups that
+   the files serving them define (imagerep/NSImageRepQVR_members.h) just before
+   registration. */
 #include "imagerep/NSImageRepQVR_class.h"
 
-/* "Constructor": an instance made with it holds no platform object. */
-static void NSImageRepConstructorEmpty(REALobject self) {}
-
-static REALproperty NSImageRepQVRProperties[] = {
-    {nullptr, "Handle", "Integer", REALflagHost2 | REALflagHost4, REALstandardAccessor, REALstandardAccessor,
-     0, nullptr, 0, nullptr, 0, nullptr},
-};
-
-static REALmethodDefinition NSImageRepQVRMethods[] = {
-    {reinterpret_cast<void*>(&NSImageRepConstructorEmpty), nullptr, "Constructor", REALflagHost4 | REALflagHost80, 0,
-     nullptr},
-};
+#include "imagerep/NSImageRepQVR_members.h"
+#include "plugin/member_rows.h"
 
 REALclassDefinition NSImageRepQVRClass = {
     kREALCurrentControlVersion,
@@ -23,10 +14,8 @@ REALclassDefinition NSImageRepQVRClass = {
     0,
     reinterpret_cast<void*>(&NSImageRepConstructor),
     reinterpret_cast<void*>(&NSImageRepDestructor),
-    NSImageRepQVRProperties,
-    sizeof(NSImageRepQVRProperties) / sizeof(NSImageRepQVRProperties[0]),
-    NSImageRepQVRMethods,
-    sizeof(NSImageRepQVRMethods) / sizeof(NSImageRepQVRMethods[0]),
+    nullptr, 0,  // properties, joined by PrepareNSImageRepQVRClass
+    nullptr, 0,  // methods
     nullptr, 0,  // events
     nullptr, 0,  // event instances
     nullptr,     // interfaces
@@ -38,3 +27,14 @@ REALclassDefinition NSImageRepQVRClass = {
     nullptr, 0,  // delegates
     nullptr, 0,  // enums
 };
+
+void PrepareNSImageRepQVRClass(void) {
+  JoinMemberRows<REALproperty>({NSImageRepPropertyRows}, NSImageRepQVRClass.properties,
+                               NSImageRepQVRClass.propertyCount);
+  JoinMemberRows<REALmethodDefinition>({NSImageRepLifecycleMethods, NSImageRepPlainMethods},
+                                       NSImageRepQVRClass.methods, NSImageRepQVRClass.methodCount);
+  JoinMemberRows<REALconstant>({NSImageRepConstantRows}, NSImageRepQVRClass.constants,
+                               NSImageRepQVRClass.constantCount);
+  JoinMemberRows<REALmethodDefinition>({NSImageRepSharedMethods}, NSImageRepQVRClass.sharedMethods,
+                                       NSImageRepQVRClass.sharedMethodCount);
+}

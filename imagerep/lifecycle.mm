@@ -5,6 +5,7 @@
 #import <AppKit/AppKit.h>
 
 #include "imagerep/NSImageRepQVR_class.h"
+#include "imagerep/NSImageRepQVR_members.h"
 #include "plugin/call_guard.h"
 
 void NSImageRepConstructor(REALobject self) {
@@ -23,3 +24,13 @@ void NSImageRepDestructor(REALobject self) {
     data->Handle = nil;
   });
 }
+
+/* "Constructor": an instance made with it holds no platform object. */
+static void NSImageRepConstructorEmpty(REALobject) {}
+
+static const REALmethodDefinition LifecycleRows[] = {
+    {reinterpret_cast<void*>(&NSImageRepConstructorEmpty), nullptr, "Constructor", REALflagHost4 | REALflagHost80, 0,
+     nullptr},
+};
+
+const MemberRows<REALmethodDefinition> NSImageRepLifecycleMethods = RowsOf(LifecycleRows);
