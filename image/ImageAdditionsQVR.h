@@ -17,6 +17,17 @@
 - (NSData*)BMPRepresentationQVR;
 - (NSData*)GIFRepresentationQVR;
 
+/* Measurements over the representations: their count, the largest and smallest pixel
+   sizes (0 for none), and the EXIF dictionary of the first bitmap representation that
+   has one. The minimum takes 0 as "no value yet", so a representation reporting 0 makes
+   the next one's size the minimum whatever it is. */
+- (NSInteger)representationsCount;
+- (NSInteger)MaximumWidth;
+- (NSInteger)MaximumHeight;
+- (NSInteger)MinimumWidth;
+- (NSInteger)MinimumHeight;
+- (NSDictionary*)EXIFData;
+
 /* Scaled, faded and flipped copies. */
 - (NSImage*)imageByScalingToSizeQVR:(NSSize)size;
 - (NSImage*)imageByScalingToSizeQVR:(NSSize)size fraction:(float)fraction;

@@ -83,6 +83,64 @@ static NSBitmapImageRep* BitmapOfTIFFForm(NSImage* image) {
   return [rep representationUsingType:kGIFType properties:properties];
 }
 
+/* ---- measurements */
+
+- (NSInteger)representationsCount {
+  return static_cast<NSInteger>([[self representations] count]);
+}
+
+/* The largest pixel width (or height) over the representations, never below 0. */
+static NSInteger LargestPixelSize(NSArray* reps, bool wide) {
+  NSInteger largest = 0;
+  const NSInteger count = static_cast<NSInteger>([reps count]);
+  for (NSInteger i = 0; i < count; i++) {
+    NSImageRep* rep = [reps objectAtIndex:static_cast<NSUInteger>(i)];
+    const NSInteger v = wide ? [rep pixelsWide] : [rep pixelsHigh];
+    if (v >= largest) largest = v;
+  }
+  return largest;
+}
+
+/* The smallest pixel width (or height), 0 standing for "no value yet". */
+static NSInteger SmallestPixelSize(NSArray* reps, bool wide) {
+  NSInteger smallest = 0;
+  const NSInteger count = static_cast<NSInteger>([reps count]);
+  for (NSInteger i = 0; i < count; i++) {
+    NSImageRep* rep = [reps objectAtIndex:static_cast<NSUInteger>(i)];
+    const NSInteger v = wide ? [rep pixelsWide] : [rep pixelsHigh];
+    if (smallest == 0 || v <= smallest) smallest = v;
+  }
+  return smallest;
+}
+
+- (NSInteger)MaximumWidth {
+  return LargestPixelSize([self representations], true);
+}
+
+- (NSInteger)MaximumHeight {
+  return LargestPixelSize([self representations], false);
+}
+
+- (NSInteger)MinimumWidth {
+  return SmallestPixelSize([self representations], true);
+}
+
+- (NSInteger)MinimumHeight {
+  return SmallestPixelSize([self representations], false);
+}
+
+- (NSDictionary*)EXIFData {
+  NSArray* reps = [self representations];
+  const NSUInteger count = [reps count];
+  for (NSUInteger i = 0; i < count; i++) {
+    NSImageRep* rep = [reps objectAtIndex:i];
+    if (![rep isKindOfClass:[NSBitmapImageRep class]]) continue;
+    id exif = [(NSBitmapImageRep*)rep valueForProperty:NSImageEXIFData];
+    if (exif != nil) return exif;
+  }
+  return nil;
+}
+
 /* ---- scaled and faded copies */
 
 - (NSImage*)imageByScalingToSizeQVR:(NSSize)size {

@@ -37,6 +37,7 @@ void PrepareNSImageQVRClass(void) {
       {
           RowsOf(NSImageHandleProperty),
           NSImagePropertyRows,
+          NSImageMeasurementProperties,
       },
       NSImageQVRClass.properties, NSImageQVRClass.propertyCount);
   JoinMemberRows<REALmethodDefinition>(
@@ -49,6 +50,7 @@ void PrepareNSImageQVRClass(void) {
           NSImageDrawingMethods,
           NSImageCreationMethods,
           NSImagePictureMethods,
+          NSImageRepresentationMethods,
       },
       NSImageQVRClass.methods, NSImageQVRClass.methodCount);
   JoinMemberRows<REALmethodDefinition>(

@@ -29,6 +29,10 @@ extern const MemberRows<REALconstant> NSImageConstantRows;
 extern const MemberRows<REALmethodDefinition> NSImageCreationSharedMethods;
 extern const MemberRows<REALmethodDefinition> NSImageCreationMethods;
 
+/* Representations and measurements (measurements.mm). */
+extern const MemberRows<REALproperty> NSImageMeasurementProperties;
+extern const MemberRows<REALmethodDefinition> NSImageRepresentationMethods;
+
 /* Creation on a worker thread (creation_threaded.mm): the MT factories. */
 extern const MemberRows<REALmethodDefinition> NSImageThreadedCreationSharedMethods;
 

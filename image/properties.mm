@@ -4,6 +4,7 @@
    nil) and the setters do nothing. */
 #import <AppKit/AppKit.h>
 
+#include "convert/geometry.h"
 #include "convert/strings.h"
 #include "convert/wrappers.h"
 #include "image/NSImageQVR_class.h"
@@ -12,7 +13,6 @@
 #include "plugin/call_guard.h"
 #include "plugin/host_bridge.h"
 #include "plugin/instance_data.h"
-#include "plugin/sibling_values.h"
 
 namespace {
 
@@ -71,24 +71,14 @@ void setCacheMode(REALobject self, intptr_t, intptr_t mode) {
 REALobject size(REALobject self, intptr_t) {
   return Get<REALobject>([&]() -> REALobject {
     NSImage* image = ImageOf(self);
-    if (image == nil) return nullptr;
-    NSSize imageSize = [image size];
-    REALobject result = REALnewInstance("NSSizeQVR");
-    if (result == nullptr) return nullptr;
-    NSSizeQVRData* fields = NSSizeQVRDataOf(result);
-    fields->width = static_cast<float>(imageSize.width);
-    fields->height = static_cast<float>(imageSize.height);
-    return result;
+    return image != nil ? NewNSSizeQVR([image size]) : nullptr;
   });
 }
 
 void setSize(REALobject self, intptr_t, REALobject value) {
   Set([&] {
     NSImage* image = ImageOf(self);
-    if (image == nil) return;
-    NSSize newSize = NSMakeSize(0, 0);
-    if (value != nullptr) newSize = NSMakeSize(NSSizeQVRDataOf(value)->width, NSSizeQVRDataOf(value)->height);
-    [image setSize:newSize];
+    if (image != nil) [image setSize:NSSizeOfNSSizeQVR(value)];
   });
 }
 
@@ -148,41 +138,32 @@ void removeRepresentation(REALobject self, REALobject representation) {
   Set([&] { [ImageOf(self) removeRepresentation:RepresentationOf(representation)]; });
 }
 
-template <typename Getter, typename Setter>
-REALproperty Property(const char* name, const char* type, Getter getter, Setter setter) {
-  return {nullptr, name, type, REALflagHost2 | REALflagHost4, reinterpret_cast<void*>(getter),
-          reinterpret_cast<void*>(setter), 0, nullptr, 0, nullptr, 0, nullptr};
-}
-
-template <typename Getter>
-REALproperty ReadOnly(const char* name, const char* type, Getter getter) {
-  return {nullptr, name, type, REALflagHost2 | REALflagHost4, reinterpret_cast<void*>(getter), nullptr,
-          0, nullptr, 0, nullptr, 0, nullptr};
-}
-
 template <typename Function>
 REALmethodDefinition Method(Function function, const char* declaration) {
   return {reinterpret_cast<void*>(function), nullptr, declaration, REALflagHost4, 0, nullptr};
 }
 
 const REALproperty PropertyRows[] = {
-    Property("cacheMode", "Integer", &cacheMode, &setCacheMode),
-    Property("isTemplate", "Boolean", &isTemplate, &setTemplate),
-    Property("size", "NSSizeQVR", &size, &setSize),
-    ReadOnly("height", "Double", &height),
-    ReadOnly("width", "Double", &width),
-    Property("isFlipped", "Boolean", &isFlipped, &setFlipped),
-    ReadOnly("isValid", "Boolean", &isValid),
-    ReadOnly("Name", "String", &Name),
-    Property("cacheDepthMatchesImageDepth", "Boolean", &cacheDepthMatchesImageDepth, &setCacheDepthMatchesImageDepth),
-    Property("usesEPSOnResolutionMismatch", "Boolean", &usesEPSOnResolutionMismatch, &setUsesEPSOnResolutionMismatch),
-    Property("prefersColorMatch", "Boolean", &prefersColorMatch, &setPrefersColorMatch),
-    Property("accessibilityDescription", "String", &accessibilityDescription, &setAccessibilityDescription),
-    Property("backgroundColor", "NSColorQVR", &backgroundColor, &setBackgroundColor),
-    Property("isCachedSeparately", "Boolean", &isCachedSeparately, &setCachedSeparately),
-    Property("isDataRetained", "Boolean", &isDataRetained, &setDataRetained),
-    Property("matchesOnMultipleResolution", "Boolean", &matchesOnMultipleResolution, &setMatchesOnMultipleResolution),
-    Property("scalesWhenResized", "Boolean", &scalesWhenResized, &setScalesWhenResized),
+    PropertyRow("cacheMode", "Integer", &cacheMode, &setCacheMode),
+    PropertyRow("isTemplate", "Boolean", &isTemplate, &setTemplate),
+    PropertyRow("size", "NSSizeQVR", &size, &setSize),
+    ReadOnlyPropertyRow("height", "Double", &height),
+    ReadOnlyPropertyRow("width", "Double", &width),
+    PropertyRow("isFlipped", "Boolean", &isFlipped, &setFlipped),
+    ReadOnlyPropertyRow("isValid", "Boolean", &isValid),
+    ReadOnlyPropertyRow("Name", "String", &Name),
+    PropertyRow("cacheDepthMatchesImageDepth", "Boolean", &cacheDepthMatchesImageDepth,
+                &setCacheDepthMatchesImageDepth),
+    PropertyRow("usesEPSOnResolutionMismatch", "Boolean", &usesEPSOnResolutionMismatch,
+                &setUsesEPSOnResolutionMismatch),
+    PropertyRow("prefersColorMatch", "Boolean", &prefersColorMatch, &setPrefersColorMatch),
+    PropertyRow("accessibilityDescription", "String", &accessibilityDescription, &setAccessibilityDescription),
+    PropertyRow("backgroundColor", "NSColorQVR", &backgroundColor, &setBackgroundColor),
+    PropertyRow("isCachedSeparately", "Boolean", &isCachedSeparately, &setCachedSeparately),
+    PropertyRow("isDataRetained", "Boolean", &isDataRetained, &setDataRetained),
+    PropertyRow("matchesOnMultipleResolution", "Boolean", &matchesOnMultipleResolution,
+                &setMatchesOnMultipleResolution),
+    PropertyRow("scalesWhenResized", "Boolean", &scalesWhenResized, &setScalesWhenResized),
 };
 
 const REALmethodDefinition MethodRows[] = {

@@ -12,7 +12,7 @@
 
 namespace qvr {
 
-enum class ImageFormat { unknown, tiff, bmp, gif, jpeg, png, jpeg2000 };
+enum class ImageFormat { unknown, tiff, bmp, gif, jpeg, png, jpeg2000, ico, icns };
 
 // Recognises a format by its signature bytes.
 ImageFormat sniff_image_format(const uint8_t* data, size_t size);
@@ -53,6 +53,11 @@ bool gif_encode(const std::vector<const Frame*>& frames, const EncodeOptions& op
 
 bool bmp_decode(const uint8_t* data, size_t size, Frame& out);
 bool bmp_encode(const Raster& raster, const EncodeOptions& options, std::vector<uint8_t>& out);
+
+// Every image of an icon file, in the file's order, as RGBA: Windows icons (.ico) by our own
+// reader, Apple icon files (.icns) through libicns. False when none can be read.
+bool ico_decode(const uint8_t* data, size_t size, std::vector<Frame>& images);
+bool icns_decode(const uint8_t* data, size_t size, std::vector<Frame>& images);
 
 // JPEG 2000 (JP2 container) through OpenJPEG, linked; available answers whether the build has it.
 bool jpeg2000_available();

@@ -1,6 +1,7 @@
 /* NSBitmapImageRep from encoded data: which formats it reads, the decoders behind
-   initWithData: and imageRepsWithData: (every TIFF page; every GIF frame kept for
-   NSImageCurrentFrame), and the properties a decoder fills in. */
+   initWithData: and imageRepsWithData: (every TIFF page and every image of an icon file
+   as a representation of its own; every GIF frame kept for NSImageCurrentFrame), and the
+   properties a decoder fills in. */
 #import "imagereps/bitmap_storage.h"
 
 namespace {
@@ -10,7 +11,8 @@ qvr::ImageFormat FormatOf(NSData* data) {
   return qvr::sniff_image_format(static_cast<const uint8_t*>([data bytes]), [data length]);
 }
 
-/* Every image in the data: TIFF pages or GIF frames, or the one image of the others. */
+/* Every image in the data: TIFF pages, GIF frames or icon sizes, or the one image of the
+   others. */
 bool DecodeAll(NSData* data, qvr::ImageFormat format, std::vector<qvr::Frame>& frames) {
   const uint8_t* bytes = static_cast<const uint8_t*>([data bytes]);
   const size_t length = [data length];
@@ -22,6 +24,10 @@ bool DecodeAll(NSData* data, qvr::ImageFormat format, std::vector<qvr::Frame>& f
       return qvr::tiff_decode(bytes, length, frames);
     case qvr::ImageFormat::gif:
       return qvr::gif_decode(bytes, length, frames);
+    case qvr::ImageFormat::ico:
+      return qvr::ico_decode(bytes, length, frames);
+    case qvr::ImageFormat::icns:
+      return qvr::icns_decode(bytes, length, frames);
     case qvr::ImageFormat::jpeg:
       ok = qvr::jpeg_decode(bytes, length, one);
       break;
@@ -114,9 +120,14 @@ void FillDecodedProperties(NSBitmapImageRep* rep, qvr::ImageFormat format, size_
   return [[[self alloc] initWithData:data] autorelease];
 }
 
+/* A representation per TIFF page and per icon image. */
+static bool HasSeveralImages(qvr::ImageFormat format) {
+  return format == qvr::ImageFormat::tiff || format == qvr::ImageFormat::ico || format == qvr::ImageFormat::icns;
+}
+
 + (NSArray*)imageRepsWithData:(NSData*)data {
   const qvr::ImageFormat format = FormatOf(data);
-  if (format != qvr::ImageFormat::tiff) {
+  if (!HasSeveralImages(format)) {
     id rep = [self imageRepWithData:data];
     return rep ? [NSArray arrayWithObject:rep] : nil;
   }
@@ -142,6 +153,7 @@ void FillDecodedProperties(NSBitmapImageRep* rep, qvr::ImageFormat format, size_
   NSMutableArray* types = [NSMutableArray arrayWithObjects:@"public.tiff", @"com.microsoft.bmp",
                                                            @"com.compuserve.gif", @"public.jpeg", @"public.png", nil];
   if (qvr::jpeg2000_available()) [types addObject:@"public.jpeg-2000"];
+  [types addObjectsFromArray:[NSArray arrayWithObjects:@"com.microsoft.ico", @"com.apple.icns", nil]];
   return types;
 }
 
@@ -150,6 +162,7 @@ void FillDecodedProperties(NSBitmapImageRep* rep, qvr::ImageFormat format, size_
       arrayWithObjects:@"tiff", @"tif", @"'TIFF'", @"bmp", @"BMP", @"'BMP '", @"'BMPf'", @"gif", @"'GIFf'", @"jpg",
                        @"jpeg", @"jpe", @"'JPEG'", @"png", @"'PNGf'", nil];
   if (qvr::jpeg2000_available()) [types addObjectsFromArray:[NSArray arrayWithObjects:@"jp2", @"j2k", @"jpf", @"'jp2 '", nil]];
+  [types addObjectsFromArray:[NSArray arrayWithObjects:@"ico", @"'ICO '", @"icns", @"'icns'", nil]];
   return types;
 }
 
