@@ -56,6 +56,7 @@ TEST(Examples, PictureConversionInAConsoleApplication) {
   options.kind = host::AppKind::Console;
   expectExample("picture_conversion", options);
 }
+TEST(Examples, Representations) { expectExample("representations"); }
 
 TEST(Examples, TheEmbeddedExampleRunsToItsEnd) {
   host::Runtime rt;
