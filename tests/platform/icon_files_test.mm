@@ -1,0 +1,183 @@
+/* Icon files as the platform reads them: one bitmap representation per image, in the
+   file's order. Windows icons with bitmap images of 1, 4, 8, 24 and 32 bits are made here
+   byte by byte, so every pixel and its transparency (from the AND mask, or the image's own
+   alpha) is known; icons with PNG images and Apple icon files come from Pillow and
+   png2icns, one colour per size. */
+#import <AppKit/AppKit.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <iterator>
+
+#import "platform/codec_support.h"
+
+namespace {
+
+void Put16(std::string& out, uint32_t v) { out.append({char(v & 0xFF), char(v >> 8 & 0xFF)}); }
+void Put32(std::string& out, uint32_t v) {
+  Put16(out, v & 0xFFFF);
+  Put16(out, v >> 16);
+}
+
+// A bitmap icon image: colour (r, g, b, a) and mask bit of each pixel, x from the left and
+// y from the top.
+struct IconImage {
+  int width, height, bits;
+  std::function<uint32_t(int, int)> colour;  // 0xRRGGBBAA; the palette index for <= 8 bits
+  std::function<bool(int, int)> masked;
+  std::vector<uint32_t> palette;             // 0xRRGGBB
+};
+
+std::string Dib(const IconImage& image) {
+  std::string out;
+  Put32(out, 40);
+  Put32(out, uint32_t(image.width));
+  Put32(out, uint32_t(image.height * 2));
+  Put16(out, 1);
+  Put16(out, uint32_t(image.bits));
+  for (int i = 0; i < 3; ++i) Put32(out, 0);  // compression, image size, x resolution
+  Put32(out, 0);
+  Put32(out, uint32_t(image.palette.size()));
+  Put32(out, 0);
+  for (uint32_t rgb : image.palette) out.append({char(rgb & 0xFF), char(rgb >> 8 & 0xFF), char(rgb >> 16), 0});
+  const size_t rowBytes = (size_t(image.width) * image.bits + 31) / 32 * 4;
+  for (int y = image.height - 1; y >= 0; --y) {
+    std::string row(rowBytes, '\0');
+    for (int x = 0; x < image.width; ++x) {
+      const uint32_t c = image.colour(x, y);
+      if (image.bits <= 8) {
+        const int bit = x * image.bits;
+        row[size_t(bit / 8)] = char(uint8_t(row[size_t(bit / 8)]) | c << (8 - image.bits - bit % 8));
+      } else {
+        char bgra[4] = {char(c >> 8 & 0xFF), char(c >> 16 & 0xFF), char(c >> 24), char(c & 0xFF)};
+        row.replace(size_t(x) * (image.bits / 8), size_t(image.bits / 8), bgra, size_t(image.bits / 8));
+      }
+    }
+    out += row;
+  }
+  for (int y = image.height - 1; y >= 0; --y) {
+    std::string row((size_t(image.width) + 31) / 32 * 4, '\0');
+    for (int x = 0; x < image.width; ++x)
+      if (image.masked(x, y)) row[size_t(x / 8)] = char(uint8_t(row[size_t(x / 8)]) | 0x80 >> (x % 8));
+    out += row;
+  }
+  return out;
+}
+
+std::string Icon(const std::vector<IconImage>& images) {
+  std::string out, data;
+  Put16(out, 0);
+  Put16(out, 1);
+  Put16(out, uint32_t(images.size()));
+  for (const IconImage& image : images) {
+    const std::string dib = Dib(image);
+    out.append({char(image.width), char(image.height), 0, 0});
+    Put16(out, 1);
+    Put16(out, uint32_t(image.bits));
+    Put32(out, uint32_t(dib.size()));
+    Put32(out, uint32_t(6 + 16 * images.size() + data.size()));
+    data += dib;
+  }
+  return out + data;
+}
+
+// The RGBA a reader must give for a pixel of the image.
+std::array<int, 4> Expected(const IconImage& image, int x, int y) {
+  uint32_t c = image.colour(x, y);
+  if (image.bits <= 8) c = image.palette[c] << 8 | 0xFF;
+  if (image.bits == 24) c |= 0xFF;
+  const bool ownAlpha = image.bits == 32;
+  const int alpha = ownAlpha ? int(c & 0xFF) : image.masked(x, y) ? 0 : 255;
+  return {int(c >> 24), int(c >> 16 & 0xFF), int(c >> 8 & 0xFF), alpha};
+}
+
+NSArray* Representations(const std::string& bytes) {
+  return [NSBitmapImageRep imageRepsWithData:[NSData dataWithBytes:bytes.data() length:bytes.size()]];
+}
+
+class IconFiles : public CodecTest {};
+
+TEST_F(IconFiles, BitmapImagesOfEveryDepthKeepTheirPixelsAndMasks) {
+  std::vector<uint32_t> two = {0x000000, 0xFFFFFF}, sixteen, many;
+  for (uint32_t i = 0; i < 16; ++i) sixteen.push_back(i * 0x100F01);
+  for (uint32_t i = 0; i < 40; ++i) many.push_back(0x050301 * i);
+  const std::vector<IconImage> images = {
+      {8, 8, 1, [](int x, int y) { return uint32_t((x + y) % 2); }, [](int, int y) { return y == 0; }, two},
+      {5, 3, 4, [](int x, int y) { return uint32_t(x * 3 + y) % 16; }, [](int x, int) { return x == 4; }, sixteen},
+      {4, 4, 8, [](int x, int y) { return uint32_t(y * 10 + x); }, [](int x, int y) { return x == y; }, many},
+      {3, 2, 24, [](int x, int y) { return uint32_t(x * 0x40000000 + y * 0x300000 + 0x1200); },
+       [](int x, int) { return x == 2; }, {}},
+      {2, 2, 32, [](int x, int y) { return uint32_t(0x10203000 + x * 0x500000 + uint32_t(y * 2 + x) * 60); },
+       [](int, int) { return true; }, {}},
+  };
+  NSArray* reps = Representations(Icon(images));
+  ASSERT_EQ([reps count], images.size());
+  for (size_t i = 0; i < images.size(); ++i) {
+    const IconImage& image = images[i];
+    TestPicture read = ReadRep([reps objectAtIndex:i]);
+    ASSERT_EQ(read.width, image.width) << image.bits;
+    ASSERT_EQ(read.height, image.height) << image.bits;
+    ASSERT_EQ(read.samples, 4) << image.bits;
+    for (int y = 0; y < image.height; ++y)
+      for (int x = 0; x < image.width; ++x) {
+        const std::array<int, 4> want = Expected(image, x, y);
+        const uint8_t* got = read.at(x, y);
+        EXPECT_EQ(got[3], want[3]) << image.bits << " bits at " << x << "," << y;
+        if (want[3] == 0) continue;  // the colour under a clear pixel is not kept
+        for (int s = 0; s < 3; ++s) EXPECT_EQ(got[s], want[size_t(s)]) << image.bits << " bits at " << x << "," << y;
+      }
+  }
+  // An entry that cannot be read is left out; an icon of none is no icon.
+  std::string broken = Icon(images);
+  broken.replace(6 + 16 + 12, 4, "\xff\xff\xff\x7f", 4);  // the second image's offset: past the end
+  EXPECT_EQ([Representations(broken) count], images.size() - 1);
+  EXPECT_EQ(Representations(Icon({}).substr(0, 6)), nil);
+}
+
+TEST_F(IconFiles, PNGIconsAndAppleIconFilesGiveOneRepresentationPerSize) {
+  char pattern[] = "/tmp/qvr-icons-XXXXXX";
+  ASSERT_NE(mkdtemp(pattern), nullptr);
+  const std::string dir = pattern;
+  const std::string script = "cd " + dir + " && /usr/bin/python3 -c \"from PIL import Image\n"
+                             "Image.new('RGBA', (32, 32), (30, 120, 220, 200)).save('png.ico', sizes=[(16, 16), (32, 32)])\n"
+                             "for s, c in [(16, (250, 0, 0)), (32, (0, 250, 0)), (128, (0, 0, 250))]:\n"
+                             "  Image.new('RGBA', (s, s), c + (255,)).save(str(s) + '.png')\n\" && "
+                             "png2icns icon.icns 16.png 32.png 128.png > /dev/null";
+  ASSERT_EQ(std::system(script.c_str()), 0);
+  auto bytes = [&](const std::string& name) {
+    std::ifstream in(dir + "/" + name, std::ios::binary);
+    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  };
+  const std::string ico = bytes("png.ico"), icns = bytes("icon.icns");
+  [[maybe_unused]] int removed = std::system(("rm -rf " + dir).c_str());
+
+  NSArray* reps = Representations(ico);
+  ASSERT_EQ([reps count], 2u);
+  for (NSUInteger i = 0; i < 2; ++i) {
+    TestPicture read = ReadRep([reps objectAtIndex:i]);
+    EXPECT_EQ(read.width, 16 << i);
+    // Partly transparent colour, kept premultiplied: within one step of Pillow's.
+    const uint8_t* p = read.at(read.width / 2, read.height / 2);
+    const int want[] = {30, 120, 220, 200};
+    for (int s = 0; s < 4; ++s) EXPECT_NEAR(p[s], want[s], 1) << s;
+  }
+  reps = Representations(icns);
+  ASSERT_EQ([reps count], 3u);
+  const int sizes[] = {16, 32, 128};
+  for (NSUInteger i = 0; i < 3; ++i) {
+    TestPicture read = ReadRep([reps objectAtIndex:i]);
+    EXPECT_EQ(read.width, sizes[i]);
+    EXPECT_EQ(read.height, sizes[i]);
+    const uint8_t* p = read.at(sizes[i] / 2, sizes[i] / 2);
+    EXPECT_EQ(int(p[i]), 250) << sizes[i];
+    EXPECT_EQ(int(p[3]), 255) << sizes[i];
+  }
+  NSImage* image = [[[NSImage alloc] initWithData:[NSData dataWithBytes:icns.data() length:icns.size()]] autorelease];
+  EXPECT_EQ([[image representations] count], 3u);
+}
+
+}  // namespace
