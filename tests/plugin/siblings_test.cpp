@@ -101,6 +101,34 @@ TEST_F(PluginTest, CoreFoundationWrappersCarryTheirTag) {
   EXPECT_EQ(runtime.classOf(image)->dataOffset, 24u);
 }
 
+TEST_F(PluginTest, FoundationWrappersGiveTheMembersOneExpects) {
+  host::Runtime& rt = Start();
+  auto text = [&](const Value& self, const char* property) { return rt.utf8(rt.get(self, property)); };
+  Value zone = rt.newInstance("NSTimeZoneQVR", {rt.string("Asia/Tokyo")});
+  EXPECT_EQ(text(zone, "Name"), "Asia/Tokyo");
+  EXPECT_EQ(rt.get(zone, "SecondsFromGMT").integer, 9 * 3600);
+  EXPECT_FALSE(rt.get(zone, "IsDaylightSavingTime").boolean);
+  Value named = rt.callShared("NSTimeZoneQVR", "TimeZoneWithName", {rt.string("Europe/Paris")});
+  EXPECT_EQ(rt.callShared("NSTimeZoneQVR", "TimeZoneWithName", {rt.string("Europe/Paris")}).object.get(),
+            named.object.get());
+  Value error = rt.newInstance("NSErrorQVR", {rt.string("QVRDomain"), Value::ofInteger(-7)});
+  EXPECT_EQ(text(error, "Domain"), "QVRDomain");
+  EXPECT_EQ(rt.get(error, "Code").integer, -7);
+  EXPECT_EQ(text(rt.newInstance("NSLocaleQVR", {rt.string("fr_FR")}), "LocaleIdentifier"), "fr_FR");
+  EXPECT_EQ(text(rt.newInstance("NSCalendarQVR", {rt.string("gregorian")}), "CalendarIdentifier"), "gregorian");
+  Value letters = rt.newInstance("NSCharacterSetQVR", {rt.string("abc")});
+  EXPECT_TRUE(rt.call(letters, "CharacterIsMember", {Value::ofInteger('b')}).boolean);
+  EXPECT_FALSE(rt.call(letters, "CharacterIsMember", {Value::ofInteger('d')}).boolean);
+  Value digits = rt.callShared("NSCharacterSetQVR", "DecimalDigitCharacterSet");
+  EXPECT_TRUE(rt.call(digits, "CharacterIsMember", {Value::ofInteger('7')}).boolean);
+  Value attributed = rt.newInstance("NSAttributedStringQVR", {rt.string("h\xC3\xA9llo")});
+  EXPECT_EQ(text(attributed, "StringValue"), "h\xC3\xA9llo");
+  EXPECT_EQ(rt.get(attributed, "Length").integer, 5);
+  // The CF wrappers are subclasses of CFObjectQVR; one made empty holds nothing.
+  EXPECT_EQ(rt.findClass("CFNumberQVR")->superclass, rt.findClass("CFObjectQVR"));
+  EXPECT_EQ(rt.get(rt.newInstance("CFStringQVR"), "TypeID").integer, 0);
+}
+
 TEST_F(PluginTest, SiblingClassesRegisterInLayoutNineToo) {
   host::Options options;
   options.version = 2011.0;

@@ -190,6 +190,9 @@ TEST_P(Variants, PlatformObjectsBecomeHostValues) {
     const std::string& expected = Siblings() || row[2] == "=" ? row[1] : row[2];
     EXPECT_EQ(ToHost(row[0]), expected) << row[0];
   }
+  // Without the sibling plugin the test plugin registers an untagged CFBundleQVR, whose
+  // instance the conversion makes, refuses and drops.
+  EXPECT_EQ(Shared("UntaggedWrappersDropped", {}).integer, Siblings() ? 0 : 1);
   if (Siblings()) {
     // Cached wrappers: the same platform time zone gives the same host instance.
     Value zone = Shared("ToVariant", {Text("timezone")});

@@ -34,8 +34,10 @@ extern REALclassDefinition PictureProbeQVRClass;
 
 // Conversions and the threaded runner (probe_conversions.mm).
 extern REALclassDefinition ConversionProbeQVRClass;
-// Platform objects to Variants and back (probe_values.mm).
+// Platform objects to Variants and back (probe_values.mm); registers ValueProbeQVR and,
+// when no sibling plugin is loaded, an untagged CFBundleQVR.
 extern REALclassDefinition ValueProbeQVRClass;
+void RegisterValueProbeClasses();
 
 // Failures on demand (probe_failures.cpp): the next pthread_create or mutex allocation of
 // the plugin fails once; TakeDeliveredFailures counts those delivered since it last ran.

@@ -92,7 +92,7 @@ extern "C" __attribute__((visibility("default"))) void REALPluginMain(REALResolv
   FixConsoleFlags(&FrameProbeQVRClass);
   MyREALRegisterClass(&FrameProbeQVRClass);
   MyREALRegisterClass(&ConversionProbeQVRClass);
-  MyREALRegisterClass(&ValueProbeQVRClass);
+  RegisterValueProbeClasses();
   MyREALRegisterClass(&ImageProbeQVRClass);
   MyREALRegisterClass(&PictureProbeQVRClass);
   MakeLongPlatformClasses();

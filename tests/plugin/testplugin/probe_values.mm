@@ -17,6 +17,8 @@
 #include "convert/variants.h"
 #include "convert/wrappers.h"
 #include "plugin/call_guard.h"
+#include "plugin/host_bridge.h"
+#include "plugin/registration.h"
 
 // A number of any type encoding: Foundation here stores numbers in its own types, so the
 // encodings of the conversion table ("c" 5, "C" 200, "Q" 2^40, ...) are made by hand.
@@ -250,6 +252,18 @@ REALobject ImageOfRepSizes(REALstring sizes) {
   return result;
 }
 
+// An untagged stand-in for a Core Foundation wrapper class, registered only when no
+// sibling plugin brought the real ones: the conversion must refuse and drop its instances.
+int untaggedDropped = 0;
+void UntaggedDestructor(REALobject) { ++untaggedDropped; }
+intptr_t UntaggedWrappersDropped() { return untaggedDropped; }
+
+REALclassDefinition UntaggedBundleClass = {
+    kREALCurrentControlVersion, "CFBundleQVR", nullptr, 16, 0, nullptr, reinterpret_cast<void*>(&UntaggedDestructor),
+    nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, nullptr, 0, nullptr, 0, 0x4,
+    nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0,
+};
+
 #define SHARED(function, declaration) {reinterpret_cast<void*>(&function), nullptr, declaration, 0x4, 0, nullptr}
 
 REALmethodDefinition ValueProbeSharedMethods[] = {
@@ -258,6 +272,7 @@ REALmethodDefinition ValueProbeSharedMethods[] = {
     SHARED(RoundTrip, "RoundTrip(value as Variant) as Variant"),
     SHARED(DescribeKind, "DescribeKind(kind as String) as String"),
     SHARED(ImageOfRepSizes, "ImageOfRepSizes(sizes as String) as NSImageQVR"),
+    SHARED(UntaggedWrappersDropped, "UntaggedWrappersDropped as Integer"),
 };
 
 }  // namespace
@@ -269,3 +284,8 @@ REALclassDefinition ValueProbeQVRClass = {
     ValueProbeSharedMethods, sizeof(ValueProbeSharedMethods) / sizeof(ValueProbeSharedMethods[0]),
     nullptr, 0, nullptr, 0,
 };
+
+void RegisterValueProbeClasses() {
+  MyREALRegisterClass(&ValueProbeQVRClass);
+  if (REALGetClassRef("CFObjectQVR") == nullptr) MyREALRegisterClass(&UntaggedBundleClass);
+}
