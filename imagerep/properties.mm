@@ -56,9 +56,12 @@ void setPixelsHigh(REALobject self, intptr_t, intptr_t value) {
 REALstring colorSpaceName(REALobject self, intptr_t) {
   return Get<REALstring>(self, [](NSImageRep* r) { return CFString2RBString((CFStringRef)[r colorSpaceName]); });
 }
-/* The host's empty string sends nil. */
+/* The host's empty string, null or not, sends nil. */
 void setColorSpaceName(REALobject self, intptr_t, REALstring value) {
-  Set(self, [&](NSImageRep* r) { [r setColorSpaceName:[(NSString*)RBString2CFString(value) autorelease]]; });
+  Set(self, [&](NSImageRep* r) {
+    NSString* name = [(NSString*)RBString2CFString(value) autorelease];
+    [r setColorSpaceName:[name length] != 0 ? name : nil];
+  });
 }
 
 bool hasAlpha(REALobject self, intptr_t) {

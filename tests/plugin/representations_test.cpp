@@ -182,7 +182,13 @@ TEST_F(Representations, TheBaseClassForwardsToItsRepresentation) {
   rt.set(rep, "colorSpaceName", Text("NSDeviceWhiteColorSpace"));
   EXPECT_EQ(Utf8(rt.get(rep, "colorSpaceName")), "NSDeviceWhiteColorSpace");
   rt.set(rep, "colorSpaceName", Text(""));
-  EXPECT_EQ(Utf8(rt.get(rep, "colorSpaceName")), "") << "the empty string sends nil";
+  EXPECT_EQ(Utf8(rt.get(rep, "colorSpaceName")), "");
+  // What the platform object receives: the name, and nil for the empty string.
+  Value custom = rt.callShared("FrameProbeQVR", "NewRuntimeRep", {Value::ofInteger(3)});
+  for (const char* name : {"NSCalibratedWhiteColorSpace", ""}) {
+    rt.set(custom, "colorSpaceName", Text(name));
+    EXPECT_EQ(Utf8(rt.callShared("ValueProbeQVR", "LastColorSpaceName")), *name ? "\"" + std::string(name) + "\"" : "nil");
+  }
   EXPECT_EQ(rt.constant("NSImageRepQVR", "NSImageRepMatchesDevice").integer, 0);
   EXPECT_TRUE(rt.callShared("NSImageRepQVR", "canInitWithData", {rt.memoryBlock(png.data(), png.size())}).boolean);
   EXPECT_FALSE(rt.callShared("NSImageRepQVR", "canInitWithData", {rt.memoryBlock("text", 4)}).boolean);

@@ -27,7 +27,17 @@ Class MakeClass(Class superclass, const std::string& name) {
   return cls;
 }
 
+// QVRProbeCustomRep keeps the last colour space name it was sent, nil included.
+NSString* lastColorSpaceName = @"never sent";
+
+void RecordColorSpaceName(id, SEL, NSString* name) {
+  [lastColorSpaceName release];
+  lastColorSpaceName = name == nil ? @"nil" : [[NSString alloc] initWithFormat:@"\"%@\"", name];
+}
+
 }  // namespace
+
+const char* LastColorSpaceNameSent() { return [lastColorSpaceName UTF8String]; }
 
 // 196: A...; 197: B..., a subclass of the 196 class; -197: C..., a direct subclass of
 // NSImageRep.
@@ -42,6 +52,7 @@ void MakeLongPlatformClasses() {
   Class long196 = MakeClass(base, name196);
   MakeClass(long196, name197);
   MakeClass(base, name197Direct);
-  MakeClass(base, "QVRProbeCustomRep");
+  Class custom = MakeClass(base, "QVRProbeCustomRep");
+  class_addMethod(custom, @selector(setColorSpaceName:), reinterpret_cast<IMP>(reinterpret_cast<void (*)()>(&RecordColorSpaceName)), "v@:@");
   MakeClass([NSBitmapImageRep class], "QVRProbeCustomBitmapRep");
 }

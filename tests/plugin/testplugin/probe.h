@@ -28,6 +28,9 @@ std::string SystemVersion();
 // and the host class names their wrappers take.
 const char* LongClassName(int length);
 void MakeLongPlatformClasses();
+// What the last setColorSpaceName: sent to a QVRProbeCustomRep carried: "nil", the name in
+// quotes, or "never sent".
+const char* LastColorSpaceNameSent();
 
 // Picture machinery (probe_pictures.mm).
 extern REALclassDefinition PictureProbeQVRClass;

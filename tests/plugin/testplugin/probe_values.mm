@@ -264,6 +264,12 @@ REALclassDefinition UntaggedBundleClass = {
     nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0,
 };
 
+REALstring LastColorSpaceName() {
+  REALstring result = nullptr;
+  CocoaGuardPooled([&] { result = CFString2RBString((CFStringRef)[NSString stringWithUTF8String:LastColorSpaceNameSent()]); });
+  return result;
+}
+
 #define SHARED(function, declaration) {reinterpret_cast<void*>(&function), nullptr, declaration, 0x4, 0, nullptr}
 
 REALmethodDefinition ValueProbeSharedMethods[] = {
@@ -273,6 +279,7 @@ REALmethodDefinition ValueProbeSharedMethods[] = {
     SHARED(DescribeKind, "DescribeKind(kind as String) as String"),
     SHARED(ImageOfRepSizes, "ImageOfRepSizes(sizes as String) as NSImageQVR"),
     SHARED(UntaggedWrappersDropped, "UntaggedWrappersDropped as Integer"),
+    SHARED(LastColorSpaceName, "LastColorSpaceName as String"),
 };
 
 }  // namespace
