@@ -158,17 +158,45 @@ constexpr uintptr_t Count(const REALproperty (&)[N]) {
   return N;
 }
 
-REALclassDefinition Subclass(const char* name, REALproperty* properties = nullptr, uintptr_t propertyCount = 0) {
+/* Constructors of the wrappers host code makes itself: the object from a host value. */
+void Adopt(REALobject self, CFTypeRef object) {
+  CFObjectData* data = ObjectData(self);
+  if (data->object != nullptr) CFRelease(data->object);
+  data->object = object;  // the new object's own reference
+}
+void StringConstructor(REALobject self, REALstring text) {
+  CFStringRef string = siblings::CopyPlatformString(text);
+  Adopt(self, string != nullptr ? string : CFStringCreateWithCString(nullptr, "", kCFStringEncodingUTF8));
+}
+void NumberConstructor(REALobject self, double value) {
+  Adopt(self, (CFTypeRef)[[NSNumber alloc] initWithDouble:value]);  // a CFNumber, toll-free
+}
+void URLConstructor(REALobject self, REALstring text) {
+  CFStringRef string = siblings::CopyPlatformString(text);
+  if (string == nullptr) return;
+  Adopt(self, CFURLCreateWithString(nullptr, string, nullptr));
+  CFRelease(string);
+}
+
+REALmethodDefinition StringMethods[] = {
+    {reinterpret_cast<void*>(&StringConstructor), nullptr, "Constructor(text as String)", 0x4, 0, nullptr}};
+REALmethodDefinition NumberMethods[] = {
+    {reinterpret_cast<void*>(&NumberConstructor), nullptr, "Constructor(value as Double)", 0x4, 0, nullptr}};
+REALmethodDefinition URLMethods[] = {
+    {reinterpret_cast<void*>(&URLConstructor), nullptr, "Constructor(url as String)", 0x4, 0, nullptr}};
+
+REALclassDefinition Subclass(const char* name, REALproperty* properties = nullptr, uintptr_t propertyCount = 0,
+                             REALmethodDefinition* methods = nullptr, uintptr_t methodCount = 0) {
   return {kREALCurrentControlVersion, name, "CFObjectQVR", 0, 0, nullptr, nullptr, properties, propertyCount,
-          nullptr, 0, nullptr, 0, nullptr, 0, nullptr, nullptr, 0, nullptr, 0, 0x4, nullptr, 0, nullptr, 0,
+          methods, methodCount, nullptr, 0, nullptr, 0, nullptr, nullptr, 0, nullptr, 0, 0x4, nullptr, 0, nullptr, 0,
           nullptr, 0, nullptr, 0};
 }
 
 #define WITH(properties) properties, Count(properties)
 REALclassDefinition Subclasses[] = {
-    Subclass("CFStringQVR", WITH(StringProperties)),
-    Subclass("CFNumberQVR", WITH(NumberProperties)),
-    Subclass("CFURLQVR", WITH(URLProperties)),
+    Subclass("CFStringQVR", WITH(StringProperties), StringMethods, 1),
+    Subclass("CFNumberQVR", WITH(NumberProperties), NumberMethods, 1),
+    Subclass("CFURLQVR", WITH(URLProperties), URLMethods, 1),
     Subclass("CFDictionaryQVR", WITH(CountProperties)),
     Subclass("CFArrayQVR", WITH(CountProperties)),
     Subclass("CFBooleanQVR", WITH(BooleanProperties)),

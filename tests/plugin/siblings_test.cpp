@@ -126,7 +126,10 @@ TEST_F(PluginTest, FoundationWrappersGiveTheMembersOneExpects) {
   EXPECT_EQ(rt.get(attributed, "Length").integer, 5);
   // The CF wrappers are subclasses of CFObjectQVR; one made empty holds nothing.
   EXPECT_EQ(rt.findClass("CFNumberQVR")->superclass, rt.findClass("CFObjectQVR"));
-  EXPECT_EQ(rt.get(rt.newInstance("CFStringQVR"), "TypeID").integer, 0);
+  EXPECT_EQ(rt.get(rt.newInstance("CFDateQVR"), "TypeID").integer, 0);
+  EXPECT_EQ(rt.get(rt.newInstance("CFNumberQVR", {Value::ofDouble(-1.25)}), "DoubleValue").real, -1.25);
+  EXPECT_EQ(text(rt.newInstance("CFStringQVR", {rt.string("t")}), "StringValue"), "t");
+  EXPECT_EQ(text(rt.newInstance("CFURLQVR", {rt.string("file:///tmp/a")}), "AbsoluteString"), "file:///tmp/a");
 }
 
 TEST_F(PluginTest, SiblingClassesRegisterInLayoutNineToo) {

@@ -267,6 +267,9 @@ TEST_P(Variants, HostValuesBecomePlatformObjects) {
       {rt.newInstance("NSRangeQVR", {Value::ofInteger(5), Value::ofInteger(6)}), "range:5,6"},
       {rt.newInstance("NSTimeZoneQVR", {Text("Asia/Tokyo")}), "timezone:Asia/Tokyo"},
       {rt.newInstance("NSErrorQVR", {Text("QVR"), Value::ofInteger(4)}), "NSError"},
+      {rt.newInstance("CFNumberQVR", {Value::ofDouble(2.5)}), "d:2.5"},
+      {rt.newInstance("CFStringQVR", {Text("cf")}), "string:cf"},
+      {rt.newInstance("CFURLQVR", {Text("https://example.com/x")}), "url:https://example.com/x"},
   };
   for (const auto& row : values) EXPECT_EQ(ToPlatform(row.first), row.second) << row.second;
   // Geometry and wrappers survive the round trip.
