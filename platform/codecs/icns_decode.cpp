@@ -1,5 +1,6 @@
-/* Apple icon files (.icns) through libicns: one image for each icon element of the file,
-   in the file's order, with its mask (or the alpha of the newer elements) applied. Masks,
+/* Apple icon files (.icns): one image for each icon element of the file, in the file's
+   order. Elements that hold a PNG (the newer sizes, and the Retina ones libicns does not
+   know) are read by libpng; the others through libicns, with their mask applied. Masks,
    the table of contents and other non-image elements give no image of their own. */
 #include <cstdlib>
 #include <cstring>
@@ -42,7 +43,14 @@ bool icns_decode(const uint8_t* data, size_t size, std::vector<Frame>& images) {
     const icns_type_t type = be32(data + at);
     const uint32_t length = be32(data + at + 4);
     if (length < kElementHeaderSize || length > declared - at) break;
+    const uint8_t* payload = data + at + kElementHeaderSize;
+    const size_t payloadLength = length - kElementHeaderSize;
     at += length;
+    if (payloadLength >= 8 && std::memcmp(payload, "\x89PNG\r\n\x1a\n", 8) == 0) {
+      Frame frame;
+      if (png_decode(payload, payloadLength, frame)) images.push_back(std::move(frame));
+      continue;
+    }
     const icns_icon_info_t info = icns_get_image_info_for_type(type);
     if (!info.isImage || info.iconWidth == 0 || info.iconHeight == 0) continue;
     icns_image_t image;

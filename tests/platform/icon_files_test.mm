@@ -145,14 +145,15 @@ TEST_F(IconFiles, PNGIconsAndAppleIconFilesGiveOneRepresentationPerSize) {
   const std::string script = "cd " + dir + " && /usr/bin/python3 -c \"from PIL import Image\n"
                              "Image.new('RGBA', (32, 32), (30, 120, 220, 200)).save('png.ico', sizes=[(16, 16), (32, 32)])\n"
                              "for s, c in [(16, (250, 0, 0)), (32, (0, 250, 0)), (128, (0, 0, 250))]:\n"
-                             "  Image.new('RGBA', (s, s), c + (255,)).save(str(s) + '.png')\n\" && "
+                             "  Image.new('RGBA', (s, s), c + (255,)).save(str(s) + '.png')\n"
+                             "Image.new('RGBA', (256, 256), (1, 2, 3, 255)).save('pillow.icns')\n\" && "
                              "png2icns icon.icns 16.png 32.png 128.png > /dev/null";
   ASSERT_EQ(std::system(script.c_str()), 0);
   auto bytes = [&](const std::string& name) {
     std::ifstream in(dir + "/" + name, std::ios::binary);
     return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
   };
-  const std::string ico = bytes("png.ico"), icns = bytes("icon.icns");
+  const std::string ico = bytes("png.ico"), icns = bytes("icon.icns"), pillowIcns = bytes("pillow.icns");
   [[maybe_unused]] int removed = std::system(("rm -rf " + dir).c_str());
 
   NSArray* reps = Representations(ico);
@@ -178,6 +179,13 @@ TEST_F(IconFiles, PNGIconsAndAppleIconFilesGiveOneRepresentationPerSize) {
   }
   NSImage* image = [[[NSImage alloc] initWithData:[NSData dataWithBytes:icns.data() length:icns.size()]] autorelease];
   EXPECT_EQ([[image representations] count], 3u);
+  // Pillow's icon files hold PNG elements only, the Retina sizes among them.
+  reps = Representations(pillowIcns);
+  std::vector<NSInteger> widths;
+  for (NSUInteger i = 0; i < [reps count]; ++i) widths.push_back([[reps objectAtIndex:i] pixelsWide]);
+  EXPECT_EQ(widths, std::vector<NSInteger>({128, 256, 512, 1024, 32, 64, 256, 512}));
+  const TestPicture first = ReadRep([reps objectAtIndex:0]);
+  EXPECT_EQ(std::vector<int>(first.at(5, 5), first.at(5, 5) + 4), std::vector<int>({1, 2, 3, 255}));
 }
 
 }  // namespace
