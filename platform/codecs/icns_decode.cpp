@@ -32,12 +32,27 @@ bool icns_decode(const uint8_t* data, size_t size, std::vector<Frame>& images) {
   if (data == nullptr || size < kElementHeaderSize || std::memcmp(data, "icns", 4) != 0) return false;
   const uint32_t declared = be32(data + 4);
   if (declared < kElementHeaderSize || declared > size || declared > 0x7FFFFFFF) return false;
-  icns_set_print_errors(0);
-  std::vector<uint8_t> copy(data, data + declared);  // the library takes the bytes as mutable
-  icns_family_t* loaded = nullptr;
-  if (icns_import_family_data(icns_size_t(declared), copy.data(), &loaded) != ICNS_STATUS_OK || loaded == nullptr)
-    return false;
-  std::unique_ptr<icns_family_t, FamilyDeleter> family(loaded);
+  // The elements must tile the file exactly before libicns sees it: it leaks what it
+  // allocated on some malformed families. PNG elements are read either way.
+  bool wellFormed = false;
+  for (size_t at = kElementHeaderSize; at + kElementHeaderSize <= declared;) {
+    const uint32_t length = be32(data + at + 4);
+    if (length < kElementHeaderSize || length > declared - at) break;
+    at += length;
+    wellFormed = at == declared;
+  }
+  std::vector<uint8_t> copy;  // the library takes the bytes as mutable
+  std::unique_ptr<icns_family_t, FamilyDeleter> family;
+  auto legacyFamily = [&]() -> icns_family_t* {
+    if (!wellFormed || family != nullptr || !copy.empty()) return family.get();
+    icns_set_print_errors(0);
+    copy.assign(data, data + declared);
+    icns_family_t* loaded = nullptr;
+    const int status = icns_import_family_data(icns_size_t(declared), copy.data(), &loaded);
+    family.reset(loaded);  // also made when the import failed
+    if (status != ICNS_STATUS_OK) family.reset();
+    return family.get();
+  };
   // The element types, read from the file itself in its order.
   for (size_t at = kElementHeaderSize; at + kElementHeaderSize <= declared;) {
     const icns_type_t type = be32(data + at);
@@ -52,7 +67,7 @@ bool icns_decode(const uint8_t* data, size_t size, std::vector<Frame>& images) {
       continue;
     }
     const icns_icon_info_t info = icns_get_image_info_for_type(type);
-    if (!info.isImage || info.iconWidth == 0 || info.iconHeight == 0) continue;
+    if (!info.isImage || info.iconWidth == 0 || info.iconHeight == 0 || legacyFamily() == nullptr) continue;
     icns_image_t image;
     std::memset(&image, 0, sizeof image);
     if (icns_get_image32_with_mask_from_family(family.get(), type, &image) != ICNS_STATUS_OK) {
