@@ -1,5 +1,6 @@
 /* The NSImage category ImageAdditionsQVR. Encoding: JPEG and BMP cannot carry
-   transparency, so they encode the image drawn over white; PNG and GIF encode the bitmap
+   transparency, so they encode the image drawn over white (an opaque bitmap at the
+   image's size is that drawing already, and is read as it is); PNG and GIF encode the bitmap
    of the image's TIFF form and keep it; GIF refuses an image without an area. Copies:
    one core renders the image at a new size, with an opacity and optionally flipped, and
    keeps the source's aspect ratio when asked. */
@@ -28,8 +29,80 @@ static NSBitmapImageRep* BitmapOfTIFFForm(NSImage* image) {
 
 /* ---- encoding */
 
+/* The image's only representation when it is an opaque 8-bit RGB bitmap at the image's own
+   size, unflipped: drawn over an opaque fill it covers every pixel with its own, so it is
+   already the flattened image and the encoders can read its pixels without any drawing. */
+static NSBitmapImageRep* OpaqueBitmapAtOwnSize(NSImage* image) {
+  NSArray* reps = [image representations];
+  if ([reps count] != 1 || [image isFlipped]) return nil;
+  NSImageRep* only = [reps objectAtIndex:0];
+  if (![only isKindOfClass:[NSBitmapImageRep class]]) return nil;
+  NSBitmapImageRep* rep = (NSBitmapImageRep*)only;
+  NSString* space = [rep colorSpaceName];
+  const NSSize size = [image size];
+  const BOOL rgb = [space isEqualToString:NSCalibratedRGBColorSpace] || [space isEqualToString:NSDeviceRGBColorSpace];
+  const BOOL layout = ![rep hasAlpha] && ![rep isPlanar] && [rep bitsPerSample] == 8 && [rep samplesPerPixel] == 3 &&
+                      [rep bitsPerPixel] == 24 && ([rep bitmapFormat] & NSFloatingPointSamplesBitmapFormat) == 0;
+  const BOOL ownSize = [rep pixelsWide] == size.width && [rep pixelsHigh] == size.height &&
+                       NSEqualSizes([rep size], size);
+  return rgb && layout && ownSize && [rep bitmapData] != NULL ? rep : nil;
+}
+
+/* A bitmap over the same pixels as a freshly drawn one would describe them: calibrated RGB
+   at the image's size, without the source's properties (profile, EXIF), which drawing
+   leaves behind. No pixel is copied. */
+static NSBitmapImageRep* FlattenedViewOf(NSBitmapImageRep* rep, NSSize size) {
+  unsigned char* planes[1] = {[rep bitmapData]};
+  NSBitmapImageRep* view = [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:planes
+                                                                    pixelsWide:[rep pixelsWide]
+                                                                    pixelsHigh:[rep pixelsHigh]
+                                                                 bitsPerSample:8
+                                                               samplesPerPixel:3
+                                                                      hasAlpha:NO
+                                                                      isPlanar:NO
+                                                                colorSpaceName:NSCalibratedRGBColorSpace
+                                                                   bytesPerRow:[rep bytesPerRow]
+                                                                  bitsPerPixel:24] autorelease];
+  [view setSize:size];
+  return view;
+}
+
+/* The same pixels with an opaque alpha sample, as drawing leaves them: formats that keep a
+   fourth sample (BMP writes 32 bits when the bitmap has one) then write the same bytes. */
+static NSBitmapImageRep* FlattenedCopyWithAlphaOf(NSBitmapImageRep* rep, NSSize size) {
+  const NSInteger wide = [rep pixelsWide], high = [rep pixelsHigh];
+  NSBitmapImageRep* copy = [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:NULL
+                                                                    pixelsWide:wide
+                                                                    pixelsHigh:high
+                                                                 bitsPerSample:8
+                                                               samplesPerPixel:4
+                                                                      hasAlpha:YES
+                                                                      isPlanar:NO
+                                                                colorSpaceName:NSCalibratedRGBColorSpace
+                                                                   bytesPerRow:0
+                                                                  bitsPerPixel:0] autorelease];
+  if (copy == nil) return nil;
+  [copy setSize:size];
+  const unsigned char* from = [rep bitmapData];
+  unsigned char* to = [copy bitmapData];
+  const NSInteger fromRow = [rep bytesPerRow], toRow = [copy bytesPerRow];
+  for (NSInteger y = 0; y < high; y++) {
+    const unsigned char* in = from + fromRow * y;
+    unsigned char* out = to + toRow * y;
+    for (NSInteger x = 0; x < wide; x++, in += 3, out += 4) {
+      out[0] = in[0];
+      out[1] = in[1];
+      out[2] = in[2];
+      out[3] = 255;
+    }
+  }
+  return copy;
+}
+
 - (NSBitmapImageRep*)opaqueBitmapImageRepQVR {
   NSSize size = [self size];
+  NSBitmapImageRep* opaque = OpaqueBitmapAtOwnSize(self);
+  if (opaque != nil) return FlattenedViewOf(opaque, size);
   NSImage* flat = [[[NSImage alloc] initWithSize:size] autorelease];
   if (flat == nil) return nil;
   [flat lockFocus];
@@ -59,7 +132,9 @@ static NSBitmapImageRep* BitmapOfTIFFForm(NSImage* image) {
 }
 
 - (NSData*)BMPRepresentationQVR {
-  NSBitmapImageRep* rep = [self opaqueBitmapImageRepQVR];
+  NSBitmapImageRep* opaque = OpaqueBitmapAtOwnSize(self);
+  NSBitmapImageRep* rep =
+      opaque != nil ? FlattenedCopyWithAlphaOf(opaque, [self size]) : [self opaqueBitmapImageRepQVR];
   if (rep == nil) return nil;
   return [rep representationUsingType:kBMPType properties:nil];
 }

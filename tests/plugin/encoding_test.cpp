@@ -145,3 +145,39 @@ TEST_F(Encoding, ThreadedTwinsGiveTheSameBytes) {
 }
 
 }  // namespace
+
+// JPEG and BMP read an opaque RGB bitmap at the image's own size as it is, without drawing
+// it over white first: the bytes are those of the same pixels with an opaque alpha sample,
+// which take the drawing path. At another size or flipped, both draw, and agree again.
+TEST_F(Encoding, OpaqueBitmapsEncodeAsTheirDrawingOverWhiteWould) {
+  host::Runtime& runtime = Probe();
+  std::string rgb, rgba;
+  for (int y = 0; y < 24; ++y)
+    for (int x = 0; x < 40; ++x) {
+      const char p[4] = {char(x * 6), char(y * 10 + (x * 7919) % 13), char((x * y) % 251), char(255)};
+      rgb.append(p, 3);
+      rgba.append(p, 4);
+    }
+  struct Case {
+    const char* name;
+    double width, height;
+    bool flipped;
+  };
+  for (const Case& c : {Case{"own size", 40, 24, false}, Case{"scaled", 20, 12, false}, Case{"flipped", 40, 24, true}}) {
+    SCOPED_TRACE(c.name);
+    Value opaque = Shared("ImageFromPixels", {Value::ofInteger(40), Value::ofInteger(24), Bytes(rgb)});
+    Value drawn = Shared("ImageFromPixels", {Value::ofInteger(40), Value::ofInteger(24), Bytes(rgba)});
+    for (const Value& image : {opaque, drawn}) {
+      runtime.set(image, "size", runtime.newInstance("NSSizeQVR", {Value::ofDouble(c.width), Value::ofDouble(c.height)}));
+      runtime.set(image, "isFlipped", Value::ofBoolean(c.flipped));
+    }
+    for (const char* member : {"JPEGRepresentation", "BMPRepresentation"}) {
+      const std::string bytes = Encode(opaque, member);
+      EXPECT_EQ(bytes, Encode(drawn, member)) << member;
+      DecodedImage decoded = DecodeIndependently(bytes);
+      EXPECT_TRUE(decoded.ok) << decoded.error;
+    }
+    EXPECT_EQ(Encode(opaque, "JPEGRepresentationWithCompressionFactor", {Value::ofDouble(0.4)}),
+              Encode(drawn, "JPEGRepresentationWithCompressionFactor", {Value::ofDouble(0.4)}));
+  }
+}
