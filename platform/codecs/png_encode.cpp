@@ -1,12 +1,16 @@
 /* PNG writing through libpng: grey, grey+alpha, RGB or RGBA at 8 or 16 bits (premultiplied
    input divided back, as PNG stores straight alpha), Adam7 on request, gamma, ICC profile,
-   EXIF and resolution. */
+   EXIF and resolution. libpng writes the chunks before the image data; 8-bit images that
+   are not interlaced get their image data from the faster png_image_data. */
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
 #include <png.h>
+#include <zlib.h>
 
 #include "codecs/codecs.h"
+#include "codecs/png_image_data.h"
 
 namespace qvr {
 
@@ -29,8 +33,31 @@ struct EncodeJob {
   const Raster* raster;  // rows as libpng takes them (converted beforehand when needed)
   const EncodeOptions* options;
   std::vector<uint8_t>* out;
-  png_bytep* rows;
+  png_bytep* rows;  // null: the image data comes from png_image_data
 };
+
+void append_chunk(std::vector<uint8_t>& out, const char type[4], const uint8_t* data, size_t size) {
+  const uint8_t length[4] = {uint8_t(size >> 24), uint8_t(size >> 16), uint8_t(size >> 8), uint8_t(size)};
+  out.insert(out.end(), length, length + 4);
+  const size_t start = out.size();
+  out.insert(out.end(), type, type + 4);
+  out.insert(out.end(), data, data + size);
+  const uint32_t crc = uint32_t(crc32(0, out.data() + start, uInt(out.size() - start)));
+  const uint8_t check[4] = {uint8_t(crc >> 24), uint8_t(crc >> 16), uint8_t(crc >> 8), uint8_t(crc)};
+  out.insert(out.end(), check, check + 4);
+}
+
+// The image data in IDAT chunks of at most 1 MiB, then the closing IEND.
+bool append_image_data(const Raster& raster, std::vector<uint8_t>& out) {
+  std::vector<uint8_t> stream;
+  if (!png_image_data(raster, stream)) return false;
+  constexpr size_t kChunk = size_t(1) << 20;
+  out.reserve(out.size() + stream.size() + (stream.size() / kChunk + 2) * 12);
+  for (size_t at = 0; at < stream.size(); at += kChunk)
+    append_chunk(out, "IDAT", stream.data() + at, std::min(kChunk, stream.size() - at));
+  append_chunk(out, "IEND", nullptr, 0);
+  return true;
+}
 
 bool run_encode(EncodeJob& job) {
   if (setjmp(png_jmpbuf(job.png))) return false;
@@ -59,6 +86,7 @@ bool run_encode(EncodeJob& job) {
                      const_cast<png_bytep>(metadata->exif.data()));
   }
   png_write_info(job.png, job.info);
+  if (job.rows == nullptr) return append_image_data(raster, *job.out);
   if (raster.bits == 16) {
     const uint16_t probe = 1;
     uint8_t first;
@@ -74,10 +102,12 @@ bool run_encode(EncodeJob& job) {
 
 bool png_encode(const Raster& input, const EncodeOptions& options, std::vector<uint8_t>& out) {
   if (input.empty()) return false;
-  // PNG stores straight alpha: premultiplied pixels are divided back into a copy first.
+  // The fast image data takes 8-bit rows as they are, RGBA also premultiplied.
+  const bool fast = input.bits == 8 && !options.interlaced && (!input.premultiplied || input.samples == 4);
+  // For libpng, PNG's straight alpha: premultiplied pixels are divided back into a copy first.
   Raster converted;
   const Raster* raster = &input;
-  if (input.alpha && input.premultiplied) {
+  if (!fast && input.alpha && input.premultiplied) {
     if (!converted.allocate(input.width, input.height, input.samples, input.bits, true)) return false;
     for (int y = 0; y < input.height; ++y)
       std::memcpy(converted.row(y), input.row(y), converted.stride);
@@ -85,8 +115,8 @@ bool png_encode(const Raster& input, const EncodeOptions& options, std::vector<u
     raster_unpremultiply(converted);
     raster = &converted;
   }
-  std::vector<png_bytep> rows(size_t(raster->height));
-  for (int y = 0; y < raster->height; ++y) rows[size_t(y)] = const_cast<png_bytep>(raster->row(y));
+  std::vector<png_bytep> rows(fast ? 0 : size_t(raster->height));
+  for (size_t y = 0; y < rows.size(); ++y) rows[y] = const_cast<png_bytep>(raster->row(int(y)));
   EncodeJob job;
   job.png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, jump_on_error, ignore_warning);
   if (job.png == nullptr) return false;
@@ -98,9 +128,9 @@ bool png_encode(const Raster& input, const EncodeOptions& options, std::vector<u
   job.raster = raster;
   job.options = &options;
   job.out = &out;
-  job.rows = rows.data();
+  job.rows = fast ? nullptr : rows.data();
   out.clear();
-  out.reserve(raster->stride * size_t(raster->height) / 2);
+  out.reserve(fast ? 4096 : raster->stride * size_t(raster->height) / 2);
   const bool ok = run_encode(job);
   png_destroy_write_struct(&job.png, &job.info);
   if (!ok) out.clear();

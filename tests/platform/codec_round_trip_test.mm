@@ -31,6 +31,53 @@ TEST_F(CodecRoundTrip, PNGKeepsEveryLayoutExactly) {
   }
 }
 
+// A picture large enough that its rows are deflated in several pieces joined into one
+// stream: read back exactly by libpng (pngtopnm), ImageMagick and Pillow, and pixel for
+// pixel what the row-by-row writer gives in an interlaced file, also from premultiplied
+// pixels (divided back on the way).
+TEST_F(CodecRoundTrip, PNGInPiecesReadsBackLikeTheRowByRowWriter) {
+  NSDictionary* interlaced = [NSDictionary dictionaryWithObject:[NSNumber numberWithBool:YES] forKey:NSImageInterlaced];
+  for (int samples : {1, 2, 3, 4, -4}) {  // -4: RGBA premultiplied
+    SCOPED_TRACE(samples);
+    TestPicture picture = MakeTestPicture(1100, 700, samples < 0 ? 4 : samples);
+    NSBitmapImageRep* rep = MakeRep(picture);
+    if (samples < 0) {
+      NSBitmapImageRep* premultiplied = [[[NSBitmapImageRep alloc]
+          initWithBitmapDataPlanes:NULL pixelsWide:picture.width pixelsHigh:picture.height bitsPerSample:8
+                   samplesPerPixel:4 hasAlpha:YES isPlanar:NO colorSpaceName:NSCalibratedRGBColorSpace
+                       bytesPerRow:0 bitsPerPixel:0] autorelease];
+      unsigned char* out = [premultiplied bitmapData];
+      for (size_t i = 0; i < picture.pixels.size(); i += 4) {
+        const unsigned a = picture.pixels[i + 3];
+        for (int c = 0; c < 3; ++c) out[i + c] = uint8_t((picture.pixels[i + c] * a + 127) / 255);
+        out[i + 3] = uint8_t(a);
+      }
+      rep = premultiplied;
+    }
+    NSData* png = [rep representationUsingType:NSPNGFileType properties:nil];
+    NSData* general = [rep representationUsingType:NSPNGFileType properties:interlaced];
+    ASSERT_NE(png, nil);
+    ASSERT_NE(general, nil);
+    TestPicture fast, slow;
+    ASSERT_TRUE(DecodeWithPillow(Temporary(png, ".png"), fast));
+    ASSERT_TRUE(DecodeWithPillow(Temporary(general, ".png"), slow));
+    EXPECT_EQ(MaxDifference(fast, slow), 0);
+    if (samples < 0) continue;
+    if (samples == 4) {
+      EXPECT_EQ(MaxDifference(fast, picture), 0);
+    }
+    const bool grey = samples <= 2;
+    for (const char* reader : {"pngtopnm ", "convert -quiet PNG:"}) {
+      TestPicture independent;
+      const std::string tail = reader[0] == 'c' ? (grey ? " pgm:-" : " ppm:-") : "";
+      ASSERT_TRUE(DecodeWithCommand(reader + Temporary(png, ".png") + tail, independent)) << reader;
+      EXPECT_EQ(MaxDifference(independent, WithoutAlpha(picture)), 0) << reader;
+    }
+    EXPECT_EQ([[NSBitmapImageRep imageRepWithData:png] samplesPerPixel], samples);
+    EXPECT_EQ(MaxDifference(ReadRep([NSBitmapImageRep imageRepWithData:png]), picture), 0);
+  }
+}
+
 TEST_F(CodecRoundTrip, PNGKeepsSixteenBitSamples) {
   NSBitmapImageRep* rep = [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:NULL pixelsWide:9 pixelsHigh:4
       bitsPerSample:16 samplesPerPixel:3 hasAlpha:NO isPlanar:NO colorSpaceName:NSCalibratedRGBColorSpace
