@@ -33,7 +33,8 @@ struct EncodeOptions {
   const ImageMetadata* metadata = nullptr;  // ICC, EXIF, resolution, frame duration
 };
 
-bool jpeg_decode(const uint8_t* data, size_t size, Frame& out);
+// scale_denominator 2, 4 or 8 decodes at that fraction of the size (libjpeg's DCT scaling).
+bool jpeg_decode(const uint8_t* data, size_t size, Frame& out, int scale_denominator = 1);
 bool jpeg_encode(const Raster& raster, const EncodeOptions& options, std::vector<uint8_t>& out);
 
 bool png_decode(const uint8_t* data, size_t size, Frame& out);

@@ -113,6 +113,7 @@ void FillDecodedProperties(NSBitmapImageRep* rep, qvr::ImageFormat format, size_
     self = [self qvrInitWithFrame:frames[0]];
   }
   if (self != nil) FillDecodedProperties(self, format, [self qvrStorage]->frames.empty() ? 1 : [self qvrStorage]->frames.size());
+  if (self != nil && format == qvr::ImageFormat::jpeg) [self qvrStorage]->jpegSource = [data copy];
   return self;
 }
 

@@ -221,6 +221,7 @@ void read_pixel(const BitmapStorage* s, NSInteger bps, NSInteger x, NSInteger y,
   if (BitmapStorage* storage = [self qvrStorage]) {
     [storage->properties release];
     [storage->colorSpace release];
+    [storage->jpegSource release];
     if (storage->image) CGImageRelease(storage->image);
     delete storage;
     _storage = nullptr;
@@ -243,6 +244,7 @@ void read_pixel(const BitmapStorage* s, NSInteger bps, NSInteger x, NSInteger y,
   }
   to->properties = [from->properties mutableCopy];
   [to->colorSpace retain];
+  [to->jpegSource retain];
   to->image = nullptr;
   return copy;
 }
@@ -254,6 +256,8 @@ void read_pixel(const BitmapStorage* s, NSInteger bps, NSInteger x, NSInteger y,
     [(id)storage->image autorelease];
     storage->image = nullptr;
   }
+  [storage->jpegSource release];
+  storage->jpegSource = nil;
 }
 
 /* Layout. */
@@ -290,10 +294,31 @@ void read_pixel(const BitmapStorage* s, NSInteger bps, NSInteger x, NSInteger y,
   return YES;
 }
 
+/* A JPEG drawn at half its size or less is decoded again, smaller, with libjpeg's DCT
+   scaling (1/2, 1/4 or 1/8), as the platform's image I/O does: to the smallest size that
+   still has twice the pixels drawn, so resampling keeps its quality at a fraction of the
+   work of reducing the whole picture. */
 - (CGImageRef)CGImageForProposedRect:(NSRect*)proposedDestRect
                              context:(NSGraphicsContext*)context
                                hints:(NSDictionary*)hints {
-  return [self CGImage];
+  BitmapStorage* storage = [self qvrStorage];
+  CGContextRef port = (CGContextRef)[context graphicsPort];
+  if (storage->jpegSource == nil || proposedDestRect == NULL || port == NULL) return [self CGImage];
+  const CGAffineTransform ctm = CGContextGetCTM(port);
+  const double wide = std::fabs(proposedDestRect->size.width) * std::hypot(ctm.a, ctm.b);
+  const double high = std::fabs(proposedDestRect->size.height) * std::hypot(ctm.c, ctm.d);
+  int denominator = 1;
+  while (denominator < 8 && double(_pixelsWide) / (denominator * 2) >= 2 * wide &&
+         double(_pixelsHigh) / (denominator * 2) >= 2 * high)
+    denominator *= 2;
+  if (denominator == 1) return [self CGImage];
+  qvr::Frame reduced;
+  if (!qvr::jpeg_decode(static_cast<const uint8_t*>([storage->jpegSource bytes]), [storage->jpegSource length], reduced,
+                        denominator))
+    return [self CGImage];
+  NSBitmapImageRep* smaller = [[[NSBitmapImageRep alloc] qvrInitWithFrame:reduced] autorelease];
+  CGImageRef image = [smaller CGImage];
+  return image ? image : [self CGImage];
 }
 
 /* Pixels one at a time: the samples as stored, in storage order. */

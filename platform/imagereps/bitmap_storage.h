@@ -23,6 +23,9 @@ struct BitmapStorage {
   NSMutableDictionary* properties = nil;  // retained
   NSColorSpace* colorSpace = nil;         // retained; nil: the one its name implies
   CGImageRef image = nullptr;             // cached -CGImage, owned
+  NSData* jpegSource = nil;               // retained; the JPEG the pixels were decoded from,
+                                          // while they are unchanged (drawing much smaller
+                                          // decodes it again at a reduced size)
   qvr::ImageMetadata metadata;            // what the decoder found (ICC, EXIF block, dpi)
   std::vector<qvr::Frame> frames;         // every frame of an animation, or empty
 };

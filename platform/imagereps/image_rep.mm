@@ -125,10 +125,17 @@ NSString* const NSImageHintInterpolation = @"NSImageHintInterpolation";
   if (context == NULL) return NO;
   NSSize size = [self size];
   if (size.width <= 0 || size.height <= 0) return NO;
-  CGImageRef image = [self CGImageForProposedRect:&dstSpacePortionRect context:current hints:hints];
+  NSRect from = srcSpacePortionRect;
+  /* A bitmap answers an image for the rectangle that all of it would fill at this scale
+     (it may answer a smaller one when drawn much smaller); others render for the target. */
+  NSRect proposed = dstSpacePortionRect;
+  if ([self isKindOfClass:[NSBitmapImageRep class]] && !NSIsEmptyRect(from)) {
+    proposed.size.width *= size.width / from.size.width;
+    proposed.size.height *= size.height / from.size.height;
+  }
+  CGImageRef image = [self CGImageForProposedRect:&proposed context:current hints:hints];
   if (image == NULL) return NO;
   CGImageRef part = NULL;
-  NSRect from = srcSpacePortionRect;
   if (!NSIsEmptyRect(from) && !NSEqualRects(from, NSMakeRect(0, 0, size.width, size.height))) {
     // Points to pixels, and bottom-left origin to the image's top-left one.
     const CGFloat sx = CGImageGetWidth(image) / size.width, sy = CGImageGetHeight(image) / size.height;

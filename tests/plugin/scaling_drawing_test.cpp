@@ -113,6 +113,40 @@ TEST_F(ScalingDrawing, CopiesFadingAndFlipping) {
   EXPECT_TRUE(PixelNear(flippedPixels, 8, 3, 7, kRed));
 }
 
+// A loaded JPEG drawn at a much smaller size is decoded again at a reduced size (DCT
+// scaling): the copy differs from drawing the same pixels in full by under one level on
+// average, upright and flipped.
+TEST_F(ScalingDrawing, JPEGScaledDownDecodesSmallerWithTheSameResult) {
+  host::Runtime& runtime = Probe();
+  // Photo-like: gradients, hard-edged blocks and sensor-like noise of a few levels.
+  Value source = Image(640, 480, [](int x, int y) {
+    const int noise = (x * 7919 + y * 104729) % 13 - 6;
+    return RGBA{x * 200 / 640 + 20 + noise, y * 200 / 480 + 20 - noise, 60 + ((x / 80 + y / 80) % 2) * 120, 255};
+  });
+  Value jpeg = runtime.call(source, "JPEGRepresentation");
+  Value loaded = runtime.callShared("NSImageQVR", "imageWithData", {jpeg});
+  ASSERT_FALSE(loaded.isNil());
+  const std::string decoded = Pixels(loaded);
+  Value inFull = Shared("ImageFromPixels", {Value::ofInteger(640), Value::ofInteger(480),
+                                            runtime_->memoryBlock(decoded.data(), decoded.size())});
+  for (bool flip : {false, true}) {
+    SCOPED_TRACE(flip);
+    std::string pixels[2];
+    for (int i = 0; i < 2; ++i) {
+      Value scaled = runtime.call(i == 0 ? loaded : inFull, "imageByScalingToSize",
+                                  {Value::ofDouble(64), Value::ofDouble(64), Value::ofDouble(1), Value::ofBoolean(flip),
+                                   Value::ofBoolean(true)});
+      EXPECT_EQ(Geometry(scaled), flip ? "64 x 48 flipped" : "64 x 48");
+      pixels[i] = Pixels(scaled);
+    }
+    ASSERT_EQ(pixels[0].size(), pixels[1].size());
+    EXPECT_NE(pixels[0], pixels[1]);  // the reduced decoding did happen
+    double total = 0;
+    for (size_t i = 0; i < pixels[0].size(); ++i) total += std::abs(uint8_t(pixels[0][i]) - uint8_t(pixels[1][i]));
+    EXPECT_LT(total / pixels[0].size(), 1.0);
+  }
+}
+
 TEST_F(ScalingDrawing, NamesAndSizes) {
   host::Runtime& runtime = Probe();
   Value image = Plain(4, 4, kRed), other = Plain(4, 4, kBlue);
