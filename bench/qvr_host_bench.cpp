@@ -3,7 +3,8 @@
    that what is timed includes the member call, the Cocoa call guard, NSDataRB and (for
    the "MT" members) the worker thread and the host thread's yielding. The image comes
    from a PPM's pixels through the test plugin's ImageFromPixels (the same plugin objects
-   with probe classes beside them). */
+   with probe classes beside them), or is loaded from a JPEG or PNG file's bytes with
+   NSImageQVR.imageWithData, as a host program loads a photo. */
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -63,6 +64,17 @@ class Bench {
     return ImageFromPixels(w, h, file.data() + offset, size_t(w) * h * 3);
   }
 
+  // The image of a PPM's pixels, or the image NSImageQVR.imageWithData loads from the file.
+  Value ImageFromFile(const std::string& path) {
+    if (path.size() > 4 && path.compare(path.size() - 4, 4, ".ppm") == 0) return ImageFromPPM(path);
+    const std::string file = ReadFile(path);
+    return LoadImage(file);
+  }
+
+  Value LoadImage(const std::string& bytes) {
+    return runtime_.callShared("NSImageQVR", "imageWithData", {runtime_.memoryBlock(bytes.data(), bytes.size())});
+  }
+
   Value ImageFromPixels(int w, int h, const void* pixels, size_t size) {
     return runtime_.callShared("FrameProbeQVR", "ImageFromPixels",
                                {Value::ofInteger(w), Value::ofInteger(h), runtime_.memoryBlock(pixels, size)});
@@ -84,8 +96,14 @@ class Bench {
   host::Runtime runtime_;
 };
 
-// One job on the image: its encoded bytes (the thumbnail job writes the thumbnail as PNG).
-std::string RunJob(Bench& bench, const Value& image, const std::string& job, int size) {
+// One job on the image: its encoded bytes (the thumbnail job writes the thumbnail as PNG,
+// the load job the file it loaded from, read back as PNG).
+std::string RunJob(Bench& bench, const Value& image, const std::string& job, int size, const std::string& file) {
+  if (job == "load") {
+    Value loaded = bench.LoadImage(file);
+    return loaded.isNil() ? std::string() : bench.Call(loaded, "BMPRepresentation");
+  }
+  if (job == "bmp") return bench.Call(image, "BMPRepresentation");
   if (job == "jpeg") return bench.Call(image, "JPEGRepresentationWithCompressionFactor", {Value::ofDouble(0.8)});
   if (job == "jpeg-mt") return bench.Call(image, "JPEGRepresentationWithCompressionFactorMT", {Value::ofDouble(0.8)});
   if (job == "png") return bench.Call(image, "PNGRepresentation");
@@ -107,8 +125,10 @@ double MillisecondsPerCall(Bench& bench, const Value& image, const char* member,
 
 int Usage() {
   std::fprintf(stderr,
-               "usage: qvr_host_bench jpeg|jpeg-mt|png|png-mt IN.ppm OUT\n"
-               "       qvr_host_bench thumbnail IN.ppm OUT.png SIZE\n"
+               "usage: qvr_host_bench jpeg|jpeg-mt|png|png-mt|bmp IN OUT\n"
+               "       qvr_host_bench thumbnail IN OUT.png SIZE\n"
+               "       qvr_host_bench load IN.jpg|IN.png OUT.bmp   (QVR_BENCH_REPEAT times the loading)\n"
+               "IN is a PPM (its pixels) or a JPEG or PNG file (loaded with imageWithData).\n"
                "       qvr_host_bench mt-overhead [CALLS]\n"
                "QVR_BENCH_REPEAT=N runs the member call N times in one process and prints its mean\n"
                "time, without starting the host, loading the plugin and making the image.\n");
@@ -142,14 +162,24 @@ int main(int argc, char** argv) {
     }
     if (argc < 4) return Usage();
     const int size = argc > 4 ? std::atoi(argv[4]) : 256;
-    Value image = bench.ImageFromPPM(argv[2]);
-    if (image.isNil()) return 1;
+    Value image = job == "load" ? Value() : bench.ImageFromFile(argv[2]);
+    if (job != "load" && image.isNil()) return 1;
+    const std::string file = job == "load" ? ReadFile(argv[2]) : std::string();
     const char* repeat = std::getenv("QVR_BENCH_REPEAT");
     const int times = repeat ? std::max(1, std::atoi(repeat)) : 1;
     std::string out;
     const auto start = std::chrono::steady_clock::now();
-    for (int i = 0; i < times; ++i) out = RunJob(bench, image, job, size);
+    for (int i = 0; i < times; ++i) {
+      if (job == "load") {
+        // Only the loading is timed; the BMP of the last one is what the job writes.
+        Value loaded = bench.LoadImage(file);
+        if (loaded.isNil()) return 1;
+        continue;
+      }
+      out = RunJob(bench, image, job, size, file);
+    }
     const double seconds = Seconds(start) / times;
+    if (job == "load") out = RunJob(bench, image, job, size, file);
     if (out.empty() || !WriteFile(argv[3], out)) return 1;
     if (repeat != nullptr) std::printf("%.6f\n", seconds);
     return 0;
