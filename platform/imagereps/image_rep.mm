@@ -3,6 +3,8 @@
    representations from files and URLs by way of the class registry. */
 #import <AppKit/AppKit.h>
 
+#import "imagereps/vector_drawing.h"
+
 NSString* const NSImageHintCTM = @"ctm";
 NSString* const NSImageHintInterpolation = @"NSImageHintInterpolation";
 
@@ -113,13 +115,18 @@ NSString* const NSImageHintInterpolation = @"NSImageHintInterpolation";
 
 /* The part of the representation in fromRect (its own coordinates, origin bottom-left; the
    zero rectangle for all of it) drawn into rect with a compositing operation and an opacity.
-   With respectFlipped, a flipped context still shows the image upright. */
+   With respectFlipped, a flipped context still shows the image upright. A representation
+   without pixels of its own (a PDF page, an EPS figure) draws at the destination's
+   resolution instead of through a CGImage of its point size. */
 - (BOOL)drawInRect:(NSRect)dstSpacePortionRect
           fromRect:(NSRect)srcSpacePortionRect
          operation:(NSCompositingOperation)op
           fraction:(CGFloat)requestedAlpha
     respectFlipped:(BOOL)respectContextIsFlipped
              hints:(NSDictionary*)hints {
+  if ([self pixelsWide] == NSImageRepMatchesDevice || [self pixelsHigh] == NSImageRepMatchesDevice)
+    return VectorRepDrawInRect(self, dstSpacePortionRect, srcSpacePortionRect, op, requestedAlpha,
+                               respectContextIsFlipped);
   NSGraphicsContext* current = [NSGraphicsContext currentContext];
   CGContextRef context = (CGContextRef)[current graphicsPort];
   if (context == NULL) return NO;

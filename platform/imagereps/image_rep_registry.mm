@@ -5,14 +5,17 @@
 
 NSString* const NSImageRepRegistryDidChangeNotification = @"NSImageRepRegistryDidChangeNotification";
 
-/* The registered classes in registration order, created on first use with the bitmap class
-   (the vector classes join when they can read their formats). */
+/* The registered classes in registration order, created on first use with the platform's
+   own classes: bitmaps, PDF, EPS and PICT. */
 static NSMutableArray* RegisteredClasses(void) {
   static NSMutableArray* classes = nil;
   @synchronized([NSImageRep class]) {
     if (classes == nil) {
       classes = [[NSMutableArray alloc] init];
       [classes addObject:[NSBitmapImageRep class]];
+      [classes addObject:[NSPDFImageRep class]];
+      [classes addObject:[NSEPSImageRep class]];
+      [classes addObject:[NSPICTImageRep class]];
     }
   }
   return classes;

@@ -1,5 +1,5 @@
 /* NSPDFImageRep: a representation holding a PDF document, one page of which (the
-   current page) it draws; its bounds are that page's media box in points. */
+   current page) it draws; its bounds are that page's crop box in points. */
 #ifndef QVR_APPKIT_NSPDFIMAGEREP_H
 #define QVR_APPKIT_NSPDFIMAGEREP_H
 

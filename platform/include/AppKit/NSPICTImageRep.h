@@ -5,10 +5,13 @@
 
 #import <AppKit/NSImageRep.h>
 
+@class NSBitmapImageRep;
+
 @interface NSPICTImageRep : NSImageRep {
  @protected
   NSData* _pictData;
   NSRect _boundingBox;
+  NSBitmapImageRep* _rendering; /* the picture drawn into pixels */
 }
 
 + (id)imageRepWithData:(NSData*)pictData;

@@ -1,0 +1,321 @@
+/* The PDF, EPS and PICT representations on files that other tools made (Ghostscript,
+   ImageMagick, netpbm): pages, bounds and boxes, pixels drawn at two scales and against the
+   same picture decoded from PNG, the representations' bytes, and damaged and hostile input. */
+#import "codec_support.h"
+#import "drawing_pixels.h"
+
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+class DocumentReps : public CodecTest {
+ protected:
+  void SetUp() override {
+    CodecTest::SetUp();
+    char pattern[] = "/tmp/qvr-documents-XXXXXX";
+    ASSERT_TRUE(mkdtemp(pattern) != nullptr);
+    dir_ = pattern;
+  }
+  void TearDown() override {
+    ASSERT_EQ(system(("rm -rf " + dir_).c_str()), 0);
+    CodecTest::TearDown();
+  }
+  std::string Path(const std::string& name) { return dir_ + "/" + name; }
+  void Write(const std::string& name, const std::string& text) { std::ofstream(Path(name), std::ios::binary) << text; }
+  NSData* Make(const std::string& command, const std::string& output) {
+    EXPECT_EQ(system(("cd " + dir_ + " && " + command + " 2>/dev/null").c_str()), 0) << command;
+    return ReadFile(Path(output));
+  }
+  std::string dir_;
+};
+
+/* The representation drawn with -draw into a transparent context of its size times scale. */
+CGContextRef Render(NSImageRep* rep, double scale) {
+  NSSize size = [rep size];
+  CGContextRef context = NewARGBContext((size_t)ceil(size.width * scale), (size_t)ceil(size.height * scale));
+  CGContextScaleCTM(context, scale, scale);
+  [NSGraphicsContext saveGraphicsState];
+  [NSGraphicsContext setCurrentContext:[NSGraphicsContext graphicsContextWithCGContext:context flipped:NO]];
+  EXPECT_TRUE([rep draw]);
+  [NSGraphicsContext restoreGraphicsState];
+  return context;
+}
+
+/* A context's pixels against a picture (straight RGBA) over transparency: largest difference. */
+int LargestDifference(CGContextRef context, const TestPicture& expected) {
+  if ((int)CGBitmapContextGetWidth(context) != expected.width || (int)CGBitmapContextGetHeight(context) != expected.height)
+    return 1000;
+  int worst = 0;
+  for (int y = 0; y < expected.height; ++y)
+    for (int x = 0; x < expected.width; ++x) {
+      RGBA p = PixelAt(context, x, y);
+      const uint8_t* e = expected.at(x, y);
+      int got[4] = {p.r, p.g, p.b, p.a}, alpha = expected.samples == 4 ? e[3] : 255;
+      for (int i = 0; i < 4; ++i) worst = std::max(worst, abs(got[i] - (i < 3 ? e[i] : alpha)));
+    }
+  return worst;
+}
+
+const char kTwoPages[] =
+    "%!PS\n<< /PageSize [200 100] >> setpagedevice\n1 0 0 setrgbcolor 0 0 100 100 rectfill\n"
+    "0 0 0 setrgbcolor 150 0 0.5 100 rectfill showpage\n"
+    "<< /PageSize [100 300] >> setpagedevice\n0 0 1 setrgbcolor 0 0 50 50 rectfill showpage\n";
+
+TEST_F(DocumentReps, PdfPagesBoundsAndPixelsAtTwoScales) {
+  Write("two.ps", kTwoPages);
+  NSData* pdf = Make("gs -q -dSAFER -dBATCH -dNOPAUSE -sDEVICE=pdfwrite -sOutputFile=two.pdf two.ps", "two.pdf");
+  ASSERT_TRUE([NSPDFImageRep canInitWithData:pdf]);
+  NSPDFImageRep* rep = [NSPDFImageRep imageRepWithData:pdf];
+  ASSERT_TRUE(rep != nil);
+  EXPECT_EQ([rep pageCount], 2);
+  EXPECT_EQ([rep currentPage], 0);
+  EXPECT_TRUE([[rep PDFRepresentation] isEqualToData:pdf]);
+  EXPECT_TRUE(NSEqualRects([rep bounds], NSMakeRect(0, 0, 200, 100)));
+  EXPECT_EQ([rep pixelsWide], 0) << "drawn at any resolution";
+  for (double scale : {1.0, 4.0}) {
+    CGContextRef context = Render(rep, scale);
+    EXPECT_TRUE(Near(PixelAt(context, 50 * scale, 50 * scale), RGBA{255, 0, 0, 255}));
+    EXPECT_TRUE(Near(PixelAt(context, 120 * scale, 50 * scale), RGBA{255, 255, 255, 255})) << "white paper";
+    /* A half-point line: one pixel at one pixel per point, two of four at four, so the page
+       was rendered at the destination's resolution, not enlarged. */
+    EXPECT_TRUE(Near(PixelAt(context, 150 * scale, 50 * scale), RGBA{0, 0, 0, 255}, 8));
+    if (scale > 1) {
+      EXPECT_TRUE(Near(PixelAt(context, 150 * scale + 3, 50), RGBA{255, 255, 255, 255}, 8));
+    }
+    CGContextRelease(context);
+  }
+  [rep setCurrentPage:1];
+  [rep setCurrentPage:5];
+  EXPECT_EQ([rep currentPage], 1) << "a page beyond the last changes nothing";
+  EXPECT_TRUE(NSEqualRects([rep bounds], NSMakeRect(0, 0, 100, 300)));
+  EXPECT_TRUE(NSEqualSizes([rep size], NSMakeSize(100, 300)));
+  for (double scale : {0.5, 2.0}) {
+    CGContextRef context = Render(rep, scale);
+    size_t bottom = CGBitmapContextGetHeight(context) - 1;
+    EXPECT_TRUE(Near(PixelAt(context, 20 * scale, bottom - 20 * scale), RGBA{0, 0, 255, 255}));
+    EXPECT_TRUE(Near(PixelAt(context, 80 * scale, bottom - 20 * scale), RGBA{255, 255, 255, 255}));
+    CGContextRelease(context);
+  }
+  /* As an image: one PDF representation, the first page's size, drawn into a larger rect. */
+  NSImage* image = [[[NSImage alloc] initWithData:pdf] autorelease];
+  ASSERT_TRUE(image != nil);
+  ASSERT_EQ([[image representations] count], 1u);
+  EXPECT_TRUE([[[image representations] objectAtIndex:0] isKindOfClass:[NSPDFImageRep class]]);
+  EXPECT_TRUE(NSEqualSizes([image size], NSMakeSize(200, 100)));
+  NSImage* fromFile = [[[NSImage alloc] initWithContentsOfFile:[NSString stringWithUTF8String:Path("two.pdf").c_str()]]
+      autorelease];
+  EXPECT_TRUE(NSEqualSizes([fromFile size], NSMakeSize(200, 100)));
+  CGContextRef context = NewARGBContext(400, 200);
+  [NSGraphicsContext saveGraphicsState];
+  [NSGraphicsContext setCurrentContext:[NSGraphicsContext graphicsContextWithCGContext:context flipped:NO]];
+  [image drawInRect:NSMakeRect(0, 0, 400, 200) fromRect:NSMakeRect(100, 0, 100, 100) operation:NSCompositeCopy
+           fraction:1];
+  [NSGraphicsContext restoreGraphicsState];
+  EXPECT_TRUE(Near(PixelAt(context, 50, 100), RGBA{255, 255, 255, 255})) << "only the right half, enlarged";
+  EXPECT_TRUE(Near(PixelAt(context, 200, 100), RGBA{0, 0, 0, 255}, 8)) << "the line, four times as wide";
+  CGContextRelease(context);
+}
+
+const char kFigure[] =
+    "%!PS-Adobe-3.0 EPSF-3.0\n%%BoundingBox: 10 20 110 70\n%%EndComments\n"
+    "1 0 0 setrgbcolor 10 20 100 50 rectfill 0 0 1 setrgbcolor 60 20 50 25 rectfill\n%%EOF\n";
+
+/* EPS behind a DOS binary header, with a few bytes of "TIFF preview" after it. */
+std::string WithDosHeader(const std::string& ps) {
+  std::string out(30, '\0');
+  const unsigned char magic[4] = {0xC5, 0xD0, 0xD3, 0xC6};
+  uint32_t fields[6] = {30, (uint32_t)ps.size(), 0, 0, (uint32_t)(30 + ps.size()), 8};
+  memcpy(&out[0], magic, 4);
+  for (int i = 0; i < 6; ++i)
+    for (int b = 0; b < 4; ++b) out[4 + i * 4 + b] = char(fields[i] >> (8 * b));
+  out[28] = out[29] = char(0xFF);
+  return out + ps + "II*\0\0\0\0\0";
+}
+
+TEST_F(DocumentReps, EpsBoxPdfFormAndPixels) {
+  for (const std::string& bytes : {std::string(kFigure), WithDosHeader(kFigure)}) {
+    NSData* eps = [NSData dataWithBytes:bytes.data() length:bytes.size()];
+    ASSERT_TRUE([NSEPSImageRep canInitWithData:eps]);
+    NSEPSImageRep* rep = [NSEPSImageRep imageRepWithData:eps];
+    ASSERT_TRUE(rep != nil);
+    EXPECT_TRUE(NSEqualRects([rep boundingBox], NSMakeRect(10, 20, 100, 50)));
+    EXPECT_TRUE(NSEqualSizes([rep size], NSMakeSize(100, 50)));
+    EXPECT_TRUE([[rep EPSRepresentation] isEqualToData:eps]);
+    [rep prepareGState];
+    CGContextRef context = Render(rep, 2);
+    EXPECT_TRUE(Near(PixelAt(context, 40, 50), RGBA{255, 0, 0, 255})) << "left half red";
+    EXPECT_TRUE(Near(PixelAt(context, 160, 80), RGBA{0, 0, 255, 255})) << "bottom right blue";
+    EXPECT_TRUE(Near(PixelAt(context, 160, 20), RGBA{255, 0, 0, 255})) << "top right red";
+    CGContextRelease(context);
+    NSImage* image = [[[NSImage alloc] initWithData:eps] autorelease];
+    ASSERT_EQ([[image representations] count], 1u);
+    EXPECT_TRUE([[[image representations] objectAtIndex:0] isKindOfClass:[NSEPSImageRep class]]);
+  }
+  /* A box given at the end. */
+  std::string atEnd = "%!PS-Adobe-3.0 EPSF-3.0\n%%BoundingBox: (atend)\n%%EndComments\n0 0 5 5 rectfill\n"
+                      "%%Trailer\n%%BoundingBox: 0 0 5 5\n%%EOF\n";
+  NSEPSImageRep* rep = [NSEPSImageRep imageRepWithData:[NSData dataWithBytes:atEnd.data() length:atEnd.size()]];
+  EXPECT_TRUE(NSEqualRects([rep boundingBox], NSMakeRect(0, 0, 5, 5)));
+}
+
+TEST_F(DocumentReps, HostileEpsEndsByTimeLimitAndSaferRefusesFiles) {
+  setenv("QVR_EPS_TIME_LIMIT", "2", 1);
+  std::string loop = "%!PS-Adobe-3.0 EPSF-3.0\n%%BoundingBox: 0 0 10 10\n%%EndComments\n{ 1 pop } loop\n";
+  EXPECT_TRUE([NSEPSImageRep imageRepWithData:[NSData dataWithBytes:loop.data() length:loop.size()]] == nil);
+  unsetenv("QVR_EPS_TIME_LIMIT");
+  Write("victim.txt", "keep me");
+  for (const std::string& attack :
+       {"(" + Path("victim.txt") + ") deletefile", "(" + Path("victim.txt") + ") (w) file (gone) writestring",
+        "(" + Path("victim.txt") + ") (r) file 100 string readstring pop pop 0 0 10 10 rectfill"}) {
+    std::string eps = "%!PS-Adobe-3.0 EPSF-3.0\n%%BoundingBox: 0 0 10 10\n%%EndComments\n" + attack + "\n";
+    NSEPSImageRep* rep = [NSEPSImageRep imageRepWithData:[NSData dataWithBytes:eps.data() length:eps.size()]];
+    EXPECT_TRUE(rep == nil) << attack;
+    std::ifstream victim(Path("victim.txt"));
+    std::stringstream text;
+    text << victim.rdbuf();
+    EXPECT_EQ(text.str(), "keep me") << attack;
+  }
+}
+
+/* A version 1 picture of one BitsRect: 1 bit per pixel, 13 x 3, rows of 2 bytes. */
+std::string OneBitPict(const std::vector<std::string>& rows) {
+  std::string p = {0, 0, 0, 0, 0, 0, 0, 3, 0, 13, 0x11, 0x01, char(0x90), 0, 2};
+  const char rect[8] = {0, 0, 0, 0, 0, 3, 0, 13};
+  p.append(rect, 8).append(rect, 8).append(rect, 8);
+  p.append("\0\0", 2);
+  for (const std::string& row : rows) {
+    uint16_t bits = 0;
+    for (size_t x = 0; x < row.size(); ++x)
+      if (row[x] == '#') bits |= uint16_t(0x8000 >> x);
+    p += char(bits >> 8);
+    p += char(bits & 0xFF);
+  }
+  return p + char(0xFF);
+}
+
+TEST_F(DocumentReps, PictPixelsEqualTheSamePictureFromPng) {
+  ASSERT_EQ(system(("cd " + dir_ +
+                    " && convert -size 40x30 gradient:red-blue -depth 8 -fill yellow -draw 'rectangle 5,5 15,20' rgb.png"
+                    " && pngtopnm rgb.png | ppmquant 64 > few.ppm && pnmtopng few.ppm > few.png")
+                       .c_str()),
+            0);
+  struct Case {
+    const char* what;
+    std::string command, output, png;
+  } cases[] = {
+      {"32-bit DirectBitsRect, packed by component", "convert rgb.png PICT:rgb.pict", "rgb.pict", "rgb.png"},
+      {"8-bit PackBitsRect with a colour table", "ppmtopict few.ppm > few.pict", "few.pict", "few.png"},
+      {"8-bit, two colours", "convert rgb.png -monochrome mono.png && convert mono.png PICT:mono.pict",
+       "mono.pict", "mono.png"},
+  };
+  for (const Case& c : cases) {
+    NSData* pict = Make(c.command, c.output);
+    ASSERT_TRUE([NSPICTImageRep canInitWithData:pict]) << c.what;
+    NSPICTImageRep* rep = [NSPICTImageRep imageRepWithData:pict];
+    ASSERT_TRUE(rep != nil) << c.what;
+    EXPECT_TRUE(NSEqualRects([rep boundingBox], NSMakeRect(0, 0, 40, 30))) << c.what;
+    EXPECT_TRUE([[rep PICTRepresentation] isEqualToData:pict]);
+    TestPicture expected;
+    ASSERT_TRUE(DecodeWithPillow(Path(c.png), expected));
+    CGContextRef context = Render(rep, 1);
+    EXPECT_EQ(LargestDifference(context, expected), 0) << c.what;
+    CGContextRelease(context);
+    NSImage* image = [[[NSImage alloc] initWithData:pict] autorelease];
+    EXPECT_TRUE([[[image representations] lastObject] isKindOfClass:[NSPICTImageRep class]]) << c.what;
+  }
+  /* A 1-bit picture made by hand against the same bits through netpbm. */
+  std::vector<std::string> rows = {"#..#.##..###.", ".##.#..#.....", "#############"};
+  std::string pict = OneBitPict(rows);
+  std::string pbm = "P1\n13 3\n";
+  for (const std::string& row : rows)
+    for (char c : row) pbm += c == '#' ? "1 " : "0 ";
+  Write("bits.pbm", pbm);
+  ASSERT_EQ(system(("cd " + dir_ + " && pnmtopng bits.pbm > bits.png").c_str()), 0);
+  TestPicture expected;
+  ASSERT_TRUE(DecodeWithPillow(Path("bits.png"), expected));
+  NSPICTImageRep* rep = [NSPICTImageRep imageRepWithData:[NSData dataWithBytes:pict.data() length:pict.size()]];
+  ASSERT_TRUE(rep != nil);
+  EXPECT_TRUE(NSEqualRects([rep boundingBox], NSMakeRect(0, 0, 13, 3)));
+  CGContextRef context = Render(rep, 1);
+  EXPECT_EQ(LargestDifference(context, expected), 0);
+  CGContextRelease(context);
+}
+
+/* Shapes as QuickDraw draws them: a version 2 picture of a red painted rect, a framed
+   oval with a 2-point pen, and a line, on the frame (0,0)-(20,20). */
+TEST_F(DocumentReps, PictShapes) {
+  const unsigned char bytes[] = {
+      0, 0, 0, 0, 0, 0, 0, 20, 0, 20, 0, 0x11, 2, 0xFF, 0x0C, 0, 0xFF, 0xFE, 0, 0, 0, 0x48, 0, 0, 0, 0x48, 0, 0,
+      0, 0, 0, 0, 0, 20, 0, 20, 0, 0, 0, 0,
+      0, 0x1A, 0xFF, 0xFF, 0, 0, 0, 0,        // RGBFgCol red
+      0, 0x31, 0, 2, 0, 2, 0, 6, 0, 8,        // paintRect (2,2)-(8,6)
+      0, 0x1A, 0, 0, 0, 0, 0xFF, 0xFF,        // blue
+      0, 0x07, 0, 2, 0, 2,                    // PnSize 2 x 2
+      0, 0x50, 0, 10, 0, 10, 0, 20, 0, 20,    // frameOval (10,10)-(20,20)
+      0, 0x1A, 0, 0, 0, 0, 0, 0,              // black
+      0, 0x07, 0, 1, 0, 1,                    // PnSize 1 x 1
+      0, 0x20, 0, 0, 0, 0, 0, 0, 0, 19,       // line (0,0) to (19,0)
+      0, 0xA1, 0, 100, 0, 3, 1, 2, 3, 0,      // a long comment, skipped
+      0, 0xFF};
+  NSPICTImageRep* rep = [NSPICTImageRep imageRepWithData:[NSData dataWithBytes:bytes length:sizeof bytes]];
+  ASSERT_TRUE(rep != nil);
+  CGContextRef context = Render(rep, 1);
+  struct Probe {
+    int x, row;
+    RGBA colour;
+  } probes[] = {{4, 3, {255, 0, 0, 255}},    {8, 3, {0, 0, 0, 0}},      {15, 10, {0, 0, 255, 255}},
+                {15, 11, {0, 0, 255, 255}},  {15, 12, {0, 0, 0, 0}},    {15, 15, {0, 0, 0, 0}},
+                {10, 15, {0, 0, 255, 255}},  {19, 0, {0, 0, 0, 255}},   {10, 1, {0, 0, 0, 0}}};
+  for (const Probe& p : probes) EXPECT_EQ(PixelAt(context, p.x, p.row), p.colour) << p.x << "," << p.row;
+  CGContextRelease(context);
+}
+
+TEST_F(DocumentReps, DamagedInputNeverCrashes) {
+  Write("two.ps", kTwoPages);
+  NSData* pdf = Make("gs -q -dSAFER -dBATCH -dNOPAUSE -sDEVICE=pdfwrite -sOutputFile=two.pdf two.ps", "two.pdf");
+  NSData* pict = Make("convert -size 30x20 gradient:red-blue PICT:g.pict", "g.pict");
+  NSData* eps = [NSData dataWithBytes:kFigure length:strlen(kFigure)];
+  const Class classes[] = {[NSPDFImageRep class], [NSPICTImageRep class], [NSEPSImageRep class]};
+  NSData* inputs[] = {pdf, pict, eps};
+  srand(7);
+  for (int k = 0; k < 3; ++k) {
+    NSData* good = inputs[k];
+    for (int trial = 0; trial < (k == 2 ? 6 : 60); ++trial) {
+      NSMutableData* bad = [NSMutableData dataWithData:good];
+      if (trial % 3 == 0) [bad setLength:rand() % [good length]];
+      else
+        for (int flips = 0; flips < 1 + trial % 5; ++flips)
+          ((uint8_t*)[bad mutableBytes])[rand() % [bad length]] ^= uint8_t(1 << (rand() % 8));
+      NSImageRep* rep = [classes[k] imageRepWithData:bad];
+      if (rep == nil || [rep size].width > 2000 || [rep size].height > 2000) continue;
+      CGContextRelease(Render(rep, 1));
+    }
+  }
+  /* No data, empty data. */
+  for (Class c : classes) {
+    EXPECT_TRUE([c imageRepWithData:nil] == nil);
+    EXPECT_TRUE([c imageRepWithData:[NSData data]] == nil);
+  }
+}
+
+TEST_F(DocumentReps, TypeListsNameEveryClassInRegistryOrder) {
+  NSArray* files = [NSImage imageFileTypes];
+  for (NSString* type : {@"png", @"pdf", @"eps", @"pict", @"'PICT'"})
+    EXPECT_TRUE([files containsObject:type]) << [type UTF8String];
+  EXPECT_LT([files indexOfObject:@"png"], [files indexOfObject:@"pdf"]);
+  EXPECT_LT([files indexOfObject:@"pdf"], [files indexOfObject:@"eps"]);
+  EXPECT_LT([files indexOfObject:@"eps"], [files indexOfObject:@"pict"]);
+  NSArray* types = [NSImage imageTypes];
+  for (NSString* type : {@"public.png", @"com.adobe.pdf", @"com.adobe.encapsulated-postscript", @"com.apple.pict"})
+    EXPECT_TRUE([types containsObject:type]) << [type UTF8String];
+  EXPECT_TRUE([[NSImage imagePasteboardTypes] containsObject:NSPasteboardTypePDF]);
+  EXPECT_EQ([NSImageRep imageRepClassForFileType:@"PCT"], [NSPICTImageRep class]);
+  EXPECT_EQ([NSImageRep imageRepClassForType:@"com.adobe.pdf"], [NSPDFImageRep class]);
+}
+
+}  // namespace
