@@ -19,5 +19,8 @@ REALobject NewNSObjectQVR(NSObject* object, Class requiredClass);
    instance of hostClassName holding object retained, entered there; nil when the host
    has no such class. */
 REALobject NewFixedClassWrapper(id object, const char* hostClassName);
+/* The EPS and PICT representations, kept one wrapper per representation alike. */
+REALobject NewNSEPSImageRepQVR(NSEPSImageRep* representation);
+REALobject NewNSPICTImageRepQVR(NSPICTImageRep* representation);
 
 #endif

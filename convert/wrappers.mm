@@ -79,3 +79,11 @@ REALobject NewNSObjectQVR(NSObject* object, Class requiredClass) {
   }
   return nullptr;
 }
+
+REALobject NewNSEPSImageRepQVR(NSEPSImageRep* representation) {
+  return NewFixedClassWrapper(representation, "NSEPSImageRepQVR");
+}
+
+REALobject NewNSPICTImageRepQVR(NSPICTImageRep* representation) {
+  return NewFixedClassWrapper(representation, "NSPICTImageRepQVR");
+}

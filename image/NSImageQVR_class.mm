@@ -57,6 +57,7 @@ void PrepareNSImageQVRClass(void) {
       {
           NSImageCreationSharedMethods,
           NSImageThreadedCreationSharedMethods,
+          NSImageTypeListAndNameSharedMethods,
       },
       NSImageQVRClass.sharedMethods, NSImageQVRClass.sharedMethodCount);
   JoinMemberRows<REALconstant>(

@@ -38,6 +38,9 @@ extern const MemberRows<REALmethodDefinition> NSImageThreadedCreationSharedMetho
 
 /* Pictures and masks to images and back, with the picture marker flag (pictures.mm). */
 extern const MemberRows<REALmethodDefinition> NSImagePictureMethods;
+/* Type lists, named images, the pasteboard test and the standard image names
+   (type_lists_and_names.mm). */
+extern const MemberRows<REALmethodDefinition> NSImageTypeListAndNameSharedMethods;
 
 /* Joins the groups into NSImageQVRClass; run once, before its flags are fixed and it is
    registered. */
