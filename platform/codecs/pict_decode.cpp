@@ -124,7 +124,8 @@ struct Pattern {
 
 class Painter {
  public:
-  Painter(Raster& raster, const Rect& space) : raster_(raster), space_(space) {}
+  Painter(Raster& raster, const Rect& space)
+      : raster_(raster), space_(space), budget(int64_t(64) * raster.width * raster.height + (int64_t(1) << 24)) {}
 
   /* Drawing state. */
   Rgb fg{0, 0, 0}, bg{255, 255, 255};
@@ -150,6 +151,7 @@ class Painter {
 
   /* One pixel of a shape painted with a verb. */
   void Plot(int x, int y, Verb verb) {
+    --budget;
     uint8_t* p = at(x, y);
     if (p == nullptr) return;
     if (verb == Verb::invert || (penXor && (verb == Verb::frame || verb == Verb::paint))) {
@@ -207,7 +209,7 @@ class Painter {
     double icw = std::max(0.0, cw - 2 * penW), ich = std::max(0.0, ch - 2 * penH);
     if (cw > 0 && (icw <= 0 || ich <= 0)) icw = ich = 0;
     if (verb == Verb::frame && (penW <= 0 || penH <= 0)) return;
-    for (int y = std::max(r.top, space_.top); y < std::min(r.bottom, space_.bottom); ++y) {
+    for (int y = std::max(r.top, space_.top); y < std::min(r.bottom, space_.bottom) && !exhausted(); ++y) {
       int x0, x1;
       if (!RowOf(r, cw, ch, y, x0, x1)) continue;
       int i0 = x1, i1 = x1;
@@ -225,7 +227,7 @@ class Painter {
     if (penW <= 0 || penH <= 0) return;
     int dx = std::abs(x1 - x0), dy = -std::abs(y1 - y0), sx = x0 < x1 ? 1 : -1, sy = y0 < y1 ? 1 : -1;
     int err = dx + dy;
-    for (int steps = 0; steps <= 70000; ++steps) {
+    for (int steps = 0; steps <= 70000 && !exhausted(); ++steps) {
       for (int y = y0; y < y0 + penH; ++y) Span(y, x0, x0 + penW, Verb::paint);
       if (x0 == x1 && y0 == y1) break;
       int e2 = 2 * err;
@@ -243,7 +245,7 @@ class Painter {
     int top = pts[0].second, bottom = top;
     for (auto& p : pts) top = std::min(top, p.second), bottom = std::max(bottom, p.second);
     std::vector<double> xs;
-    for (int y = std::max(top, space_.top); y < std::min(bottom, space_.bottom); ++y) {
+    for (int y = std::max(top, space_.top); y < std::min(bottom, space_.bottom) && !exhausted(); ++y) {
       double yc = y + 0.5;
       xs.clear();
       for (size_t i = 0; i < pts.size(); ++i) {
@@ -259,7 +261,7 @@ class Painter {
 
   void RegionShape(const Region& region, Verb verb) {
     const Rect& b = region.box;
-    for (int y = std::max(b.top, space_.top); y < std::min(b.bottom, space_.bottom); ++y)
+    for (int y = std::max(b.top, space_.top); y < std::min(b.bottom, space_.bottom) && !exhausted(); ++y)
       for (int x = std::max(b.left, space_.left); x < std::min(b.right, space_.right); ++x) {
         if (!region.contains(x, y)) continue;
         /* Framing draws the region's edge: its pixels next to one outside. */
@@ -272,6 +274,10 @@ class Painter {
 
   Raster& raster_;
   Rect space_;
+  /* Pixels left to paint: a few bytes of opcodes can ask for vast areas again and again,
+     so a picture may cover its frame 64 times over and no more; drawing stops there. */
+  int64_t budget;
+  bool exhausted() const { return budget < 0; }
 };
 
 Rgb OldColor(uint32_t code) {
@@ -433,7 +439,7 @@ bool DrawBits(Reader& in, Painter& painter, bool direct, bool packed, bool withR
   Rect s{std::max(src.top, pm.bounds.top), std::max(src.left, pm.bounds.left), std::min(src.bottom, pm.bounds.bottom),
          std::min(src.right, pm.bounds.right)};
   bool drawable = !s.empty() && !src.empty() && !dst.empty();
-  for (int dy = dst.top; drawable && dy < dst.bottom; ++dy) {
+  for (int dy = dst.top; drawable && dy < dst.bottom && !painter.exhausted(); ++dy) {
     int sy = src.top + int(int64_t(dy - dst.top) * src.height() / dst.height());
     if (sy < s.top || sy >= s.bottom) continue;
     while (rowsRead <= sy - pm.bounds.top)
@@ -445,6 +451,7 @@ bool DrawBits(Reader& in, Painter& painter, bool direct, bool packed, bool withR
       if (withRegion && !mask.contains(dx, dy)) continue;
       const uint8_t* c = &rgba[size_t(sx - pm.bounds.left) * 4];
       uint8_t* p = painter.at(dx, dy);
+      --painter.budget;
       if (p == nullptr || c[3] == 0) continue;
       std::memcpy(p, c, 4);
     }
@@ -550,7 +557,7 @@ bool pict_decode(const uint8_t* data, size_t size, Frame& out) {
   std::vector<std::pair<int, int>> lastPoly;
   int ovalW = 0, ovalH = 0, penX = 0, penY = 0;
   int arcStart = 0, arcAngle = 0;
-  while (!in.failed) {
+  while (!in.failed && !painter.exhausted()) {
     if (v2 && (in.pos - header.start) % 2) in.skip(1);
     unsigned op = v2 ? in.u16() : in.u8();
     if (in.failed || op == 0xFF) break;
