@@ -456,6 +456,52 @@ class Checker {
     return results[0];
   }
 
+  // The arguments of a host method call against its declarations: when some declaration
+  // takes that many arguments but none takes their declared types, a type error (the
+  // host's compiler finds it too). Counts that fit no declaration are left to the host's
+  // own message when the call runs.
+  void hostArguments(host::ClassInfo* cls, const std::string& name, bool shared, const Expr& call, const std::vector<Static>& given) {
+    struct Candidate {
+      const host::MethodInfo* method;
+      std::vector<Static> parameters;
+    };
+    std::vector<Candidate> counted;
+    bool anyTakes = false;
+    const std::string k = lowered(name);
+    for (host::ClassInfo* c = cls; c; c = c->superclass)
+      for (const host::MethodInfo& m : shared ? c->sharedMethods : c->methods) {
+        const auto& parameters = m.declaration.parameters;
+        if (lowered(m.declaration.name) != k || (!parameters.empty() && parameters.back().assigns)) continue;
+        size_t required = 0;
+        for (const host::Parameter& p : parameters)
+          if (!p.defaultValue) ++required;
+        if (given.size() < required || given.size() > parameters.size()) continue;
+        Candidate candidate{&m, {}};
+        bool takes = true;
+        for (size_t i = 0; i < given.size(); ++i) {
+          candidate.parameters.push_back(hostType(parameters[i].type, parameters[i].isArray));
+          const Static& p = candidate.parameters.back();
+          // A host Color parameter also takes an Integer (its RGB word).
+          if (p.known() && !(p.isValue(Type::Kind::Color) && given[i].isValue(Type::Kind::Integer)))
+            takes = takes && refusal(p.type, given[i]).empty();
+        }
+        anyTakes = anyTakes || takes;
+        counted.push_back(std::move(candidate));
+      }
+    if (counted.empty() || anyTakes) return;
+    const std::string member = cls->name + "." + name;
+    if (counted.size() == 1)
+      for (size_t i = 0; i < given.size(); ++i)
+        if (counted[0].parameters[i].known())
+          stores(counted[0].parameters[i].type, given[i], call.args[i]->where,
+                 "parameter " + counted[0].method->declaration.parameters[i].name + " of " + member);
+    std::string types;
+    for (const Static& g : given) types += (types.empty() ? "" : ", ") + (g.known() ? g.type.describe() : g.is == Static::Is::Nil ? "Nil" : "?");
+    std::string declared;
+    for (const Candidate& c : counted) declared += (declared.empty() ? "" : " | ") + c.method->declarationText;
+    fail(call.where, "no version of " + member + " takes (" + types + "); declared: " + declared);
+  }
+
   // A member of a value of static type t (with count arguments, called or not).
   Static memberOfType(const Static& t, const Expr& e, size_t count) {
     if (!t.known()) return Static();
@@ -547,14 +593,18 @@ class Checker {
         }
         if (e.left->kind == Expr::Kind::Member) {
           const Expr& m = *e.left;
-          for (const ExprPtr& a : e.args) expression(*a);
+          std::vector<Static> given;
+          for (const ExprPtr& a : e.args) given.push_back(expression(*a));
           if (const std::string qualified = moduleMember(m); !qualified.empty()) return named(builtinResult(qualified));
           if (m.left->kind == Expr::Kind::Name && !isVariable(m.left->text) && !isFunction(m.left->text) && isClass(m.left->text)) {
             bool found = false;
+            hostArguments(rt_.findClass(m.left->text), m.text, true, e, given);
             return hostMember(rt_.findClass(m.left->text), m.text, e.args.size(), true, found);
           }
           if (m.left->kind == Expr::Kind::Name) name(*m.left, true);
           Static object = expression(*m.left);
+          if (object.known() && object.type.kind == Type::Kind::Object && object.type.cls && !object.type.isArray)
+            hostArguments(object.type.cls, m.text, false, e, given);
           Static result = memberOfType(object, m, e.args.size());
           if (object.known() && object.type.kind == Type::Kind::Object && object.type.cls && !object.type.isArray && !result.known())
             return Static();
