@@ -227,7 +227,9 @@ class Checker {
           Type declared = resolveType(rt_, item.type);
           if (item.size) expression(*item.size);
           if (item.initializer) stores(declared, expression(*item.initializer), item.initializer->where, "\"" + item.name + "\"");
-          for (const ExprPtr& a : item.newArgs) expression(*a);
+          std::vector<Static> given;
+          for (const ExprPtr& a : item.newArgs) given.push_back(expression(*a));
+          if (item.isNew && declared.cls) hostArguments(declared.cls, "Constructor", false, item.newArgs, item.type.where, given);
           declare(item.name, item.where, false, typed(declared));
         }
         return;
@@ -460,7 +462,8 @@ class Checker {
   // takes that many arguments but none takes their declared types, a type error (the
   // host's compiler finds it too). Counts that fit no declaration are left to the host's
   // own message when the call runs.
-  void hostArguments(host::ClassInfo* cls, const std::string& name, bool shared, const Expr& call, const std::vector<Static>& given) {
+  void hostArguments(host::ClassInfo* cls, const std::string& name, bool shared, const std::vector<ExprPtr>& args,
+                     Position where, const std::vector<Static>& given) {
     struct Candidate {
       const host::MethodInfo* method;
       std::vector<Static> parameters;
@@ -493,13 +496,13 @@ class Checker {
     if (counted.size() == 1)
       for (size_t i = 0; i < given.size(); ++i)
         if (counted[0].parameters[i].known())
-          stores(counted[0].parameters[i].type, given[i], call.args[i]->where,
+          stores(counted[0].parameters[i].type, given[i], args[i]->where,
                  "parameter " + counted[0].method->declaration.parameters[i].name + " of " + member);
     std::string types;
     for (const Static& g : given) types += (types.empty() ? "" : ", ") + (g.known() ? g.type.describe() : g.is == Static::Is::Nil ? "Nil" : "?");
     std::string declared;
     for (const Candidate& c : counted) declared += (declared.empty() ? "" : " | ") + c.method->declarationText;
-    fail(call.where, "no version of " + member + " takes (" + types + "); declared: " + declared);
+    fail(where, "no version of " + member + " takes (" + types + "); declared: " + declared);
   }
 
   // A member of a value of static type t (with count arguments, called or not).
@@ -598,13 +601,13 @@ class Checker {
           if (const std::string qualified = moduleMember(m); !qualified.empty()) return named(builtinResult(qualified));
           if (m.left->kind == Expr::Kind::Name && !isVariable(m.left->text) && !isFunction(m.left->text) && isClass(m.left->text)) {
             bool found = false;
-            hostArguments(rt_.findClass(m.left->text), m.text, true, e, given);
+            hostArguments(rt_.findClass(m.left->text), m.text, true, e.args, e.where, given);
             return hostMember(rt_.findClass(m.left->text), m.text, e.args.size(), true, found);
           }
           if (m.left->kind == Expr::Kind::Name) name(*m.left, true);
           Static object = expression(*m.left);
           if (object.known() && object.type.kind == Type::Kind::Object && object.type.cls && !object.type.isArray)
-            hostArguments(object.type.cls, m.text, false, e, given);
+            hostArguments(object.type.cls, m.text, false, e.args, e.where, given);
           Static result = memberOfType(object, m, e.args.size());
           if (object.known() && object.type.kind == Type::Kind::Object && object.type.cls && !object.type.isArray && !result.known())
             return Static();
@@ -616,10 +619,13 @@ class Checker {
         for (const ExprPtr& a : e.args) expression(*a);
         return target.known() && target.type.isArray ? typed(target.type.element()) : Static();
       }
-      case Expr::Kind::New:
+      case Expr::Kind::New: {
         classNamed(e.text, e.where);
-        for (const ExprPtr& a : e.args) expression(*a);
+        std::vector<Static> given;
+        for (const ExprPtr& a : e.args) given.push_back(expression(*a));
+        hostArguments(rt_.findClass(e.text), "Constructor", false, e.args, e.where, given);
         return named(e.text.c_str());
+      }
       case Expr::Kind::IsA:
         classNamed(e.text, e.where);
         expression(*e.left);

@@ -33,8 +33,10 @@ TEST(TypeErrors, UnknownNamesTypesAndMembers) {
 }
 
 TEST(TypeErrors, HostCallsWithArgumentsThatFitNoOverload) {
-  std::string e = error("Dim m As New MemoryBlock(\"big\")\n");
-  EXPECT_EQ(e.rfind("test.qvr:1:14: error: ", 0), 0u) << e;
+  EXPECT_EQ(error("Dim m As New MemoryBlock(\"big\")\n"),
+            "test.qvr:1:26: error: parameter size of MemoryBlock.Constructor expects an Integer but got a String\n");
+  EXPECT_EQ(error("Dim m As MemoryBlock = New MemoryBlock(True)\n"),
+            "test.qvr:1:40: error: parameter size of MemoryBlock.Constructor expects an Integer but got a Boolean\n");
 }
 
 TEST(Runner, ProgramsThatLeaveEarlyOrDoNothingSucceed) {
