@@ -586,6 +586,7 @@ class Checker {
             return v->known() && v->type.isArray ? typed(v->type.element()) : Static();
           }
           if (isFunction(n)) return arguments(n, e.args, e.where, !statement);
+          if (lowered(n) == "ctype") return ctype(e);
           for (const ExprPtr& a : e.args) expression(*a);
           if (isBuiltinFunction(n) || rt_.hasGlobal(n)) {
             const char* r = builtinResult(n);
@@ -682,6 +683,29 @@ class Checker {
     if (value.known() && !value.variant() && (value.type.isArray || value.type.kind != Type::Kind::Object))
       fail(e.args[0]->where, "cannot cast " + value.describe() + " to " + result.type.name + "; only objects cast to a class");
     return result;
+  }
+
+  // CType(value, Type): the conversions the interpreter makes (ctype in interpreter.cpp).
+  Static ctype(const Expr& e) {
+    if (e.args.size() != 2 || e.args[1]->kind != Expr::Kind::Name) fail(e.where, "CType takes a value and a type: CType(value, Integer)");
+    const Static value = expression(*e.args[0]);
+    const Type type = resolveType(rt_, e.args[1]->text, false, e.args[1]->where);
+    if (!value.known() || value.variant() || type.kind == Type::Kind::Variant) return typed(type);
+    const Type& v = value.type;
+    const bool scalar = !v.isArray && (v.kind == Type::Kind::Integer || v.kind == Type::Kind::Double || v.kind == Type::Kind::Boolean ||
+                                       v.kind == Type::Kind::Color);
+    bool converts = false;
+    switch (type.kind) {
+      case Type::Kind::Integer: converts = scalar; break;
+      case Type::Kind::Double:
+      case Type::Kind::Boolean: converts = scalar && v.kind != Type::Kind::Color; break;
+      case Type::Kind::Color: converts = !v.isArray && (v.kind == Type::Kind::Integer || v.kind == Type::Kind::Color); break;
+      case Type::Kind::String: converts = !v.isArray && (v.kind == Type::Kind::String || isMemoryBlock(v)); break;
+      case Type::Kind::Object: converts = !v.isArray && v.kind == Type::Kind::Object; break;
+      default: converts = refusal(type, value).empty(); break;
+    }
+    if (!converts) fail(e.args[0]->where, "CType cannot convert " + value.describe() + " to " + withArticle(type.describe()));
+    return typed(type);
   }
 
   // The operator rules of the interpreter, applied to the static types.

@@ -611,6 +611,7 @@ Value Interpreter::call(const Expr& e) {
       return index(v, arguments(e.args), e.where);
     }
     if (findFunction(callee.text)) return callFunction(callee.text, e.args, e.where, true);
+    if (key(callee.text) == "ctype") return ctype(e);
     if (isBuiltin(callee.text)) {
       std::vector<Value> args;
       Value out;
@@ -643,8 +644,25 @@ Value Interpreter::cast(const Expr& e) {
   const std::string& n = e.left->text;
   if (e.args.size() != 1)
     fail(e.left->where, "\"" + n + "\" is a class; make an instance with New " + n + "(...), or cast one value with " + n + "(value)");
-  host::ClassInfo* wanted = rt_.findClass(n);
+  return castTo(rt_.findClass(n), evaluate(*e.args[0]), e);
+}
+
+// CType(value, Type): numbers, Booleans and colours to one another's types, objects to a
+// class as a cast does, Variants to anything they convert to.
+Value Interpreter::ctype(const Expr& e) {
+  if (e.args.size() != 2 || e.args[1]->kind != Expr::Kind::Name) fail(e.where, "CType takes a value and a type: CType(value, Integer)");
+  const Type type = resolveType(rt_, e.args[1]->text, false, e.args[1]->where);
   Value value = evaluate(*e.args[0]);
+  if (type.kind == Type::Kind::Object && type.cls) return castTo(type.cls, value, e);
+  if (value.isBoolean() && (type.kind == Type::Kind::Integer || type.kind == Type::Kind::Double))
+    value = host::Value::ofInteger(value.v.boolean ? 1 : 0);
+  if (value.isNumber() && type.kind == Type::Kind::Boolean) return host::Value::ofBoolean(value.real() != 0);
+  if (value.isColor() && type.kind == Type::Kind::Integer) value = host::Value::ofInteger(value.v.integer);
+  if (value.isInteger() && type.kind == Type::Kind::Color) return host::Value::ofColor(static_cast<uint32_t>(value.integer()));
+  return convertTo(rt_, type, value, e.args[0]->where, "CType");
+}
+
+Value Interpreter::castTo(host::ClassInfo* wanted, const Value& value, const Expr& e) {
   if (value.isNil()) return host::Value::nil();
   if (!value.isObject()) fail(e.args[0]->where, "cannot cast " + withArticle(typeNameOf(value)) + " to " + wanted->name + "; only objects cast to a class");
   host::ClassInfo* cls = rt_.classOf(value.v);

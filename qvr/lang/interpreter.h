@@ -140,6 +140,8 @@ class Interpreter {
   Value variantConstant(const std::string& name, Position where);
   // ClassName(value): the object as that class, Nil as Nil, otherwise IllegalCastException.
   Value cast(const Expr& e);
+  Value castTo(host::ClassInfo* wanted, const Value& value, const Expr& e);
+  Value ctype(const Expr& e);
   // The overload of a host member that the arguments' declared types choose, as its
   // declaration, converting Strings and MemoryBlocks where it takes the other; empty
   // when the host may choose by the values themselves.

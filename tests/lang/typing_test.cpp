@@ -121,6 +121,11 @@ TEST(HostIdioms, CastsAndObjectsOfDeclaredClasses) {
       {"Dim o As Object = New Dictionary\nVar d As Dictionary = o\n",
        "test.qvr:2:23: error: \"d\" expects a Dictionary but got an Object; cast it with Dictionary(...)\n"},
       {"Dim d As Dictionary = Dictionary(5)\n", "test.qvr:1:34: error: cannot cast an Integer to Dictionary; only objects cast to a class\n"},
+      {"Dim o As Object = New Dictionary\nDim d As Dictionary = CType(o, Dictionary)\nDim c As Color = CType(&hFF0000, Color)\n"
+       "Print Str(d.Count) + \" \" + Str(c.Red) + \" \" + Str(CType(2.9, Integer)) + \" \" + Str(CType(True, Integer)) + \" \" + "
+       "Str(CType(0, Boolean))\n",
+       "0 255 2 1 False\n"},
+      {"Dim n As Integer = CType(\"5\", Integer)\n", "test.qvr:1:26: error: CType cannot convert a String to an Integer\n"},
       {"Dim d As Dictionary = Dictionary(1, 2)\n",
        "test.qvr:1:23: error: \"Dictionary\" is a class; make an instance with New Dictionary(...), or cast one value with Dictionary(value)\n"},
   });
