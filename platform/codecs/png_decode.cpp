@@ -1,5 +1,6 @@
 /* PNG reading through libpng: every colour type and depth to 8- or 16-bit grey, grey+alpha,
    RGB or RGBA (palettes and tRNS expanded), with gamma, ICC profile, EXIF and resolution. */
+#include <cmath>
 #include <cstring>
 
 #include <png.h>
@@ -10,6 +11,13 @@
 namespace qvr {
 
 namespace {
+
+// Pixels per metre cannot say 72 dpi (2835 is 72.009): a resolution within 0.02 of a whole
+// number of dots per inch is that number, so a 72-dpi picture keeps its size in points.
+double whole_dpi_if_near(double dpi) {
+  const double whole = std::round(dpi);
+  return std::fabs(dpi - whole) < 0.02 ? whole : dpi;
+}
 
 struct MemoryReader {
   const uint8_t* data;
@@ -53,8 +61,8 @@ void read_metadata(DecodeJob& job) {
   int unit = 0;
   if (png_get_pHYs(job.png, job.info, &res_x, &res_y, &unit) && unit == PNG_RESOLUTION_METER &&
       res_x > 0 && res_y > 0) {
-    metadata.x_dpi = res_x * 0.0254;
-    metadata.y_dpi = res_y * 0.0254;
+    metadata.x_dpi = whole_dpi_if_near(res_x * 0.0254);
+    metadata.y_dpi = whole_dpi_if_near(res_y * 0.0254);
   }
   png_uint_32 exif_length = 0;
   png_bytep exif = nullptr;
