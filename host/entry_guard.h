@@ -3,9 +3,34 @@
 // result of its C type. guardedEntryPoint wraps a host function in that one test.
 #pragma once
 
+#include <atomic>
 #include <type_traits>
 
 namespace host {
+
+// The fault-injection knobs (faults.cpp, include/host/faults.h): armed by tests only.
+namespace faults {
+extern std::atomic<bool> gArmed;
+bool failThisCall(const char* name);             // counts the call; true: answer neutrally
+void noteDone(const char* name, bool succeeded);  // lock pairs
+void noteResolved(const char* name);
+
+template <class R, class Body>
+R hookedCall(const char* name, Body body) {
+  if (failThisCall(name)) {
+    if constexpr (std::is_void_v<R>) return;
+    else return R{};
+  }
+  if constexpr (std::is_void_v<R>) {
+    body();
+    noteDone(name, true);
+  } else {
+    R result = body();
+    if constexpr (std::is_scalar_v<R>) noteDone(name, result != R{});
+    return result;
+  }
+}
+}  // namespace faults
 
 struct HostThread;
 
@@ -22,7 +47,11 @@ template <class R, class... A, R (*F)(A...)>
 struct GuardedEntryPoint<F> {
   static inline const char* name = "";
   static R call(A... args) {
-    if (__builtin_expect(tCurrentHostThread != nullptr, 1)) return F(args...);
+    if (__builtin_expect(tCurrentHostThread != nullptr, 1)) {
+      if (__builtin_expect(faults::gArmed.load(std::memory_order_relaxed), 0))
+        return faults::hookedCall<R>(name, [&] { return F(args...); });
+      return F(args...);
+    }
     refuseForeignCall(name);
     if constexpr (std::is_void_v<R>) return;
     else return R{};

@@ -41,6 +41,7 @@ extern "C" void* hostResolveEntryPoint(const char* name) {
     refuseForeignCall("the resolver");
     return nullptr;
   }
+  faults::noteResolved(name);
   if (impl->options.missingEntryPoints.count(name)) return nullptr;
   if (!impl->options.version && std::strcmp(name, "REALGetRBVersion") == 0) return nullptr;
   for (const EntryPoint& entry : entryPoints())
