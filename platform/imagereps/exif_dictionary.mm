@@ -3,6 +3,8 @@
    numbers as numbers, several values as arrays, opaque bytes as data; and back again. */
 #import "imagereps/bitmap_storage.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 
@@ -94,16 +96,18 @@ void PutNumber(unsigned char* p, ExifFormat format, ExifByteOrder order, NSNumbe
     case EXIF_FORMAT_LONG: exif_set_long(p, order, ExifLong([number unsignedLongValue])); break;
     case EXIF_FORMAT_SLONG: exif_set_slong(p, order, ExifSLong([number longValue])); break;
     case EXIF_FORMAT_SRATIONAL: {
-      const double v = [number doubleValue];
-      ExifSRational r = {ExifSLong(v * 10000.0), 10000};
-      if (v == double(long(v))) r = {ExifSLong(v), 1};
+      // Whole numbers over 1, others over 10000; values beyond the field's range are
+      // clamped to it (converting them unclamped would be undefined).
+      const double v = std::isnan([number doubleValue]) ? 0.0 : std::clamp([number doubleValue], -2147483647.0, 2147483647.0);
+      ExifSRational r = {ExifSLong(v), 1};
+      if (v != std::trunc(v) && std::fabs(v) < 214748.0) r = {ExifSLong(v * 10000.0), 10000};
       exif_set_srational(p, order, r);
       break;
     }
     default: {  // RATIONAL, and numbers given for formats without a better choice
-      const double v = std::max(0.0, [number doubleValue]);
-      ExifRational r = {ExifLong(v * 10000.0), 10000};
-      if (v == double(long(v)) && v < 4294967295.0) r = {ExifLong(v), 1};
+      const double v = std::isnan([number doubleValue]) ? 0.0 : std::clamp([number doubleValue], 0.0, 4294967295.0);
+      ExifRational r = {ExifLong(v), 1};
+      if (v != std::trunc(v) && v < 429496.0) r = {ExifLong(v * 10000.0), 10000};
       exif_set_rational(p, order, r);
       break;
     }
