@@ -9,7 +9,7 @@
 #include <map>
 #include <mutex>
 
-#include "entry_guard.h"
+#include "runtime_private.h"
 
 namespace host {
 
@@ -69,6 +69,12 @@ size_t calls(const std::string& name) {
 bool fired() { return gFired; }
 
 long openLocks() { return gOpenLocks; }
+
+Value bareInstance(Runtime& runtime, const std::string& className) {
+  ClassInfo* cls = runtime.findClass(className);
+  if (!cls) return Value::nil();
+  return Value::ofObject(ObjectRef::adopt(runtime.impl().instantiate(cls)));
+}
 
 bool failThisCall(const char* name) {
   const size_t count = ++gCalls[name];

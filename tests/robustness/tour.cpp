@@ -312,7 +312,7 @@ Outcome Run(TourHost& host, const Step& step, const std::function<void(const std
       if (step.method && IsConstructor(*step.method)) {
         // Real arguments: the host's New with them; nil ones: on an instance made bare.
         args = step.nilArguments ? NilArguments(rt, *step.method) : RealArguments(host, *step.method);
-        if (step.nilArguments) self = rt.newInstance(cls);
+        if (step.nilArguments) self = host::faults::bareInstance(rt, cls);
         body = [&] {
           if (step.nilArguments) rt.call(self, step.method->declarationText, args);
           else result = rt.newInstance(cls, args);

@@ -7,7 +7,14 @@
 #include <string>
 #include <vector>
 
+#include "host/runtime.h"
+
 namespace host::faults {
+
+// A new instance on which only the class constructors ran, no Constructor overload, as
+// "PluginNewInstance" makes them but without that entry point: so that a test can call a
+// Constructor on it as a member. Nil for an unknown class.
+Value bareInstance(Runtime& runtime, const std::string& className);
 
 // Entry-point names plugins asked the resolver for, in first-asked order, since the
 // process began (missing ones too).
