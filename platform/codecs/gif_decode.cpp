@@ -15,6 +15,40 @@ namespace {
 // All frames together may take this many bytes of canvas snapshots.
 constexpr size_t kMaxFrameBytes = size_t(1) << 30;
 
+/* Whether every frame's raster is one the file can fill: giflib allocates each frame's
+   pixels (width x height bytes) before it reads them, so a few dozen bytes claiming a frame
+   of two billion pixels would cost gigabytes. A frame may not exceed kMaxPixels, nor the
+   most its LZW data could decode to (a code of at least 3 bits gives at most 4,096
+   pixels). Blocks it cannot walk are left to giflib. */
+bool frames_fit_their_data(const uint8_t* d, size_t n) {
+  size_t at = 13;
+  if (d[10] & 0x80) at += size_t(3) << ((d[10] & 7) + 1);
+  while (at < n) {
+    const uint8_t kind = d[at++];
+    int64_t area = -1;
+    if (kind == 0x21) {
+      ++at;  // the extension's label
+    } else if (kind == 0x2C) {
+      if (at + 9 > n) return true;
+      area = int64_t(d[at + 4] | d[at + 5] << 8) * int64_t(d[at + 6] | d[at + 7] << 8);
+      const uint8_t flags = d[at + 8];
+      at += 9;
+      if (flags & 0x80) at += size_t(3) << ((flags & 7) + 1);
+      ++at;  // the LZW minimum code size
+    } else {
+      return true;  // the trailer, or something giflib will refuse
+    }
+    size_t data = 0;
+    while (at < n && d[at] != 0) {
+      data += d[at];
+      at += size_t(d[at]) + 1;
+    }
+    ++at;
+    if (area > kMaxPixels || area > (int64_t(data) * 8 / 3 + 1) * 4096) return false;
+  }
+  return true;
+}
+
 struct MemoryReader {
   const uint8_t* data;
   size_t size;
@@ -82,7 +116,7 @@ void draw_frame(std::vector<uint8_t>& canvas, int canvas_w, const SavedImage& im
 
 bool gif_decode(const uint8_t* data, size_t size, std::vector<Frame>& frames) {
   frames.clear();
-  if (data == nullptr || size < 13) return false;
+  if (data == nullptr || size < 13 || !frames_fit_their_data(data, size)) return false;
   MemoryReader reader{data, size, 0};
   int error = 0;
   GifFileType* gif = DGifOpen(&reader, read_from_memory, &error);
