@@ -6,15 +6,14 @@
 
 #include "convert/strings.h"
 #include "imagerep/NSBitmapImageRepQVR_members.h"
+#include "imagerep/property_keys.h"
 
-namespace {
-
-/* The key as a new host string; key points at the platform's global, which a system
-   that lacks it leaves null (a weak reference) or nil. */
 REALstring PropertyKeyRB(NSString* const* key) {
   if (key == nullptr || *key == nil) return nullptr;
   return CFString2RBString(reinterpret_cast<CFStringRef>(*key));
 }
+
+namespace {
 
 #define QVR_KEY_GETTER(key) \
   REALstring get##key() { return PropertyKeyRB(&key); }

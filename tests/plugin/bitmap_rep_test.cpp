@@ -66,7 +66,7 @@ struct PillowFiles {
 };
 
 TEST_F(BitmapRep, ConstantsInTableOrderAndPropertyKeys) {
-  host::Runtime& runtime = Start();
+  host::Runtime& runtime = Probe();
   const std::pair<const char*, int> constants[] = {
       {"NSTIFFCompressionNone", 1}, {"NSTIFFCompressionCCITTFAX3", 3}, {"NSTIFFCompressionCCITTFAX4", 4},
       {"NSTIFFCompressionLZW", 5}, {"NSTIFFCompressionJPEG", 6}, {"NSTIFFCompressionNEXT", 32766},
@@ -89,6 +89,8 @@ TEST_F(BitmapRep, ConstantsInTableOrderAndPropertyKeys) {
                           "NSImageLoopCount", "NSImageGamma", "NSImageProgressive", "NSImageEXIFData",
                           "NSImageFallbackBackgroundColor"})
     EXPECT_EQ(Utf8(Shared(key)), key);
+  // A key the platform does not provide reads as "".
+  EXPECT_EQ(Utf8(runtime.callShared("FrameProbeQVR", "AbsentPropertyKeys")), "");
 }
 
 TEST_F(BitmapRep, LayoutConstructorAndItsProperties) {

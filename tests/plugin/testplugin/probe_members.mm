@@ -15,6 +15,7 @@
 #include "convert/wrappers.h"
 #include "image/NSImageQVR_class.h"
 #include "imagerep/NSImageRepQVR_class.h"
+#include "imagerep/property_keys.h"
 #include "plugin/call_guard.h"
 #include "plugin/errors.h"
 #include "plugin/host_bridge.h"
@@ -385,6 +386,14 @@ REALstring SystemVersionProbe() { return HostString(SystemVersion()); }
 
 }  // namespace
 
+/* What the key getters answer for a key this system's AppKit lacks, its global missing (a
+   weak reference left null) or nil: "" both times, else what they answered. */
+REALstring AbsentPropertyKeys() {
+  static NSString* const nilKey = nil;
+  if (REALstring missing = PropertyKeyRB(nullptr)) return missing;
+  return PropertyKeyRB(&nilKey);
+}
+
 REALmethodDefinition FrameProbeSharedMethods[] = {
     SHARED(Raise, "Raise(className as String, message as String)"),
     SHARED(RaiseNil, "RaiseNil(className as String)"),
@@ -425,6 +434,7 @@ REALmethodDefinition FrameProbeSharedMethods[] = {
     SHARED(NewCGContext, "NewCGContext(width as Integer, height as Integer) as Integer"),
     SHARED(CGContextPixels, "CGContextPixels(context as Integer) as MemoryBlock"),
     SHARED(ReleaseCGContext, "ReleaseCGContext(context as Integer)"),
+    SHARED(AbsentPropertyKeys, "AbsentPropertyKeys as String"),
 };
 
 const uintptr_t FrameProbeSharedMethodCount = sizeof(FrameProbeSharedMethods) / sizeof(FrameProbeSharedMethods[0]);
