@@ -201,6 +201,15 @@ bool QVREXIFFromDictionary(NSDictionary* dictionary, std::vector<uint8_t>& tiffS
     if (!SetEntryValue(entry, [dictionary objectForKey:key], order)) exif_content_remove_entry(exif->ifd[ifd], entry);
     exif_entry_unref(entry);
   }
+  // Every EXIF block has an EXIF directory, whose one required entry is the version; a
+  // TIFF file's readers look for the EXIF there even when all else is in the image's.
+  if (exif_content_get_entry(exif->ifd[EXIF_IFD_EXIF], EXIF_TAG_EXIF_VERSION) == nullptr) {
+    if (ExifEntry* version = exif_entry_new()) {
+      exif_content_add_entry(exif->ifd[EXIF_IFD_EXIF], version);
+      exif_entry_initialize(version, EXIF_TAG_EXIF_VERSION);
+      exif_entry_unref(version);
+    }
+  }
   unsigned char* bytes = nullptr;
   unsigned int length = 0;
   exif_data_save_data(exif, &bytes, &length);

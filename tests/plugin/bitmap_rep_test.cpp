@@ -123,7 +123,7 @@ TEST_F(BitmapRep, LayoutConstructorAndItsProperties) {
     EXPECT_EQ(runtime.get(rep, "bitmapData").pointer != nullptr, c.wantPixelBits != 0);
     EXPECT_EQ(runtime.call(rep, "canBeCompressedUsing", {Value::ofInteger(5)}).boolean, c.wantPixelBits != 0);
     // TIFF keeps every layout the platform makes.
-    Value tiff = runtime.call(rep, "TIFFRepresentation");
+    Value tiff = runtime.call(rep, "TIFFRepresentation as Memoryblock");
     EXPECT_EQ(tiff.isNil(), c.wantPixelBits == 0);
   }
   // Pixels written through bitmapData are the representation's.
@@ -131,7 +131,7 @@ TEST_F(BitmapRep, LayoutConstructorAndItsProperties) {
                                            Value::ofInteger(3), Value::ofBoolean(false), Text("NSDeviceRGBColorSpace"),
                                            Value::ofInteger(0), Value::ofInteger(0)});
   std::memcpy(runtime.get(rep, "bitmapData").pointer, "\xff\x00\x00\x00\x00\xff", 6);
-  Value back = Shared("imageRepWithData", {runtime.call(rep, "TIFFRepresentation")});
+  Value back = Shared("imageRepWithData", {runtime.call(rep, "TIFFRepresentation as Memoryblock")});
   EXPECT_EQ(FirstRow(back), std::string("\xff\x00\x00\x00\x00\xff", 6));
   // Only the compressions that fit: fax needs one bit per pixel.
   EXPECT_FALSE(runtime.call(rep, "canBeCompressedUsing", {Value::ofInteger(4)}).boolean);
@@ -229,7 +229,7 @@ TEST_F(BitmapRep, AnInstanceWithoutARepresentationAnswersNothing) {
   EXPECT_EQ(runtime.get(none, "bitmapData").pointer, nullptr);
   EXPECT_TRUE(runtime.get(none, "colorSpace").isNil());
   EXPECT_TRUE(runtime.get(none, "CGImage").isNil());
-  EXPECT_TRUE(runtime.call(none, "TIFFRepresentation").isNil());
+  EXPECT_TRUE(runtime.call(none, "TIFFRepresentation as Memoryblock").isNil());
   EXPECT_FALSE(runtime.call(none, "canBeCompressedUsing", {Value::ofInteger(1)}).boolean);
   EXPECT_TRUE(runtime.call(none, "bitmapImageRepByRetaggingWithColorSpace", {Value::nil()}).isNil());
 }
