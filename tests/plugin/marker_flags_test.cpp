@@ -50,6 +50,10 @@ TEST_P(MarkerFlags, BecomeHostFlagsOnNewerHostsAndVanishOnOlderOnes) {
   EXPECT_EQ(MethodFlags(probe, "Plain"), 0x84u);  // host flags pass unchanged
   EXPECT_EQ(PropertyFlags(probe, "Marked"), GetParam().property);
   for (const host::MethodInfo& m : probe->sharedMethods) EXPECT_EQ(m.flags, 0x4u) << m.declarationText;
+  // The image's members that take or return pictures carry the picture marker.
+  host::ClassInfo* image = runtime.findClass("NSImageQVR");
+  for (const char* name : {"initWithPicture", "CopyPictureRect", "CopyPicture", "CopyMask", "CopyPictureWithMask"})
+    EXPECT_EQ(MethodFlags(image, name), GetParam().marked4) << name;
   // No marker bit reaches the host anywhere.
   for (const host::ClassInfo* cls : runtime.classes()) {
     EXPECT_EQ(cls->flags & 0x1C0000u, 0u) << cls->name;
