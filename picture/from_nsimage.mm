@@ -82,10 +82,10 @@ REALpicture NSImageCopyPictureMask(NSImage* image) {
   }
   REALpicture picture = drawn && w <= kMaxPictureSide && h <= kMaxPictureSide ? REALNewPicture(w, h, 32) : nullptr;
   if (picture != nullptr) {
+    /* The creation reference stays with us until the writer is done, so the picture lives
+       even on a host whose writer could take no lock of its own. */
     PictureWriter writer;
-    bool opened = writer.GetPictureEditor(picture, 0, 1);
-    REALUnlockObject(reinterpret_cast<REALobject>(picture));
-    if (opened) {
+    if (writer.GetPictureEditor(picture, 0, 1)) {
       /* Where the three grey bytes start and what the fourth byte holds, by format. */
       int32_t format = writer.format;
       bool alphaLast = format == 1 || format == 3 || format == 5, alphaFirst = format == 2 || format == 4 || format == 6;
@@ -101,9 +101,10 @@ REALpicture NSImageCopyPictureMask(NSImage* image) {
           out[fourth] = fourthValue;
         }
       }
-      result = writer.picture;
-      REALLockObject(reinterpret_cast<REALobject>(result));
+      result = picture;
       REALPictureClearCache(result);
+    } else {
+      REALUnlockObject(reinterpret_cast<REALobject>(picture));
     }
   }
   free(buffer);

@@ -93,6 +93,9 @@ class PictureEditor {
   bool hasAlpha = false;
   bool readAccess = false, writeAccess = false;
   bool descriptionLocked = false;
+  /* The editor opened its own readable copy and holds the copy's creation reference as
+     well as its lock, so a host without object locks never frees the copy under it. */
+  bool ownsCopy = false;
 
  private:
   void Release();

@@ -33,8 +33,10 @@ void PictureEditor::Release() {
   if (writeAccess && picture != nullptr) REALPictureClearCache(picture);
   if (picture != nullptr) {
     REALUnlockObject(reinterpret_cast<REALobject>(picture));
+    if (ownsCopy) REALUnlockObject(reinterpret_cast<REALobject>(picture));
     picture = nullptr;
   }
+  ownsCopy = false;
 }
 
 bool LockPictureDescriptionOfType(REALpicture picture, REALpictureDescription* description, uint32_t type) {
@@ -123,7 +125,8 @@ signed char PictureEditor::GetPictureEditor(REALpicture pic, signed char read, s
         if (copy != nullptr) {
           GraphicsDrawPicture(copy, pic, 0, 0, w, h, 0, 0, w, h);
           signed char opened = GetPictureEditor(copy, read, 0);
-          REALUnlockObject(reinterpret_cast<REALobject>(copy));
+          if (opened) ownsCopy = true;
+          else REALUnlockObject(reinterpret_cast<REALobject>(copy));
           return opened;
         }
       }
