@@ -10,6 +10,11 @@
 #include <cstring>
 #include <utility>
 
+#ifdef QVR_SANITIZER_OWNS_MALLOC  // only counting is left without the two definitions below
+#pragma GCC diagnostic ignored "-Wunused-function"
+#pragma GCC diagnostic ignored "-Wunused-variable"
+#endif
+
 namespace {
 
 using MallocFunction = void* (*)(size_t);
@@ -59,6 +64,7 @@ bool ShouldFail(void* caller) {
 
 }  // namespace
 
+#ifndef QVR_SANITIZER_OWNS_MALLOC
 extern "C" void* malloc(size_t size) {
   if (!gNextMalloc) gNextMalloc = reinterpret_cast<MallocFunction>(dlsym(RTLD_NEXT, "malloc"));
   if (ShouldFail(__builtin_return_address(0))) return nullptr;
@@ -80,6 +86,7 @@ extern "C" void* calloc(size_t count, size_t size) {
   if (ShouldFail(__builtin_return_address(0))) return nullptr;
   return gNextCalloc(count, size);
 }
+#endif
 
 namespace allocations {
 
