@@ -109,7 +109,7 @@ TEST_F(IconFiles, BitmapImagesOfEveryDepthKeepTheirPixelsAndMasks) {
       {8, 8, 1, [](int x, int y) { return uint32_t((x + y) % 2); }, [](int, int y) { return y == 0; }, two},
       {5, 3, 4, [](int x, int y) { return uint32_t(x * 3 + y) % 16; }, [](int x, int) { return x == 4; }, sixteen},
       {4, 4, 8, [](int x, int y) { return uint32_t(y * 10 + x); }, [](int x, int y) { return x == y; }, many},
-      {3, 2, 24, [](int x, int y) { return uint32_t(x * 0x40000000 + y * 0x300000 + 0x1200); },
+      {3, 2, 24, [](int x, int y) { return uint32_t(x) * 0x40000000u + uint32_t(y) * 0x300000u + 0x1200u; },
        [](int x, int) { return x == 2; }, {}},
       {2, 2, 32, [](int x, int y) { return uint32_t(0x10203000 + x * 0x500000 + uint32_t(y * 2 + x) * 60); },
        [](int, int) { return true; }, {}},
