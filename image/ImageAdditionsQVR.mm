@@ -105,11 +105,18 @@ static NSBitmapImageRep* FlattenedCopyWithAlphaOf(NSBitmapImageRep* rep, NSSize 
   if (opaque != nil) return FlattenedViewOf(opaque, size);
   NSImage* flat = [[[NSImage alloc] initWithSize:size] autorelease];
   if (flat == nil) return nil;
+  const NSRect all = NSMakeRect(0, 0, size.width, size.height);
   [flat lockFocus];
   [[NSColor whiteColor] set];
-  NSRectFill(NSMakeRect(0, 0, size.width, size.height));
-  [self compositeToPoint:NSZeroPoint operation:kSourceOver];
+  NSRectFill(all);
+  /* The representation compositing would draw, drawn as it would be, but through the call
+     that tells whether it drew: a drawing that failed (out of memory) is no blank image. */
+  NSImageRep* best = [self bestRepresentationForRect:all context:[NSGraphicsContext currentContext] hints:nil];
+  const BOOL drawn = best == nil || !(size.width > 0 && size.height > 0) ||
+                     [best drawInRect:all fromRect:NSZeroRect operation:kSourceOver fraction:1 respectFlipped:YES
+                                hints:nil];
   [flat unlockFocus];
+  if (!drawn) return nil;
   NSArray* reps = [flat representations];
   for (NSUInteger i = 0; i < [reps count]; i++) {
     NSImageRep* rep = [reps objectAtIndex:i];

@@ -355,6 +355,7 @@ Outcome Run(TourHost& host, const Step& step, const std::function<void(const std
         host::faults::disarm();
       }
       if (out.result.empty()) out.result = Summary(rt, result);
+      if (out.result.rfind("block:", 0) == 0) out.bytes = rt.memoryBlockBytes(result);
     } catch (const host::HostException& e) {
       out.result = "raise:" + e.className();
     } catch (const host::ThrownObject& e) {

@@ -32,6 +32,7 @@ struct Outcome {
   std::string result;
   std::string problem;
   std::string receiver;             // a deep summary of the receiver the call was made on
+  std::string bytes;                // the bytes of a MemoryBlock result
   bool neutral() const;             // nil, 0, false, "", an empty block, or a host exception
 };
 
