@@ -11,6 +11,7 @@
 
 #include "plugin/host_sdk.h"
 
+#include <algorithm>
 #include <initializer_list>
 #include <vector>
 
@@ -46,12 +47,16 @@ REALproperty ReadOnlyPropertyRow(const char* name, const char* type, Getter gett
           0, nullptr, 0, nullptr, 0, nullptr};
 }
 
+/* The class record is the array's one owner (no container around it is left unreachable). */
 template <typename Row>
 void JoinMemberRows(std::initializer_list<MemberRows<Row>> groups, Row*& table, uintptr_t& count) {
-  auto* joined = new std::vector<Row>();
-  for (const MemberRows<Row>& group : groups) joined->insert(joined->end(), group.rows, group.rows + group.count);
-  table = joined->empty() ? nullptr : joined->data();
-  count = joined->size();
+  uintptr_t total = 0;
+  for (const MemberRows<Row>& group : groups) total += group.count;
+  Row* joined = total > 0 ? new Row[total] : nullptr;
+  Row* end = joined;
+  for (const MemberRows<Row>& group : groups) end = std::copy(group.rows, group.rows + group.count, end);
+  table = joined;
+  count = total;
 }
 
 #endif
