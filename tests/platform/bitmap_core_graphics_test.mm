@@ -11,25 +11,18 @@ namespace {
 class BitmapCoreGraphics : public CodecTest {};
 
 // An RGBA canvas (premultiplied) made current for the duration of a drawing.
-NSBitmapImageRep* Canvas(int w, int h) {
-  return [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:NULL pixelsWide:w pixelsHigh:h bitsPerSample:8
-                                             samplesPerPixel:4 hasAlpha:YES isPlanar:NO
-                                              colorSpaceName:NSCalibratedRGBColorSpace bytesPerRow:0 bitsPerPixel:0] autorelease];
-}
+NSBitmapImageRep* Canvas(int w, int h) { return NewBitmap(w, h, 8, 4, YES, NSCalibratedRGBColorSpace); }
 
 template <typename Draw>
 void DrawInto(NSBitmapImageRep* canvas, BOOL flipped, Draw draw) {
   NSGraphicsContext* context = [NSGraphicsContext graphicsContextWithBitmapImageRep:canvas];
   ASSERT_NE(context, nil);
-  if (flipped) context = [NSGraphicsContext graphicsContextWithCGContext:[context CGContext] flipped:YES];
-  [NSGraphicsContext saveGraphicsState];
-  [NSGraphicsContext setCurrentContext:context];
   if (flipped) {
+    context = [NSGraphicsContext graphicsContextWithCGContext:[context CGContext] flipped:YES];
     CGContextTranslateCTM([context CGContext], 0, [canvas pixelsHigh]);
     CGContextScaleCTM([context CGContext], 1, -1);
   }
-  draw();
-  [NSGraphicsContext restoreGraphicsState];
+  DrawIn(context, draw);
 }
 
 TEST_F(BitmapCoreGraphics, CGImageHoldsThePixels) {
@@ -64,9 +57,7 @@ TEST_F(BitmapCoreGraphics, GreyAndSixteenBitImages) {
   ASSERT_NE(back, nil);
   EXPECT_EQ([back samplesPerPixel], 1);
   EXPECT_EQ(MaxDifference(ReadRep(back), ReadRep(grey)), 0);
-  NSBitmapImageRep* deep = [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:NULL pixelsWide:3 pixelsHigh:1
-      bitsPerSample:16 samplesPerPixel:3 hasAlpha:NO isPlanar:NO colorSpaceName:NSCalibratedRGBColorSpace
-      bytesPerRow:0 bitsPerPixel:0] autorelease];
+  NSBitmapImageRep* deep = NewBitmap(3, 1, 16, 3, NO, NSCalibratedRGBColorSpace);
   NSUInteger p[3] = {65535, 0, 32896};
   [deep setPixel:p atX:2 y:0];
   NSBitmapImageRep* eight = [[[NSBitmapImageRep alloc] initWithCGImage:[deep CGImage]] autorelease];
@@ -78,10 +69,7 @@ TEST_F(BitmapCoreGraphics, GreyAndSixteenBitImages) {
 }
 
 TEST_F(BitmapCoreGraphics, DrawsWithOperationAndFraction) {
-  TestPicture red;
-  red.width = red.height = 4;
-  red.samples = 4;
-  red.pixels.assign(64, 0);
+  TestPicture red{4, 4, 4, std::vector<uint8_t>(64, 0)};
   for (size_t i = 0; i < 64; i += 4) red.pixels[i] = 255, red.pixels[i + 3] = 128;  // half-clear red
   NSBitmapImageRep* source = MakeRep(red);
   NSBitmapImageRep* canvas = Canvas(4, 4);
@@ -114,8 +102,7 @@ TEST_F(BitmapCoreGraphics, DrawsWithOperationAndFraction) {
 
 TEST_F(BitmapCoreGraphics, DrawsUprightAndPartsOfItself) {
   // Top half red, bottom half green.
-  TestPicture halves;
-  halves.width = 4, halves.height = 4, halves.samples = 3;
+  TestPicture halves{4, 4, 3, {}};
   for (int y = 0; y < 4; ++y)
     for (int x = 0; x < 4; ++x) halves.pixels.insert(halves.pixels.end(), {uint8_t(y < 2 ? 255 : 0), uint8_t(y < 2 ? 0 : 255), 0});
   NSBitmapImageRep* source = MakeRep(halves);

@@ -12,9 +12,7 @@ class BitmapLayout : public CodecTest {};
 
 NSBitmapImageRep* Make(unsigned char** planes, NSInteger w, NSInteger h, NSInteger bps, NSInteger spp, BOOL alpha,
                        BOOL planar, NSString* space, NSBitmapFormat format, NSInteger row, NSInteger pixel) {
-  return [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:planes pixelsWide:w pixelsHigh:h bitsPerSample:bps
-                                             samplesPerPixel:spp hasAlpha:alpha isPlanar:planar colorSpaceName:space
-                                                bitmapFormat:format bytesPerRow:row bitsPerPixel:pixel] autorelease];
+  return NewBitmap(w, h, bps, spp, alpha, space, format, planar, row, pixel, planes);
 }
 
 TEST_F(BitmapLayout, OwnMemoryIsZeroedAndDescribed) {

@@ -119,11 +119,6 @@ TEST_F(BitmapRegistry, BaseClassBasics) {
   [rep setColorSpaceName:nil];
   EXPECT_EQ([rep colorSpaceName], nil);
   EXPECT_FALSE([NSImageRep canInitWithData:nil]);
-  // The vector representations exist with their interfaces but read nothing yet.
-  EXPECT_TRUE([NSPDFImageRep isSubclassOfClass:[NSImageRep class]]);
-  EXPECT_EQ([NSPDFImageRep imageRepWithData:[NSData data]], nil);
-  EXPECT_EQ([NSEPSImageRep imageRepWithData:[NSData data]], nil);
-  EXPECT_EQ([NSPICTImageRep imageRepWithData:[NSData data]], nil);
 }
 
 }  // namespace

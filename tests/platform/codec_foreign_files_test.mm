@@ -18,30 +18,22 @@ struct Variant {
   const char* decoder = nullptr;  // a netpbm command instead of Pillow
 };
 
-class CodecForeignFiles : public ::testing::TestWithParam<Variant> {
+class CodecForeignFiles : public CodecTest, public ::testing::WithParamInterface<Variant> {
  protected:
-  void SetUp() override { pool_ = [[NSAutoreleasePool alloc] init]; }
   void TearDown() override {
     std::remove(path_.c_str());
-    [pool_ drain];
+    CodecTest::TearDown();
   }
-  NSAutoreleasePool* pool_ = nil;
   std::string path_;
 };
 
 // Our pixels as straight RGBA, whatever layout the representation has.
 TestPicture AsRGBA(NSBitmapImageRep* rep) {
-  TestPicture out;
-  out.width = int([rep pixelsWide]);
-  out.height = int([rep pixelsHigh]);
-  out.samples = 4;
+  TestPicture out{int([rep pixelsWide]), int([rep pixelsHigh]), 4, {}};
   for (int y = 0; y < out.height; ++y)
     for (int x = 0; x < out.width; ++x) {
-      NSColor* c = [[rep colorAtX:x y:y] colorUsingColorSpaceName:NSCalibratedRGBColorSpace];
-      CGFloat r = 0, g = 0, b = 0, a = 0;
-      [c getRed:&r green:&g blue:&b alpha:&a];
-      out.pixels.insert(out.pixels.end(), {uint8_t(r * 255 + 0.5), uint8_t(g * 255 + 0.5), uint8_t(b * 255 + 0.5),
-                                           uint8_t(a * 255 + 0.5)});
+      const RGBA c = ColourAt(rep, x, y);
+      out.pixels.insert(out.pixels.end(), {uint8_t(c.r), uint8_t(c.g), uint8_t(c.b), uint8_t(c.a)});
     }
   return out;
 }
@@ -54,17 +46,9 @@ TEST_P(CodecForeignFiles, ReadsLikePillow) {
   NSBitmapImageRep* rep = [NSBitmapImageRep imageRepWithData:ReadFile(path_)];
   ASSERT_NE(rep, nil) << v.name;
   TestPicture ours = AsRGBA(rep), theirs;
-  if (v.decoder != nullptr) {
-    // A netpbm reader: grey or RGB, opaque.
-    TestPicture plain;
-    ASSERT_TRUE(DecodeWithCommand(std::string(v.decoder) + " " + path_, plain));
-    theirs = plain;
-    theirs.samples = 4;
-    theirs.pixels.clear();
-    for (size_t i = 0; i < plain.pixels.size(); i += size_t(plain.samples)) {
-      const uint8_t* p = &plain.pixels[i];
-      theirs.pixels.insert(theirs.pixels.end(), {p[0], p[plain.samples == 3 ? 1 : 0], p[plain.samples == 3 ? 2 : 0], 255});
-    }
+  if (v.decoder != nullptr) {  // a netpbm reader: grey or RGB, opaque
+    ASSERT_TRUE(DecodeWithCommand(std::string(v.decoder) + " " + path_, theirs));
+    theirs = AsRGBA(theirs);
   } else {
     ASSERT_TRUE(DecodeWithPillow(path_, theirs));
   }

@@ -42,10 +42,7 @@ TEST_F(CodecRoundTrip, PNGInPiecesReadsBackLikeTheRowByRowWriter) {
     TestPicture picture = MakeTestPicture(1100, 700, samples < 0 ? 4 : samples);
     NSBitmapImageRep* rep = MakeRep(picture);
     if (samples < 0) {
-      NSBitmapImageRep* premultiplied = [[[NSBitmapImageRep alloc]
-          initWithBitmapDataPlanes:NULL pixelsWide:picture.width pixelsHigh:picture.height bitsPerSample:8
-                   samplesPerPixel:4 hasAlpha:YES isPlanar:NO colorSpaceName:NSCalibratedRGBColorSpace
-                       bytesPerRow:0 bitsPerPixel:0] autorelease];
+      NSBitmapImageRep* premultiplied = NewBitmap(picture.width, picture.height, 8, 4, YES, NSCalibratedRGBColorSpace);
       unsigned char* out = [premultiplied bitmapData];
       for (size_t i = 0; i < picture.pixels.size(); i += 4) {
         const unsigned a = picture.pixels[i + 3];
@@ -79,9 +76,7 @@ TEST_F(CodecRoundTrip, PNGInPiecesReadsBackLikeTheRowByRowWriter) {
 }
 
 TEST_F(CodecRoundTrip, PNGKeepsSixteenBitSamples) {
-  NSBitmapImageRep* rep = [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:NULL pixelsWide:9 pixelsHigh:4
-      bitsPerSample:16 samplesPerPixel:3 hasAlpha:NO isPlanar:NO colorSpaceName:NSCalibratedRGBColorSpace
-      bytesPerRow:0 bitsPerPixel:0] autorelease];
+  NSBitmapImageRep* rep = NewBitmap(9, 4, 16, 3, NO, NSCalibratedRGBColorSpace);
   ASSERT_NE(rep, nil);
   for (NSInteger y = 0; y < 4; ++y)
     for (NSInteger x = 0; x < 9; ++x) {
@@ -187,26 +182,13 @@ TEST_F(CodecRoundTrip, BMPKeepsPixelsWithAndWithoutAlpha) {
     EXPECT_EQ(static_cast<const uint8_t*>([bmp bytes])[28], samples == 4 ? 32 : 24) << "bits a pixel";
     NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:bmp];
     ASSERT_NE(back, nil);
-    TestPicture expected = picture;
-    if (samples == 1) {  // BMP has no grey: it comes back as RGB
-      expected = MakeTestPicture(33, 17, 1);
-      TestPicture rgb;
-      rgb.width = 33, rgb.height = 17, rgb.samples = 3;
-      for (uint8_t v : expected.pixels) rgb.pixels.insert(rgb.pixels.end(), {v, v, v});
-      expected = rgb;
-    }
+    // BMP has no grey: it comes back as RGB.
+    const TestPicture expected = samples == 1 ? WithoutAlpha(AsRGBA(picture)) : picture;
     EXPECT_EQ(MaxDifference(ReadRep(back), expected), 0) << samples;
     std::string path = Temporary(bmp, ".bmp");
     TestPicture independent;
     ASSERT_TRUE(DecodeWithPillow(path, independent));
-    TestPicture rgba = expected;
-    if (expected.samples == 3) {
-      rgba.samples = 4;
-      rgba.pixels.clear();
-      for (size_t i = 0; i < expected.pixels.size(); i += 3)
-        rgba.pixels.insert(rgba.pixels.end(), {expected.pixels[i], expected.pixels[i + 1], expected.pixels[i + 2], 255});
-    }
-    EXPECT_EQ(MaxDifference(independent, rgba), 0) << samples;
+    EXPECT_EQ(MaxDifference(independent, AsRGBA(expected)), 0) << samples;
     if (samples != 4) {
       TestPicture netpbm;
       ASSERT_TRUE(DecodeWithCommand("bmptoppm " + path, netpbm));

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#import "platform/drawing_pixels.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -40,6 +42,14 @@ double MeanDifference(const TestPicture& a, const TestPicture& b);
 // The same picture with only its colour samples (alpha dropped), or laid over white.
 TestPicture WithoutAlpha(const TestPicture& picture);
 TestPicture OverWhite(const TestPicture& picture);
+
+// The same picture as RGBA: grey spread over the colours, an opaque alpha where it had none.
+TestPicture AsRGBA(const TestPicture& picture);
+
+// What a shell command prints, without its last newlines.
+std::string Output(const std::string& command);
+// What a Python program with Pillow prints about the file at path (opened as `im`).
+std::string PillowSays(const std::string& path, const std::string& program);
 
 // Writes data to a fresh temporary file with the extension; returns its path.
 std::string WriteTemporaryFile(NSData* data, const std::string& extension);

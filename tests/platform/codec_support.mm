@@ -59,18 +59,10 @@ TestPicture MakeFewColourPicture(int width, int height, bool withClearPixels) {
 
 NSBitmapImageRep* MakeRep(const TestPicture& picture) {
   const bool alpha = picture.samples == 2 || picture.samples == 4;
-  NSBitmapImageRep* rep = [[[NSBitmapImageRep alloc]
-      initWithBitmapDataPlanes:NULL
-                    pixelsWide:picture.width
-                    pixelsHigh:picture.height
-                 bitsPerSample:8
-               samplesPerPixel:picture.samples
-                      hasAlpha:alpha
-                      isPlanar:NO
-                colorSpaceName:picture.samples >= 3 ? NSCalibratedRGBColorSpace : NSCalibratedWhiteColorSpace
-                  bitmapFormat:alpha ? NSAlphaNonpremultipliedBitmapFormat : 0
-                   bytesPerRow:0
-                  bitsPerPixel:0] autorelease];
+  NSBitmapImageRep* rep =
+      NewBitmap(picture.width, picture.height, 8, picture.samples, alpha,
+                picture.samples >= 3 ? NSCalibratedRGBColorSpace : NSCalibratedWhiteColorSpace,
+                alpha ? NSAlphaNonpremultipliedBitmapFormat : 0);
   if (rep == nil) return nil;
   unsigned char* data = [rep bitmapData];
   const size_t row = size_t(picture.width) * picture.samples;
@@ -131,6 +123,35 @@ TestPicture OverWhite(const TestPicture& picture) {
     for (int c = 0; c < p.samples; ++c, ++o) p.pixels[o] = uint8_t((picture.pixels[i + c] * a + 255 * (255 - a) + 127) / 255);
   }
   return p;
+}
+
+TestPicture AsRGBA(const TestPicture& picture) {
+  TestPicture p = picture;
+  p.samples = 4;
+  p.pixels.clear();
+  const int colours = picture.samples >= 3 ? 3 : 1, alpha = picture.samples % 2 == 0;
+  for (size_t i = 0; i < picture.pixels.size(); i += picture.samples) {
+    const uint8_t* s = &picture.pixels[i];
+    p.pixels.insert(p.pixels.end(), {s[0], s[colours == 3 ? 1 : 0], s[colours == 3 ? 2 : 0],
+                                     alpha ? s[colours] : uint8_t(255)});
+  }
+  return p;
+}
+
+std::string Output(const std::string& command) {
+  std::string output;
+  if (FILE* f = popen(command.c_str(), "r")) {
+    char buffer[4096];
+    for (size_t n; (n = fread(buffer, 1, sizeof buffer, f)) > 0;) output.append(buffer, n);
+    pclose(f);
+  }
+  while (!output.empty() && output.back() == '\n') output.pop_back();
+  return output;
+}
+
+std::string PillowSays(const std::string& path, const std::string& program) {
+  return Output("/usr/bin/python3 -c \"import sys; from PIL import Image; im = Image.open(sys.argv[1]); " + program +
+                "\" " + path + " 2>&1");
 }
 
 std::string WriteTemporaryFile(NSData* data, const std::string& extension) {

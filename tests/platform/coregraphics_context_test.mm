@@ -36,12 +36,11 @@ TEST_F(BitmapContext, EveryLayoutHoldsWhatWasDrawnInItsOwnByteOrder) {
   };
   for (const LayoutCase& c : cases) {
     SCOPED_TRACE(c.name);
-    CGColorSpaceRef space = c.grey ? CGColorSpaceCreateDeviceGray() : CGColorSpaceCreateDeviceRGB();
+    CGColorSpaceRef space = Pooled(c.grey ? CGColorSpaceCreateDeviceGray() : CGColorSpaceCreateDeviceRGB());
     /* Rows of 5 pixels with 3 spare bytes: not a multiple of 4, so no layout is wrapped as is. */
     const size_t width = 5, height = 3, row = width * c.bytesPerPixel + 3;
     std::vector<uint8_t> memory(row * height, 0xEE);
-    CGContextRef context = CGBitmapContextCreate(memory.data(), width, height, 8, row, space, c.info);
-    CGColorSpaceRelease(space);
+    CGContextRef context = Pooled(CGBitmapContextCreate(memory.data(), width, height, 8, row, space, c.info));
     ASSERT_TRUE(context != NULL);
     CGContextSetBlendMode(context, kCGBlendModeCopy);
     CGContextSetRGBFillColor(context, 1, 0.5, 0, 0.5);
@@ -56,12 +55,11 @@ TEST_F(BitmapContext, EveryLayoutHoldsWhatWasDrawnInItsOwnByteOrder) {
       }
       EXPECT_EQ(memory[y * row + row - 1], 0xEE) << "the spare bytes of a row stay untouched";
     }
-    CGContextRelease(context);
   }
 }
 
 TEST_F(BitmapContext, OriginIsBottomLeftAndMemoryRowZeroIsTheTop) {
-  CGContextRef context = NewARGBContext(4, 4);
+  CGContextRef context = ARGBContext(4, 4);
   CGContextSetRGBFillColor(context, 1, 0, 0, 1);
   CGContextFillRect(context, CGRectMake(0, 0, 1, 1));
   EXPECT_EQ(PixelAt(context, 0, 3), (RGBA{255, 0, 0, 255})) << "user (0, 0) is the last memory row";
@@ -69,11 +67,10 @@ TEST_F(BitmapContext, OriginIsBottomLeftAndMemoryRowZeroIsTheTop) {
   CGContextSetRGBFillColor(context, 0, 0, 1, 1);
   CGContextFillRect(context, CGRectMake(3, 3, 1, 1));
   EXPECT_EQ(PixelAt(context, 3, 0), (RGBA{0, 0, 255, 255}));
-  CGContextRelease(context);
 }
 
 TEST_F(BitmapContext, TransformsAndStateAreSavedAndRestored) {
-  CGContextRef context = NewARGBContext(8, 8);
+  CGContextRef context = ARGBContext(8, 8);
   CGContextSaveGState(context);
   CGContextTranslateCTM(context, 4, 0);
   CGContextScaleCTM(context, 2, 2);
@@ -93,11 +90,10 @@ TEST_F(BitmapContext, TransformsAndStateAreSavedAndRestored) {
   EXPECT_EQ(CGContextGetBlendMode(context), kCGBlendModeNormal);
   EXPECT_TRUE(CGAffineTransformIsIdentity(CGContextGetCTM(context)));
   CGContextRestoreGState(context); /* one more restore than saves: ignored */
-  CGContextRelease(context);
 }
 
 TEST_F(BitmapContext, ClipsConfinePaintingAndClearRectClears) {
-  CGContextRef context = NewARGBContext(6, 6);
+  CGContextRef context = ARGBContext(6, 6);
   FillContext(context, 1, 1, 1, 1);
   CGContextSaveGState(context);
   CGContextClipToRect(context, CGRectMake(2, 2, 2, 2));
@@ -111,12 +107,11 @@ TEST_F(BitmapContext, ClipsConfinePaintingAndClearRectClears) {
   CGContextClearRect(context, CGRectMake(0, 0, 1, 6));
   EXPECT_EQ(PixelAt(context, 0, 3), (RGBA{0, 0, 0, 0})) << "clearing ignores the blend mode";
   EXPECT_EQ(PixelAt(context, 1, 3), (RGBA{255, 255, 255, 255}));
-  CGContextRelease(context);
 }
 
 TEST_F(BitmapContext, GettersDescribeTheMemory) {
-  CGColorSpaceRef space = CGColorSpaceCreateDeviceRGB();
-  CGContextRef context = CGBitmapContextCreate(NULL, 7, 3, 8, 0, space, kCGImageAlphaPremultipliedLast);
+  CGColorSpaceRef space = Pooled(CGColorSpaceCreateDeviceRGB());
+  CGContextRef context = Pooled(CGBitmapContextCreate(NULL, 7, 3, 8, 0, space, kCGImageAlphaPremultipliedLast));
   ASSERT_TRUE(context != NULL);
   EXPECT_EQ(CGBitmapContextGetWidth(context), 7u);
   EXPECT_EQ(CGBitmapContextGetHeight(context), 3u);
@@ -129,34 +124,28 @@ TEST_F(BitmapContext, GettersDescribeTheMemory) {
   ASSERT_TRUE(CGBitmapContextGetData(context) != NULL);
   const uint8_t* data = (const uint8_t*)CGBitmapContextGetData(context);
   for (size_t i = 0; i < CGBitmapContextGetBytesPerRow(context) * 3; i++) ASSERT_EQ(data[i], 0) << "new memory is clear";
-  CGContextRelease(context);
-  CGColorSpaceRelease(space);
 }
 
 TEST_F(BitmapContext, ImagesCopyThePixelsOfTheirMoment) {
-  CGContextRef context = NewARGBContext(3, 2);
+  CGContextRef context = ARGBContext(3, 2);
   FillContext(context, 0, 0, 1, 1);
-  CGImageRef image = CGBitmapContextCreateImage(context);
+  CGImageRef image = Pooled(CGBitmapContextCreateImage(context));
   ASSERT_TRUE(image != NULL);
   FillContext(context, 1, 0, 0, 1);
   EXPECT_EQ(CGImageGetWidth(image), 3u);
   EXPECT_EQ(CGImageGetHeight(image), 2u);
   EXPECT_EQ(CGImageGetBitmapInfo(image), CGBitmapContextGetBitmapInfo(context));
-  CFDataRef bytes = CGDataProviderCopyData(CGImageGetDataProvider(image));
-  const uint8_t* p = CFDataGetBytePtr(bytes);
+  const uint8_t* p = CFDataGetBytePtr(Pooled(CGDataProviderCopyData(CGImageGetDataProvider(image))));
   EXPECT_EQ(p[0], 255) << "blue, in B G R A order";
   EXPECT_EQ(p[2], 0);
-  CFRelease(bytes);
   /* Drawn back, the image restores what it copied. */
   CGContextSetBlendMode(context, kCGBlendModeCopy);
   CGContextDrawImage(context, CGRectMake(0, 0, 3, 2), image);
   EXPECT_EQ(PixelAt(context, 2, 1), (RGBA{0, 0, 255, 255}));
-  CGImageRelease(image);
-  CGContextRelease(context);
 }
 
 TEST_F(BitmapContext, RefusesWhatItCannotDraw) {
-  CGColorSpaceRef rgb = CGColorSpaceCreateDeviceRGB();
+  CGColorSpaceRef rgb = Pooled(CGColorSpaceCreateDeviceRGB());
   uint8_t memory[64];
   EXPECT_TRUE(CGBitmapContextCreate(NULL, 0, 4, 8, 0, rgb, kCGImageAlphaPremultipliedLast) == NULL);
   EXPECT_TRUE(CGBitmapContextCreate(NULL, 4, 4, 16, 0, rgb, kCGImageAlphaPremultipliedLast) == NULL);
@@ -166,20 +155,18 @@ TEST_F(BitmapContext, RefusesWhatItCannotDraw) {
   EXPECT_TRUE(CGBitmapContextCreate(NULL, 4, 4, 8, 0, rgb, kCGImageAlphaPremultipliedLast | kCGBitmapFloatComponents) ==
               NULL);
   EXPECT_TRUE(CGBitmapContextCreate(NULL, 4, 4, 8, 0, rgb, 9) == NULL);
-  CGContextRef alpha = CGBitmapContextCreate(NULL, 4, 4, 8, 0, NULL, kCGImageAlphaOnly);
-  EXPECT_TRUE(alpha != NULL) << "alpha-only contexts need no colour space";
-  CGContextRelease(alpha);
+  EXPECT_TRUE(Pooled(CGBitmapContextCreate(NULL, 4, 4, 8, 0, NULL, kCGImageAlphaOnly)) != NULL)
+      << "alpha-only contexts need no colour space";
   /* Functions given NULL or objects of another type do nothing. */
   CGContextFillRect(NULL, CGRectMake(0, 0, 1, 1));
   CGContextDrawImage(NULL, CGRectMake(0, 0, 1, 1), NULL);
   EXPECT_TRUE(CGBitmapContextGetData((CGContextRef)(void*)rgb) == NULL);
   EXPECT_TRUE(CGBitmapContextCreateImage(NULL) == NULL);
-  CGColorSpaceRelease(rgb);
 }
 
 TEST_F(BitmapContext, BadNumbersAreIgnoredAndLeaveTheContextWorking) {
-  CGContextRef context = NewARGBContext(4, 4);
-  CGImageRef image = NewRGBAImage(1, 1, {0, 255, 0, 255});
+  CGContextRef context = ARGBContext(4, 4);
+  CGImageRef image = RGBAImage(1, 1, {0, 255, 0, 255});
   CGContextTranslateCTM(context, NAN, 1);
   CGContextScaleCTM(context, INFINITY, 0);
   CGContextConcatCTM(context, CGAffineTransformMake(NAN, 0, 0, 1, 0, 0));
@@ -193,25 +180,21 @@ TEST_F(BitmapContext, BadNumbersAreIgnoredAndLeaveTheContextWorking) {
   CGContextSetBlendMode(context, kCGBlendModeCopy);
   CGContextDrawImage(context, CGRectMake(0, 0, 4, 4), image);
   EXPECT_EQ(PixelAt(context, 2, 2), (RGBA{0, 255, 0, 255})) << "still draws after all that";
-  EXPECT_TRUE(CGBitmapContextCreate(NULL, (size_t)1 << 40, (size_t)1 << 40, 8, 0, CGColorSpaceCreateDeviceRGB(),
+  EXPECT_TRUE(CGBitmapContextCreate(NULL, (size_t)1 << 40, (size_t)1 << 40, 8, 0, Pooled(CGColorSpaceCreateDeviceRGB()),
                                     kCGImageAlphaPremultipliedLast) == NULL);
-  CGImageRelease(image);
-  CGContextRelease(context);
 }
 
 TEST_F(BitmapContext, ReleaseCallbackGetsTheCallersMemoryBack) {
   static int released = 0;
   static void* seen = NULL;
   std::vector<uint8_t> memory(16 * 4);
-  CGColorSpaceRef rgb = CGColorSpaceCreateDeviceRGB();
   CGContextRef context = CGBitmapContextCreateWithData(
-      memory.data(), 4, 4, 8, 16, rgb, kCGImageAlphaPremultipliedLast,
+      memory.data(), 4, 4, 8, 16, Pooled(CGColorSpaceCreateDeviceRGB()), kCGImageAlphaPremultipliedLast,
       [](void* info, void* data) {
         released++;
         seen = data;
       },
       NULL);
-  CGColorSpaceRelease(rgb);
   ASSERT_TRUE(context != NULL);
   CFRetain(context);
   CGContextRelease(context);

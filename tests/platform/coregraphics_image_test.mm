@@ -8,14 +8,14 @@ namespace {
 class Images : public PoolTest {};
 
 /* 2 x 2: red, green on top; blue, white below; all opaque. */
-static CGImageRef NewQuadrants() {
-  return NewRGBAImage(2, 2, {255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255, 255, 255, 255, 255});
+static CGImageRef Quadrants() {
+  return RGBAImage(2, 2, {255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255, 255, 255, 255, 255});
 }
 
 TEST_F(Images, DrawsStretchedWithTheTopRowOnTop) {
-  CGImageRef image = NewQuadrants();
+  CGImageRef image = Quadrants();
   ASSERT_TRUE(image != NULL);
-  CGContextRef context = NewARGBContext(8, 8);
+  CGContextRef context = ARGBContext(8, 8);
   CGContextSetInterpolationQuality(context, kCGInterpolationNone);
   CGContextDrawImage(context, CGRectMake(0, 0, 8, 8), image);
   EXPECT_EQ(PixelAt(context, 0, 0), (RGBA{255, 0, 0, 255}));
@@ -30,13 +30,11 @@ TEST_F(Images, DrawsStretchedWithTheTopRowOnTop) {
   EXPECT_EQ(PixelAt(context, 5, 5), (RGBA{255, 255, 255, 255}));
   EXPECT_EQ(PixelAt(context, 1, 4), (RGBA{0, 0, 0, 0}));
   EXPECT_EQ(PixelAt(context, 2, 6), (RGBA{0, 0, 0, 0}));
-  CGContextRelease(context);
-  CGImageRelease(image);
 }
 
 TEST_F(Images, ScalingUpSmoothlyBlendsNeighbours) {
-  CGImageRef image = NewRGBAImage(2, 1, {0, 0, 0, 255, 255, 255, 255, 255});
-  CGContextRef context = NewARGBContext(16, 1);
+  CGImageRef image = RGBAImage(2, 1, {0, 0, 0, 255, 255, 255, 255, 255});
+  CGContextRef context = ARGBContext(16, 1);
   CGContextSetInterpolationQuality(context, kCGInterpolationHigh);
   CGContextDrawImage(context, CGRectMake(0, 0, 16, 1), image);
   RGBA left = PixelAt(context, 0, 0), middle = PixelAt(context, 8, 0), right = PixelAt(context, 15, 0);
@@ -45,24 +43,15 @@ TEST_F(Images, ScalingUpSmoothlyBlendsNeighbours) {
   EXPECT_GT(middle.r, 60);
   EXPECT_LT(middle.r, 200);
   EXPECT_LE(PixelAt(context, 6, 0).r, PixelAt(context, 9, 0).r) << "a ramp, not a step";
-  CGContextRelease(context);
-  CGImageRelease(image);
 }
 
 TEST_F(Images, ReadsGreyAndStraightAlphaAndSixteenBitLayouts) {
-  CGColorSpaceRef grey = CGColorSpaceCreateDeviceGray();
-  CGColorSpaceRef rgb = CGColorSpaceCreateDeviceRGB();
-  uint8_t greyBytes[] = {10, 200};
-  CGDataProviderRef greyData = CGDataProviderCreateWithData(NULL, greyBytes, 2, NULL);
-  CGImageRef greyImage = CGImageCreate(2, 1, 8, 8, 2, grey, kCGImageAlphaNone, greyData, NULL, false, kCGRenderingIntentDefault);
-  uint8_t straight[] = {255, 0, 0, 128};
-  CGDataProviderRef straightData = CGDataProviderCreateWithData(NULL, straight, 4, NULL);
-  CGImageRef straightImage = CGImageCreate(1, 1, 8, 32, 4, rgb, kCGImageAlphaLast, straightData, NULL, false, kCGRenderingIntentDefault);
-  uint8_t wide[] = {0x80, 0x11, 0x40, 0x22, 0x20, 0x33}; /* 16-bit big-endian RGB */
-  CGDataProviderRef wideData = CGDataProviderCreateWithData(NULL, wide, 6, NULL);
-  CGImageRef wideImage = CGImageCreate(1, 1, 16, 48, 6, rgb, kCGImageAlphaNone, wideData, NULL, false, kCGRenderingIntentDefault);
+  CGImageRef greyImage = ImageOf(2, 1, 8, 8, CGColorSpaceCreateDeviceGray(), kCGImageAlphaNone, {10, 200});
+  CGImageRef straightImage = ImageOf(1, 1, 8, 32, CGColorSpaceCreateDeviceRGB(), kCGImageAlphaLast, {255, 0, 0, 128});
+  CGImageRef wideImage = ImageOf(1, 1, 16, 48, CGColorSpaceCreateDeviceRGB(), kCGImageAlphaNone,
+                                 {0x80, 0x11, 0x40, 0x22, 0x20, 0x33}); /* 16-bit big-endian RGB */
   ASSERT_TRUE(greyImage && straightImage && wideImage);
-  CGContextRef context = NewARGBContext(4, 1);
+  CGContextRef context = ARGBContext(4, 1);
   CGContextDrawImage(context, CGRectMake(0, 0, 2, 1), greyImage);
   CGContextDrawImage(context, CGRectMake(2, 0, 1, 1), straightImage);
   CGContextDrawImage(context, CGRectMake(3, 0, 1, 1), wideImage);
@@ -70,31 +59,20 @@ TEST_F(Images, ReadsGreyAndStraightAlphaAndSixteenBitLayouts) {
   EXPECT_EQ(PixelAt(context, 1, 0), (RGBA{200, 200, 200, 255}));
   EXPECT_TRUE(Near(PixelAt(context, 2, 0), RGBA{128, 0, 0, 128}, 1)) << "premultiplied when drawn";
   EXPECT_EQ(PixelAt(context, 3, 0), (RGBA{0x80, 0x40, 0x20, 255}));
-  CGContextRelease(context);
-  CGImageRelease(greyImage);
-  CGImageRelease(straightImage);
-  CGImageRelease(wideImage);
-  CGDataProviderRelease(greyData);
-  CGDataProviderRelease(straightData);
-  CGDataProviderRelease(wideData);
-  CGColorSpaceRelease(grey);
-  CGColorSpaceRelease(rgb);
 }
 
 /* Packed R,G,B rows with a word-aligned stride are read where they lie; the channels must
    land in their places in either byte order of the destination, also when scaled. */
 TEST_F(Images, PackedRGBKeepsItsChannelsInEveryDestination) {
-  CGColorSpaceRef rgb = CGColorSpaceCreateDeviceRGB();
-  alignas(4) uint8_t packed[24] = {200, 100, 50, 1, 2, 3, 0, 0, 255, 255, 255, 255,
-                                   17, 34, 51, 0, 255, 0, 90, 91, 92, 255, 0, 0};
-  CGDataProviderRef data = CGDataProviderCreateWithData(NULL, packed, sizeof packed, NULL);
-  CGImageRef image = CGImageCreate(4, 2, 8, 24, 12, rgb, kCGImageAlphaNone, data, NULL, false, kCGRenderingIntentDefault);
+  CGImageRef image = ImageOf(4, 2, 8, 24, CGColorSpaceCreateDeviceRGB(), kCGImageAlphaNone,
+                             {200, 100, 50, 1, 2, 3, 0, 0, 255, 255, 255, 255, 17, 34, 51, 0, 255, 0, 90, 91, 92, 255, 0, 0});
   ASSERT_TRUE(image != NULL);
   const RGBA expected[2][4] = {{{200, 100, 50, 255}, {1, 2, 3, 255}, {0, 0, 255, 255}, {255, 255, 255, 255}},
                                {{17, 34, 51, 255}, {0, 255, 0, 255}, {90, 91, 92, 255}, {255, 0, 0, 255}}};
   std::vector<uint8_t> rgbaMemory(8 * 4 * 4);
-  CGContextRef rgbaContext = CGBitmapContextCreate(rgbaMemory.data(), 8, 4, 8, 32, rgb, kCGImageAlphaPremultipliedLast);
-  CGContextRef argbContext = NewARGBContext(8, 4);
+  CGContextRef rgbaContext = Pooled(CGBitmapContextCreate(rgbaMemory.data(), 8, 4, 8, 32, Pooled(CGColorSpaceCreateDeviceRGB()),
+                                                          kCGImageAlphaPremultipliedLast));
+  CGContextRef argbContext = ARGBContext(8, 4);
   for (CGContextRef context : {rgbaContext, argbContext}) {
     FillContext(context, 0.5, 0.5, 0.5, 1);
     CGContextDrawImage(context, CGRectMake(0, 2, 4, 2), image);                /* source over, as is */
@@ -111,21 +89,16 @@ TEST_F(Images, PackedRGBKeepsItsChannelsInEveryDestination) {
       EXPECT_EQ(PixelAt(argbContext, 2 * x, row + 2), expected[row][x]) << "stretched, B,G,R,A";
     }
   }
-  CGContextRelease(rgbaContext);
-  CGContextRelease(argbContext);
-  CGImageRelease(image);
-  CGDataProviderRelease(data);
-  CGColorSpaceRelease(rgb);
 }
 
 TEST_F(Images, ImageMasksPaintTheFillColourWhereSamplesAreZero) {
   /* 1-bit mask, 4 x 1: 0 1 0 1 (MSB first). */
   uint8_t bits[] = {0x50};
-  CGDataProviderRef provider = CGDataProviderCreateWithData(NULL, bits, 1, NULL);
-  CGImageRef mask = CGImageMaskCreate(4, 1, 1, 1, 1, provider, NULL, false);
+  CGDataProviderRef provider = Pooled(CGDataProviderCreateWithData(NULL, bits, 1, NULL));
+  CGImageRef mask = Pooled(CGImageMaskCreate(4, 1, 1, 1, 1, provider, NULL, false));
   ASSERT_TRUE(mask != NULL);
   EXPECT_TRUE(CGImageIsMask(mask));
-  CGContextRef context = NewARGBContext(4, 1);
+  CGContextRef context = ARGBContext(4, 1);
   CGContextSetRGBFillColor(context, 0, 0, 1, 1);
   CGContextDrawImage(context, CGRectMake(0, 0, 4, 1), mask);
   EXPECT_EQ(PixelAt(context, 0, 0), (RGBA{0, 0, 255, 255}));
@@ -133,49 +106,35 @@ TEST_F(Images, ImageMasksPaintTheFillColourWhereSamplesAreZero) {
   EXPECT_EQ(PixelAt(context, 2, 0), (RGBA{0, 0, 255, 255}));
   /* A decode array of [1 0] turns the sense around. */
   CGFloat decode[] = {1, 0};
-  CGImageRef inverted = CGImageMaskCreate(4, 1, 1, 1, 1, provider, decode, false);
   FillContext(context, 0, 0, 0, 0);
-  CGContextDrawImage(context, CGRectMake(0, 0, 4, 1), inverted);
+  CGContextDrawImage(context, CGRectMake(0, 0, 4, 1), Pooled(CGImageMaskCreate(4, 1, 1, 1, 1, provider, decode, false)));
   EXPECT_EQ(PixelAt(context, 0, 0), (RGBA{0, 0, 0, 0}));
   EXPECT_EQ(PixelAt(context, 1, 0), (RGBA{0, 0, 255, 255}));
-  CGContextRelease(context);
-  CGImageRelease(inverted);
-  CGImageRelease(mask);
-  CGDataProviderRelease(provider);
 }
 
 TEST_F(Images, MaskingWithAnImageMaskUsesSamplesAsInverseAlpha) {
-  CGImageRef image = NewRGBAImage(2, 1, {255, 0, 0, 255, 255, 0, 0, 255});
+  CGImageRef image = RGBAImage(2, 1, {255, 0, 0, 255, 255, 0, 0, 255});
   uint8_t samples[] = {0, 191};
-  CGDataProviderRef provider = CGDataProviderCreateWithData(NULL, samples, 2, NULL);
-  CGImageRef mask = CGImageMaskCreate(2, 1, 8, 8, 2, provider, NULL, false);
-  CGImageRef masked = CGImageCreateWithMask(image, mask);
+  CGImageRef mask = Pooled(CGImageMaskCreate(2, 1, 8, 8, 2, Pooled(CGDataProviderCreateWithData(NULL, samples, 2, NULL)),
+                                             NULL, false));
+  CGImageRef masked = Pooled(CGImageCreateWithMask(image, mask));
   ASSERT_TRUE(masked != NULL);
   EXPECT_FALSE(CGImageIsMask(masked));
-  CGContextRef context = NewARGBContext(2, 1);
+  CGContextRef context = ARGBContext(2, 1);
   CGContextDrawImage(context, CGRectMake(0, 0, 2, 1), masked);
   EXPECT_EQ(PixelAt(context, 0, 0), (RGBA{255, 0, 0, 255}));
   EXPECT_TRUE(Near(PixelAt(context, 1, 0), RGBA{64, 0, 0, 64}, 1));
   EXPECT_TRUE(CGImageCreateWithMask(mask, mask) == NULL) << "a mask cannot be masked";
-  CGContextRelease(context);
-  CGImageRelease(masked);
-  CGImageRelease(mask);
-  CGImageRelease(image);
-  CGDataProviderRelease(provider);
 }
 
 TEST_F(Images, MaskingWithAGreyImageUsesSamplesAsAlphaStretchedToFit) {
-  CGImageRef image = NewRGBAImage(4, 2, std::vector<uint8_t>(4 * 2 * 4, 255));
+  CGImageRef image = RGBAImage(4, 2, std::vector<uint8_t>(4 * 2 * 4, 255));
   /* A 2 x 1 grey image: left opaque (255), right transparent (0). */
-  CGColorSpaceRef grey = CGColorSpaceCreateDeviceGray();
-  CGContextRef maskContext = CGBitmapContextCreate(NULL, 2, 1, 8, 0, grey, kCGImageAlphaNone);
-  CGContextSetGrayFillColor(maskContext, 1, 1);
-  CGContextFillRect(maskContext, CGRectMake(0, 0, 1, 1));
-  CGImageRef greyMask = CGBitmapContextCreateImage(maskContext);
-  CGImageRef masked = CGImageCreateWithMask(image, greyMask);
+  CGImageRef greyMask = ImageOf(2, 1, 8, 8, CGColorSpaceCreateDeviceGray(), kCGImageAlphaNone, {255, 0});
+  CGImageRef masked = Pooled(CGImageCreateWithMask(image, greyMask));
   ASSERT_TRUE(masked != NULL);
   EXPECT_EQ(CGImageGetWidth(masked), 4u);
-  CGContextRef context = NewARGBContext(4, 2);
+  CGContextRef context = ARGBContext(4, 2);
   CGContextSetInterpolationQuality(context, kCGInterpolationNone);
   CGContextDrawImage(context, CGRectMake(0, 0, 4, 2), masked);
   EXPECT_EQ(PixelAt(context, 0, 0).a, 255);
@@ -184,36 +143,25 @@ TEST_F(Images, MaskingWithAGreyImageUsesSamplesAsAlphaStretchedToFit) {
   EXPECT_EQ(PixelAt(context, 3, 1).a, 0);
   /* An image with alpha cannot serve as a mask. */
   EXPECT_TRUE(CGImageCreateWithMask(image, image) == NULL);
-  CGContextRelease(context);
-  CGImageRelease(masked);
-  CGImageRelease(greyMask);
-  CGContextRelease(maskContext);
-  CGColorSpaceRelease(grey);
-  CGImageRelease(image);
 }
 
 TEST_F(Images, CutsOutRectanglesFromTheTopLeft) {
-  CGImageRef image = NewQuadrants();
-  CGImageRef part = CGImageCreateWithImageInRect(image, CGRectMake(1, 0, 5, 1));
+  CGImageRef image = Quadrants();
+  CGImageRef part = Pooled(CGImageCreateWithImageInRect(image, CGRectMake(1, 0, 5, 1)));
   ASSERT_TRUE(part != NULL);
   EXPECT_EQ(CGImageGetWidth(part), 1u) << "clipped to the image";
   EXPECT_EQ(CGImageGetHeight(part), 1u);
-  CGContextRef context = NewARGBContext(1, 1);
+  CGContextRef context = ARGBContext(1, 1);
   CGContextDrawImage(context, CGRectMake(0, 0, 1, 1), part);
   EXPECT_EQ(PixelAt(context, 0, 0), (RGBA{0, 255, 0, 255}));
   EXPECT_TRUE(CGImageCreateWithImageInRect(image, CGRectMake(5, 5, 1, 1)) == NULL);
-  CGContextRelease(context);
-  CGImageRelease(part);
-  CGImageRelease(image);
 }
 
 TEST_F(Images, RefusesLayoutsAndDataItCannotRead) {
-  CGColorSpaceRef rgb = CGColorSpaceCreateDeviceRGB();
+  CGColorSpaceRef rgb = Pooled(CGColorSpaceCreateDeviceRGB());
   uint8_t bytes[16] = {0};
-  CGDataProviderRef provider = CGDataProviderCreateWithData(NULL, bytes, sizeof bytes, NULL);
-  CGImageRef fine = CGImageCreate(2, 2, 8, 32, 8, rgb, kCGImageAlphaPremultipliedLast, provider, NULL, false, 0);
-  EXPECT_TRUE(fine != NULL);
-  CGImageRelease(fine);
+  CGDataProviderRef provider = Pooled(CGDataProviderCreateWithData(NULL, bytes, sizeof bytes, NULL));
+  EXPECT_TRUE(Pooled(CGImageCreate(2, 2, 8, 32, 8, rgb, kCGImageAlphaPremultipliedLast, provider, NULL, false, 0)) != NULL);
   EXPECT_TRUE(CGImageCreate(3, 2, 8, 32, 12, rgb, kCGImageAlphaPremultipliedLast, provider, NULL, false, 0) == NULL)
       << "provider too short";
   EXPECT_TRUE(CGImageCreate(2, 2, 8, 24, 8, rgb, kCGImageAlphaPremultipliedLast, provider, NULL, false, 0) == NULL)
@@ -225,8 +173,6 @@ TEST_F(Images, RefusesLayoutsAndDataItCannotRead) {
   EXPECT_TRUE(CGImageMaskCreate(2, 2, 3, 3, 1, provider, NULL, false) == NULL);
   EXPECT_EQ(CGImageGetWidth(NULL), 0u);
   CGImageRelease(NULL);
-  CGDataProviderRelease(provider);
-  CGColorSpaceRelease(rgb);
 }
 
 TEST_F(Images, TypeIdentifiersAreDistinctAndAnsweredThroughCoreFoundation) {
@@ -239,10 +185,10 @@ TEST_F(Images, TypeIdentifiersAreDistinctAndAnsweredThroughCoreFoundation) {
     for (size_t j = i + 1; j < sizeof ids / sizeof ids[0]; j++) EXPECT_NE(ids[i], ids[j]);
     for (CFTypeID other : cf) EXPECT_NE(ids[i], other);
   }
-  CGImageRef image = NewQuadrants();
-  CGContextRef context = NewARGBContext(1, 1);
-  CGColorSpaceRef space = CGColorSpaceCreateDeviceGray();
-  CGColorRef color = CGColorCreateGenericRGB(1, 0, 0, 1);
+  CGImageRef image = Quadrants();
+  CGContextRef context = ARGBContext(1, 1);
+  CGColorSpaceRef space = Pooled(CGColorSpaceCreateDeviceGray());
+  CGColorRef color = Pooled(CGColorCreateGenericRGB(1, 0, 0, 1));
   EXPECT_EQ(CFGetTypeID(image), CGImageGetTypeID());
   EXPECT_EQ(CFGetTypeID(context), CGContextGetTypeID());
   EXPECT_EQ(CFGetTypeID(space), CGColorSpaceGetTypeID());
@@ -254,10 +200,6 @@ TEST_F(Images, TypeIdentifiersAreDistinctAndAnsweredThroughCoreFoundation) {
   EXPECT_EQ(CFGetRetainCount(image), before + 1);
   CGImageRelease(image);
   EXPECT_EQ(CFGetRetainCount(image), before);
-  CGColorRelease(color);
-  CGColorSpaceRelease(space);
-  CGContextRelease(context);
-  CGImageRelease(image);
 }
 
 }  // namespace

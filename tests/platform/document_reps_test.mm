@@ -34,15 +34,13 @@ class DocumentReps : public CodecTest {
   std::string dir_;
 };
 
-/* The representation drawn with -draw into a transparent context of its size times scale. */
+/* The representation drawn with -draw into a transparent context of its size times scale
+   (autoreleased). */
 CGContextRef Render(NSImageRep* rep, double scale) {
   NSSize size = [rep size];
-  CGContextRef context = NewARGBContext((size_t)ceil(size.width * scale), (size_t)ceil(size.height * scale));
+  CGContextRef context = ARGBContext((size_t)ceil(size.width * scale), (size_t)ceil(size.height * scale));
   CGContextScaleCTM(context, scale, scale);
-  [NSGraphicsContext saveGraphicsState];
-  [NSGraphicsContext setCurrentContext:[NSGraphicsContext graphicsContextWithCGContext:context flipped:NO]];
-  EXPECT_TRUE([rep draw]);
-  [NSGraphicsContext restoreGraphicsState];
+  DrawIn(ContextOf(context), [&] { EXPECT_TRUE([rep draw]); });
   return context;
 }
 
@@ -87,7 +85,6 @@ TEST_F(DocumentReps, PdfPagesBoundsAndPixelsAtTwoScales) {
     if (scale > 1) {
       EXPECT_TRUE(Near(PixelAt(context, 150 * scale + 3, 50), RGBA{255, 255, 255, 255}, 8));
     }
-    CGContextRelease(context);
   }
   [rep setCurrentPage:1];
   [rep setCurrentPage:5];
@@ -99,7 +96,6 @@ TEST_F(DocumentReps, PdfPagesBoundsAndPixelsAtTwoScales) {
     size_t bottom = CGBitmapContextGetHeight(context) - 1;
     EXPECT_TRUE(Near(PixelAt(context, 20 * scale, bottom - 20 * scale), RGBA{0, 0, 255, 255}));
     EXPECT_TRUE(Near(PixelAt(context, 80 * scale, bottom - 20 * scale), RGBA{255, 255, 255, 255}));
-    CGContextRelease(context);
   }
   /* As an image: one PDF representation, the first page's size, drawn into a larger rect. */
   NSImage* image = [[[NSImage alloc] initWithData:pdf] autorelease];
@@ -110,15 +106,13 @@ TEST_F(DocumentReps, PdfPagesBoundsAndPixelsAtTwoScales) {
   NSImage* fromFile = [[[NSImage alloc] initWithContentsOfFile:[NSString stringWithUTF8String:Path("two.pdf").c_str()]]
       autorelease];
   EXPECT_TRUE(NSEqualSizes([fromFile size], NSMakeSize(200, 100)));
-  CGContextRef context = NewARGBContext(400, 200);
-  [NSGraphicsContext saveGraphicsState];
-  [NSGraphicsContext setCurrentContext:[NSGraphicsContext graphicsContextWithCGContext:context flipped:NO]];
-  [image drawInRect:NSMakeRect(0, 0, 400, 200) fromRect:NSMakeRect(100, 0, 100, 100) operation:NSCompositeCopy
-           fraction:1];
-  [NSGraphicsContext restoreGraphicsState];
+  CGContextRef context = ARGBContext(400, 200);
+  DrawIn(ContextOf(context), [&] {
+    [image drawInRect:NSMakeRect(0, 0, 400, 200) fromRect:NSMakeRect(100, 0, 100, 100) operation:NSCompositeCopy
+             fraction:1];
+  });
   EXPECT_TRUE(Near(PixelAt(context, 50, 100), RGBA{255, 255, 255, 255})) << "only the right half, enlarged";
   EXPECT_TRUE(Near(PixelAt(context, 200, 100), RGBA{0, 0, 0, 255}, 8)) << "the line, four times as wide";
-  CGContextRelease(context);
 }
 
 const char kFigure[] =
@@ -151,7 +145,6 @@ TEST_F(DocumentReps, EpsBoxPdfFormAndPixels) {
     EXPECT_TRUE(Near(PixelAt(context, 40, 50), RGBA{255, 0, 0, 255})) << "left half red";
     EXPECT_TRUE(Near(PixelAt(context, 160, 80), RGBA{0, 0, 255, 255})) << "bottom right blue";
     EXPECT_TRUE(Near(PixelAt(context, 160, 20), RGBA{255, 0, 0, 255})) << "top right red";
-    CGContextRelease(context);
     NSImage* image = [[[NSImage alloc] initWithData:eps] autorelease];
     ASSERT_EQ([[image representations] count], 1u);
     EXPECT_TRUE([[[image representations] objectAtIndex:0] isKindOfClass:[NSEPSImageRep class]]);
@@ -222,9 +215,7 @@ TEST_F(DocumentReps, PictPixelsEqualTheSamePictureFromPng) {
     EXPECT_TRUE([[rep PICTRepresentation] isEqualToData:pict]);
     TestPicture expected;
     ASSERT_TRUE(DecodeWithPillow(Path(c.png), expected));
-    CGContextRef context = Render(rep, 1);
-    EXPECT_EQ(LargestDifference(context, expected), 0) << c.what;
-    CGContextRelease(context);
+    EXPECT_EQ(LargestDifference(Render(rep, 1), expected), 0) << c.what;
     NSImage* image = [[[NSImage alloc] initWithData:pict] autorelease];
     EXPECT_TRUE([[[image representations] lastObject] isKindOfClass:[NSPICTImageRep class]]) << c.what;
   }
@@ -241,9 +232,7 @@ TEST_F(DocumentReps, PictPixelsEqualTheSamePictureFromPng) {
   NSPICTImageRep* rep = [NSPICTImageRep imageRepWithData:[NSData dataWithBytes:pict.data() length:pict.size()]];
   ASSERT_TRUE(rep != nil);
   EXPECT_TRUE(NSEqualRects([rep boundingBox], NSMakeRect(0, 0, 13, 3)));
-  CGContextRef context = Render(rep, 1);
-  EXPECT_EQ(LargestDifference(context, expected), 0);
-  CGContextRelease(context);
+  EXPECT_EQ(LargestDifference(Render(rep, 1), expected), 0);
 }
 
 /* Shapes as QuickDraw draws them: a version 2 picture of a red painted rect, a framed
@@ -272,7 +261,6 @@ TEST_F(DocumentReps, PictShapes) {
                 {15, 11, {0, 0, 255, 255}},  {15, 12, {0, 0, 0, 0}},    {15, 15, {0, 0, 0, 0}},
                 {10, 15, {0, 0, 255, 255}},  {19, 0, {0, 0, 0, 255}},   {10, 1, {0, 0, 0, 0}}};
   for (const Probe& p : probes) EXPECT_EQ(PixelAt(context, p.x, p.row), p.colour) << p.x << "," << p.row;
-  CGContextRelease(context);
 }
 
 TEST_F(DocumentReps, DamagedInputNeverCrashes) {
@@ -291,9 +279,10 @@ TEST_F(DocumentReps, DamagedInputNeverCrashes) {
       else
         for (int flips = 0; flips < 1 + trial % 5; ++flips)
           ((uint8_t*)[bad mutableBytes])[rand() % [bad length]] ^= uint8_t(1 << (rand() % 8));
+      NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
       NSImageRep* rep = [classes[k] imageRepWithData:bad];
-      if (rep == nil || [rep size].width > 2000 || [rep size].height > 2000) continue;
-      CGContextRelease(Render(rep, 1));
+      if (rep != nil && [rep size].width <= 2000 && [rep size].height <= 2000) Render(rep, 1);
+      [pool drain];
     }
   }
   /* No data, empty data. */

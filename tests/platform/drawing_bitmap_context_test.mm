@@ -9,17 +9,7 @@ namespace {
 class BitmapRepContext : public PoolTest {
  protected:
   static NSBitmapImageRep* Rep(NSInteger spp, BOOL alpha, NSString* space, NSBitmapFormat format) {
-    return [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:NULL
-                                                    pixelsWide:3
-                                                    pixelsHigh:2
-                                                 bitsPerSample:8
-                                               samplesPerPixel:spp
-                                                      hasAlpha:alpha
-                                                      isPlanar:NO
-                                                colorSpaceName:space
-                                                  bitmapFormat:format
-                                                   bytesPerRow:0
-                                                  bitsPerPixel:0] autorelease];
+    return NewBitmap(3, 2, 8, spp, alpha, space, format);
   }
 
   /* Fills the bottom-left pixel with orange at alpha 0.5 (copy) and the top-right one
@@ -27,19 +17,12 @@ class BitmapRepContext : public PoolTest {
   static void Paint(NSBitmapImageRep* rep) {
     NSGraphicsContext* context = [NSGraphicsContext graphicsContextWithBitmapImageRep:rep];
     ASSERT_TRUE(context != nil);
-    [NSGraphicsContext saveGraphicsState];
-    [NSGraphicsContext setCurrentContext:context];
-    [[NSColor colorWithCalibratedRed:1 green:0.5 blue:0 alpha:0.5] set];
-    NSRectFill(NSMakeRect(0, 0, 1, 1));
-    [[NSColor blueColor] set];
-    NSRectFill(NSMakeRect(2, 1, 1, 1));
-    [NSGraphicsContext restoreGraphicsState];
-  }
-
-  static RGBA Color(NSBitmapImageRep* rep, NSInteger x, NSInteger y) {
-    NSColor* c = [[rep colorAtX:x y:y] colorUsingColorSpaceName:NSCalibratedRGBColorSpace];
-    return RGBA{(int)lround([c redComponent] * 255), (int)lround([c greenComponent] * 255),
-                (int)lround([c blueComponent] * 255), (int)lround([c alphaComponent] * 255)};
+    DrawIn(context, [] {
+      [[NSColor colorWithCalibratedRed:1 green:0.5 blue:0 alpha:0.5] set];
+      NSRectFill(NSMakeRect(0, 0, 1, 1));
+      [[NSColor blueColor] set];
+      NSRectFill(NSMakeRect(2, 1, 1, 1));
+    });
   }
 };
 
@@ -51,9 +34,9 @@ TEST_F(BitmapRepContext, RGBWithAlphaInEveryArrangement) {
     NSBitmapImageRep* rep = Rep(4, YES, NSCalibratedRGBColorSpace, format);
     ASSERT_TRUE(rep != nil);
     Paint(rep);
-    EXPECT_TRUE(Near(Color(rep, 0, 1), RGBA{255, 128, 0, 128}, 3)) << "bottom-left is the last row";
-    EXPECT_TRUE(Near(Color(rep, 2, 0), RGBA{0, 0, 255, 255}, 1));
-    EXPECT_EQ(Color(rep, 1, 0).a, 0);
+    EXPECT_TRUE(Near(ColourAt(rep, 0, 1), RGBA{255, 128, 0, 128}, 3)) << "bottom-left is the last row";
+    EXPECT_TRUE(Near(ColourAt(rep, 2, 0), RGBA{0, 0, 255, 255}, 1));
+    EXPECT_EQ(ColourAt(rep, 1, 0).a, 0);
   }
 }
 
@@ -61,34 +44,27 @@ TEST_F(BitmapRepContext, RGBAndGreyWithoutAlphaAndGreyWithAlpha) {
   NSBitmapImageRep* rgb = Rep(3, NO, NSDeviceRGBColorSpace, 0);
   ASSERT_TRUE(rgb != nil);
   Paint(rgb);
-  EXPECT_TRUE(Near(Color(rgb, 0, 1), RGBA{128, 64, 0, 255}, 2)) << "no alpha to keep: premultiplied over black";
-  EXPECT_TRUE(Near(Color(rgb, 2, 0), RGBA{0, 0, 255, 255}, 1));
+  EXPECT_TRUE(Near(ColourAt(rgb, 0, 1), RGBA{128, 64, 0, 255}, 2)) << "no alpha to keep: premultiplied over black";
+  EXPECT_TRUE(Near(ColourAt(rgb, 2, 0), RGBA{0, 0, 255, 255}, 1));
 
   NSBitmapImageRep* grey = Rep(1, NO, NSCalibratedWhiteColorSpace, 0);
   ASSERT_TRUE(grey != nil);
   Paint(grey);
-  EXPECT_TRUE(Near(Color(grey, 2, 0), RGBA{29, 29, 29, 255}, 2)) << "blue's luminance";
+  EXPECT_TRUE(Near(ColourAt(grey, 2, 0), RGBA{29, 29, 29, 255}, 2)) << "blue's luminance";
 
   NSBitmapImageRep* greyAlpha = Rep(2, YES, NSDeviceWhiteColorSpace, 0);
   ASSERT_TRUE(greyAlpha != nil);
   Paint(greyAlpha);
-  EXPECT_EQ(Color(greyAlpha, 2, 0).a, 255);
-  EXPECT_TRUE(Near(Color(greyAlpha, 0, 1), RGBA{153, 153, 153, 128}, 3));
+  EXPECT_EQ(ColourAt(greyAlpha, 2, 0).a, 255);
+  EXPECT_TRUE(Near(ColourAt(greyAlpha, 0, 1), RGBA{153, 153, 153, 128}, 3));
 }
 
 TEST_F(BitmapRepContext, LayoutsThatCannotBeDrawnIntoGiveNoContext) {
-  NSBitmapImageRep* wide = [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:NULL pixelsWide:2 pixelsHigh:2
-      bitsPerSample:16 samplesPerPixel:4 hasAlpha:YES isPlanar:NO colorSpaceName:NSCalibratedRGBColorSpace
-      bytesPerRow:0 bitsPerPixel:0] autorelease];
-  NSBitmapImageRep* planar = [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:NULL pixelsWide:2 pixelsHigh:2
-      bitsPerSample:8 samplesPerPixel:3 hasAlpha:NO isPlanar:YES colorSpaceName:NSCalibratedRGBColorSpace
-      bytesPerRow:0 bitsPerPixel:0] autorelease];
-  if (wide) {
-    EXPECT_TRUE([NSGraphicsContext graphicsContextWithBitmapImageRep:wide] == nil);
-  }
-  if (planar) {
-    EXPECT_TRUE([NSGraphicsContext graphicsContextWithBitmapImageRep:planar] == nil);
-  }
+  NSBitmapImageRep* wide = NewBitmap(2, 2, 16, 4, YES, NSCalibratedRGBColorSpace);
+  NSBitmapImageRep* planar = NewBitmap(2, 2, 8, 3, NO, NSCalibratedRGBColorSpace, 0, YES);
+  ASSERT_TRUE(wide != nil && planar != nil);
+  EXPECT_TRUE([NSGraphicsContext graphicsContextWithBitmapImageRep:wide] == nil);
+  EXPECT_TRUE([NSGraphicsContext graphicsContextWithBitmapImageRep:planar] == nil);
   EXPECT_TRUE([NSGraphicsContext graphicsContextWithBitmapImageRep:nil] == nil);
   EXPECT_TRUE([NSGraphicsContext graphicsContextWithBitmapImageRep:(NSBitmapImageRep*)@"text"] == nil);
 }

@@ -12,25 +12,16 @@ class Compositing : public PoolTest {
   NSImage* Solid(int r, int g, int b, int a) {
     std::vector<uint8_t> bytes;
     for (int i = 0; i < 4; i++) bytes.insert(bytes.end(), {(uint8_t)r, (uint8_t)g, (uint8_t)b, (uint8_t)a});
-    CGImageRef cg = NewRGBAImage(2, 2, bytes);
-    NSImage* image = [[[NSImage alloc] initWithCGImage:cg size:NSMakeSize(2, 2)] autorelease];
-    CGImageRelease(cg);
-    return image;
+    return [[[NSImage alloc] initWithCGImage:RGBAImage(2, 2, bytes) size:NSMakeSize(2, 2)] autorelease];
   }
 
   /* Draws image over a context holding `under` (straight colour) everywhere and answers
      one pixel (premultiplied). */
   RGBA Composite(NSImage* image, RGBA under, NSCompositingOperation op, CGFloat fraction) {
-    CGContextRef port = NewARGBContext(2, 2);
+    CGContextRef port = ARGBContext(2, 2);
     FillContext(port, under.r / 255.0, under.g / 255.0, under.b / 255.0, under.a / 255.0);
-    NSGraphicsContext* context = [NSGraphicsContext graphicsContextWithGraphicsPort:port flipped:NO];
-    [NSGraphicsContext saveGraphicsState];
-    [NSGraphicsContext setCurrentContext:context];
-    [image drawInRect:NSMakeRect(0, 0, 2, 2) fromRect:NSZeroRect operation:op fraction:fraction];
-    [NSGraphicsContext restoreGraphicsState];
-    RGBA result = PixelAt(port, 1, 1);
-    CGContextRelease(port);
-    return result;
+    DrawIn(ContextOf(port), [&] { [image drawInRect:NSMakeRect(0, 0, 2, 2) fromRect:NSZeroRect operation:op fraction:fraction]; });
+    return PixelAt(port, 1, 1);
   }
 };
 
@@ -64,61 +55,51 @@ TEST_F(Compositing, PorterDuffOperationsGiveTheirTextbookResults) {
 
 TEST_F(Compositing, FlippedContextsShowImagesUpsideDownUnlessRespected) {
   /* Red over blue: red is the top row. */
-  CGImageRef cg = NewRGBAImage(1, 2, {255, 0, 0, 255, 0, 0, 255, 255});
-  NSImage* image = [[[NSImage alloc] initWithCGImage:cg size:NSMakeSize(1, 2)] autorelease];
-  CGImageRelease(cg);
-  CGContextRef port = NewARGBContext(2, 2);
+  NSImage* image = [[[NSImage alloc] initWithCGImage:RGBAImage(1, 2, {255, 0, 0, 255, 0, 0, 255, 255})
+                                                 size:NSMakeSize(1, 2)] autorelease];
+  CGContextRef port = ARGBContext(2, 2);
   /* A flipped context: the drawing code's y runs down from the top. */
   CGContextTranslateCTM(port, 0, 2);
   CGContextScaleCTM(port, 1, -1);
-  NSGraphicsContext* context = [NSGraphicsContext graphicsContextWithGraphicsPort:port flipped:YES];
+  NSGraphicsContext* context = ContextOf(port, YES);
   EXPECT_TRUE([context isFlipped]);
-  [NSGraphicsContext saveGraphicsState];
-  [NSGraphicsContext setCurrentContext:context];
-  [image drawInRect:NSMakeRect(0, 0, 1, 2) fromRect:NSZeroRect operation:NSCompositeCopy fraction:1];
-  [image drawInRect:NSMakeRect(1, 0, 1, 2)
-           fromRect:NSZeroRect
-          operation:NSCompositeCopy
-           fraction:1
-     respectFlipped:YES
-              hints:nil];
-  [NSGraphicsContext restoreGraphicsState];
+  DrawIn(context, [&] {
+    [image drawInRect:NSMakeRect(0, 0, 1, 2) fromRect:NSZeroRect operation:NSCompositeCopy fraction:1];
+    [image drawInRect:NSMakeRect(1, 0, 1, 2) fromRect:NSZeroRect operation:NSCompositeCopy fraction:1 respectFlipped:YES
+                hints:nil];
+  });
   EXPECT_EQ(PixelAt(port, 0, 0), (RGBA{0, 0, 255, 255})) << "plain drawing: upside down";
   EXPECT_EQ(PixelAt(port, 0, 1), (RGBA{255, 0, 0, 255}));
   EXPECT_EQ(PixelAt(port, 1, 0), (RGBA{255, 0, 0, 255})) << "respecting the flip: upright";
   EXPECT_EQ(PixelAt(port, 1, 1), (RGBA{0, 0, 255, 255}));
-  CGContextRelease(port);
 }
 
 TEST_F(Compositing, RectFillCopiesTheCurrentColourAndOperationsFollowTheContext) {
-  CGContextRef port = NewARGBContext(4, 1);
+  CGContextRef port = ARGBContext(4, 1);
   FillContext(port, 0, 0, 1, 1);
-  NSGraphicsContext* context = [NSGraphicsContext graphicsContextWithGraphicsPort:port flipped:NO];
-  [NSGraphicsContext saveGraphicsState];
-  [NSGraphicsContext setCurrentContext:context];
-  [[NSColor colorWithCalibratedRed:1 green:0 blue:0 alpha:0.5] set];
-  NSRectFill(NSMakeRect(0, 0, 1, 1));
-  NSRectFillUsingOperation(NSMakeRect(1, 0, 1, 1), NSCompositeSourceOver);
-  [[NSColor whiteColor] setFill];
-  NSRectFill(NSMakeRect(2, 0, 1, 1));
-  [context setCompositingOperation:NSCompositeDestinationOver];
-  EXPECT_EQ([context compositingOperation], (NSCompositingOperation)NSCompositeDestinationOver);
-  EXPECT_EQ(CGContextGetBlendMode(port), kCGBlendModeDestinationOver);
-  [context setImageInterpolation:NSImageInterpolationHigh];
-  EXPECT_EQ(CGContextGetInterpolationQuality(port), kCGInterpolationHigh);
-  [NSGraphicsContext restoreGraphicsState];
+  NSGraphicsContext* context = ContextOf(port);
+  DrawIn(context, [&] {
+    [[NSColor colorWithCalibratedRed:1 green:0 blue:0 alpha:0.5] set];
+    NSRectFill(NSMakeRect(0, 0, 1, 1));
+    NSRectFillUsingOperation(NSMakeRect(1, 0, 1, 1), NSCompositeSourceOver);
+    [[NSColor whiteColor] setFill];
+    NSRectFill(NSMakeRect(2, 0, 1, 1));
+    [context setCompositingOperation:NSCompositeDestinationOver];
+    EXPECT_EQ([context compositingOperation], (NSCompositingOperation)NSCompositeDestinationOver);
+    EXPECT_EQ(CGContextGetBlendMode(port), kCGBlendModeDestinationOver);
+    [context setImageInterpolation:NSImageInterpolationHigh];
+    EXPECT_EQ(CGContextGetInterpolationQuality(port), kCGInterpolationHigh);
+  });
   EXPECT_TRUE(Near(PixelAt(port, 0, 0), RGBA{128, 0, 0, 128}));
   EXPECT_TRUE(Near(PixelAt(port, 1, 0), RGBA{128, 0, 127, 255}));
   EXPECT_EQ(PixelAt(port, 2, 0), (RGBA{255, 255, 255, 255}));
   EXPECT_EQ(PixelAt(port, 3, 0), (RGBA{0, 0, 255, 255}));
-  CGContextRelease(port);
 }
 
 TEST_F(Compositing, CurrentContextIsPerThreadAndClassLevelSavesBringItBack) {
   EXPECT_TRUE([NSGraphicsContext currentContext] == nil);
-  CGContextRef a = NewARGBContext(1, 1), b = NewARGBContext(1, 1);
-  NSGraphicsContext* first = [NSGraphicsContext graphicsContextWithGraphicsPort:a flipped:NO];
-  NSGraphicsContext* second = [NSGraphicsContext graphicsContextWithGraphicsPort:b flipped:NO];
+  CGContextRef b = ARGBContext(1, 1);
+  NSGraphicsContext *first = ContextOf(ARGBContext(1, 1)), *second = ContextOf(b);
   [NSGraphicsContext setCurrentContext:first];
   [NSGraphicsContext saveGraphicsState];
   [NSGraphicsContext setCurrentContext:second];
@@ -130,8 +111,6 @@ TEST_F(Compositing, CurrentContextIsPerThreadAndClassLevelSavesBringItBack) {
   EXPECT_TRUE([NSGraphicsContext graphicsContextWithGraphicsPort:NULL flipped:NO] == nil);
   NSString* notAContext = @"not a context";
   EXPECT_TRUE([NSGraphicsContext graphicsContextWithGraphicsPort:(void*)notAContext flipped:NO] == nil);
-  CGContextRelease(a);
-  CGContextRelease(b);
 }
 
 TEST_F(Compositing, ColoursConvertBetweenWhiteAndRGB) {

@@ -16,7 +16,7 @@ class Downscale : public PoolTest {
         p[0] = p[1] = p[2] = v;
         p[3] = 255;
       }
-    return NewRGBAImage(side, side, bytes);
+    return RGBAImage(side, side, bytes);
   }
 
   /* Mean and spread of the red channel of a context. */
@@ -43,11 +43,10 @@ TEST_F(Downscale, HighQualityAveragesAFineCheckerboardWhereNearestNeighbourAlias
   CGImageRef board = Checkerboard(256);
   for (CGInterpolationQuality quality : {kCGInterpolationHigh, kCGInterpolationNone}) {
     SCOPED_TRACE(quality);
-    CGContextRef context = NewARGBContext(32, 32);
+    CGContextRef context = ARGBContext(32, 32);
     CGContextSetInterpolationQuality(context, quality);
     CGContextDrawImage(context, CGRectMake(0, 0, 32, 32), board);
     Spread spread = Stats(context);
-    CGContextRelease(context);
     if (quality == kCGInterpolationNone) {
       EXPECT_TRUE(spread.lowest < 20 || spread.highest > 235) << "sampling one pixel in eight hits black or white";
       continue;
@@ -56,27 +55,22 @@ TEST_F(Downscale, HighQualityAveragesAFineCheckerboardWhereNearestNeighbourAlias
     EXPECT_GE(spread.lowest, 118) << "no dark aliasing";
     EXPECT_LE(spread.highest, 137) << "no bright aliasing";
   }
-  CGImageRelease(board);
 }
 
 TEST_F(Downscale, ImageInterpolationHighOfAGraphicsContextDrivesNSImageDrawing) {
-  CGImageRef board = Checkerboard(128);
-  NSImage* image = [[[NSImage alloc] initWithCGImage:board size:NSZeroSize] autorelease];
-  CGImageRelease(board);
+  NSImage* image = [[[NSImage alloc] initWithCGImage:Checkerboard(128) size:NSZeroSize] autorelease];
   ASSERT_TRUE(image != nil);
   EXPECT_EQ([image size].width, 128);
-  CGContextRef port = NewARGBContext(16, 16);
-  NSGraphicsContext* context = [NSGraphicsContext graphicsContextWithGraphicsPort:port flipped:NO];
-  [NSGraphicsContext saveGraphicsState];
-  [NSGraphicsContext setCurrentContext:context];
-  [context setImageInterpolation:NSImageInterpolationHigh];
-  [image drawInRect:NSMakeRect(0, 0, 16, 16) fromRect:NSZeroRect operation:NSCompositeCopy fraction:1];
-  [NSGraphicsContext restoreGraphicsState];
+  CGContextRef port = ARGBContext(16, 16);
+  NSGraphicsContext* context = ContextOf(port);
+  DrawIn(context, [&] {
+    [context setImageInterpolation:NSImageInterpolationHigh];
+    [image drawInRect:NSMakeRect(0, 0, 16, 16) fromRect:NSZeroRect operation:NSCompositeCopy fraction:1];
+  });
   Spread spread = Stats(port);
   EXPECT_NEAR(spread.mean, 127.5, 3);
   EXPECT_GE(spread.lowest, 118);
   EXPECT_LE(spread.highest, 137);
-  CGContextRelease(port);
 }
 
 }  // namespace

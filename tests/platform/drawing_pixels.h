@@ -1,6 +1,7 @@
-/* Helpers of the drawing, Core Graphics and image tests: bitmap contexts in the host's
-   native premultiplied ARGB layout, reading a pixel by its row from the top, and small
-   images made from literal pixels. */
+/* Helpers of the drawing, Core Graphics, image and codec tests: bitmap contexts in the
+   host's native premultiplied ARGB layout, reading a pixel by its row from the top, small
+   images made from literal pixels, bitmap representations of any layout, and drawing with
+   a graphics context made current for the length of a block. */
 #ifndef QVR_TESTS_DRAWING_PIXELS_H
 #define QVR_TESTS_DRAWING_PIXELS_H
 
@@ -8,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <math.h>
 #include <stdint.h>
 #include <vector>
 
@@ -28,13 +30,19 @@ inline ::testing::AssertionResult Near(const RGBA& actual, const RGBA& expected,
   return ::testing::AssertionFailure() << actual << " is not near " << expected;
 }
 
-/* A context whose memory is B, G, R, A bytes (premultiplied), transparent at first. */
-inline CGContextRef NewARGBContext(size_t width, size_t height) {
-  CGColorSpaceRef space = CGColorSpaceCreateDeviceRGB();
-  CGContextRef context =
-      CGBitmapContextCreate(NULL, width, height, 8, 0, space, kCGImageAlphaPremultipliedFirst | kCGBitmapByteOrder32Little);
-  CGColorSpaceRelease(space);
-  return context;
+/* Core Graphics objects are platform objects here: handed to the test's autorelease pool,
+   they need no release call of their own. */
+template <class T>
+inline T Pooled(T object) {
+  if (object) [(id)(void*)object autorelease];
+  return object;
+}
+
+/* A context whose memory is B, G, R, A bytes (premultiplied), transparent at first;
+   autoreleased. */
+inline CGContextRef ARGBContext(size_t width, size_t height) {
+  return Pooled(CGBitmapContextCreate(NULL, width, height, 8, 0, Pooled(CGColorSpaceCreateDeviceRGB()),
+                                      kCGImageAlphaPremultipliedFirst | kCGBitmapByteOrder32Little));
 }
 
 /* The pixel x of memory row `row` (row 0 is the top) of a B, G, R, A context. */
@@ -52,16 +60,46 @@ inline void FillContext(CGContextRef context, CGFloat r, CGFloat g, CGFloat b, C
   CGContextRestoreGState(context);
 }
 
-/* An image from premultiplied R, G, B, A bytes, rows from the top. */
-inline CGImageRef NewRGBAImage(size_t width, size_t height, const std::vector<uint8_t>& rgba) {
-  NSData* bytes = [NSData dataWithBytes:rgba.data() length:rgba.size()];
-  CGDataProviderRef provider = CGDataProviderCreateWithCFData((CFDataRef)(void*)bytes);
-  CGColorSpaceRef space = CGColorSpaceCreateDeviceRGB();
-  CGImageRef image = CGImageCreate(width, height, 8, 32, width * 4, space, kCGImageAlphaPremultipliedLast, provider,
-                                   NULL, true, kCGRenderingIntentDefault);
-  CGColorSpaceRelease(space);
-  CGDataProviderRelease(provider);
-  return image;
+/* An image of bytes laid out as given, rows from the top; autoreleased. */
+inline CGImageRef ImageOf(size_t width, size_t height, size_t bitsPerComponent, size_t bitsPerPixel,
+                          CGColorSpaceRef space, CGBitmapInfo info, const std::vector<uint8_t>& bytes) {
+  NSData* data = [NSData dataWithBytes:bytes.data() length:bytes.size()];
+  return Pooled(CGImageCreate(width, height, bitsPerComponent, bitsPerPixel, width * bitsPerPixel / 8, Pooled(space), info,
+                              Pooled(CGDataProviderCreateWithCFData((CFDataRef)(void*)data)), NULL, true,
+                              kCGRenderingIntentDefault));
+}
+/* An image from premultiplied R, G, B, A bytes, rows from the top; autoreleased. */
+inline CGImageRef RGBAImage(size_t width, size_t height, const std::vector<uint8_t>& rgba) {
+  return ImageOf(width, height, 8, 32, CGColorSpaceCreateDeviceRGB(), kCGImageAlphaPremultipliedLast, rgba);
+}
+
+/* A representation of any documented layout with memory of its own (planes NULL) or the
+   caller's, autoreleased; nil where the layout is refused. */
+inline NSBitmapImageRep* NewBitmap(NSInteger w, NSInteger h, NSInteger bps, NSInteger spp, BOOL alpha, NSString* space,
+                                   NSBitmapFormat format = 0, BOOL planar = NO, NSInteger row = 0, NSInteger pixel = 0,
+                                   unsigned char** planes = NULL) {
+  return [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:planes pixelsWide:w pixelsHigh:h bitsPerSample:bps
+                                             samplesPerPixel:spp hasAlpha:alpha isPlanar:planar colorSpaceName:space
+                                                bitmapFormat:format bytesPerRow:row bitsPerPixel:pixel] autorelease];
+}
+
+/* Runs draw() with context current, then brings the previous context back. */
+template <class Draw>
+inline void DrawIn(NSGraphicsContext* context, Draw draw) {
+  [NSGraphicsContext saveGraphicsState];
+  [NSGraphicsContext setCurrentContext:context];
+  draw();
+  [NSGraphicsContext restoreGraphicsState];
+}
+inline NSGraphicsContext* ContextOf(CGContextRef port, BOOL flipped = NO) {
+  return [NSGraphicsContext graphicsContextWithGraphicsPort:port flipped:flipped];
+}
+
+/* A representation's pixel as calibrated RGB, 0 to 255, row 0 at the top. */
+inline RGBA ColourAt(NSBitmapImageRep* rep, NSInteger x, NSInteger row) {
+  NSColor* c = [[rep colorAtX:x y:row] colorUsingColorSpaceName:NSCalibratedRGBColorSpace];
+  return RGBA{(int)lround([c redComponent] * 255), (int)lround([c greenComponent] * 255),
+              (int)lround([c blueComponent] * 255), (int)lround([c alphaComponent] * 255)};
 }
 
 /* An autorelease pool for the length of a test. */

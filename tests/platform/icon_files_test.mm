@@ -9,9 +9,7 @@
 
 #include <array>
 #include <cstdlib>
-#include <fstream>
 #include <functional>
-#include <iterator>
 
 #import "platform/codec_support.h"
 
@@ -95,8 +93,9 @@ std::array<int, 4> Expected(const IconImage& image, int x, int y) {
   return {int(c >> 24), int(c >> 16 & 0xFF), int(c >> 8 & 0xFF), alpha};
 }
 
+NSArray* Representations(NSData* data) { return [NSBitmapImageRep imageRepsWithData:data]; }
 NSArray* Representations(const std::string& bytes) {
-  return [NSBitmapImageRep imageRepsWithData:[NSData dataWithBytes:bytes.data() length:bytes.size()]];
+  return Representations([NSData dataWithBytes:bytes.data() length:bytes.size()]);
 }
 
 class IconFiles : public CodecTest {};
@@ -149,11 +148,7 @@ TEST_F(IconFiles, PNGIconsAndAppleIconFilesGiveOneRepresentationPerSize) {
                              "Image.new('RGBA', (256, 256), (1, 2, 3, 255)).save('pillow.icns')\n\" && "
                              "png2icns icon.icns 16.png 32.png 128.png > /dev/null";
   ASSERT_EQ(std::system(script.c_str()), 0);
-  auto bytes = [&](const std::string& name) {
-    std::ifstream in(dir + "/" + name, std::ios::binary);
-    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  };
-  const std::string ico = bytes("png.ico"), icns = bytes("icon.icns"), pillowIcns = bytes("pillow.icns");
+  NSData *ico = ReadFile(dir + "/png.ico"), *icns = ReadFile(dir + "/icon.icns"), *pillowIcns = ReadFile(dir + "/pillow.icns");
   [[maybe_unused]] int removed = std::system(("rm -rf " + dir).c_str());
 
   NSArray* reps = Representations(ico);
@@ -177,8 +172,7 @@ TEST_F(IconFiles, PNGIconsAndAppleIconFilesGiveOneRepresentationPerSize) {
     EXPECT_EQ(int(p[i]), 250) << sizes[i];
     EXPECT_EQ(int(p[3]), 255) << sizes[i];
   }
-  NSImage* image = [[[NSImage alloc] initWithData:[NSData dataWithBytes:icns.data() length:icns.size()]] autorelease];
-  EXPECT_EQ([[image representations] count], 3u);
+  EXPECT_EQ([[[[[NSImage alloc] initWithData:icns] autorelease] representations] count], 3u);
   // Pillow's icon files hold PNG elements only, the Retina sizes among them.
   reps = Representations(pillowIcns);
   std::vector<NSInteger> widths;

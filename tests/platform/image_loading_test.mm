@@ -12,42 +12,34 @@
 
 namespace {
 
-/* PNG bytes of a w x h image, red on the left half, through the bitmap encoder. */
-static NSData* RedBluePNG(int w, int h) {
+/* A w x h representation, red on the left half and blue on the right, encoded as asked. */
+static NSData* RedBlue(int w, int h, NSBitmapImageFileType type = NSPNGFileType, NSDictionary* properties = nil) {
   std::vector<uint8_t> bytes;
   for (int y = 0; y < h; y++)
     for (int x = 0; x < w; x++) {
       bool left = x < w / 2;
       bytes.insert(bytes.end(), {(uint8_t)(left ? 255 : 0), 0, (uint8_t)(left ? 0 : 255), 255});
     }
-  CGImageRef cg = NewRGBAImage(w, h, bytes);
-  NSBitmapImageRep* rep = [[[NSBitmapImageRep alloc] initWithCGImage:cg] autorelease];
-  CGImageRelease(cg);
-  return [rep representationUsingType:NSPNGFileType properties:nil];
+  NSBitmapImageRep* rep = [[[NSBitmapImageRep alloc] initWithCGImage:RGBAImage(w, h, bytes)] autorelease];
+  return [rep representationUsingType:type properties:properties];
 }
 
 /* Draws the image at its size into a new context and reads one pixel from the top. Sizes
    of decoded files are near whole points (resolutions are stored per metre). */
 static RGBA DrawnPixel(NSImage* image, size_t x, size_t row) {
   NSSize size = [image size];
-  CGContextRef port = NewARGBContext((size_t)lround(size.width), (size_t)lround(size.height));
-  NSGraphicsContext* context = [NSGraphicsContext graphicsContextWithGraphicsPort:port flipped:NO];
-  [NSGraphicsContext saveGraphicsState];
-  [NSGraphicsContext setCurrentContext:context];
-  [image drawInRect:NSMakeRect(0, 0, lround(size.width), lround(size.height))
-          fromRect:NSZeroRect
-         operation:NSCompositeCopy
-          fraction:1];
-  [NSGraphicsContext restoreGraphicsState];
-  RGBA pixel = PixelAt(port, x, row);
-  CGContextRelease(port);
-  return pixel;
+  CGContextRef port = ARGBContext((size_t)lround(size.width), (size_t)lround(size.height));
+  DrawIn(ContextOf(port), [&] {
+    [image drawInRect:NSMakeRect(0, 0, lround(size.width), lround(size.height)) fromRect:NSZeroRect
+            operation:NSCompositeCopy fraction:1];
+  });
+  return PixelAt(port, x, row);
 }
 
 class Loading : public PoolTest {};
 
 TEST_F(Loading, FromDataTakesTheSizeAndPixelsOfThePicture) {
-  NSData* png = RedBluePNG(8, 4);
+  NSData* png = RedBlue(8, 4);
   ASSERT_TRUE(png != nil);
   NSImage* image = [[[NSImage alloc] initWithData:png] autorelease];
   ASSERT_TRUE(image != nil);
@@ -66,7 +58,7 @@ TEST_F(Loading, NothingReadableGivesNil) {
   EXPECT_TRUE([[NSImage alloc] initWithData:nil] == nil);
   EXPECT_TRUE([[NSImage alloc] initWithData:[NSData data]] == nil);
   EXPECT_TRUE([[NSImage alloc] initWithData:[@"not an image" dataUsingEncoding:NSUTF8StringEncoding]] == nil);
-  NSData* png = RedBluePNG(8, 4);
+  NSData* png = RedBlue(8, 4);
   EXPECT_TRUE([[NSImage alloc] initWithData:[png subdataWithRange:NSMakeRange(0, 20)]] == nil) << "truncated";
   EXPECT_TRUE([[NSImage alloc] initWithContentsOfFile:@"/nonexistent/picture.png"] == nil);
   EXPECT_TRUE([[NSImage alloc] initWithContentsOfFile:nil] == nil);
@@ -80,14 +72,8 @@ TEST_F(Loading, NothingReadableGivesNil) {
 /* JPEG bytes of a 16 x 8 picture (red left half, blue right half) whose EXIF block says
    the pixels are stored to be turned clockwise (orientation 6). */
 static NSData* SidewaysJPEG() {
-  std::vector<uint8_t> bytes;
-  for (int y = 0; y < 8; y++)
-    for (int x = 0; x < 16; x++) bytes.insert(bytes.end(), {(uint8_t)(x < 8 ? 255 : 0), 0, (uint8_t)(x < 8 ? 0 : 255), 255});
-  CGImageRef cg = NewRGBAImage(16, 8, bytes);
-  NSBitmapImageRep* rep = [[[NSBitmapImageRep alloc] initWithCGImage:cg] autorelease];
-  CGImageRelease(cg);
-  NSDictionary* best = [NSDictionary dictionaryWithObject:[NSNumber numberWithFloat:1] forKey:NSImageCompressionFactor];
-  NSData* jpeg = [rep representationUsingType:NSJPEGFileType properties:best];
+  NSData* jpeg = RedBlue(16, 8, NSJPEGFileType,
+                         [NSDictionary dictionaryWithObject:[NSNumber numberWithFloat:1] forKey:NSImageCompressionFactor]);
   /* An APP1 segment: "Exif", a big-endian TIFF header and IFD0 with Orientation = 6. */
   const uint8_t app1[] = {0xFF, 0xE1, 0x00, 0x22, 'E', 'x', 'i', 'f', 0, 0, 'M', 'M', 0, 42, 0, 0, 0, 8,
                           0, 1, 0x01, 0x12, 0, 3, 0, 0, 0, 1, 0, 6, 0, 0, 0, 0, 0, 0};
@@ -118,7 +104,7 @@ TEST_F(Loading, ExifOrientationTurnsThePictureUprightUnlessIgnored) {
 TEST_F(Loading, ByReferenceToAFile) {
   NSString* path = [NSTemporaryDirectory() stringByAppendingPathComponent:
                                                [NSString stringWithFormat:@"image-loading-%d.png", getpid()]];
-  ASSERT_TRUE([RedBluePNG(6, 2) writeToFile:path atomically:YES]);
+  ASSERT_TRUE([RedBlue(6, 2) writeToFile:path atomically:YES]);
   NSImage* referenced = [[[NSImage alloc] initByReferencingFile:path] autorelease];
   unlink([path fileSystemRepresentation]);
   EXPECT_NEAR([referenced size].width, 6, 0.01);
@@ -144,7 +130,7 @@ TEST_F(Loading, FromTheGeneralPasteboard) {
   [pasteboard setString:@"only text" forType:NSStringPboardType];
   EXPECT_FALSE([NSImage canInitWithPasteboard:pasteboard]);
   EXPECT_TRUE([[NSImage alloc] initWithPasteboard:pasteboard] == nil);
-  NSImage* source = [[[NSImage alloc] initWithData:RedBluePNG(4, 4)] autorelease];
+  NSImage* source = [[[NSImage alloc] initWithData:RedBlue(4, 4)] autorelease];
   NSInteger before = [pasteboard changeCount];
   [pasteboard declareTypes:[NSArray arrayWithObject:NSTIFFPboardType] owner:nil];
   EXPECT_GT([pasteboard changeCount], before);
@@ -163,9 +149,8 @@ TEST_F(Loading, FromTheGeneralPasteboard) {
 /* Their own size and a given one are checked through imageWithCGImage in the plugin
    suite; that a given size leaves the pixels as they were is seen only here. */
 TEST_F(Loading, FromACGImageAtAGivenSizeKeepingItsPixels) {
-  CGImageRef cg = NewRGBAImage(3, 2, std::vector<uint8_t>(3 * 2 * 4, 255));
-  NSImage* sized = [[[NSImage alloc] initWithCGImage:cg size:NSMakeSize(30, 20)] autorelease];
-  CGImageRelease(cg);
+  NSImage* sized = [[[NSImage alloc] initWithCGImage:RGBAImage(3, 2, std::vector<uint8_t>(3 * 2 * 4, 255))
+                                                 size:NSMakeSize(30, 20)] autorelease];
   EXPECT_NEAR([sized size].width, 30, 0.01);
   EXPECT_EQ([[[sized representations] objectAtIndex:0] pixelsWide], 3);
 }
@@ -173,12 +158,10 @@ TEST_F(Loading, FromACGImageAtAGivenSizeKeepingItsPixels) {
 TEST_F(Loading, TypeListsComeFromTheRepresentationRegistry) {
   NSArray* fileTypes = [NSImage imageFileTypes];
   EXPECT_GT([fileTypes count], 0u);
-  EXPECT_TRUE([fileTypes isEqual:[NSImageRep imageFileTypes]]);
-  EXPECT_TRUE([[NSImage imageTypes] isEqual:[NSImageRep imageTypes]]);
-  EXPECT_TRUE([[NSImage imageUnfilteredTypes] isEqual:[NSImageRep imageUnfilteredTypes]]);
-  EXPECT_TRUE([[NSImage imageUnfilteredFileTypes] isEqual:[NSImageRep imageUnfilteredFileTypes]]);
-  EXPECT_TRUE([[NSImage imagePasteboardTypes] isEqual:[NSImageRep imagePasteboardTypes]]);
-  EXPECT_TRUE([[NSImage imageUnfilteredPasteboardTypes] isEqual:[NSImageRep imageUnfilteredPasteboardTypes]]);
+  for (SEL list : {@selector(imageFileTypes), @selector(imageTypes), @selector(imageUnfilteredTypes),
+                   @selector(imageUnfilteredFileTypes), @selector(imagePasteboardTypes),
+                   @selector(imageUnfilteredPasteboardTypes)})
+    EXPECT_TRUE([[NSImage performSelector:list] isEqual:[NSImageRep performSelector:list]]) << sel_getName(list);
 }
 
 }  // namespace

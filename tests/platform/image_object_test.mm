@@ -18,10 +18,17 @@ static RGBA RepPixel(NSImage* image, NSInteger x, NSInteger row) {
   NSArray* reps = [image representations];
   for (NSUInteger i = 0; i < [reps count]; i++)
     if ([[reps objectAtIndex:i] isKindOfClass:[NSBitmapImageRep class]]) rep = [reps objectAtIndex:i];
-  if (!rep) return RGBA{-1, -1, -1, -1};
-  NSColor* color = [[rep colorAtX:x y:row] colorUsingColorSpaceName:NSCalibratedRGBColorSpace];
-  return RGBA{(int)lround([color redComponent] * 255), (int)lround([color greenComponent] * 255),
-              (int)lround([color blueComponent] * 255), (int)lround([color alphaComponent] * 255)};
+  return rep ? ColourAt(rep, x, row) : RGBA{-1, -1, -1, -1};
+}
+
+/* A new image of the size filled with one colour through lockFocus. */
+static NSImage* Filled(CGFloat w, CGFloat h, NSColor* colour) {
+  NSImage* image = [[[NSImage alloc] initWithSize:NSMakeSize(w, h)] autorelease];
+  [image lockFocus];
+  [colour set];
+  NSRectFill(NSMakeRect(0, 0, w, h));
+  [image unlockFocus];
+  return image;
 }
 
 TEST_F(ImageObject, LockFocusDrawsIntoABitmapOfTheImage) {
@@ -63,9 +70,8 @@ TEST_F(ImageObject, LockFocusDrawsIntoABitmapOfTheImage) {
 
 TEST_F(ImageObject, LockFocusKeepsThePixelsOfADenserRepresentation) {
   /* 8 x 8 pixels shown at 4 x 4 points (144 dots an inch). */
-  CGImageRef cg = NewRGBAImage(8, 8, std::vector<uint8_t>(8 * 8 * 4, 255));
-  NSImage* image = [[[NSImage alloc] initWithCGImage:cg size:NSMakeSize(4, 4)] autorelease];
-  CGImageRelease(cg);
+  NSImage* image = [[[NSImage alloc] initWithCGImage:RGBAImage(8, 8, std::vector<uint8_t>(8 * 8 * 4, 255))
+                                                 size:NSMakeSize(4, 4)] autorelease];
   [image lockFocus];
   [[NSColor blackColor] set];
   NSRectFill(NSMakeRect(0, 0, 0.5, 0.5)); /* one pixel at this density */
@@ -78,11 +84,7 @@ TEST_F(ImageObject, LockFocusKeepsThePixelsOfADenserRepresentation) {
 }
 
 TEST_F(ImageObject, DrawingOneImageIntoAnotherScalesAndFades) {
-  NSImage* source = [[[NSImage alloc] initWithSize:NSMakeSize(8, 8)] autorelease];
-  [source lockFocus];
-  [[NSColor redColor] set];
-  NSRectFill(NSMakeRect(0, 0, 8, 8));
-  [source unlockFocus];
+  NSImage* source = Filled(8, 8, [NSColor redColor]);
   NSImage* target = [[[NSImage alloc] initWithSize:NSMakeSize(2, 2)] autorelease];
   [target lockFocus];
   [[NSGraphicsContext currentContext] setImageInterpolation:NSImageInterpolationHigh];
@@ -113,12 +115,8 @@ TEST_F(ImageObject, PropertiesAndFlagsKeepWhatIsSet) {
 
 TEST_F(ImageObject, RepresentationsComeAndGo) {
   NSImage* image = [[[NSImage alloc] initWithSize:NSMakeSize(2, 2)] autorelease];
-  NSBitmapImageRep* small = [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:NULL pixelsWide:2 pixelsHigh:2
-      bitsPerSample:8 samplesPerPixel:4 hasAlpha:YES isPlanar:NO colorSpaceName:NSCalibratedRGBColorSpace
-      bytesPerRow:0 bitsPerPixel:0] autorelease];
-  NSBitmapImageRep* large = [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:NULL pixelsWide:8 pixelsHigh:8
-      bitsPerSample:8 samplesPerPixel:4 hasAlpha:YES isPlanar:NO colorSpaceName:NSCalibratedRGBColorSpace
-      bytesPerRow:0 bitsPerPixel:0] autorelease];
+  NSBitmapImageRep* small = NewBitmap(2, 2, 8, 4, YES, NSCalibratedRGBColorSpace);
+  NSBitmapImageRep* large = NewBitmap(8, 8, 8, 4, YES, NSCalibratedRGBColorSpace);
   [image addRepresentation:small];
   [image addRepresentation:large];
   [image addRepresentation:small];
@@ -127,11 +125,9 @@ TEST_F(ImageObject, RepresentationsComeAndGo) {
   EXPECT_EQ([image bestRepresentationForRect:NSMakeRect(0, 0, 6, 6) context:nil hints:nil], large);
   EXPECT_EQ([image bestRepresentationForRect:NSMakeRect(0, 0, 60, 60) context:nil hints:nil], large);
   /* A context that doubles its points wants twice the pixels. */
-  CGContextRef port = NewARGBContext(8, 8);
+  CGContextRef port = ARGBContext(8, 8);
   CGContextScaleCTM(port, 4, 4);
-  NSGraphicsContext* dense = [NSGraphicsContext graphicsContextWithGraphicsPort:port flipped:NO];
-  EXPECT_EQ([image bestRepresentationForRect:NSMakeRect(0, 0, 2, 2) context:dense hints:nil], large);
-  CGContextRelease(port);
+  EXPECT_EQ([image bestRepresentationForRect:NSMakeRect(0, 0, 2, 2) context:ContextOf(port) hints:nil], large);
   [image removeRepresentation:small];
   [image removeRepresentation:nil];
   EXPECT_EQ([[image representations] count], 1u);
@@ -142,11 +138,7 @@ TEST_F(ImageObject, RepresentationsComeAndGo) {
 }
 
 TEST_F(ImageObject, TIFFRoundTripsThePixels) {
-  NSImage* image = [[[NSImage alloc] initWithSize:NSMakeSize(3, 3)] autorelease];
-  [image lockFocus];
-  [[NSColor colorWithCalibratedRed:0 green:0 blue:1 alpha:1] set];
-  NSRectFill(NSMakeRect(0, 0, 3, 3));
-  [image unlockFocus];
+  NSImage* image = Filled(3, 3, [NSColor colorWithCalibratedRed:0 green:0 blue:1 alpha:1]);
   NSData* tiff = [image TIFFRepresentation];
   ASSERT_GT([tiff length], 8u);
   NSImage* back = [[[NSImage alloc] initWithData:tiff] autorelease];
@@ -163,11 +155,7 @@ TEST_F(ImageObject, TIFFRoundTripsThePixels) {
 }
 
 TEST_F(ImageObject, RendersToCGImagesOfTheProposedSize) {
-  NSImage* image = [[[NSImage alloc] initWithSize:NSMakeSize(4, 4)] autorelease];
-  [image lockFocus];
-  [[NSColor greenColor] set];
-  NSRectFill(NSMakeRect(0, 0, 4, 4));
-  [image unlockFocus];
+  NSImage* image = Filled(4, 4, [NSColor greenColor]);
   CGImageRef own = [image CGImageForProposedRect:NULL context:nil hints:nil];
   ASSERT_TRUE(own != NULL);
   EXPECT_EQ(CGImageGetWidth(own), 4u);
@@ -176,10 +164,9 @@ TEST_F(ImageObject, RendersToCGImagesOfTheProposedSize) {
   ASSERT_TRUE(stretched != NULL);
   EXPECT_EQ(CGImageGetWidth(stretched), 10u);
   EXPECT_EQ(CGImageGetHeight(stretched), 2u);
-  CGContextRef port = NewARGBContext(10, 2);
+  CGContextRef port = ARGBContext(10, 2);
   CGContextDrawImage(port, CGRectMake(0, 0, 10, 2), stretched);
   EXPECT_EQ(PixelAt(port, 9, 1), (RGBA{0, 255, 0, 255}));
-  CGContextRelease(port);
   EXPECT_TRUE([[[[NSImage alloc] init] autorelease] CGImageForProposedRect:NULL context:nil hints:nil] == NULL);
 }
 
@@ -274,11 +261,7 @@ TEST_F(ImageObject, ThreadsDrawAndEncodeAtTheSameTimeEachInItsOwnContext) {
 TEST_F(ImageObject, WorksWithoutADisplay) {
   unsetenv("DISPLAY");
   unsetenv("WAYLAND_DISPLAY");
-  NSImage* image = [[[NSImage alloc] initWithSize:NSMakeSize(2, 2)] autorelease];
-  [image lockFocus];
-  [[NSColor redColor] set];
-  NSRectFill(NSMakeRect(0, 0, 2, 2));
-  [image unlockFocus];
+  NSImage* image = Filled(2, 2, [NSColor redColor]);
   EXPECT_EQ(RepPixel(image, 1, 1), (RGBA{255, 0, 0, 255}));
   EXPECT_TRUE([image TIFFRepresentation] != nil);
 }

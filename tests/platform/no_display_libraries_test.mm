@@ -18,11 +18,10 @@ TEST_F(NoDisplayLibraries, NothingOfXNorCairoIsMapped) {
   ASSERT_TRUE(standard != nil);
   CGImageRef pixels = [standard CGImageForProposedRect:NULL context:nil hints:nil];
   ASSERT_TRUE(pixels != NULL);
-  CGContextRef context = NewARGBContext(16, 16);
+  CGContextRef context = ARGBContext(16, 16);
   CGContextSetInterpolationQuality(context, kCGInterpolationHigh);
   CGContextDrawImage(context, CGRectMake(0, 0, 16, 16), pixels);
   EXPECT_GT(PixelAt(context, 8, 2).a, 0) << "the gear's tooth at the top";
-  CGContextRelease(context);
 
   const char* folder = getenv("QVR_LIB_DIR");
   ASSERT_TRUE(folder != NULL);

@@ -4,87 +4,40 @@
    malformed files that must fail cleanly. */
 #include "../../platform/codecs/codecs.h"
 
-#include <gtest/gtest.h>
+#import "platform/codec_support.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
-#include <cstdlib>
 #include <string>
 #include <unistd.h>
 
 namespace {
 
-std::vector<uint8_t> ReadAll(const std::string& path) {
-  std::vector<uint8_t> bytes;
-  FILE* f = std::fopen(path.c_str(), "rb");
-  if (f == nullptr) return bytes;
-  uint8_t buffer[4096];
-  size_t n;
-  while ((n = std::fread(buffer, 1, sizeof buffer, f)) > 0) bytes.insert(bytes.end(), buffer, buffer + n);
-  std::fclose(f);
-  return bytes;
-}
-
-void WriteAll(const std::string& path, const std::vector<uint8_t>& bytes) {
-  FILE* f = std::fopen(path.c_str(), "wb");
-  ASSERT_NE(f, nullptr);
-  std::fwrite(bytes.data(), 1, bytes.size(), f);
-  std::fclose(f);
-}
-
-// Pillow's RGBA reading of a file: width, height, then the bytes.
-bool PillowRGBA(const std::string& path, int& w, int& h, std::vector<uint8_t>& rgba) {
-  const std::string command =
-      "/usr/bin/python3 -c \"import sys; from PIL import Image; im = Image.open(sys.argv[1]).convert('RGBA'); "
-      "sys.stdout.write('%d %d\\n' % im.size); sys.stdout.flush(); sys.stdout.buffer.write(im.tobytes())\" " + path +
-      " 2>/dev/null";
-  FILE* f = popen(command.c_str(), "r");
-  if (f == nullptr) return false;
-  bool ok = std::fscanf(f, "%d %d", &w, &h) == 2 && std::fgetc(f) == '\n';
-  if (ok) {
-    rgba.resize(size_t(w) * h * 4);
-    ok = std::fread(rgba.data(), 1, rgba.size(), f) == rgba.size();
-  }
-  pclose(f);
-  return ok;
-}
-
-std::vector<uint8_t> AsRGBA(const qvr::Raster& r) {
-  std::vector<uint8_t> out(size_t(r.width) * r.height * 4);
+TestPicture AsRGBA(const qvr::Raster& r) {
+  TestPicture out{r.width, r.height, 4, std::vector<uint8_t>(size_t(r.width) * r.height * 4)};
   const uint8_t white[3] = {255, 255, 255};
-  for (int y = 0; y < r.height; ++y) qvr::raster_row_to_8_bits(r, y, 4, white, &out[size_t(y) * r.width * 4]);
+  for (int y = 0; y < r.height; ++y) qvr::raster_row_to_8_bits(r, y, 4, white, &out.pixels[size_t(y) * r.width * 4]);
   return out;
 }
 
-class BMPCodec : public ::testing::Test {
+class BMPCodec : public CodecTest {
  protected:
   std::string Path(const std::string& name) {
     const std::string path = "/tmp/qvr-bmp-" + std::to_string(getpid()) + "-" + name;
     files_.push_back(path);
     return path;
   }
-  void TearDown() override {
-    for (const std::string& f : files_) std::remove(f.c_str());
-  }
   // Decodes a file with ours and with Pillow and expects the same RGBA.
   void ExpectSameAsPillow(const std::string& path, bool expect_alpha) {
-    std::vector<uint8_t> bytes = ReadAll(path);
-    ASSERT_FALSE(bytes.empty()) << path;
+    NSData* bytes = ReadFile(path);
+    ASSERT_GT([bytes length], 0u) << path;
     qvr::Frame frame;
-    ASSERT_TRUE(qvr::bmp_decode(bytes.data(), bytes.size(), frame)) << path;
+    ASSERT_TRUE(qvr::bmp_decode(static_cast<const uint8_t*>([bytes bytes]), [bytes length], frame)) << path;
     EXPECT_EQ(frame.raster.alpha, expect_alpha) << path;
-    int w = 0, h = 0;
-    std::vector<uint8_t> theirs;
-    ASSERT_TRUE(PillowRGBA(path, w, h, theirs)) << path;
-    ASSERT_EQ(w, frame.raster.width);
-    ASSERT_EQ(h, frame.raster.height);
-    std::vector<uint8_t> ours = AsRGBA(frame.raster);
-    int worst = 0;
-    for (size_t i = 0; i < ours.size(); ++i) worst = std::max(worst, std::abs(int(ours[i]) - int(theirs[i])));
-    EXPECT_LE(worst, 1) << path;  // 16-bit channels may round differently by one
+    TestPicture theirs;
+    ASSERT_TRUE(DecodeWithPillow(path, theirs)) << path;
+    EXPECT_LE(MaxDifference(AsRGBA(frame.raster), theirs), 1) << path;  // 16-bit channels may round differently by one
   }
-  std::vector<std::string> files_;
 };
 
 TEST_F(BMPCodec, ReadsWhatImageMagickWritesInEveryDepth) {
@@ -149,12 +102,9 @@ TEST_F(BMPCodec, RLE4WithRunsLiteralsDeltaAndLineEnds) {
   const uint8_t* middle = frame.raster.row(1);
   const int expected_middle[8] = {0, 0, 3, 3, 3, 0, 0, 0};
   for (int x = 0; x < 8; ++x) EXPECT_EQ(0, std::memcmp(middle + x * 3, rgb[expected_middle[x]], 3)) << x;
-  const std::string path = Path("rle4.bmp");
-  WriteAll(path, file);
-  int w = 0, h = 0;
-  std::vector<uint8_t> theirs;
-  if (PillowRGBA(path, w, h, theirs)) {  // the other decoder agrees where it reads RLE4
-    for (int x = 0; x < 8; ++x) EXPECT_EQ(0, std::memcmp(&theirs[(2 * 8 + x) * 4], rgb[expected_bottom[x]], 3)) << x;
+  TestPicture theirs;
+  if (DecodeWithPillow(Temporary([NSData dataWithBytes:file.data() length:file.size()], ".bmp"), theirs)) {  // the other decoder agrees where it reads RLE4
+    for (int x = 0; x < 8; ++x) EXPECT_EQ(0, std::memcmp(theirs.at(x, 2), rgb[expected_bottom[x]], 3)) << x;
   }
 }
 
@@ -205,20 +155,14 @@ TEST_F(BMPCodec, MalformedFilesFailCleanly) {
   ASSERT_TRUE(qvr::bmp_decode(high.data(), high.size(), frame));
   EXPECT_EQ(frame.raster.row(0)[0], 0);
   EXPECT_EQ(frame.raster.row(0)[3], 255);
-  // Impossible headers.
-  std::vector<uint8_t> bad = good;
-  bad[28] = 7;  // 7 bits a pixel
-  EXPECT_FALSE(qvr::bmp_decode(bad.data(), bad.size(), frame));
-  bad = good;
-  bad[26] = 2;  // two planes
-  EXPECT_FALSE(qvr::bmp_decode(bad.data(), bad.size(), frame));
-  bad = good;
-  bad[18] = 0, bad[19] = 0, bad[20] = 0, bad[21] = 0x80;  // negative width
-  EXPECT_FALSE(qvr::bmp_decode(bad.data(), bad.size(), frame));
-  bad = good;
-  bad[14] = 0xFF, bad[15] = 0xFF;  // header longer than the file
-  EXPECT_FALSE(qvr::bmp_decode(bad.data(), bad.size(), frame));
-  bad = MakeFile(4, 4, 24, 0, {}, std::vector<uint8_t>(20, 0));  // pixels cut short
+  // Impossible headers: 7 bits a pixel, two planes, a negative width, a header longer than the file.
+  const std::pair<size_t, std::vector<uint8_t>> patches[] = {{28, {7}}, {26, {2}}, {18, {0, 0, 0, 0x80}}, {14, {0xFF, 0xFF}}};
+  for (const auto& [at, patch] : patches) {
+    std::vector<uint8_t> bad = good;
+    std::copy(patch.begin(), patch.end(), bad.begin() + long(at));
+    EXPECT_FALSE(qvr::bmp_decode(bad.data(), bad.size(), frame)) << at;
+  }
+  std::vector<uint8_t> bad = MakeFile(4, 4, 24, 0, {}, std::vector<uint8_t>(20, 0));  // pixels cut short
   EXPECT_FALSE(qvr::bmp_decode(bad.data(), bad.size(), frame));
   EXPECT_FALSE(qvr::bmp_decode(nullptr, 0, frame));
 }
