@@ -2,30 +2,18 @@
 // of TrueItem, deleting, and the hand-over to plugins as FSRef, parent FSRef plus name,
 // and FSSpec, both ways.
 #include "host_fixture.h"
+#include "support/plugin_host.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
 #include <thread>
 
 namespace {
 
 class FolderItemTest : public HostTest {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/qvr-folderitem-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
-  }
-  void TearDown() override {
-    HostTest::TearDown();
-    std::string command = "rm -rf '" + dir_ + "'";
-    EXPECT_EQ(std::system(command.c_str()), 0);
-  }
-  void write(const std::string& name, const std::string& bytes) { std::ofstream(dir_ + "/" + name) << bytes; }
+  void write(const std::string& name, const std::string& bytes) { folder_.write(name, bytes); }
   host::Value item(const std::string& path) { return rt().newInstance("FolderItem", {str(path.c_str())}); }
   std::string path(const host::Value& v) { return rt().folderItemPath(v); }
   bool flag(const host::Value& v, const char* name) { return rt().get(v, name).boolean; }
@@ -33,7 +21,8 @@ class FolderItemTest : public HostTest {
     return rt().callShared("TestHandOver", member, std::move(args));
   }
 
-  std::string dir_;
+  support::TempFolder folder_;
+  const std::string dir_ = folder_.path();
 };
 
 TEST_F(FolderItemTest, PathsNamesAndParents) {

@@ -6,10 +6,20 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "support/plugin_host.h"
 #include "support/raised.h"
 
 namespace support {
+
+// A value of the instance data of a root-class object, which starts 24 bytes into it.
+template <typename T>
+T DataWord(const host::Value& object, size_t offset) {
+  T value;
+  std::memcpy(&value, reinterpret_cast<const char*>(object.object.get()) + 24 + offset, sizeof value);
+  return value;
+}
 
 class PluginTest : public ::testing::Test {
  protected:
@@ -25,6 +35,14 @@ class PluginTest : public ::testing::Test {
     return runtime_->callShared("FrameProbeQVR", member, std::move(args));
   }
   host::Value Text(std::string_view utf8) { return runtime_->string(utf8); }
+  host::Value Block(const std::string& bytes) { return runtime_->memoryBlock(bytes.data(), bytes.size()); }
+  // An NSImageQVR instance that holds no image: Constructor gives it an empty one, a failed
+  // load takes that away.
+  host::Value WithoutImage() {
+    host::Value none = runtime_->newInstance("NSImageQVR");
+    runtime_->call(none, "initWithContentsOfURL", {Text("")});
+    return none;
+  }
   std::string Utf8(const host::Value& value) { return runtime_->utf8(value); }
 
   void TearDown() override {

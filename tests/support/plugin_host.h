@@ -56,4 +56,24 @@ class StderrCapture {
 // Lines containing needle.
 size_t CountContaining(const std::vector<std::string>& lines, const std::string& needle);
 
+// A fresh folder under /tmp, removed with all it holds when the object goes.
+class TempFolder {
+ public:
+  TempFolder();
+  ~TempFolder();
+  TempFolder(const TempFolder&) = delete;
+  TempFolder& operator=(const TempFolder&) = delete;
+  const std::string& path() const { return path_; }
+  std::string path(const std::string& name) const { return path_ + "/" + name; }
+  void write(const std::string& name, const std::string& bytes) const;
+
+ private:
+  std::string path_;
+};
+
+// The bytes of a file, "" when there is none.
+std::string ReadBytes(const std::string& path);
+// What a shell command prints on its standard output, as it is.
+std::string Output(const std::string& command);
+
 }  // namespace support
