@@ -23,23 +23,22 @@ const char kClass[] = "NSBitmapImageRepQVR";
 // Runs a shell command on the bytes written to a temporary file (named wherever {} stands)
 // and returns what it prints, without the last newline.
 std::string Tool(const std::string& bytes, std::string command) {
-  char path[] = "/tmp/qvr-tool-XXXXXX";
-  const int fd = mkstemp(path);
-  if (fd < 0) return "";
-  const bool written = write(fd, bytes.data(), bytes.size()) == ssize_t(bytes.size());
-  close(fd);
+  support::TempFolder folder;
+  folder.write("file", bytes);
   for (size_t at = command.find("{}"); at != std::string::npos; at = command.find("{}", at))
-    command.replace(at, 2, path);
-  std::string output;
-  if (FILE* pipe = written ? popen((command + " 2>&1").c_str(), "r") : nullptr) {
-    char buffer[4096];
-    size_t n;
-    while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0) output.append(buffer, n);
-    pclose(pipe);
-  }
-  unlink(path);
+    command.replace(at, 2, folder.path("file"));
+  std::string output = support::Output(command + " 2>&1");
   while (!output.empty() && output.back() == '\n') output.pop_back();
   return output;
+}
+
+// The bytes a Python program with Pillow writes to the file `out`.
+std::string Made(const std::string& program) {
+  support::TempFolder folder;
+  const std::string command = "/usr/bin/python3 -c \"import sys; from PIL import Image, ImageCms; out = sys.argv[1]; " +
+                              program + "\" " + folder.path("made");
+  EXPECT_EQ(std::system(command.c_str()), 0) << program;
+  return support::ReadBytes(folder.path("made"));
 }
 
 std::string Pillow(const std::string& bytes, const std::string& program) {
@@ -56,15 +55,11 @@ std::string Hex(const std::string& bytes) {
 
 class BitmapEncoding : public support::PluginTest {
  protected:
-  Value Bytes(const std::string& bytes) { return runtime_->memoryBlock(bytes.data(), bytes.size()); }
   // A 32 x 16 representation: a gradient, the right quarter fully transparent.
   Value Rep() {
-    const std::string png = Tool("", "/usr/bin/python3 -c \"import sys; from PIL import Image; "
-                                     "im = Image.new('RGBA', (32, 16)); "
-                                     "im.putdata([(x * 8, y * 16, 255 - x * 4, 0 if x >= 24 else 255) "
-                                     "for y in range(16) for x in range(32)]); "
-                                     "im.save(sys.stdout.buffer, 'PNG')\" > {}; cat {}");
-    return runtime_->callShared(kClass, "imageRepWithData", {Bytes(png)});
+    const std::string png = Made("im = Image.new('RGBA', (32, 16)); im.putdata([(x * 8, y * 16, 255 - x * 4, "
+                                 "0 if x >= 24 else 255) for y in range(16) for x in range(32)]); im.save(out, 'PNG')");
+    return runtime_->callShared(kClass, "imageRepWithData", {Block(png)});
   }
   Value Dictionary(const std::vector<std::pair<std::string, Value>>& entries) {
     Value dictionary = runtime_->newInstance("Dictionary");
@@ -101,7 +96,7 @@ TEST_F(BitmapEncoding, EveryEncoderWithoutAndWithProperties) {
     // An empty Dictionary asks for nothing more than none.
     EXPECT_EQ(Encode(rep, c.member, Dictionary({})), plain);
     // An instance without a representation encodes to nil and raises nothing.
-    EXPECT_TRUE(runtime.call(runtime.newInstance(kClass, {Bytes("junk")}), c.member, {Value::nil()}).isNil());
+    EXPECT_TRUE(runtime.call(runtime.newInstance(kClass, {Block("junk")}), c.member, {Value::nil()}).isNil());
   }
   auto one = [&](const char* key, Value value) { return Dictionary({{key, value}}); };
 
@@ -151,17 +146,16 @@ TEST_F(BitmapEncoding, EveryEncoderWithoutAndWithProperties) {
   EXPECT_EQ(std::string(reinterpret_cast<const char*>(overRed.at(28, 3)), 4), std::string("\xff\0\0\xff", 4));
 
   // A colour profile and EXIF survive the round trip, for Pillow and for the platform.
-  const std::string profile = Tool("", "/usr/bin/python3 -c \"import sys; from PIL import ImageCms; "
-                                       "sys.stdout.buffer.write(ImageCms.ImageCmsProfile(ImageCms.createProfile('sRGB'))"
-                                       ".tobytes())\" > {}; cat {}");
+  const std::string profile =
+      Made("open(out, 'wb').write(ImageCms.ImageCmsProfile(ImageCms.createProfile('sRGB')).tobytes())");
   ASSERT_GT(profile.size(), 128u);
   for (const char* member : {"PNGRepresentation", "JPEGRepresentation", "TIFFRepresentation"}) {
     SCOPED_TRACE(member);
-    Value properties = Dictionary({{"NSImageColorSyncProfileData", Bytes(profile)},
+    Value properties = Dictionary({{"NSImageColorSyncProfileData", Block(profile)},
                                    {"NSImageEXIFData", Dictionary({{"Make", Text("QVR Writer")}})}});
     const std::string data = Encode(rep, member, properties);
     EXPECT_EQ(Pillow(data, "print(im.info.get('icc_profile', b'').hex())"), Hex(profile));
-    Value back = runtime.callShared(kClass, "imageRepWithData", {Bytes(data)});
+    Value back = runtime.callShared(kClass, "imageRepWithData", {Block(data)});
     ASSERT_FALSE(back.isNil());
     Value backProfile = runtime.call(back, "valueForProperty", {Text("NSImageColorSyncProfileData")});
     EXPECT_EQ(runtime_->memoryBlockBytes(runtime.unboxed(backProfile)), profile);
@@ -198,7 +192,7 @@ TEST_F(BitmapEncoding, PropertiesByKeyBothWaysAndWhatALoadedImageReports) {
   EXPECT_EQ(Number(get(rep, "NSImageCompressionFactor")), 0.25);
   set("QVRNote", Text("h\xC3\xA9llo"));
   EXPECT_EQ(Utf8(get(rep, "QVRNote")), "h\xC3\xA9llo");
-  set("QVRBytes", Bytes(std::string("\0\1\2", 3)));
+  set("QVRBytes", Block(std::string("\0\1\2", 3)));
   EXPECT_EQ(runtime.memoryBlockBytes(get(rep, "QVRBytes")), std::string("\0\1\2", 3));
   set("QVRList", runtime.array(host::kArrayInt32, {Value::ofInt32(4), Value::ofInt32(-5)}));
   std::vector<Value> list = runtime.arrayElements(get(rep, "QVRList"));
@@ -219,16 +213,12 @@ TEST_F(BitmapEncoding, PropertiesByKeyBothWaysAndWhatALoadedImageReports) {
   EXPECT_EQ(Utf8(runtime.unboxed(runtime.call(exif, "Value", {Text("Make")}))), "Set Here");
 
   // What loaded images report: progressive scans, and an animation's frames and loops.
-  const std::string progressive = Tool("", "/usr/bin/python3 -c \"from PIL import Image; "
-                                           "Image.new('RGB', (16, 16), (9, 99, 199)).save('{}.jpg', progressive=True)\"; "
-                                           "cat {}.jpg; rm {}.jpg");
-  Value loaded = runtime.callShared(kClass, "imageRepWithData", {Bytes(progressive)});
+  const std::string progressive = Made("Image.new('RGB', (16, 16), (9, 99, 199)).save(out, 'JPEG', progressive=True)");
+  Value loaded = runtime.callShared(kClass, "imageRepWithData", {Block(progressive)});
   EXPECT_EQ(Number(get(loaded, "NSImageProgressive")), 1);
-  const std::string gif = Tool("", "/usr/bin/python3 -c \"from PIL import Image; "
-                                   "f = [Image.new('RGB', (8, 8), (60 * i, 0, 0)) for i in range(3)]; "
-                                   "f[0].save('{}.gif', save_all=True, append_images=f[1:], duration=[100, 200, 300], "
-                                   "loop=5)\"; cat {}.gif; rm {}.gif");
-  Value animation = runtime.callShared(kClass, "imageRepWithData", {Bytes(gif)});
+  const std::string gif = Made("f = [Image.new('RGB', (8, 8), (60 * i, 0, 0)) for i in range(3)]; f[0].save(out, 'GIF', "
+                               "save_all=True, append_images=f[1:], duration=[100, 200, 300], loop=5)");
+  Value animation = runtime.callShared(kClass, "imageRepWithData", {Block(gif)});
   EXPECT_EQ(Number(get(animation, "NSImageFrameCount")), 3);
   EXPECT_EQ(Number(get(animation, "NSImageLoopCount")), 5);
   EXPECT_NEAR(Number(get(animation, "NSImageCurrentFrameDuration")), 0.1, 1e-6);

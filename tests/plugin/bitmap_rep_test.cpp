@@ -5,12 +5,9 @@
 // no representation.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <map>
-#include <sstream>
 #include <string>
 
 #include "support/plugin_fixture.h"
@@ -27,7 +24,6 @@ class BitmapRep : public PluginTest {
   Value Shared(std::string_view member, std::vector<Value> args = {}) {
     return runtime_->callShared(kClass, member, std::move(args));
   }
-  Value Bytes(const std::string& bytes) { return runtime_->memoryBlock(bytes.data(), bytes.size()); }
   int64_t Integer(const Value& rep, std::string_view property) { return runtime_->get(rep, property).integer; }
   // The colour samples of the representation's first row (8-bit RGB pixels, any padding
   // left out), read where bitmapData points.
@@ -45,22 +41,15 @@ struct PillowFiles {
   std::map<std::string, std::string> bytes;  // extension to file bytes
   std::string firstRow;                       // RGB of row 0
   PillowFiles() {
-    char pattern[] = "/tmp/qvr-bitmap-XXXXXX";
-    const std::string folder = mkdtemp(pattern);
+    support::TempFolder folder;
     const std::string script =
         "import sys\nfrom PIL import Image\nim = Image.new('RGB', (6, 4))\n"
         "im.putdata([(x * 40, y * 60, 200 - x * 10) for y in range(4) for x in range(6)])\n"
         "for ext in ('png', 'tiff', 'gif', 'bmp', 'jp2'): im.save(sys.argv[1] + '/image.' + ext)\n"
         "im.save(sys.argv[1] + '/image.jpg', quality=100, subsampling=0)\n";
-    std::string command = "/usr/bin/python3 -c \"" + script + "\" " + folder;
-    EXPECT_EQ(std::system(command.c_str()), 0);
-    for (const char* ext : {"png", "tiff", "gif", "bmp", "jp2", "jpg"}) {
-      std::ifstream in(folder + "/image." + ext, std::ios::binary);
-      std::stringstream content;
-      content << in.rdbuf();
-      bytes[ext] = content.str();
-    }
-    std::system(("rm -rf " + folder).c_str());
+    EXPECT_EQ(std::system(("/usr/bin/python3 -c \"" + script + "\" " + folder.path()).c_str()), 0);
+    for (const std::string ext : {"png", "tiff", "gif", "bmp", "jp2", "jpg"})
+      bytes[ext] = support::ReadBytes(folder.path("image." + ext));
     for (int x = 0; x < 6; ++x) firstRow += {char(x * 40), char(0), char(200 - x * 10)};
   }
 };
@@ -143,8 +132,8 @@ TEST_F(BitmapRep, DataInEveryFormatTheConstructorAndTheFactory) {
   for (const auto& [extension, bytes] : files.bytes) {
     SCOPED_TRACE(extension);
     ASSERT_FALSE(bytes.empty());
-    Value constructed = runtime.newInstance(kClass, {Bytes(bytes)});
-    Value made = Shared("imageRepWithData", {Bytes(bytes)});
+    Value constructed = runtime.newInstance(kClass, {Block(bytes)});
+    Value made = Shared("imageRepWithData", {Block(bytes)});
     for (const Value& rep : {constructed, made}) {
       ASSERT_EQ(support::ClassName(runtime, rep), kClass);
       ASSERT_EQ(Integer(rep, "samplesPerPixel"), 3);
@@ -159,7 +148,7 @@ TEST_F(BitmapRep, DataInEveryFormatTheConstructorAndTheFactory) {
     }
   }
   // Junk and nothing make no representation and raise nothing.
-  for (const Value& junk : {Bytes("not an image at all"), Bytes("")}) {
+  for (const Value& junk : {Block("not an image at all"), Block("")}) {
     Value rep = runtime.newInstance(kClass, {junk});
     EXPECT_EQ(Integer(rep, "Handle"), 0);
     EXPECT_TRUE(Shared("imageRepWithData", {junk}).isNil());
@@ -168,7 +157,7 @@ TEST_F(BitmapRep, DataInEveryFormatTheConstructorAndTheFactory) {
 
 TEST_F(BitmapRep, ColorSpaceCGImageAndRetagging) {
   host::Runtime& runtime = Start();
-  Value rep = Shared("imageRepWithData", {Bytes(PillowFiles().bytes["png"])});
+  Value rep = Shared("imageRepWithData", {Block(PillowFiles().bytes["png"])});
   Value space = runtime.get(rep, "colorSpace");
   ASSERT_EQ(support::ClassName(runtime, space), "NSColorSpaceQVR");
   EXPECT_EQ(runtime.get(rep, "colorSpace").object.get(), space.object.get()) << "the same host instance twice";
@@ -212,7 +201,7 @@ TEST_F(BitmapRep, WithoutTheSiblingPluginNoWrappersAndNoCGImageClass) {
   host::Options options;
   options.siblings = false;
   host::Runtime& runtime = Start(options);
-  Value rep = Shared("imageRepWithData", {Bytes(PillowFiles().bytes["bmp"])});
+  Value rep = Shared("imageRepWithData", {Block(PillowFiles().bytes["bmp"])});
   ASSERT_FALSE(rep.isNil());
   EXPECT_TRUE(runtime.get(rep, "colorSpace").isNil());
   EXPECT_TRUE(runtime.get(rep, "CGImage").isNil());
@@ -221,7 +210,7 @@ TEST_F(BitmapRep, WithoutTheSiblingPluginNoWrappersAndNoCGImageClass) {
 
 TEST_F(BitmapRep, AnInstanceWithoutARepresentationAnswersNothing) {
   host::Runtime& runtime = Start();
-  Value none = runtime.newInstance(kClass, {Bytes("junk")});
+  Value none = runtime.newInstance(kClass, {Block("junk")});
   for (const char* property : {"bitsPerPixel", "bytesPerRow", "bytesPerPlane", "samplesPerPixel", "numberOfPlanes",
                                "bitmapFormat"})
     EXPECT_EQ(Integer(none, property), 0) << property;

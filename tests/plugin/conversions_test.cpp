@@ -3,12 +3,6 @@
 // FolderItems and file URLs along each of the host's three hand-over routes.
 #include <gtest/gtest.h>
 
-#include <stdlib.h>
-#include <unistd.h>
-
-#include <cstdio>
-#include <fstream>
-
 #include "support/plugin_fixture.h"
 
 namespace {
@@ -17,20 +11,10 @@ using host::Value;
 
 class Conversions : public support::PluginTest {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/qvr-conversions-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
-    std::ofstream(dir_ + "/present.txt") << "here";
-  }
-  ~Conversions() override {
-    std::remove((dir_ + "/present.txt").c_str());
-    rmdir(dir_.c_str());
-  }
+  void SetUp() override { folder_.write("present.txt", "here"); }
   Value Call(std::string_view member, std::vector<Value> args = {}) {
-    return runtime_->callShared("ConversionProbeQVR", member, std::move(args));
+    return runtime_->callShared("ValueProbeQVR", member, std::move(args));
   }
-  Value Block(const std::string& bytes) { return runtime_->memoryBlock(bytes.data(), bytes.size()); }
   std::string Bytes(const Value& block) { return runtime_->memoryBlockBytes(block); }
   std::string UrlPath(const std::string& path) { return Utf8(Call("URLPathOf", {runtime_->folderItem(path)})); }
   // The path of the FolderItem made from the file URL of path, "nil" for none.
@@ -55,7 +39,8 @@ class Conversions : public support::PluginTest {
     return options;
   }
 
-  std::string dir_;
+  support::TempFolder folder_;
+  const std::string dir_ = folder_.path();
 };
 
 const std::string kPrecomposed = "caf\xC3\xA9.png";   // U+00E9

@@ -22,9 +22,8 @@ class Encoding : public support::PluginTest {
     std::string rgba(32 * 16 * 4, '\0');
     for (int y = 0; y < 16; ++y)
       for (int x = 0; x < 16; ++x) rgba.replace((y * 32 + x) * 4, 4, "\xff\x00\x00\xff", 4);
-    return Shared("ImageFromPixels", {Value::ofInteger(32), Value::ofInteger(16), Bytes(rgba)});
+    return Shared("ImageFromPixels", {Value::ofInteger(32), Value::ofInteger(16), Block(rgba)});
   }
-  Value Bytes(const std::string& bytes) { return runtime_->memoryBlock(bytes.data(), bytes.size()); }
   std::string Encode(const Value& image, std::string_view member, std::vector<Value> args = {}) {
     Value block = runtime_->call(image, member, std::move(args));
     return block.isNil() ? std::string() : runtime_->memoryBlockBytes(block);
@@ -101,9 +100,7 @@ TEST_F(Encoding, TIFFCompressionEmptyImagesAndInstancesWithoutImage) {
   EXPECT_TRUE(runtime_->call(empty, "GIFRepresentationMT").isNil());
 
   // An instance that holds no image gives nil from every encoder, without an exception.
-  // Constructor gives an empty image; a failed load leaves the instance without one.
-  Value none = runtime_->newInstance("NSImageQVR");
-  runtime_->call(none, "initWithContentsOfURL", {Text("")});
+  Value none = WithoutImage();
   for (const char* member : {"GIFRepresentation", "BMPRepresentation", "PNGRepresentation", "JPEGRepresentation",
                              "TIFFRepresentation", "GIFRepresentationMT", "BMPRepresentationMT",
                              "PNGRepresentationMT", "JPEGRepresentationMT", "TIFFRepresentationMT"})
@@ -165,8 +162,8 @@ TEST_F(Encoding, OpaqueBitmapsEncodeAsTheirDrawingOverWhiteWould) {
   };
   for (const Case& c : {Case{"own size", 40, 24, false}, Case{"scaled", 20, 12, false}, Case{"flipped", 40, 24, true}}) {
     SCOPED_TRACE(c.name);
-    Value opaque = Shared("ImageFromPixels", {Value::ofInteger(40), Value::ofInteger(24), Bytes(rgb)});
-    Value drawn = Shared("ImageFromPixels", {Value::ofInteger(40), Value::ofInteger(24), Bytes(rgba)});
+    Value opaque = Shared("ImageFromPixels", {Value::ofInteger(40), Value::ofInteger(24), Block(rgb)});
+    Value drawn = Shared("ImageFromPixels", {Value::ofInteger(40), Value::ofInteger(24), Block(rgba)});
     for (const Value& image : {opaque, drawn}) {
       runtime.set(image, "size", runtime.newInstance("NSSizeQVR", {Value::ofDouble(c.width), Value::ofDouble(c.height)}));
       runtime.set(image, "isFlipped", Value::ofBoolean(c.flipped));

@@ -12,11 +12,8 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <thread>
 
@@ -28,45 +25,36 @@ using support::PluginTest;
 
 const int kWidth = 7, kHeight = 5;
 
-std::string ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream bytes;
-  bytes << in.rdbuf();
-  return bytes.str();
-}
-
 // A folder of test images: source.ppm, a 7 x 5 picture of distinct colours, and the same
 // picture written by the netpbm and libjpeg tools in each format.
 class ImageFolder {
  public:
   ImageFolder() {
-    char pattern[] = "/tmp/qvr-images-XXXXXX";
-    folder_ = mkdtemp(pattern);
     std::string ppm = "P6\n" + std::to_string(kWidth) + " " + std::to_string(kHeight) + "\n255\n";
     for (int y = 0; y < kHeight; ++y)
       for (int x = 0; x < kWidth; ++x) ppm += {char(x * 40), char(y * 60), char(200 - x * 10 - y * 7)};
-    std::ofstream(path("source.ppm"), std::ios::binary) << ppm;
+    folder_.write("source.ppm", ppm);
     source_ = ppm.substr(ppm.size() - kWidth * kHeight * 3);
     const char* commands[][2] = {{"png", "pnmtopng"}, {"jpg", "cjpeg -quality 95"}, {"tif", "pnmtotiff"},
                                  {"gif", "ppmtogif"}, {"bmp", "ppmtobmp -bpp 24"}};
     for (auto& command : commands) Run(std::string(command[1]) + " source.ppm > image." + command[0]);
     Run("djpeg -pnm image.jpg > jpeg-decoded.ppm");
-    std::string decoded = ReadFile(path("jpeg-decoded.ppm"));
+    std::string decoded = bytes("jpeg-decoded.ppm");
     jpegPixels_ = decoded.substr(decoded.size() - source_.size());
   }
-  ~ImageFolder() { Run("rm -rf " + folder_); }
-  std::string path(const std::string& name) const { return folder_ + "/" + name; }
-  std::string bytes(const std::string& name) const { return ReadFile(path(name)); }
+  std::string path(const std::string& name) const { return folder_.path(name); }
+  std::string bytes(const std::string& name) const { return support::ReadBytes(path(name)); }
   // RGB bytes, rows from the top: the source, and the JPEG as djpeg decodes it.
   const std::string& source() const { return source_; }
   const std::string& jpegPixels() const { return jpegPixels_; }
 
  private:
   void Run(const std::string& command) const {
-    std::string line = "cd " + folder_ + " && " + command + " 2>/dev/null";
+    std::string line = "cd " + folder_.path() + " && " + command + " 2>/dev/null";
     ASSERT_EQ(std::system(line.c_str()), 0) << line;
   }
-  std::string folder_, source_, jpegPixels_;
+  support::TempFolder folder_;
+  std::string source_, jpegPixels_;
 };
 
 // Serves a PNG on 127.0.0.1 at an ephemeral port, on a thread of its own that never
@@ -141,17 +129,12 @@ class ImageCreation : public PluginTest {
   intptr_t Handle(const host::Value& image) { return runtime_->get(image, "Handle").integer; }
 
   // The RGB bytes of an image as the platform draws it at its own size, rows from the
-  // top; "" when it has none. Also checks the drawn size.
+  // top; "" when it has none. Also checks that size.
   std::string Pixels(const host::Value& image, int width = kWidth, int height = kHeight) {
-    host::Value block = runtime_->callShared("ImageProbeQVR", "ImagePixels", {image});
-    std::string bytes = runtime_->memoryBlockBytes(block);
-    if (bytes.size() < 8) return "";
-    uint32_t size[2];
-    std::memcpy(size, bytes.data(), sizeof size);
-    EXPECT_EQ(size[0], static_cast<uint32_t>(width));
-    EXPECT_EQ(size[1], static_cast<uint32_t>(height));
-    std::string rgb;
-    for (size_t i = 8; i + 3 < bytes.size(); i += 4) rgb.append(bytes, i, 3);
+    std::string bytes = runtime_->memoryBlockBytes(Shared("ImagePixels", {image})), rgb;
+    if (bytes.empty()) return "";
+    EXPECT_EQ(Utf8(Shared("ImageGeometry", {image})), std::to_string(width) + " x " + std::to_string(height));
+    for (size_t i = 0; i + 3 < bytes.size(); i += 4) rgb.append(bytes, i, 3);
     return rgb;
   }
 

@@ -3,14 +3,8 @@
 // PNG and bitmap images, .icns), a JPEG with EXIF data and a PNG without.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <array>
-#include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
-#include <sstream>
 
 #include "support/plugin_fixture.h"
 
@@ -20,27 +14,17 @@ using host::Value;
 
 class Representations : public support::PluginTest {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/qvr-reps-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
-    Probe();
-  }
-  ~Representations() override { [[maybe_unused]] int removed = std::system(("rm -rf " + dir_).c_str()); }
+  void SetUp() override { Probe(); }
 
   // Runs a Pillow script with the folder as sys.argv[1] and reads the file it wrote.
   std::string Made(const std::string& script, const std::string& name) {
     const std::string command = "cd " + dir_ + " && /usr/bin/python3 -c \"import sys; from PIL import Image, "
                                 "TiffImagePlugin\n" + script + "\" " + dir_;
     EXPECT_EQ(std::system(command.c_str()), 0) << script;
-    std::ifstream in(dir_ + "/" + name, std::ios::binary);
-    std::ostringstream bytes;
-    bytes << in.rdbuf();
-    return bytes.str();
+    return support::ReadBytes(folder_.path(name));
   }
   Value Image(const std::string& bytes) {
-    return runtime_->callShared("NSImageQVR", "imageWithData(data as memoryblock) as NSImageQVR",
-                                {runtime_->memoryBlock(bytes.data(), bytes.size())});
+    return runtime_->callShared("NSImageQVR", "imageWithData(data as memoryblock) as NSImageQVR", {Block(bytes)});
   }
   int64_t Int(const Value& self, const char* property) { return runtime_->get(self, property).integer; }
   // "count max-width x max-height min-width x min-height".
@@ -64,7 +48,8 @@ class Representations : public support::PluginTest {
     return text;
   }
 
-  std::string dir_;
+  support::TempFolder folder_;
+  const std::string dir_ = folder_.path();
 };
 
 TEST_F(Representations, MultiPageTIFFsAndIconFilesHaveOneRepresentationPerImage) {
@@ -82,8 +67,7 @@ TEST_F(Representations, MultiPageTIFFsAndIconFilesHaveOneRepresentationPerImage)
              "), (250, 0, 0, 255)).save(sys.argv[1] + '/" + std::to_string(size) + ".png')",
          std::to_string(size) + ".png");
   ASSERT_EQ(std::system(("cd " + dir_ + " && png2icns icon.icns 16.png 32.png 128.png > /dev/null").c_str()), 0);
-  std::ifstream in(dir_ + "/icon.icns", std::ios::binary);
-  const std::string icns((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  const std::string icns = support::ReadBytes(folder_.path("icon.icns"));
 
   const std::vector<std::array<std::string, 3>> table = {
       // file, measurements, representations

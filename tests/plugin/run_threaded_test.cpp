@@ -18,7 +18,7 @@ class ThreadedRunner : public support::PluginTest {
  protected:
   // "ran=<0|1> name=<worker thread's name> refused=<failures delivered>".
   std::string Run(int64_t milliseconds, int64_t failure = 0) {
-    return Utf8(runtime_->callShared("ConversionProbeQVR", "RunWork",
+    return Utf8(runtime_->callShared("ValueProbeQVR", "RunWork",
                                      {Value::ofInteger(milliseconds), Value::ofInteger(failure)}));
   }
 };

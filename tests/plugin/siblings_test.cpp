@@ -12,16 +12,9 @@
 
 namespace {
 
+using support::DataWord;
 using support::PluginTest;
 using host::Value;
-
-// The instance data of a root-class object: 24 bytes into the object.
-template <typename T>
-T DataWord(const Value& object, size_t offset) {
-  T value;
-  std::memcpy(&value, reinterpret_cast<const char*>(object.object.get()) + 24 + offset, sizeof value);
-  return value;
-}
 
 TEST_F(PluginTest, GeometryValuesAreStoredAsThirtyTwoBitFields) {
   host::Runtime& runtime = Start();

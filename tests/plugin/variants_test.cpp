@@ -5,28 +5,16 @@
 // live counts where it found them (the fixture checks).
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdio>
-#include <cstring>
-#include <functional>
-#include <fstream>
 
 #include "support/plugin_fixture.h"
 
 namespace {
 
 using host::Value;
-
-template <typename T>
-T DataWord(const Value& object, size_t offset) {
-  T value;
-  std::memcpy(&value, reinterpret_cast<const char*>(object.object.get()) + 24 + offset, sizeof value);
-  return value;
-}
+using support::DataWord;
 
 std::string Number(double d) {
   char buffer[40];
@@ -110,19 +98,12 @@ void PrintTo(const Setup& setup, std::ostream* out) { *out << setup.name; }
 class Variants : public support::PluginTest, public ::testing::WithParamInterface<Setup> {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/qvr-variants-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
-    std::ofstream(dir_ + "/file.txt") << "x";
+    folder_.write("file.txt", "x");
     host::Options options;
     options.siblings = GetParam().siblings;
     options.version = GetParam().version;
     options.missingEntryPoints = GetParam().missing;
     Probe(options);
-  }
-  ~Variants() override {
-    std::remove((dir_ + "/file.txt").c_str());
-    rmdir(dir_.c_str());
   }
   Value Shared(std::string_view member, std::vector<Value> args) {
     return runtime_->callShared("ValueProbeQVR", member, std::move(args));
@@ -131,7 +112,8 @@ class Variants : public support::PluginTest, public ::testing::WithParamInterfac
   std::string ToPlatform(const Value& value) { return Utf8(Shared("Describe", {value})); }
   bool Siblings() const { return GetParam().siblings; }
 
-  std::string dir_;
+  support::TempFolder folder_;
+  const std::string dir_ = folder_.path();
 };
 
 TEST_P(Variants, PlatformObjectsBecomeHostValues) {

@@ -5,7 +5,23 @@
 // the host as host code would.
 #pragma once
 
+#include "plugin/call_guard.h"
 #include "plugin/host_sdk.h"
+
+// What body() gives, run in the guard's pooled frame; the neutral value when it raises.
+template <class Body>
+auto GuardedResult(Body body) -> decltype(body()) {
+  decltype(body()) result{};
+  CocoaGuardPooled([&] { result = body(); });
+  return result;
+}
+
+// A shared method's record, and the record of a class that has shared methods only.
+#define SHARED(function, declaration) {reinterpret_cast<void*>(&function), nullptr, declaration, 0x4, 0, nullptr}
+#define SHARED_METHODS_CLASS(name, methods, flags)                                                                 \
+  {kREALCurrentControlVersion, name, nullptr, 0, 0, nullptr, nullptr, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0, \
+   nullptr, nullptr, 0, nullptr, 0, flags, nullptr, 0, methods, sizeof(methods) / sizeof(methods[0]), nullptr, 0,   \
+   nullptr, 0}
 
 // Member tables (probe_members_*.mm) and class records (probe_classes.mm).
 extern REALclassDefinition FrameProbeQVRClass;
@@ -35,10 +51,9 @@ const char* LastColorSpaceNameSent();
 // Picture machinery (probe_pictures.mm).
 extern REALclassDefinition PictureProbeQVRClass;
 
-// Conversions and the threaded runner (probe_conversions.mm).
-extern REALclassDefinition ConversionProbeQVRClass;
-// Platform objects to Variants and back (probe_values.mm); registers ValueProbeQVR and,
-// when no sibling plugin is loaded, an untagged CFBundleQVR.
+// Platform objects to Variants and back, conversions and the threaded runner
+// (probe_values.mm); registers ValueProbeQVR and, when no sibling plugin is loaded, an
+// untagged CFBundleQVR.
 extern REALclassDefinition ValueProbeQVRClass;
 void RegisterValueProbeClasses();
 

@@ -91,7 +91,6 @@ extern "C" __attribute__((visibility("default"))) void REALPluginMain(REALResolv
   RegisterImageClassesQVR();
   FixConsoleFlags(&FrameProbeQVRClass);
   MyREALRegisterClass(&FrameProbeQVRClass);
-  MyREALRegisterClass(&ConversionProbeQVRClass);
   RegisterValueProbeClasses();
   MyREALRegisterClass(&ImageProbeQVRClass);
   MyREALRegisterClass(&PictureProbeQVRClass);

@@ -1,6 +1,7 @@
-// ImageProbeQVR: shared methods of the image object tests that look at or set up what host code cannot reach through
-// the image classes alone: an image's pixels, its platform name, whether a property holds
-// nil, and CGImageQVR instances of the sibling plugin with an image inside.
+// ImageProbeQVR: shared methods of the image object tests that look at or set up what
+// host code cannot reach through the image classes alone: an image's platform name,
+// whether a property holds nil, the pasteboard, and CGImageQVR instances of the sibling
+// plugin with an image inside.
 #import <AppKit/AppKit.h>
 #include <ApplicationServices/ApplicationServices.h>
 
@@ -21,31 +22,6 @@ namespace {
 
 NSImage* ImageOf(REALobject image) {
   return image != nullptr ? NSImageQVRDataOf(image)->Handle : nil;
-}
-
-// The image drawn at its own size into an RGBA bitmap (premultiplied, row 0 on top), as a
-// MemoryBlock: width and height as two 32-bit words, then the pixels. Nil without pixels.
-REALmemoryBlock DrawnPixels(REALobject image) {
-  REALmemoryBlock result = nullptr;
-  CocoaGuardFull([&] {
-    CGImageRef drawn = [ImageOf(image) CGImageForProposedRect:NULL context:nil hints:nil];
-    if (drawn == NULL) return;
-    uint32_t size[2] = {static_cast<uint32_t>(CGImageGetWidth(drawn)), static_cast<uint32_t>(CGImageGetHeight(drawn))};
-    std::vector<unsigned char> pixels(static_cast<size_t>(size[0]) * size[1] * 4);
-    CGColorSpaceRef space = CGColorSpaceCreateDeviceRGB();
-    CGContextRef context = CGBitmapContextCreate(pixels.data(), size[0], size[1], 8, size[0] * 4, space,
-                                                 kCGImageAlphaPremultipliedLast);
-    CGColorSpaceRelease(space);
-    if (context == NULL) return;
-    CGContextDrawImage(context, CGRectMake(0, 0, size[0], size[1]), drawn);
-    CGContextRelease(context);
-    result = REALNewMemoryBlockOriginal(static_cast<intptr_t>(sizeof size + pixels.size()));
-    auto* bytes = static_cast<unsigned char*>(REALMemoryBlockGetPtr(result));
-    if (bytes == nullptr) return;
-    std::memcpy(bytes, size, sizeof size);
-    std::memcpy(bytes + sizeof size, pixels.data(), pixels.size());
-  });
-  return result;
 }
 
 bool NameImage(REALobject image, REALstring name) {
@@ -100,23 +76,13 @@ bool PutPNGOnPasteboard(REALstring bytes) {
   return result;
 }
 
-#define SHARED(function, declaration) {reinterpret_cast<void*>(&function), nullptr, declaration, 0x4, 0, nullptr}
-
 REALmethodDefinition ImageProbeSharedMethods[] = {
-    SHARED(DrawnPixels, "ImagePixels(image as NSImageQVR) as MemoryBlock"),
     SHARED(NameImage, "NameImage(image as NSImageQVR, name as String) as Boolean"),
     SHARED(AccessibilityIsNil, "AccessibilityIsNil(image as NSImageQVR) as Boolean"),
     SHARED(PutPNGOnPasteboard, "PutPNGOnPasteboard(bytes as String) as Boolean"),
     SHARED(NewCGImage, "NewCGImage(width as Integer, height as Integer) as CGImageQVR"),
 };
 
-#undef SHARED
-
 }  // namespace
 
-REALclassDefinition ImageProbeQVRClass = {
-    kREALCurrentControlVersion, "ImageProbeQVR", nullptr, 0, 0, nullptr, nullptr,
-    nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, nullptr, 0, nullptr, 0, 0x4, nullptr, 0,
-    ImageProbeSharedMethods, sizeof(ImageProbeSharedMethods) / sizeof(ImageProbeSharedMethods[0]),
-    nullptr, 0, nullptr, 0,
-};
+REALclassDefinition ImageProbeQVRClass = SHARED_METHODS_CLASS("ImageProbeQVR", ImageProbeSharedMethods, 0x4);

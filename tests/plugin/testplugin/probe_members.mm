@@ -382,8 +382,6 @@ REALstring DictionariesProbe() { return HostString(CheckDictionaries()); }
 REALstring TypeIDsProbe() { return HostString(CheckTypeIDs()); }
 REALstring SystemVersionProbe() { return HostString(SystemVersion()); }
 
-#define SHARED(function, declaration) {reinterpret_cast<void*>(&function), nullptr, declaration, 0x4, 0, nullptr}
-
 }  // namespace
 
 /* What the key getters answer for a key this system's AppKit lacks, its global missing (a

@@ -105,8 +105,6 @@ REALmemoryBlock RepresentationSamples(REALobject image) {
   return block;
 }
 
-#define SHARED(function, declaration) {reinterpret_cast<void*>(&function), nullptr, declaration, 0x4, 0, nullptr}
-
 REALmethodDefinition PictureProbeSharedMethods[] = {
     SHARED(OpenEditor, "OpenEditor(p as Picture, read as Boolean, write as Boolean) as String"),
     SHARED(StorageFlags, "StorageFlags() as String"),
@@ -117,13 +115,6 @@ REALmethodDefinition PictureProbeSharedMethods[] = {
     SHARED(RepresentationSamples, "RepresentationSamples(image as NSImageQVR) as MemoryBlock"),
 };
 
-#undef SHARED
-
 }  // namespace
 
-REALclassDefinition PictureProbeQVRClass = {
-    kREALCurrentControlVersion, "PictureProbeQVR", nullptr, 0, 0, nullptr, nullptr,
-    nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, nullptr, 0, nullptr, 0, 0x4, nullptr, 0,
-    PictureProbeSharedMethods, sizeof(PictureProbeSharedMethods) / sizeof(PictureProbeSharedMethods[0]),
-    nullptr, 0, nullptr, 0,
-};
+REALclassDefinition PictureProbeQVRClass = SHARED_METHODS_CLASS("PictureProbeQVR", PictureProbeSharedMethods, 0x4);

@@ -1,24 +1,34 @@
 // ValueProbeQVR: shared methods that carry platform objects to host values and back
 // through the Variant and Dictionary conversions, so tests reach both dispatch tables
-// through the host. Platform objects are named by kind; results are described as text.
+// through the host (platform objects are named by kind, results described as text); and
+// that drive the conversions of data, dates and file URLs and the threaded runner the
+// way image members will. Platform temporaries live in the guard's pool of each call.
 #import <AppKit/AppKit.h>
 #include <ApplicationServices/ApplicationServices.h>
 #include <objc/runtime.h>
+#include <pthread.h>
+#include <time.h>
 
 #include "tests/plugin/testplugin/probe.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <map>
 #include <string>
 
+#include "convert/data.h"
+#include "convert/dates.h"
+#include "convert/file_urls.h"
 #include "convert/strings.h"
 #include "convert/variants.h"
 #include "convert/wrappers.h"
 #include "plugin/call_guard.h"
 #include "plugin/host_bridge.h"
 #include "plugin/registration.h"
+#include "threads/run_threaded.h"
+#include "threads/thread_naming.h"
 
 // A number of any type encoding: Foundation here stores numbers in its own types, so the
 // encodings of the conversion table ("c" 5, "C" 200, "Q" 2^40, ...) are made by hand.
@@ -63,6 +73,8 @@ NSString* Text(REALstring s) {
   NSString* text = [(NSString*)RBString2CFString(s) autorelease];
   return text != nil ? text : @"";
 }
+
+REALstring HostString(NSString* text) { return CFString2RBString((CFStringRef)text); }
 
 // Kept for the process, so converting one twice meets the same platform object.
 NSTimeZone* SharedZone() {
@@ -208,36 +220,22 @@ NSString* Describe(id object) {
 }
 
 REALobject ToVariant(REALstring kind) {
-  REALobject result = nullptr;
-  CocoaGuardPooled([&] { result = NewVariantFromNSObject(ObjectOfKind(Text(kind))); });
-  return result;
+  return GuardedResult([&] { return NewVariantFromNSObject(ObjectOfKind(Text(kind))); });
 }
 
 REALstring DescribeVariant(REALobject value) {
-  REALstring result = nullptr;
-  CocoaGuardPooled([&] { result = CFString2RBString((CFStringRef)Describe(GetVariantAsNSObject(value))); });
-  return result;
+  return GuardedResult([&] { return HostString(Describe(GetVariantAsNSObject(value))); });
 }
 
 // The host value through GetVariantAsNSObject and back through NewVariantFromNSObject.
 REALobject RoundTrip(REALobject value) {
-  REALobject result = nullptr;
-  CocoaGuardPooled([&] { result = NewVariantFromNSObject(GetVariantAsNSObject(value)); });
-  return result;
-}
-
-// The platform object of a kind, described.
-REALstring DescribeKind(REALstring kind) {
-  REALstring result = nullptr;
-  CocoaGuardPooled([&] { result = CFString2RBString((CFStringRef)Describe(ObjectOfKind(Text(kind)))); });
-  return result;
+  return GuardedResult([&] { return NewVariantFromNSObject(GetVariantAsNSObject(value)); });
 }
 
 // An image whose representations report the given pixel widths and heights (plain
 // NSImageReps), in order: "64x10,0x0,128x20".
 REALobject ImageOfRepSizes(REALstring sizes) {
-  REALobject result = nullptr;
-  CocoaGuardPooled([&] {
+  return GuardedResult([&] {
     NSImage* image = [[[NSImage alloc] initWithSize:NSMakeSize(1, 1)] autorelease];
     NSArray* all = [Text(sizes) componentsSeparatedByString:@","];
     for (NSUInteger i = 0; i < [all count]; ++i) {
@@ -247,9 +245,8 @@ REALobject ImageOfRepSizes(REALstring sizes) {
       [rep setPixelsHigh:[[sides objectAtIndex:1] integerValue]];
       [image addRepresentation:rep];
     }
-    result = NewNSImageQVR(image);
+    return NewNSImageQVR(image);
   });
-  return result;
 }
 
 // An untagged stand-in for a Core Foundation wrapper class, registered only when no
@@ -265,32 +262,149 @@ REALclassDefinition UntaggedBundleClass = {
 };
 
 REALstring LastColorSpaceName() {
-  REALstring result = nullptr;
-  CocoaGuardPooled([&] { result = CFString2RBString((CFStringRef)[NSString stringWithUTF8String:LastColorSpaceNameSent()]); });
+  return GuardedResult([&] { return HostString([NSString stringWithUTF8String:LastColorSpaceNameSent()]); });
+}
+
+// ---- data, dates and file URLs
+
+// The length of the data NewNSData makes of block, -1 for nil.
+intptr_t NewDataLength(REALmemoryBlock block) {
+  intptr_t length = -2;
+  CocoaGuardPooled([&] {
+    NSData* data = NewNSData(block);
+    length = data != nil ? static_cast<intptr_t>([data length]) : -1;
+  });
+  return length;
+}
+
+// The block through NewNSData and back through NSDataRB; with scribble, the block's bytes
+// are overwritten with 0xEE between the two.
+REALmemoryBlock DataRoundTrip(REALmemoryBlock block, bool scribble) {
+  return GuardedResult([&] {
+    NSData* data = NewNSData(block);
+    if (scribble && block != nullptr) {
+      if (void* bytes = REALMemoryBlockGetPtr(block)) std::memset(bytes, 0xEE, size_t(REALMemoryBlockGetSize(block)));
+    }
+    return NSDataRB(data);
+  });
+}
+
+// NSDataRB of data holding bytes 0, 1, 2, ... (mod 256) of the given length. Lengths of
+// 2 GiB - 1 and more are given as data over a small buffer that claims that length:
+// NSDataRB refuses them before reading any byte.
+REALmemoryBlock DataOfLength(int64_t length) {
+  static unsigned char pattern[256];
+  for (int i = 0; i < 256; ++i) pattern[i] = static_cast<unsigned char>(i);
+  REALmemoryBlock result = nullptr;
+  CocoaGuardPooled([&] {
+    NSData* data;
+    if (length >= 0x7FFFFFFF)
+      data = [NSData dataWithBytesNoCopy:pattern length:static_cast<NSUInteger>(length) freeWhenDone:NO];
+    else if (length <= 256)
+      data = [NSData dataWithBytes:pattern length:static_cast<NSUInteger>(length < 0 ? 0 : length)];
+    else
+      return;
+    result = NSDataRB(data);
+  });
   return result;
 }
 
-#define SHARED(function, declaration) {reinterpret_cast<void*>(&function), nullptr, declaration, 0x4, 0, nullptr}
+// "YYYY-MM-DD hh:mm:ss <zone> <seconds since 1970>" of the calendar date NewNSDate makes
+// while the platform's local time zone is the one named (when one is named); "nil" for
+// none.
+REALstring CalendarDateOf(REALobject date, REALstring zoneName) {
+  REALstring result = nullptr;
+  CocoaGuardPooled([&] {
+    NSString* name = [(NSString*)RBString2CFString(zoneName) autorelease];
+    NSTimeZone* saved = [NSTimeZone defaultTimeZone];
+    if ([name length] != 0) [NSTimeZone setDefaultTimeZone:[NSTimeZone timeZoneWithName:name]];
+    NSCalendarDate* calendarDate = NewNSDate(date);
+    /* Read while the zone is still set: the local zone follows the default zone. */
+    NSString* text = @"nil";
+    if (calendarDate != nil)
+      text = [NSString stringWithFormat:@"%@ %@ %lld", [calendarDate descriptionWithCalendarFormat:@"%Y-%m-%d %H:%M:%S"],
+                                        [[calendarDate timeZone] name],
+                                        static_cast<long long>([calendarDate timeIntervalSince1970])];
+    [NSTimeZone setDefaultTimeZone:saved];
+    result = HostString(text);
+  });
+  return result;
+}
+
+// The path of the file URL NewNSURLfile makes, "nil" for none, "not a file URL" for a URL
+// of another scheme.
+REALstring URLPathOf(REALfolderItem file) {
+  return GuardedResult([&] {
+    NSURL* url = NewNSURLfile(file);
+    return HostString(url == nil ? @"nil" : [url isFileURL] ? [url path] : @"not a file URL");
+  });
+}
+
+// The FolderItem NSURLRBFile makes of the file URL of path.
+REALfolderItem FolderItemOfURLPath(REALstring path) {
+  REALfolderItem result = nullptr;
+  CocoaGuardPooled([&] {
+    NSString* text = [(NSString*)RBString2CFString(path) autorelease];
+    if (text != nil) result = NSURLRBFile([NSURL fileURLWithPath:text]);
+  });
+  return result;
+}
+
+// ---- the threaded runner
+
+// Inputs and outputs of Work, as an image member keeps them.
+struct WorkRecord {
+  intptr_t milliseconds;
+  bool ran;
+  char threadName[16];
+};
+
+void Work(void* record) {
+  auto* work = static_cast<WorkRecord*>(record);
+  NameCurrentThreadQVR("NSImageLoad");
+  struct timespec pause = {static_cast<time_t>(work->milliseconds / 1000), long(work->milliseconds % 1000) * 1000000L};
+  while (nanosleep(&pause, &pause) != 0) {
+  }
+  pthread_getname_np(pthread_self(), work->threadName, sizeof work->threadName);
+  work->ran = true;
+}
+
+// Runs a work function of the given milliseconds through RunThreaded. failure: 0 none,
+// 1 the thread cannot be created, 2 the mutex cannot be allocated. Answers
+// "ran=<0|1> name=<worker's name> refused=<failures delivered>".
+REALstring RunWork(intptr_t milliseconds, intptr_t failure) {
+  WorkRecord record = {milliseconds, false, "untouched"};
+  FailNextThreadCreation(failure == 1);
+  FailNextMutexAllocation(failure == 2);
+  RunThreaded(&record, &Work);
+  int refused = TakeDeliveredFailures();
+  FailNextThreadCreation(false);
+  FailNextMutexAllocation(false);
+  char text[80];
+  std::snprintf(text, sizeof text, "ran=%d name=%s refused=%d", record.ran ? 1 : 0, record.threadName, refused);
+  return GuardedResult([&] { return HostString([NSString stringWithUTF8String:text]); });
+}
+
 
 REALmethodDefinition ValueProbeSharedMethods[] = {
     SHARED(ToVariant, "ToVariant(kind as String) as Variant"),
     SHARED(DescribeVariant, "Describe(value as Variant) as String"),
     SHARED(RoundTrip, "RoundTrip(value as Variant) as Variant"),
-    SHARED(DescribeKind, "DescribeKind(kind as String) as String"),
     SHARED(ImageOfRepSizes, "ImageOfRepSizes(sizes as String) as NSImageQVR"),
     SHARED(UntaggedWrappersDropped, "UntaggedWrappersDropped as Integer"),
     SHARED(LastColorSpaceName, "LastColorSpaceName as String"),
+    SHARED(NewDataLength, "NewDataLength(block as MemoryBlock) as Integer"),
+    SHARED(DataRoundTrip, "DataRoundTrip(block as MemoryBlock, scribble as Boolean) as MemoryBlock"),
+    SHARED(DataOfLength, "DataOfLength(length as Int64) as MemoryBlock"),
+    SHARED(CalendarDateOf, "CalendarDateOf(d as Date, zone as String) as String"),
+    SHARED(URLPathOf, "URLPathOf(f as FolderItem) as String"),
+    SHARED(FolderItemOfURLPath, "FolderItemOfURLPath(path as String) as FolderItem"),
+    SHARED(RunWork, "RunWork(milliseconds as Integer, failure as Integer) as String"),
 };
 
 }  // namespace
 
-REALclassDefinition ValueProbeQVRClass = {
-    kREALCurrentControlVersion, "ValueProbeQVR", nullptr, 0, 0, nullptr, nullptr,
-    nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, nullptr, 0, nullptr, 0, 0,
-    nullptr, 0,
-    ValueProbeSharedMethods, sizeof(ValueProbeSharedMethods) / sizeof(ValueProbeSharedMethods[0]),
-    nullptr, 0, nullptr, 0,
-};
+REALclassDefinition ValueProbeQVRClass = SHARED_METHODS_CLASS("ValueProbeQVR", ValueProbeSharedMethods, 0);
 
 void RegisterValueProbeClasses() {
   MyREALRegisterClass(&ValueProbeQVRClass);
