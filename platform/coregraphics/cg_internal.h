@@ -119,6 +119,16 @@ CGImageRef CGImageCreateFromARGBImage(pixman_image_t* pixels, CGColorSpaceRef sp
 pixman_image_t* CreateImageSampler(pixman_image_t* pixels, CGAffineTransform toImage, CGInterpolationQuality quality,
                                    bool reduce);
 
+struct DeviceBox;
+@class CGContextObject;
+/* Draws the image's pixels one for one into the box of the context's memory, image pixel
+   (0, 0) at device pixel (dx, dy), converting each row from the image's layout to the
+   context's as compositing would (copy, or an opaque image laid over); false (nothing
+   drawn) when the box reaches outside the image or the image's bytes are not at hand.
+   gCGContextRowCopies off makes every drawing composite (tests compare the two). */
+bool CGContextDrawImageRows(CGContextObject* c, CGImageObject* image, const DeviceBox& box, int dx, int dy);
+extern bool gCGContextRowCopies;
+
 /* The clip of a graphics state in device pixels (memory rows, y down): nothing outside
    the box is painted, and inside it the coverage (box-sized, one byte a pixel) scales
    what is, or the whole box is open when there is none. Shared between saved states,

@@ -67,9 +67,9 @@ struct Painting {
   pixman_image_t* coverage;
 };
 
-/* Opens a painting confined to rect and the clip; false (and nothing opened) when nothing
-   can change. */
-static bool BeginPainting(CGContextObject* c, CGRect rect, Painting* p) {
+/* Where a painting confined to rect and the clip lands, and its coverage there; false
+   (and nothing to free) when nothing can change. */
+static bool PaintingArea(CGContextObject* c, CGRect rect, Painting* p) {
   CGRect r = CGRectStandardize(rect);
   if (CGRectIsNull(r) || r.size.width == 0 || r.size.height == 0 || !isfinite(r.size.width) ||
       !isfinite(r.size.height) || !isfinite(r.origin.x) || !isfinite(r.origin.y))
@@ -87,14 +87,25 @@ static bool BeginPainting(CGContextObject* c, CGRect rect, Painting* p) {
       return false;
     }
   }
+  return true;
+}
+
+/* Opens a painting confined to rect and the clip; false (and nothing opened) when nothing
+   can change. */
+static bool BeginPainting(CGContextObject* c, CGRect rect, Painting* p) {
+  if (!PaintingArea(c, rect, p)) return false;
   CGContextLoadShadow(c, p->box.x0, p->box.y0, p->box.width(), p->box.height());
   return true;
 }
 
-static void EndPainting(CGContextObject* c, Painting* p) {
-  CGContextStoreShadow(c, p->box.x0, p->box.y0, p->box.width(), p->box.height());
+static void FreePaintingArea(Painting* p) {
   if (p->coverage) pixman_image_unref(p->coverage);
   free(p->bytes);
+}
+
+static void EndPainting(CGContextObject* c, Painting* p) {
+  CGContextStoreShadow(c, p->box.x0, p->box.y0, p->box.width(), p->box.height());
+  FreePaintingArea(p);
 }
 
 /* Composites source (its pixel (0, 0) at the box's corner) faded by alpha with op. */
@@ -159,10 +170,8 @@ void CGContextDrawImage(CGContextRef ref, CGRect rect, CGImageRef imageRef) {
   CGContextObject* c = CGContextGetObject(ref);
   CGImageObject* image = CGImageGetObject(imageRef);
   if (!c || !image || rect.size.width == 0 || rect.size.height == 0) return;
-  pixman_image_t* pixels = CGImageGetPixmanImage(imageRef);
-  if (!pixels) return;
   Painting p;
-  if (!BeginPainting(c, rect, &p)) return;
+  if (!PaintingArea(c, rect, &p)) return;
 
   /* Image pixel (u, v), v down from the top row, lies at user point
      (x + u * w / iw, y + h - v * h / ih); the sampler wants the inverse map from the
@@ -171,11 +180,31 @@ void CGContextDrawImage(CGContextRef ref, CGRect rect, CGImageRef imageRef) {
   double iw = (double)image->width, ih = (double)image->height;
   CGAffineTransform imageToUser =
       CGAffineTransformMake(r.size.width / iw, 0, 0, -r.size.height / ih, r.origin.x, r.origin.y + r.size.height);
-  CGAffineTransform imageToBox = CGAffineTransformConcat(
-      CGAffineTransformConcat(imageToUser, c->state.ctm), CGAffineTransformMakeTranslation(-p.box.x0, -p.box.y0));
+  CGAffineTransform imageToDevice = CGAffineTransformConcat(imageToUser, c->state.ctm);
+  CGAffineTransform imageToBox =
+      CGAffineTransformConcat(imageToDevice, CGAffineTransformMakeTranslation(-p.box.x0, -p.box.y0));
   CGInterpolationQuality quality = image->shouldInterpolate ? c->state.interpolation : kCGInterpolationNone;
   pixman_op_t op = OperatorForBlendMode(c->state.blendMode);
   double alpha = c->state.alpha;
+
+  /* An image that lands pixel for pixel on whole device pixels, painted whole, at full
+     opacity, and either copied or laid opaque over what is there, gives the context
+     exactly its own pixels: a row copy does that without compositing. */
+  const CGAffineTransform& t = imageToDevice;
+  bool opaque = image->layout.alpha < 0;
+  if (gCGContextRowCopies && !p.coverage && alpha >= 1 && !image->isMask && !image->hasDecode &&
+      (op == PIXMAN_OP_SRC || (op == PIXMAN_OP_OVER && opaque)) && t.a == 1 && t.b == 0 && t.c == 0 && t.d == 1 &&
+      t.tx == floor(t.tx) && t.ty == floor(t.ty) && fabs(t.tx) < INT32_MAX && fabs(t.ty) < INT32_MAX &&
+      CGContextDrawImageRows(c, image, p.box, (int)t.tx, (int)t.ty)) {
+    FreePaintingArea(&p);
+    return;
+  }
+  pixman_image_t* pixels = CGImageGetPixmanImage(imageRef);
+  if (!pixels) {
+    FreePaintingArea(&p);
+    return;
+  }
+  CGContextLoadShadow(c, p.box.x0, p.box.y0, p.box.width(), p.box.height());
   pixman_image_t* source = NULL;
   if (op != PIXMAN_OP_CLEAR)
     source = CreateImageSampler(pixels, CGAffineTransformInvert(imageToBox), quality, !image->isMask);
