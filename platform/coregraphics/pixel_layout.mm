@@ -135,6 +135,24 @@ void PixelRowToARGB(const PixelLayout& l, const uint8_t* src, uint32_t* dst, siz
     }
     return;
   }
+  /* A, R, G, B or X, R, G, B bytes (premultiplied): the word byte-swapped; colour above
+     alpha is cut to it, as below (a no-op where alpha is 255). */
+  if (step == 4 && !hi && !l.bigSamples && l.red == 1 && l.green == 2 && l.blue == 3 &&
+      ((l.alpha == 0 && premultiplied) || l.skip == 0)) {
+    const bool skip = l.skip == 0;
+    for (size_t x = 0; x < width; x++, src += 4) {
+      uint32_t v;
+      memcpy(&v, src, 4);
+      v = __builtin_bswap32(v);
+      if (skip) {
+        dst[x] = v | 0xFF000000u;
+      } else {
+        uint32_t a = v >> 24, r = (v >> 16) & 255, g = (v >> 8) & 255, b = v & 255;
+        dst[x] = a << 24 | (r < a ? r : a) << 16 | (g < a ? g : a) << 8 | (b < a ? b : a);
+      }
+    }
+    return;
+  }
 #endif
   const int red = (l.grey >= 0 ? l.grey : l.red) + hi;
   const int green = (l.grey >= 0 ? l.grey : l.green) + hi;
@@ -170,6 +188,15 @@ void PixelRowFromARGB(const PixelLayout& l, const uint32_t* src, uint8_t* dst, s
     for (size_t x = 0; x < width; x++, dst += 4) {
       uint32_t v = src[x];
       v = ((v & 0xFF00FF00u) | ((v >> 16) & 0xFFu) | ((v & 0xFFu) << 16)) | opaque;
+      memcpy(dst, &v, 4);
+    }
+    return;
+  }
+  /* A, R, G, B (premultiplied) or X, R, G, B bytes: the word byte-swapped. */
+  if (step == 4 && !wide && red == 1 && green == 2 && blue == 3 && ((alpha == 0 && l.premultiplied) || skip == 0)) {
+    const uint32_t opaque = skip == 0 ? 0xFFu : 0;
+    for (size_t x = 0; x < width; x++, dst += 4) {
+      uint32_t v = __builtin_bswap32(src[x]) | opaque;
       memcpy(dst, &v, 4);
     }
     return;
