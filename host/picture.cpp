@@ -62,14 +62,15 @@ CGContextRef newBitmapContext(int64_t width, int64_t height, bool alpha) {
 }
 
 // Gives an instance its pixels; false (with an exception raised) when it cannot have them.
-bool setUp(Runtime& runtime, PictureData* picture, int64_t width, int64_t height, bool alpha) {
+bool setUp(Runtime& runtime, PictureData* picture, int64_t width, int64_t height, bool alpha,
+           uint32_t background = 0x00FFFFFF) {
   if (width < 1 || height < 1 || width > kMaxSide || height > kMaxSide) {
     runtime.impl().raise("InvalidArgumentException", "a Picture cannot be " + std::to_string(width) + " by " +
                                                          std::to_string(height) + " pixels (each side 1 to " +
                                                          std::to_string(kMaxSide) + ")");
     return false;
   }
-  if (!allocatePicturePixels(runtime.impl().options, picture, width, height, alpha)) {
+  if (!allocatePicturePixels(runtime.impl().options, picture, width, height, alpha, background)) {
     runtime.impl().raise("OutOfMemoryException", "no memory for a Picture of " + std::to_string(width) + " by " +
                                                      std::to_string(height) + " pixels");
     return false;
@@ -109,6 +110,21 @@ CGImageRef imageOf(Runtime::Impl& impl, PictureData* picture) {
   return image;
 }
 
+// An image over the picture's own memory, without a copy, for drawing it once while
+// nothing writes to it (not into itself: that needs imageOf's copy).
+CGImageRef borrowedImageOf(PictureData* picture) {
+  CGContextRef c = picture->context;
+  size_t bytes = CGBitmapContextGetBytesPerRow(c) * CGBitmapContextGetHeight(c);
+  CGDataProviderRef provider = CGDataProviderCreateWithData(nullptr, CGBitmapContextGetData(c), bytes, nullptr);
+  if (!provider) return nullptr;
+  CGImageRef image = CGImageCreate(CGBitmapContextGetWidth(c), CGBitmapContextGetHeight(c),
+                                   CGBitmapContextGetBitsPerComponent(c), CGBitmapContextGetBitsPerPixel(c),
+                                   CGBitmapContextGetBytesPerRow(c), CGBitmapContextGetColorSpace(c),
+                                   CGBitmapContextGetBitmapInfo(c), provider, nullptr, true, kCGRenderingIntentDefault);
+  CGDataProviderRelease(provider);
+  return image;
+}
+
 Value newView(Runtime& runtime, ClassInfo* cls, const Value& picture) {
   ObjectRef object = ObjectRef::adopt(runtime.impl().instantiate(cls));
   if (PictureView* view = object ? boxedData<PictureView>(runtime.impl(), object.get(), cls) : nullptr)
@@ -129,8 +145,7 @@ void makeMask(Runtime& runtime, PictureData* picture) {
   if (picture->mask || picture->hasAlpha || !picture->context) return;
   ObjectRef mask = ObjectRef::adopt(runtime.impl().instantiate(runtime.impl().pictureClass));
   PictureData* data = mask ? pictureData(runtime.impl(), mask.get()) : nullptr;
-  if (!data || !setUp(runtime, data, picture->width, picture->height, false)) return;
-  pictureFill(data, 0);
+  if (!data || !setUp(runtime, data, picture->width, picture->height, false, 0)) return;
   picture->mask = std::move(mask);
 }
 
@@ -212,7 +227,7 @@ Value drawPicture(Runtime& runtime, ClassInfo* cls, const Value& self, const Val
   double dw = given(2, sw), dh = given(3, sh);
   double sx = place[4], sy = place[5];
   if (sw <= 0 || sh <= 0 || dw <= 0 || dh <= 0) return Value::nil();
-  CGImageRef picture = imageOf(runtime.impl(), source);
+  CGImageRef picture = source != target && !source->mask ? borrowedImageOf(source) : imageOf(runtime.impl(), source);
   if (!picture) return Value::nil();
   // Scale the whole source so that its source rectangle covers the destination, and
   // clip to the destination.

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <new>
 
 namespace host {
 
@@ -37,9 +36,14 @@ CGContextRef newDesktopContext(int bitsPerPixel, int64_t width, int64_t height, 
 
 bool allocateRowBuffer(PictureData* picture, int64_t width, int64_t height) {
   size_t stride = size_t(width) * 4 + kRowPadding;
-  picture->rowMemory.reset(new (std::nothrow) unsigned char[stride * size_t(height)]);
-  if (!picture->rowMemory) return false;
-  unsigned char* base = picture->rowMemory.get();
+  // The context Graphics draws through owns the memory: 32-bit words X R G B in
+  // little-endian order, which is B G R X in memory, rows `stride` bytes apart.
+  CGColorSpaceRef space = CGColorSpaceCreateDeviceRGB();
+  picture->context = CGBitmapContextCreate(nullptr, size_t(width), size_t(height), 8, stride, space,
+                                           kCGImageAlphaNoneSkipFirst | kCGBitmapByteOrder32Little);
+  CGColorSpaceRelease(space);
+  auto* base = picture->context ? static_cast<unsigned char*>(CGBitmapContextGetData(picture->context)) : nullptr;
+  if (!base) return false;
   picture->rowTable.resize(size_t(height));
   for (int64_t y = 0; y < height; ++y) picture->rowTable[size_t(y)] = base + size_t(y) * stride;
   picture->rowBuffer.assign(kRowBufferWords, 0);
@@ -48,23 +52,17 @@ bool allocateRowBuffer(PictureData* picture, int64_t width, int64_t height) {
   picture->rowBuffer[kRowBufferPixelsWord] = reinterpret_cast<uintptr_t>(base);
   picture->rowBuffer[kRowBufferRowTableWord] = reinterpret_cast<uintptr_t>(picture->rowTable.data());
   picture->layout = {4, 2, 1, 0, -1, false};
-  // The context Graphics draws through: the same memory, as 32-bit words X R G B in
-  // little-endian order, which is B G R X in memory.
-  CGColorSpaceRef space = CGColorSpaceCreateDeviceRGB();
-  picture->context = CGBitmapContextCreate(base, size_t(width), size_t(height), 8, stride, space,
-                                           kCGImageAlphaNoneSkipFirst | kCGBitmapByteOrder32Little);
-  CGColorSpaceRelease(space);
-  return picture->context != nullptr;
+  return true;
 }
 
 }  // namespace
 
-bool allocatePicturePixels(const Options& options, PictureData* picture, int64_t width, int64_t height, bool alpha) {
+bool allocatePicturePixels(const Options& options, PictureData* picture, int64_t width, int64_t height, bool alpha,
+                            uint32_t background) {
   if (picture->context) CGContextRelease(picture->context);
   picture->context = nullptr;
   picture->rowBuffer.clear();
   picture->rowTable.clear();
-  picture->rowMemory.reset();
   picture->width = width;
   picture->height = height;
   bool rowBuffer = options.kind != AppKind::Desktop;
@@ -76,7 +74,12 @@ bool allocatePicturePixels(const Options& options, PictureData* picture, int64_t
     picture->width = picture->height = 0;
     return false;
   }
-  if (!picture->hasAlpha) pictureFill(picture, 0x00FFFFFF);
+  // New contexts start zeroed (which is also how pictures with alpha start transparent),
+  // so a background whose bytes are all 0, as black is, is there already.
+  unsigned char pixel[4] = {};
+  pictureStoreColor(picture, pixel, background);
+  bool zero = std::all_of(pixel, pixel + picture->layout.bytes, [](unsigned char b) { return b == 0; });
+  if (!picture->hasAlpha && !zero) pictureFill(picture, background);
   return true;
 }
 

@@ -9,7 +9,6 @@
 
 #include <CoreGraphics/CoreGraphics.h>
 
-#include <memory>
 #include <vector>
 
 namespace host {
@@ -35,8 +34,7 @@ struct PictureData {
   uint32_t drawingColor = 0;  // host Color: alpha in the top byte, 0 opaque
   ObjectRef mask;
   PixelLayout layout;
-  // Console storage: the pixel memory, its row table and the record that names both.
-  std::unique_ptr<unsigned char[]> rowMemory;
+  // Console storage: the row table of the context's memory and the record that names both.
   std::vector<unsigned char*> rowTable;
   std::vector<uintptr_t> rowBuffer;
   // Test knobs and counters (Runtime::refusePictureDescription, Runtime::pictureCounts).
@@ -49,10 +47,11 @@ struct PictureData {
   bool isRowBuffer() const { return !rowBuffer.empty(); }
 };
 
-// Gives a picture pixels of the storage the application kind calls for, white when
-// it has no alpha channel and transparent when it has one; false when memory fails.
-// (Console pictures have no alpha channel.)
-bool allocatePicturePixels(const Options& options, PictureData* picture, int64_t width, int64_t height, bool alpha);
+// Gives a picture pixels of the storage the application kind calls for, of the
+// background colour (white unless given) when it has no alpha channel and transparent
+// when it has one; false when memory fails. (Console pictures have no alpha channel.)
+bool allocatePicturePixels(const Options& options, PictureData* picture, int64_t width, int64_t height, bool alpha,
+                           uint32_t background = 0x00FFFFFF);
 
 unsigned char* picturePixelAt(PictureData* picture, int64_t x, int64_t y);
 // A pixel as a host Color (alpha 0 opaque, 255 clear), its colour no longer premultiplied.

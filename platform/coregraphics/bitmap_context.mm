@@ -4,6 +4,7 @@
    memory always holds what was drawn. User space starts with the origin at the bottom
    left and y up; memory row 0 is the top row. */
 #include "cg_internal.h"
+#include "codecs/raster.h"
 
 #include <stdlib.h>
 #include <string.h>
@@ -78,6 +79,9 @@ CGContextRef CGBitmapContextCreateWithData(void* data, size_t width, size_t heig
   if (!memory) {
     memory = (uint8_t*)calloc(bytesPerRow * height, 1);
     if (!memory) return NULL;
+    /* Fresh memory, not yet touched: a big bitmap gets whole 2 MiB pages at its first
+       write instead of thousands of page faults. */
+    qvr::advise_large_pages(memory, bytesPerRow * height);
     owns = true;
   }
   pixman_image_t* surface = NULL;
