@@ -1,6 +1,7 @@
 /* Bitmap representations and Core Graphics: a CGImage of the pixels (over a copy of them,
-   so it outlives changes), a representation drawn from any CGImage, and the colour space
-   a representation is tagged with, retagged or converted to. */
+   so it outlives changes; drawing borrows the pixels instead), a representation drawn
+   from any CGImage, and the colour space a representation is tagged with, retagged or
+   converted to. */
 #import "imagereps/bitmap_storage.h"
 
 #include <cstdlib>
@@ -16,6 +17,22 @@ bool HostIsLittleEndian() {
   std::memcpy(&first, &probe, 1);
   return first == 1;
 }
+
+/* An image of the raster's rows, rowBytes apart, over the provider's bytes. */
+CGImageRef ImageOfRaster(const qvr::Raster& raster, size_t rowBytes, CGDataProviderRef provider) {
+  const bool grey = raster.colour_samples() == 1;
+  CGColorSpaceRef space = grey ? CGColorSpaceCreateDeviceGray() : CGColorSpaceCreateDeviceRGB();
+  CGBitmapInfo info = raster.alpha ? (raster.premultiplied ? kCGImageAlphaPremultipliedLast : kCGImageAlphaLast)
+                                   : kCGImageAlphaNone;
+  if (raster.bits == 16) info |= HostIsLittleEndian() ? kCGBitmapByteOrder16Little : kCGBitmapByteOrder16Big;
+  CGImageRef image = CGImageCreate(size_t(raster.width), size_t(raster.height), size_t(raster.bits),
+                                   size_t(raster.bits) * size_t(raster.samples), rowBytes, space, info, provider,
+                                   nullptr, true, kCGRenderingIntentDefault);
+  CGColorSpaceRelease(space);
+  return image;
+}
+
+void ReleaseRepresentation(void* info, const void* data, size_t size) { [static_cast<id>(info) release]; }
 
 }  // namespace
 
@@ -36,17 +53,41 @@ bool HostIsLittleEndian() {
     std::free(pixels);
     return NULL;
   }
-  const bool grey = raster.colour_samples() == 1;
-  CGColorSpaceRef space = grey ? CGColorSpaceCreateDeviceGray() : CGColorSpaceCreateDeviceRGB();
-  CGBitmapInfo info = raster.alpha ? (raster.premultiplied ? kCGImageAlphaPremultipliedLast : kCGImageAlphaLast)
-                                   : kCGImageAlphaNone;
-  if (raster.bits == 16) info |= HostIsLittleEndian() ? kCGBitmapByteOrder16Little : kCGBitmapByteOrder16Big;
-  storage->image = CGImageCreate(size_t(raster.width), size_t(raster.height), size_t(raster.bits),
-                                 size_t(raster.bits) * size_t(raster.samples), rowBytes, space, info, provider,
-                                 nullptr, true, kCGRenderingIntentDefault);
-  CGColorSpaceRelease(space);
+  storage->image = ImageOfRaster(raster, rowBytes, provider);
   CGDataProviderRelease(provider);
   return storage->image;
+}
+
+/* What drawing draws: the cached CGImage when there is one; otherwise, for pixels whose
+   rows are already what -CGImage would copy (back to back, meshed 8 or 16 bits), an
+   image over the representation's own memory, made for this one drawing (autoreleased,
+   never cached, holding the representation), which saves copying the whole raster first.
+   Drawing into the representation's own memory, or a JPEG drawn much smaller, goes the
+   usual way. */
+- (CGImageRef)qvrImageForDrawingInRect:(NSRect*)proposedDestRect
+                               context:(NSGraphicsContext*)context
+                                 hints:(NSDictionary*)hints {
+  BitmapStorage* storage = [self qvrStorage];
+  if (storage->image != NULL || storage->jpegSource != nil)
+    return [self CGImageForProposedRect:proposedDestRect context:context hints:hints];
+  qvr::Raster raster = [self qvrRaster];
+  const size_t rowBytes = size_t(raster.width) * raster.samples * (raster.bits / 8);
+  const size_t bytes = rowBytes * size_t(raster.height);
+  const uint8_t* target = static_cast<const uint8_t*>(CGBitmapContextGetData((CGContextRef)[context graphicsPort]));
+  const size_t targetBytes = CGBitmapContextGetBytesPerRow((CGContextRef)[context graphicsPort]) *
+                             CGBitmapContextGetHeight((CGContextRef)[context graphicsPort]);
+  const bool overlaps = target != nullptr && target < raster.pixels + bytes && raster.pixels < target + targetBytes;
+  if (raster.empty() || raster.pixels != storage->planes[0] || raster.stride != rowBytes || overlaps)
+    return [self CGImageForProposedRect:proposedDestRect context:context hints:hints];
+  CGDataProviderRef provider = CGDataProviderCreateWithData([self retain], raster.pixels, bytes, ReleaseRepresentation);
+  if (provider == NULL) {
+    [self release];
+    return [self CGImageForProposedRect:proposedDestRect context:context hints:hints];
+  }
+  CGImageRef image = ImageOfRaster(raster, rowBytes, provider);
+  CGDataProviderRelease(provider);
+  if (image == NULL) return [self CGImageForProposedRect:proposedDestRect context:context hints:hints];
+  return (CGImageRef)[(id)image autorelease];
 }
 
 /* The image drawn (copied, not blended) into new pixels: grey images stay grey, everything

@@ -39,6 +39,11 @@ struct BitmapStorage {
 - (qvr::Raster)qvrRaster;
 /* Drops the cached CGImage (the pixels changed or may have). */
 - (void)qvrPixelsChanged;
+/* The CGImage that drawing the representation draws: -CGImageForProposedRect:'s, or one
+   over the representation's own memory for this drawing only (see bitmap_core_graphics.mm). */
+- (CGImageRef)qvrImageForDrawingInRect:(NSRect*)proposedDestRect
+                               context:(NSGraphicsContext*)context
+                                 hints:(NSDictionary*)hints;
 @end
 
 /* AppKit's TIFF compression constants and the codes in TIFF files differ for JPEG: AppKit's

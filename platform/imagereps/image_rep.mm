@@ -3,6 +3,7 @@
    representations from files and URLs by way of the class registry. */
 #import <AppKit/AppKit.h>
 
+#import "imagereps/bitmap_storage.h"
 #import "imagereps/vector_drawing.h"
 
 NSString* const NSImageHintCTM = @"ctm";
@@ -140,7 +141,9 @@ NSString* const NSImageHintInterpolation = @"NSImageHintInterpolation";
     proposed.size.width *= size.width / from.size.width;
     proposed.size.height *= size.height / from.size.height;
   }
-  CGImageRef image = [self CGImageForProposedRect:&proposed context:current hints:hints];
+  CGImageRef image = [self isKindOfClass:[NSBitmapImageRep class]]
+                         ? [(NSBitmapImageRep*)self qvrImageForDrawingInRect:&proposed context:current hints:hints]
+                         : [self CGImageForProposedRect:&proposed context:current hints:hints];
   if (image == NULL) return NO;
   CGImageRef part = NULL;
   if (!NSIsEmptyRect(from) && !NSEqualRects(from, NSMakeRect(0, 0, size.width, size.height))) {
