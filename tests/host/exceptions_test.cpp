@@ -7,21 +7,21 @@ using host::Value;
 TEST_F(HostTest, RaisedExceptionsAreThrownAfterTheFunctionReturns) {
   load();
   Value o = rt().newInstance("TestBase");
-  try {
-    rt().call(o, "Fail", {str("OutOfBoundsException"), str("index 5 is too big")});
-    FAIL() << "no exception";
-  } catch (const host::HostException& e) {
-    EXPECT_EQ(e.className(), "OutOfBoundsException");
-    EXPECT_EQ(e.message(), "index 5 is too big");
-    EXPECT_EQ(e.errorNumber(), 7);
-    ASSERT_TRUE(e.exception());
-    EXPECT_TRUE(e.exception().get()->cls->isA(rt().findClass("RuntimeException")));
+  {
+    auto e = Caught<host::HostException>(
+        [&] { rt().call(o, "Fail", {str("OutOfBoundsException"), str("index 5 is too big")}); });
+    ASSERT_TRUE(e) << "no exception";
+    EXPECT_EQ(e->className(), "OutOfBoundsException");
+    EXPECT_EQ(e->message(), "index 5 is too big");
+    EXPECT_EQ(e->errorNumber(), 7);
+    ASSERT_TRUE(e->exception());
+    EXPECT_TRUE(e->exception().get()->cls->isA(rt().findClass("RuntimeException")));
     EXPECT_FALSE(rt().exceptionPending());
-    // The exception object reads like any host object.
-    EXPECT_EQ(text(rt().get(Value::ofObject(e.exception()), "Message")), "index 5 is too big");
-    EXPECT_EQ(rt().get(Value::ofObject(e.exception()), "ErrorNumber").integer, 7);
-    // And the plugin reads its Message through REALGetPropValueString.
-    EXPECT_EQ(text(rt().call(o, "ReadMessage", {Value::ofObject(e.exception())})), "index 5 is too big");
+    // The exception object reads like any host object; the plugin reads its Message
+    // through REALGetPropValueString.
+    EXPECT_EQ(text(rt().get(Value::ofObject(e->exception()), "Message")), "index 5 is too big");
+    EXPECT_EQ(rt().get(Value::ofObject(e->exception()), "ErrorNumber").integer, 7);
+    EXPECT_EQ(text(rt().call(o, "ReadMessage", {Value::ofObject(e->exception())})), "index 5 is too big");
   }
   // A class the host does not know: the plugin falls back to RuntimeException.
   EXPECT_EQ(Raised([&] { rt().call(o, "Fail", {str("NoSuchException"), str("m")}); }), "RuntimeException: m");
@@ -39,26 +39,20 @@ TEST_F(HostTest, TheResultOfARaisingFunctionIsDropped) {
   // The next call is not affected.
   EXPECT_EQ(rt().call(o, "Add", {integer(1), integer(1)}).integer, 2);
   // Plugin blocks: a nil MemoryBlock raises NilObjectException with the plugin's message.
-  try {
-    rt().call(o, "BlockSum", {Value::nil()});
-    FAIL() << "no exception";
-  } catch (const host::HostException& e) {
-    EXPECT_EQ(e.className(), "NilObjectException");
-    EXPECT_EQ(e.message(), "Memoryblock is nil");
-    EXPECT_STREQ(e.what(), "NilObjectException: Memoryblock is nil");
-  }
+  auto e = Caught<host::HostException>([&] { rt().call(o, "BlockSum", {Value::nil()}); });
+  ASSERT_TRUE(e) << "no exception";
+  EXPECT_EQ(e->className(), "NilObjectException");
+  EXPECT_EQ(e->message(), "Memoryblock is nil");
+  EXPECT_STREQ(e->what(), "NilObjectException: Memoryblock is nil");
 }
 
 TEST_F(HostTest, ThrownPlatformObjectsAreReportedNotFatal) {
   load();
   Value o = rt().newInstance("TestBase");
-  try {
-    rt().call(o, "ThrowPlatform");
-    FAIL() << "no exception";
-  } catch (const host::ThrownObject& e) {
-    EXPECT_NE(e.object(), nullptr);
-    EXPECT_NE(e.className().find("String"), std::string::npos) << e.className();
-  }
+  auto thrown = Caught<host::ThrownObject>([&] { rt().call(o, "ThrowPlatform"); });
+  ASSERT_TRUE(thrown) << "no exception";
+  EXPECT_NE(thrown->object(), nullptr);
+  EXPECT_NE(thrown->className().find("String"), std::string::npos) << thrown->className();
   // The host goes on working, and C++ exceptions still travel as before.
   EXPECT_EQ(rt().call(o, "Add", {integer(2), integer(2)}).integer, 4);
   EXPECT_THROW(rt().call(o, "Fail", {str("IllegalCastException"), str("x")}), host::HostException);

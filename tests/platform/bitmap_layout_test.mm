@@ -15,6 +15,14 @@ NSBitmapImageRep* Make(unsigned char** planes, NSInteger w, NSInteger h, NSInteg
   return NewBitmap(w, h, bps, spp, alpha, space, format, planar, row, pixel, planes);
 }
 
+// The samples of pixel (x, y) as getPixel:atX:y: gives them.
+std::vector<NSUInteger> Samples(NSBitmapImageRep* rep, NSInteger x, NSInteger y) {
+  std::vector<NSUInteger> samples(size_t([rep samplesPerPixel]));
+  [rep getPixel:samples.data() atX:x y:y];
+  return samples;
+}
+using S = std::vector<NSUInteger>;
+
 TEST_F(BitmapLayout, OwnMemoryIsZeroedAndDescribed) {
   NSBitmapImageRep* rep = Make(NULL, 10, 7, 8, 4, YES, NO, NSCalibratedRGBColorSpace, 0, 0, 0);
   ASSERT_NE(rep, nil);
@@ -59,9 +67,7 @@ TEST_F(BitmapLayout, CallersMeshedMemoryIsUsedInPlace) {
   ASSERT_NE(rep, nil);
   EXPECT_EQ([rep bitmapData], memory.data());
   memory[3 * 5 + 1] = 200;  // pixel (1, 1), green
-  NSUInteger p[3];
-  [rep getPixel:p atX:1 y:1];
-  EXPECT_EQ(p[1], 200u);
+  EXPECT_EQ(Samples(rep, 1, 1), (S{0, 200, 0}));
   NSUInteger q[3] = {1, 2, 3};
   [rep setPixel:q atX:3 y:0];
   EXPECT_EQ(memory[9], 1);
@@ -82,18 +88,12 @@ TEST_F(BitmapLayout, CallersPlanarMemoryHoldsOneSampleAPlane) {
   [rep getBitmapDataPlanes:back];
   EXPECT_EQ(back[2], blue.data());
   green[4] = 99;
-  NSUInteger p[4];
-  [rep getPixel:p atX:1 y:1];
-  EXPECT_EQ(p[0], 10u);
-  EXPECT_EQ(p[1], 99u);
-  EXPECT_EQ(p[3], 255u);
+  EXPECT_EQ(Samples(rep, 1, 1), (S{10, 99, 30, 255}));
   // Encoded, the planes come out meshed and right.
   NSBitmapImageRep* png = [NSBitmapImageRep imageRepWithData:[rep representationUsingType:NSPNGFileType properties:nil]];
   ASSERT_NE(png, nil);
   EXPECT_FALSE([png isPlanar]);
-  [png getPixel:p atX:1 y:1];
-  EXPECT_EQ(p[1], 99u);
-  EXPECT_EQ(p[2], 30u);
+  EXPECT_EQ(Samples(png, 1, 1), (S{10, 99, 30, 255}));
   // Platform-allocated planar storage: one plane a sample, each bytesPerPlane long.
   NSBitmapImageRep* own = Make(NULL, 3, 2, 8, 3, NO, YES, NSCalibratedRGBColorSpace, 0, 0, 0);
   ASSERT_NE(own, nil);
@@ -108,9 +108,7 @@ TEST_F(BitmapLayout, SubByteAndSixteenBitSamples) {
   NSUInteger on = 1;
   [one setPixel:&on atX:8 y:1];
   EXPECT_EQ([one bitmapData][3], 0x80);  // most significant bit first
-  NSUInteger read = 0;
-  [one getPixel:&read atX:8 y:1];
-  EXPECT_EQ(read, 1u);
+  EXPECT_EQ(Samples(one, 8, 1), S{1});
 
   NSBitmapImageRep* four = Make(NULL, 3, 1, 4, 2, YES, NO, NSCalibratedWhiteColorSpace, NSAlphaNonpremultipliedBitmapFormat, 0, 0);
   ASSERT_NE(four, nil);
@@ -124,21 +122,13 @@ TEST_F(BitmapLayout, SubByteAndSixteenBitSamples) {
   NSBitmapImageRep* deep = Make(NULL, 2, 2, 16, 3, NO, NO, NSCalibratedRGBColorSpace, 0, 0, 0);
   NSUInteger rgb[3] = {65535, 32768, 1};
   [deep setPixel:rgb atX:1 y:1];
-  NSUInteger back[3];
-  [deep getPixel:back atX:1 y:1];
-  EXPECT_EQ(back[0], 65535u);
-  EXPECT_EQ(back[1], 32768u);
-  EXPECT_EQ(back[2], 1u);
+  EXPECT_EQ(Samples(deep, 1, 1), (S{65535, 32768, 1}));
 }
 
 TEST_F(BitmapLayout, ColoursKnowPremultiplicationAndAlphaFirst) {
   NSBitmapImageRep* premultiplied = Make(NULL, 2, 1, 8, 4, YES, NO, NSCalibratedRGBColorSpace, 0, 0, 0);
   [premultiplied setColor:[NSColor colorWithCalibratedRed:1 green:0.5 blue:0 alpha:0.5] atX:0 y:0];
-  NSUInteger p[4];
-  [premultiplied getPixel:p atX:0 y:0];
-  EXPECT_EQ(p[0], 128u);  // 1 x 0.5
-  EXPECT_EQ(p[1], 64u);
-  EXPECT_EQ(p[3], 128u);
+  EXPECT_EQ(Samples(premultiplied, 0, 0), (S{128, 64, 0, 128}));  // 1 x 0.5, 0.5 x 0.5
   NSColor* colour = [premultiplied colorAtX:0 y:0];
   EXPECT_NEAR([colour redComponent], 1.0, 0.01);
   EXPECT_NEAR([colour greenComponent], 0.5, 0.01);
@@ -149,13 +139,9 @@ TEST_F(BitmapLayout, ColoursKnowPremultiplicationAndAlphaFirst) {
   ASSERT_NE(first, nil);
   EXPECT_EQ([first bitmapFormat], NSAlphaFirstBitmapFormat | NSAlphaNonpremultipliedBitmapFormat);
   [first setColor:[NSColor colorWithCalibratedRed:0.2 green:0.4 blue:0.6 alpha:0.8] atX:1 y:0];
-  [first getPixel:p atX:1 y:0];
-  EXPECT_EQ(p[0], 204u);  // alpha leads
-  EXPECT_EQ(p[1], 51u);
+  EXPECT_EQ(Samples(first, 1, 0), (S{204, 51, 102, 153}));  // alpha leads
   NSBitmapImageRep* png = [NSBitmapImageRep imageRepWithData:[first representationUsingType:NSPNGFileType properties:nil]];
-  [png getPixel:p atX:1 y:0];
-  EXPECT_EQ(p[0], 51u);  // written the usual way round
-  EXPECT_EQ(p[3], 204u);
+  EXPECT_EQ(Samples(png, 1, 0), (S{51, 102, 153, 204}));  // written the usual way round
 }
 
 TEST_F(BitmapLayout, FloatSamplesAndBlackColourSpace) {
@@ -166,17 +152,13 @@ TEST_F(BitmapLayout, FloatSamplesAndBlackColourSpace) {
   EXPECT_NEAR([[floats colorAtX:1 y:0] greenComponent], 0.5, 1e-6);
   NSBitmapImageRep* png = [NSBitmapImageRep imageRepWithData:[floats representationUsingType:NSPNGFileType properties:nil]];
   ASSERT_NE(png, nil);
-  NSUInteger p[3];
-  [png getPixel:p atX:1 y:0];
-  EXPECT_EQ(p[0], 65535u);  // deeper samples are written as 16 bits
-  EXPECT_EQ(p[1], 32768u);
+  EXPECT_EQ(Samples(png, 1, 0), (S{65535, 32768, 0}));  // deeper samples are written as 16 bits
 
   NSBitmapImageRep* black = Make(NULL, 1, 1, 8, 1, NO, NO, NSDeviceBlackColorSpace, 0, 0, 0);
   [black bitmapData][0] = 255;  // full ink
   EXPECT_NEAR([[black colorAtX:0 y:0] whiteComponent], 0.0, 1e-6);
   NSBitmapImageRep* written = [NSBitmapImageRep imageRepWithData:[black TIFFRepresentation]];
-  [written getPixel:p atX:0 y:0];
-  EXPECT_EQ(p[0], 0u);
+  EXPECT_EQ(Samples(written, 0, 0), S{0});
 }
 
 TEST_F(BitmapLayout, CopiesOwnTheirPixels) {
@@ -187,9 +169,7 @@ TEST_F(BitmapLayout, CopiesOwnTheirPixels) {
   NSBitmapImageRep* copy = [[rep copy] autorelease];
   EXPECT_NE([copy bitmapData], memory.data());
   memory[0] = 1;
-  NSUInteger p[3];
-  [copy getPixel:p atX:0 y:0];
-  EXPECT_EQ(p[0], 7u);
+  EXPECT_EQ(Samples(copy, 0, 0), (S{7, 7, 7}));
   EXPECT_EQ([[copy valueForProperty:NSImageGamma] doubleValue], 0.5);
   [copy setProperty:NSImageGamma withValue:nil];
   EXPECT_NE([rep valueForProperty:NSImageGamma], nil);

@@ -24,14 +24,11 @@ class Conversions : public support::PluginTest {
   }
   // NSDataRB of data of this length raises the host's OutOfMemoryException.
   void ExpectOutOfMemory(int64_t length) {
-    try {
-      Call("DataOfLength", {Value::ofInteger(length)});
-      FAIL() << "nothing raised";
-    } catch (const host::HostException& e) {
-      EXPECT_EQ(e.className(), "OutOfMemoryException");
-      EXPECT_EQ(e.message(), "Failed to allocate a memoryblock with " + std::to_string(length) + " bytes in size.");
-      EXPECT_EQ(e.errorNumber(), 0);
-    }
+    auto e = Caught<host::HostException>([&] { Call("DataOfLength", {Value::ofInteger(length)}); });
+    ASSERT_TRUE(e) << "nothing raised";
+    EXPECT_EQ(e->className(), "OutOfMemoryException");
+    EXPECT_EQ(e->message(), "Failed to allocate a memoryblock with " + std::to_string(length) + " bytes in size.");
+    EXPECT_EQ(e->errorNumber(), 0);
   }
   static host::Options Without(std::set<std::string> missing) {
     host::Options options;

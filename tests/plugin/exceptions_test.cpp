@@ -16,14 +16,12 @@ const char kLogLine[] = "A QVRProbeException: probe reason, Info: ";
 
 TEST_F(PluginTest, RaiseByClassAndMessage) {
   Probe();
-  try {
-    Shared("Raise", {Text("IllegalCastException"), Text("CGImage must be a CGImageQVR!")});
-    ADD_FAILURE() << "nothing raised";
-  } catch (const host::HostException& e) {
-    EXPECT_EQ(e.className(), "IllegalCastException");
-    EXPECT_EQ(e.message(), "CGImage must be a CGImageQVR!");
-    EXPECT_EQ(e.errorNumber(), 0);
-  }
+  auto e = Caught<host::HostException>(
+      [&] { Shared("Raise", {Text("IllegalCastException"), Text("CGImage must be a CGImageQVR!")}); });
+  ASSERT_TRUE(e) << "nothing raised";
+  EXPECT_EQ(e->className(), "IllegalCastException");
+  EXPECT_EQ(e->message(), "CGImage must be a CGImageQVR!");
+  EXPECT_EQ(e->errorNumber(), 0);
   EXPECT_EQ(Raised([&] { Shared("Raise", {Text("NilObjectException"), Text("")}); }), "NilObjectException: ");
   EXPECT_EQ(Raised([&] { Shared("RaiseNil", {Text("UnsupportedOperationException")}); }),
             "UnsupportedOperationException: ");
@@ -101,18 +99,15 @@ class FramedGuardForms : public GuardForms {};
 TEST_P(FramedGuardForms, PlatformExceptionIsLoggedOnceAndConverted) {
   StartCase();
   support::StderrCapture log;
-  try {
-    Run(GetParam().form, kNSException);
-    ADD_FAILURE() << "nothing raised";
-  } catch (const host::HostException& e) {
-    EXPECT_EQ(e.className(), GetParam().siblings ? "NSExceptionQVR" : "RuntimeException");
-    EXPECT_EQ(e.message(), "probe reason");
-    EXPECT_EQ(e.errorNumber(), 0);
-    if (GetParam().siblings) {
-      host::Value exception = host::Value::ofObject(e.exception());
-      EXPECT_EQ(Utf8(runtime_->get(exception, "Name")), "QVRProbeException");
-      EXPECT_EQ(Utf8(runtime_->get(exception, "Reason")), "probe reason");
-    }
+  auto e = Caught<host::HostException>([&] { Run(GetParam().form, kNSException); });
+  ASSERT_TRUE(e) << "nothing raised";
+  EXPECT_EQ(e->className(), GetParam().siblings ? "NSExceptionQVR" : "RuntimeException");
+  EXPECT_EQ(e->message(), "probe reason");
+  EXPECT_EQ(e->errorNumber(), 0);
+  if (GetParam().siblings) {
+    host::Value exception = host::Value::ofObject(e->exception());
+    EXPECT_EQ(Utf8(runtime_->get(exception, "Name")), "QVRProbeException");
+    EXPECT_EQ(Utf8(runtime_->get(exception, "Reason")), "probe reason");
   }
   std::vector<std::string> lines = log.lines();
   EXPECT_EQ(support::CountContaining(lines, kLogLine), 1u);
@@ -137,13 +132,10 @@ TEST_P(FramedGuardForms, UnconvertibleExceptionGivesTheNeutralResult) {
 TEST_P(GuardForms, OtherThrownObjectsReachTheHostUnchanged) {
   StartCase();
   support::StderrCapture log;
-  try {
-    Run(GetParam().form, kString);
-    ADD_FAILURE() << "nothing thrown";
-  } catch (const host::ThrownObject& thrown) {
-    EXPECT_EQ(thrown.object(), Shared("LastThrown").pointer);
-    EXPECT_NE(thrown.className().find("String"), std::string::npos) << thrown.className();
-  }
+  auto thrown = Caught<host::ThrownObject>([&] { Run(GetParam().form, kString); });
+  ASSERT_TRUE(thrown) << "nothing thrown";
+  EXPECT_EQ(thrown->object(), Shared("LastThrown").pointer);
+  EXPECT_NE(thrown->className().find("String"), std::string::npos) << thrown->className();
   EXPECT_EQ(support::CountContaining(log.lines(), ", Info: "), 0u) << "not logged as a platform exception";
   EXPECT_EQ(Shared("PoolProbesAlive").integer, 0) << "the guard's pool was released";
 }
@@ -164,13 +156,11 @@ INSTANTIATE_TEST_SUITE_P(EveryFramedForm, FramedGuardForms,
 
 TEST_F(PluginTest, InitOnlyLetsAPlatformExceptionThrough) {
   Probe();
-  try {
-    Shared("GuardForm", {host::Value::ofInteger(kInitOnly), host::Value::ofInteger(kNSException)});
-    ADD_FAILURE() << "nothing thrown";
-  } catch (const host::ThrownObject& thrown) {
-    EXPECT_EQ(thrown.object(), Shared("LastThrown").pointer);
-    EXPECT_EQ(thrown.className(), "NSException");
-  }
+  auto thrown = Caught<host::ThrownObject>(
+      [&] { Shared("GuardForm", {host::Value::ofInteger(kInitOnly), host::Value::ofInteger(kNSException)}); });
+  ASSERT_TRUE(thrown) << "nothing thrown";
+  EXPECT_EQ(thrown->object(), Shared("LastThrown").pointer);
+  EXPECT_EQ(thrown->className(), "NSException");
 }
 
 TEST_F(PluginTest, CocoaInitFindsTheSiblingAdditions) {

@@ -9,19 +9,11 @@ namespace {
 
 using support::PluginTest;
 
-TEST_F(PluginTest, DictionariesHonourTheirCallbacks) {
+TEST_F(PluginTest, DictionariesHonourTheirCallbacksTypeIDsComeFromTheObjectsGestaltAnswers) {
   Probe();
   EXPECT_EQ(Utf8(Shared("CheckDictionaries")), "ok");
-}
-
-TEST_F(PluginTest, TypeIDsComeFromTheObjects) {
-  Probe();
   EXPECT_EQ(Utf8(Shared("CheckTypeIDs")), "ok");
-}
-
-TEST_F(PluginTest, GestaltAnswersTheDefaultSystemVersion) {
-  Probe();
-  EXPECT_EQ(Utf8(Shared("SystemVersion")), "10.9 1090 -5551");
+  EXPECT_EQ(Utf8(Shared("SystemVersion")), "10.9 1090 -5551") << "the default system version";
 }
 
 TEST_F(PluginTest, GestaltAnswersAnOlderConfiguredSystem) {

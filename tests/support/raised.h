@@ -1,6 +1,7 @@
 // What a host exception tells host code, for tests that expect one.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "host/runtime.h"
@@ -14,4 +15,15 @@ std::string Raised(Call call) {
     return e.className() + ": " + e.message();
   }
   return "";
+}
+
+// The exception of type E that call() throws (a copy), or none.
+template <class E, class Call>
+std::optional<E> Caught(Call call) {
+  try {
+    call();
+  } catch (const E& e) {
+    return e;
+  }
+  return std::nullopt;
 }

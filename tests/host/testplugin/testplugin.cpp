@@ -165,12 +165,16 @@ void unlockObject(Object o) {
   if (auto unlock = entry<void (*)(Object)>("REALUnlockObject"); unlock && o) unlock(o);
 }
 
+Object newInstance(const char* className) {
+  auto make = entry<Object (*)(const char*)>("PluginNewInstance");
+  return make ? make(className) : nullptr;
+}
+
 void raise(const char* className, const std::string& message, int32_t number) {
-  auto newInstance = entry<Object (*)(const char*)>("PluginNewInstance");
   auto setString = entry<int (*)(Object, const char*, String)>("REALSetPropValueString");
   auto setInt = entry<int (*)(Object, const char*, int32_t)>("REALSetPropValueInt");
   auto raiseException = entry<void (*)(Object)>("RuntimeRaiseException");
-  if (!newInstance || !raiseException) return;
+  if (!raiseException) return;
   Object e = newInstance(className);
   if (!e) e = newInstance("RuntimeException");
   if (!e) return;
@@ -246,10 +250,7 @@ String defaults(Object, intptr_t a, String s, double d, uint8_t b, Object o) {
   return makeString(buffer);
 }
 
-Object makeDerived(Object) {
-  auto newInstance = entry<Object (*)(const char*)>("PluginNewInstance");
-  return newInstance ? newInstance("TestDerived") : nullptr;
-}
+Object makeDerived(Object) { return newInstance("TestDerived"); }
 
 Object self_(Object self) {
   if (auto lock = entry<void (*)(Object)>("REALLockObject")) lock(self);
@@ -501,10 +502,7 @@ void fragileDestructor(Object) {
   testplugin_throw_string();
 }
 void armFragile(uint8_t on) { gFragileArmed = on != 0; }
-Object makeFragile(Object) {
-  auto newInstance = entry<Object (*)(const char*)>("PluginNewInstance");
-  return newInstance ? newInstance("TestFragile") : nullptr;
-}
+Object makeFragile(Object) { return newInstance("TestFragile"); }
 
 // TestThreads: work on a plugin-made thread, as a threaded runner does it. The worker
 // finishes once the host thread has yielded the asked number of times; the host thread
