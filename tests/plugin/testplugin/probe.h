@@ -33,13 +33,6 @@ extern REALclassDefinition ImageProbeQVRClass;
 // The event record's forSystemUse word after registration (layout 9: its copy's address).
 uintptr_t ProbeEventForSystemUse();
 
-// Platform probes (probe_platform.mm): "ok" or the first check that failed; and the
-// system version Gestalt answers, as "major.minor sysv unknownSelectorResult".
-#include <string>
-std::string CheckDictionaries();
-std::string CheckTypeIDs();
-std::string SystemVersion();
-
 // Runtime-made platform classes with names of 196 and 197 bytes (probe_wrappers.mm),
 // and the host class names their wrappers take.
 const char* LongClassName(int length);

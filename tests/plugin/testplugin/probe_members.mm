@@ -2,6 +2,7 @@
 // image class will, so tests can call it through the host. Host strings come in and go
 // out through the plugin's own conversions.
 #import <AppKit/AppKit.h>
+#include <ApplicationServices/ApplicationServices.h>
 #include <objc/runtime.h>
 
 #include "tests/plugin/testplugin/probe.h"
@@ -378,9 +379,17 @@ REALstring NeutralGlue() {
   return HostString(wrong);
 }
 
-REALstring DictionariesProbe() { return HostString(CheckDictionaries()); }
-REALstring TypeIDsProbe() { return HostString(CheckTypeIDs()); }
-REALstring SystemVersionProbe() { return HostString(SystemVersion()); }
+// The system version Gestalt answers: "major.minor sysv unknownSelectorResult".
+REALstring SystemVersionProbe() {
+  SInt32 major = 0, minor = 0, packed = 0, unknown = 0;
+  if (Gestalt(gestaltSystemVersionMajor, &major) != noErr || Gestalt(gestaltSystemVersionMinor, &minor) != noErr ||
+      Gestalt(gestaltSystemVersion, &packed) != noErr)
+    return HostString("error");
+  char text[64];
+  std::snprintf(text, sizeof text, "%d.%d %04x %d", int(major), int(minor), unsigned(packed),
+                int(Gestalt(0x3F3F3F3F, &unknown)));
+  return HostString(text);
+}
 
 }  // namespace
 
@@ -421,10 +430,8 @@ REALmethodDefinition FrameProbeSharedMethods[] = {
     SHARED(WrapAs, "WrapAs(rep as NSImageRepQVR, requiredClass as String) as NSImageRepQVR"),
     SHARED(WrapImageAs, "WrapImageAs(image as NSImageQVR, requiredClass as String) as NSImageRepQVR"),
     SHARED(NewRuntimeRep, "NewRuntimeRep(kind as Integer) as NSImageRepQVR"),
-    SHARED(DictionariesProbe, "CheckDictionaries as String"),
     SHARED(NeutralGlue, "NeutralGlue as String"),
     SHARED(ObjectWrapperRoundTrip, "ObjectWrapperRoundTrip(o as NSImageQVR) as NSImageQVR"),
-    SHARED(TypeIDsProbe, "CheckTypeIDs as String"),
     SHARED(SystemVersionProbe, "SystemVersion as String"),
     SHARED(ImageFromPixels, "ImageFromPixels(width as Integer, height as Integer, rgba as MemoryBlock) as NSImageQVR"),
     SHARED(ImagePixels, "ImagePixels(image as NSImageQVR) as MemoryBlock"),

@@ -1,0 +1,68 @@
+/* Core Foundation over Foundation's objects: dictionaries with null callbacks (identity keys,
+   no references) and with the kCFType ones (equal keys, retained and released), and the type
+   IDs that Foundation and Core Graphics objects answer. */
+#import "drawing_pixels.h"
+
+namespace {
+
+class CoreFoundation : public PoolTest {};
+
+TEST_F(CoreFoundation, DictionariesHonourTheirCallbacks) {
+  NSMutableString* key = [[[NSMutableString alloc] initWithString:@"key"] autorelease];
+  NSMutableString* equalKey = [[[NSMutableString alloc] initWithString:@"key"] autorelease];
+  NSObject* value = [[[NSObject alloc] init] autorelease];
+  const NSUInteger keyRetains = [key retainCount], valueRetains = [value retainCount];
+
+  CFMutableDictionaryRef plain = CFDictionaryCreateMutable(kCFAllocatorDefault, 0, NULL, NULL);
+  CFDictionarySetValue(plain, key, value);
+  EXPECT_EQ([key retainCount], keyRetains);
+  EXPECT_EQ([value retainCount], valueRetains);
+  EXPECT_EQ(CFDictionaryGetValue(plain, key), value);
+  EXPECT_EQ(CFDictionaryGetValue(plain, equalKey), nullptr);
+  EXPECT_EQ(CFDictionaryGetCount(plain), 1);
+  CFDictionarySetValue(plain, (const void*)0x10, (const void*)0x20);  // not objects at all
+  EXPECT_EQ(CFDictionaryGetValue(plain, (const void*)0x10), (const void*)0x20);
+  CFDictionaryRemoveValue(plain, (const void*)0x10);
+  CFDictionaryRemoveValue(plain, key);
+  EXPECT_EQ(CFDictionaryGetCount(plain), 0);
+  CFRelease(plain);
+
+  CFMutableDictionaryRef typed = CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
+                                                           &kCFTypeDictionaryValueCallBacks);
+  CFDictionarySetValue(typed, key, value);
+  EXPECT_EQ([key retainCount], keyRetains + 1);
+  EXPECT_EQ([value retainCount], valueRetains + 1);
+  EXPECT_EQ(CFDictionaryGetValue(typed, equalKey), value);
+  EXPECT_EQ([(NSDictionary*)typed objectForKey:equalKey], value);
+  const void* found = NULL;
+  EXPECT_TRUE(CFDictionaryGetValueIfPresent(typed, equalKey, &found));
+  EXPECT_EQ(found, value);
+  CFDictionarySetValue(typed, equalKey, key);  // replaces the value, keeps the first key
+  EXPECT_EQ([value retainCount], valueRetains);
+  EXPECT_EQ(CFDictionaryGetCount(typed), 1);
+  CFRelease(typed);
+  EXPECT_EQ([key retainCount], keyRetains);
+  EXPECT_EQ([equalKey retainCount], 1u);
+}
+
+TEST_F(CoreFoundation, TypeIDsComeFromTheObjects) {
+  const std::pair<CFTypeRef, CFTypeID> objects[] = {
+      {@"text", CFStringGetTypeID()},
+      {[NSData data], CFDataGetTypeID()},
+      {[NSArray array], CFArrayGetTypeID()},
+      {[NSMutableDictionary dictionary], CFDictionaryGetTypeID()},
+      {Pooled(CFDictionaryCreateMutable(kCFAllocatorDefault, 0, NULL, NULL)), CFDictionaryGetTypeID()},
+      {[NSNumber numberWithInt:3], CFNumberGetTypeID()},
+      {kCFBooleanTrue, CFBooleanGetTypeID()},
+      {[NSNumber numberWithBool:NO], CFBooleanGetTypeID()},
+      {[NSDate date], CFDateGetTypeID()},
+      {[NSURL fileURLWithPath:@"/tmp"], CFURLGetTypeID()},
+      {[NSSet set], CFSetGetTypeID()},
+      {[[[NSObject alloc] init] autorelease], CFTypeGetTypeID()},
+      {Pooled(CGColorSpaceCreateDeviceGray()), CGColorSpaceGetTypeID()},
+  };
+  for (const auto& [object, type] : objects) EXPECT_EQ(CFGetTypeID(object), type) << [[(id)object description] UTF8String];
+  EXPECT_NE(CGColorSpaceGetTypeID(), CFStringGetTypeID());
+}
+
+}  // namespace
