@@ -72,6 +72,7 @@ bool read_directory(Reader& r, size_t offset, std::vector<Entry>& entries, uint3
     e.length = unit * size_t(e.count);
     if (e.count > kMaxBlock || e.length > kMaxBlock) continue;
     if (e.length <= 4) {
+      if (at + 8 + e.length > r.size) continue;  // a last entry cut short by the end of the data
       e.value = r.data + at + 8;
     } else {
       const size_t where = r.u32(at + 8);
