@@ -1,7 +1,8 @@
 /* Apple icon files (.icns): one image for each icon element of the file, in the file's
-   order. Elements that hold a PNG (the newer sizes, and the Retina ones libicns does not
-   know) are read by libpng; the others through libicns, with their mask applied. Masks,
-   the table of contents and other non-image elements give no image of their own. */
+   order. Elements that hold a PNG or a JPEG 2000 image (the newer sizes, and the Retina ones
+   libicns does not know) are read by our own PNG and JPEG 2000 readers; the others through
+   libicns, with their mask applied. Masks, the table of contents and other non-image
+   elements give no image of their own. */
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -20,6 +21,15 @@ namespace {
 uint32_t be32(const uint8_t* p) { return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3]; }
 
 constexpr size_t kElementHeaderSize = 8;
+
+// The element types of the newer sizes: PNG or JPEG 2000 only.
+bool HoldsOnlyCompressedImages(icns_type_t type) {
+  static const char* const types[] = {"ic07", "ic08", "ic09", "ic10", "ic11", "ic12",
+                                      "ic13", "ic14", "icp4", "icp5", "icp6"};
+  for (const char* name : types)
+    if (uint32_t(type) == be32(reinterpret_cast<const uint8_t*>(name))) return true;
+  return false;
+}
 
 struct FamilyDeleter {
   void operator()(icns_family_t* family) const { std::free(family); }
@@ -61,11 +71,17 @@ bool icns_decode(const uint8_t* data, size_t size, std::vector<Frame>& images) {
     const uint8_t* payload = data + at + kElementHeaderSize;
     const size_t payloadLength = length - kElementHeaderSize;
     at += length;
-    if (payloadLength >= 8 && std::memcmp(payload, "\x89PNG\r\n\x1a\n", 8) == 0) {
+    const ImageFormat format = sniff_image_format(payload, payloadLength);
+    if (format == ImageFormat::png || format == ImageFormat::jpeg2000) {
       Frame frame;
-      if (png_decode(payload, payloadLength, frame)) images.push_back(std::move(frame));
+      const bool read = format == ImageFormat::png ? png_decode(payload, payloadLength, frame)
+                                                   : jpeg2000_decode(payload, payloadLength, frame);
+      if (read) images.push_back(std::move(frame));
       continue;
     }
+    // The newer sizes hold only PNG or JPEG 2000; libicns takes anything else in them for
+    // JPEG 2000 and leaks on it.
+    if (HoldsOnlyCompressedImages(type)) continue;
     const icns_icon_info_t info = icns_get_image_info_for_type(type);
     if (!info.isImage || info.iconWidth == 0 || info.iconHeight == 0 || legacyFamily() == nullptr) continue;
     icns_image_t image;

@@ -145,10 +145,16 @@ TEST_F(IconFiles, PNGIconsAndAppleIconFilesGiveOneRepresentationPerSize) {
                              "Image.new('RGBA', (32, 32), (30, 120, 220, 200)).save('png.ico', sizes=[(16, 16), (32, 32)])\n"
                              "for s, c in [(16, (250, 0, 0)), (32, (0, 250, 0)), (128, (0, 0, 250))]:\n"
                              "  Image.new('RGBA', (s, s), c + (255,)).save(str(s) + '.png')\n"
-                             "Image.new('RGBA', (256, 256), (1, 2, 3, 255)).save('pillow.icns')\n\" && "
+                             "Image.new('RGBA', (256, 256), (1, 2, 3, 255)).save('pillow.icns')\n"
+                             // A JPEG 2000 element, then one of the newer sizes holding neither format.
+                             "import io, struct\nb = io.BytesIO()\n"
+                             "Image.new('RGB', (128, 128), (10, 200, 30)).save(b, 'JPEG2000')\n"
+                             "d = b'ic07' + struct.pack('>I', 8 + len(b.getvalue())) + b.getvalue() + b'ic08' + struct.pack('>I', 16) + bytes(8)\n"
+                             "open('jp2.icns', 'wb').write(b'icns' + struct.pack('>I', 8 + len(d)) + d)\n\" && "
                              "png2icns icon.icns 16.png 32.png 128.png > /dev/null";
   ASSERT_EQ(std::system(script.c_str()), 0);
-  NSData *ico = ReadFile(dir + "/png.ico"), *icns = ReadFile(dir + "/icon.icns"), *pillowIcns = ReadFile(dir + "/pillow.icns");
+  NSData *ico = ReadFile(dir + "/png.ico"), *icns = ReadFile(dir + "/icon.icns"), *pillowIcns = ReadFile(dir + "/pillow.icns"),
+         *jp2Icns = ReadFile(dir + "/jp2.icns");
   [[maybe_unused]] int removed = std::system(("rm -rf " + dir).c_str());
 
   NSArray* reps = Representations(ico);
@@ -180,6 +186,11 @@ TEST_F(IconFiles, PNGIconsAndAppleIconFilesGiveOneRepresentationPerSize) {
   EXPECT_EQ(widths, std::vector<NSInteger>({128, 256, 512, 1024, 32, 64, 256, 512}));
   const TestPicture first = ReadRep([reps objectAtIndex:0]);
   EXPECT_EQ(std::vector<int>(first.at(5, 5), first.at(5, 5) + 4), std::vector<int>({1, 2, 3, 255}));
+  reps = Representations(jp2Icns);
+  ASSERT_EQ([reps count], 1u);
+  const TestPicture jp2 = ReadRep([reps objectAtIndex:0]);
+  EXPECT_EQ(jp2.width, 128);
+  EXPECT_EQ(std::vector<int>(jp2.at(64, 64), jp2.at(64, 64) + 3), std::vector<int>({10, 200, 30}));
 }
 
 }  // namespace
