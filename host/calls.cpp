@@ -369,6 +369,8 @@ Value Runtime::callGlobal(std::string_view name, std::vector<Value> args) {
   return result;
 }
 
+const std::vector<MethodInfo>& Runtime::globalFunctions() const { return impl_->globals; }
+
 bool Runtime::hasGlobal(std::string_view name) const {
   for (const GlobalFunction& g : impl_->globals)
     if (equalsIgnoringCase(g.declaration.name, name)) return true;

@@ -183,6 +183,7 @@ Runtime::Runtime(Options options) {
   installArrayClasses(*impl_);
   installApplicationClass(*impl_);
   installGlobalFunctions(*impl_);
+  installTextEncodingClasses(*impl_);
 }
 
 Runtime::~Runtime() {

@@ -158,6 +158,9 @@ void installFolderItemClass(Runtime::Impl& impl);
 void installArrayClasses(Runtime::Impl& impl);
 void installApplicationClass(Runtime::Impl& impl);
 void installGlobalFunctions(Runtime::Impl& impl);
+void installTextEncodingClasses(Runtime::Impl& impl);
+// The iconv name of an encoding code the host knows (textencoding.cpp), or null.
+const char* iconvNameOf(uint32_t code);
 void installVariantClass(Runtime::Impl& impl);
 void addVariantGlobals(Runtime::Impl& impl);
 void installDictionaryClass(Runtime::Impl& impl);

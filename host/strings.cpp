@@ -16,25 +16,19 @@ namespace host {
 
 namespace {
 
-const char* iconvName(uint32_t encoding) {
-  switch (encoding) {
-    case kEncodingUTF8: return "UTF-8";
-#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-    case kEncodingUTF16: return "UTF-16LE";
-#else
-    case kEncodingUTF16: return "UTF-16BE";
-#endif
-    case kEncodingASCII: return "ASCII";
-    case kEncodingMacRoman: return "MACINTOSH";
-    case 0x0201: return "ISO-8859-1";    // ISO Latin 1
-    case 0x0500: return "WINDOWS-1252";  // Windows Latin 1
-    default: return nullptr;
-  }
-}
+const char* iconvName(uint32_t encoding) { return iconvNameOf(encoding); }
 
 // Bytes of the source character at p that cannot be converted (so it can be skipped).
+// Unicode formats other than UTF-8: the bytes of one code unit (2 or 4), or 0.
+size_t unitBytes(uint32_t encoding) {
+  if ((encoding & 0xFFFF) != 0x100) return 0;
+  const uint32_t format = encoding >> 26;
+  return format == 0 || format == 4 || format == 5 ? 2 : format == 3 || format == 6 || format == 7 ? 4 : 0;
+}
+
 size_t characterLength(uint32_t encoding, const unsigned char* p, size_t left) {
-  if (encoding == kEncodingUTF16) {
+  if (unitBytes(encoding) == 4) return left < 4 ? left : 4;
+  if (unitBytes(encoding) == 2) {
     if (left < 2) return left;
     uint16_t unit;
     std::memcpy(&unit, p, 2);
@@ -53,11 +47,9 @@ size_t characterLength(uint32_t encoding, const unsigned char* p, size_t left) {
 }
 
 std::string questionMark(uint32_t encoding) {
-  if (encoding == kEncodingUTF16) {
-    uint16_t unit = '?';
-    return std::string(reinterpret_cast<const char*>(&unit), 2);
-  }
-  return "?";
+  std::string out;
+  if (!unitBytes(encoding) || !Runtime::Impl::convertBytes("?", kEncodingUTF8, encoding, out)) return "?";
+  return out;
 }
 
 }  // namespace

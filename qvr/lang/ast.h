@@ -144,6 +144,7 @@ struct Function {
 
 struct Program {
   std::string file;
+  std::string path;  // the program file as given, for App.ExecutableFile ("" for text)
   Block main;
   std::multimap<std::string, std::unique_ptr<Function>> functions;  // by lower-case name; overloads allowed
 };

@@ -10,6 +10,7 @@
 #include "lexer.h"
 #include "text.h"
 
+#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -241,6 +242,8 @@ const std::map<std::string, Builtin>& builtins() {
                   return Value(host::Value::ofInteger(int64_t(characters(in.stringArgument(a, 0, "Len", w)).size())));
                 }};
     t["lenb"] = {1, 1, [](I& in, Args& a, Position w) {
+                   // The string's own bytes, in its own encoding.
+                   if (a[0].isString()) return Value(host::Value::ofInteger(int64_t(in.runtime().bytes(a[0].v).size())));
                    return Value(host::Value::ofInteger(int64_t(in.stringArgument(a, 0, "LenB", w).size())));
                  }};
     t["format"] = {2, 2, [](I& in, Args& a, Position w) {
@@ -479,6 +482,58 @@ const std::map<std::string, Builtin>& builtins() {
     t["bitwise.shiftright"] = bits("Bitwise.ShiftRight", 2, [](int64_t x, int64_t n) {
       return n < 0 || n > 63 ? int64_t(0) : static_cast<int64_t>(static_cast<uint64_t>(x) >> n);
     });
+    // The System module, and StdOut and StdErr: a program's own output, its error output
+    // (System.DebugLog writes there too), the clocks and the environment.
+    t["system.debuglog"] = {1, 1, [](I& in, Args& a, Position w) {
+                              in.err() << in.stringArgument(a, 0, "System.DebugLog", w) << '\n';
+                              return Value();
+                            }};
+    t["system.ticks"] = t["ticks"];
+    t["system.microseconds"] = t["microseconds"];
+    t["system.environmentvariable"] = {1, 1, [](I& in, Args& a, Position w) {
+                                         const char* v = std::getenv(in.stringArgument(a, 0, "System.EnvironmentVariable", w).c_str());
+                                         return in.string(v ? v : "");
+                                       }};
+    for (const char* stream : {"stdout", "stderr"}) {
+      const bool toErr = stream[3] == 'e';
+      auto streamOf = [toErr](I& in) -> std::ostream& { return toErr ? in.err() : in.out(); };
+      t[std::string(stream) + ".write"] = {1, 1, [streamOf](I& in, Args& a, Position w) {
+                                             streamOf(in) << in.stringArgument(a, 0, "Write", w);
+                                             return Value();
+                                           }};
+      t[std::string(stream) + ".writeline"] = {0, 1, [streamOf](I& in, Args& a, Position w) {
+                                                 streamOf(in) << (a.empty() ? std::string() : in.stringArgument(a, 0, "WriteLine", w)) << '\n';
+                                                 return Value();
+                                               }};
+      t[std::string(stream) + ".flush"] = {0, 0, [streamOf](I& in, Args&, Position) {
+                                             streamOf(in).flush();
+                                             return Value();
+                                           }};
+    }
+    // Integer.FromString and Double.FromString read a whole number (blanks around it
+    // allowed); anything else is an InvalidArgumentException, where Val would answer 0.
+    auto fromString = [](const char* name, bool integer) {
+      return Builtin{1, 1, [name, integer](I& in, Args& a, Position w) {
+                       const std::string text = in.stringArgument(a, 0, name, w), s = trimText(text, true, true);
+                       char* end = nullptr;
+                       errno = 0;
+                       const long long i = integer ? std::strtoll(s.c_str(), &end, 10) : 0;
+                       const double d = integer ? 0 : std::strtod(s.c_str(), &end);
+                       if (s.empty() || std::isspace(static_cast<unsigned char>(s[0])) || *end || errno == ERANGE)
+                         in.raise("InvalidArgumentException", "\"" + text + "\" is not " + (integer ? "an Integer" : "a Double"), w);
+                       return integer ? Value(host::Value::ofInteger(i)) : Value(host::Value::ofDouble(d));
+                     }};
+    };
+    t["integer.fromstring"] = fromString("Integer.FromString", true);
+    t["double.fromstring"] = fromString("Double.FromString", false);
+    t["quit"] = {0, 1, [](I& in, Args& a, Position w) -> Value {
+                   throw Quit{a.empty() ? 0 : static_cast<int>(in.integerArgument(a, 0, "Quit", w))};
+                 }};
+    // The application: its executable is the program file being run.
+    t["app.executablefile"] = {0, 0, [](I& in, Args&, Position w) {
+                                 if (in.programPath().empty()) in.raise("NilObjectException", "this program has no file", w);
+                                 return in.fromHost(in.runtime().folderItem(in.programPath()));
+                               }};
     // The target constants read as values too: If TargetConsole Then ...
     for (const TargetConstant& target : targetConstants(host::Options())) {
       const std::string targetName = target.name;
@@ -498,7 +553,7 @@ const std::map<std::string, Builtin>& builtins() {
                       }};
     t["array"] = {1, 1000, [](I& in, Args& a, Position w) {
                     // The element type comes from the values: Integers, Doubles (when any is one),
-                    // Strings, Booleans, Colours, or objects of the first value's class.
+                    // Strings, Booleans, Colours, or objects of their nearest common class.
                     Type type;
                     const Value& first = a[0];
                     bool anyReal = false, allNumbers = true;
@@ -511,12 +566,10 @@ const std::map<std::string, Builtin>& builtins() {
                     else if (first.isBoolean()) type = resolveType(in.runtime(), "Boolean", false, w);
                     else if (first.isColor()) type = resolveType(in.runtime(), "Color", false, w);
                     else if (first.isObject()) {
-                      type = resolveType(in.runtime(), in.runtime().classOf(first.v)->name, false, w);
+                      host::ClassInfo* common = in.runtime().classOf(first.v);
                       for (const Value& v : a)
-                        if (v.isObject() && !in.runtime().classOf(v.v)->isA(type.cls)) {
-                          type = resolveType(in.runtime(), "Object", false, w);
-                          break;
-                        }
+                        while (common && v.isObject() && !in.runtime().classOf(v.v)->isA(common)) common = common->superclass;
+                      type = resolveType(in.runtime(), common ? common->name : "Object", false, w);
                     } else fail(w, "Array cannot hold " + withArticle(typeNameOf(first)));
                     std::vector<Value> items;
                     for (const Value& v : a) items.push_back(convertTo(in.runtime(), type, v, w, "an element of Array(...)"));
@@ -580,6 +633,12 @@ bool Interpreter::valueMember(const Value& value, const std::string& name, Args&
     }
     if (n == "instr" || n == "instrb") return viaBuiltin(n == "instr" ? "instr" : "instrb");
     if (n == "bytes") { noArgs(); out = host::Value::ofInteger(int64_t(s.size())); return true; }
+    if (n == "encoding") { noArgs(); out = globalCall("Encoding", {value}, where); return true; }
+    if (n == "convertencoding" || n == "defineencoding") {
+      if (args.size() != 1) fail(where, name + " takes one TextEncoding");
+      out = globalCall(n == "convertencoding" ? "ConvertEncoding" : "DefineEncoding", {value, args[0]}, where);
+      return true;
+    }
     if (n == "uppercase") return viaBuiltin("uppercase");
     if (n == "lowercase") return viaBuiltin("lowercase");
     if (n == "titlecase") return viaBuiltin("titlecase");

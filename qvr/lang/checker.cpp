@@ -73,6 +73,8 @@ const char* builtinResult(const std::string& name) {
       {"targetx86", "Boolean"}, {"targetarm", "Boolean"}, {"target32bit", "Boolean"}, {"target64bit", "Boolean"},
       {"targetlittleendian", "Boolean"}, {"targetbigendian", "Boolean"}, {"debugbuild", "Boolean"},
       {"xojoversion", "Double"}, {"rbversion", "Double"},
+      {"system.ticks", "Integer"}, {"system.microseconds", "Double"}, {"system.environmentvariable", "String"},
+      {"app.executablefile", "FolderItem"}, {"integer.fromstring", "Integer"}, {"double.fromstring", "Double"},
   };
   auto it = kResults.find(lowered(name));
   return it == kResults.end() ? nullptr : it->second;
@@ -423,22 +425,59 @@ class Checker {
     return fitting == 1 && chosen->isFunction ? typed(resolveType(rt_, chosen->returnType)) : Static();
   }
 
+  // The methods of a class (and its superclasses) by that name.
+  static std::vector<const host::MethodInfo*> methodsNamed(host::ClassInfo* cls, const std::string& name, bool shared) {
+    std::vector<const host::MethodInfo*> out;
+    for (host::ClassInfo* c = cls; c; c = c->superclass)
+      for (const host::MethodInfo& m : shared ? c->sharedMethods : c->methods)
+        if (lowered(m.declaration.name) == lowered(name)) out.push_back(&m);
+    return out;
+  }
+
+  std::vector<const host::MethodInfo*> globalsNamed(const std::string& name) const {
+    std::vector<const host::MethodInfo*> out;
+    for (const host::MethodInfo& m : rt_.globalFunctions())
+      if (lowered(m.declaration.name) == lowered(name)) out.push_back(&m);
+    return out;
+  }
+
+  // The results of the declarations that take count arguments.
+  void methodResults(const std::vector<const host::MethodInfo*>& methods, size_t count, std::vector<Static>& results) {
+    for (const host::MethodInfo* m : methods) {
+      size_t ordinary = m->declaration.parameters.size(), required = 0;
+      if (ordinary && m->declaration.parameters.back().assigns) --ordinary;
+      for (size_t i = 0; i < ordinary; ++i)
+        if (!m->declaration.parameters[i].defaultValue) ++required;
+      if (count >= required && count <= ordinary) results.push_back(hostType(m->declaration.returnType, m->declaration.returnsArray));
+    }
+  }
+
+  // The one type all results agree on, or unknown.
+  static Static agreed(const std::vector<Static>& results) {
+    if (results.empty()) return Static();
+    for (const Static& r : results)
+      if (!r.known() || r.type.describe() != results[0].type.describe()) return Static();
+    return results[0];
+  }
+
+  // The type of a host global function called with these arguments.
+  Static globalCall(const std::string& name, const std::vector<ExprPtr>& args, Position where, const std::vector<Static>& given) {
+    const auto methods = globalsNamed(name);
+    hostArguments(methods, name, args, where, given);
+    std::vector<Static> results;
+    methodResults(methods, given.size(), results);
+    return agreed(results);
+  }
+
   // The type of a host class member called with count arguments: the result the
   // matching declarations agree on, or unknown. found tells whether the class has it.
   Static hostMember(host::ClassInfo* cls, const std::string& name, size_t count, bool shared, bool& found) {
-    found = false;
     std::vector<Static> results;
+    const auto methods = methodsNamed(cls, name, shared);
+    found = !methods.empty();
+    methodResults(methods, count, results);
     const std::string k = lowered(name);
     for (host::ClassInfo* c = cls; c; c = c->superclass) {
-      for (const host::MethodInfo& m : shared ? c->sharedMethods : c->methods) {
-        if (lowered(m.declaration.name) != k) continue;
-        found = true;
-        size_t ordinary = m.declaration.parameters.size(), required = 0;
-        if (ordinary && m.declaration.parameters.back().assigns) --ordinary;
-        for (size_t i = 0; i < ordinary; ++i)
-          if (!m.declaration.parameters[i].defaultValue) ++required;
-        if (count >= required && count <= ordinary) results.push_back(hostType(m.declaration.returnType, m.declaration.returnsArray));
-      }
       for (const host::PropertyInfo& p : shared ? c->sharedProperties : c->properties)
         if (lowered(p.name) == k) {
           found = true;
@@ -452,47 +491,47 @@ class Checker {
             results.push_back(hostType(constant.type, false));
           }
     }
-    if (results.empty()) return Static();
-    for (const Static& r : results)
-      if (!r.known() || r.type.describe() != results[0].type.describe()) return Static();
-    return results[0];
+    return agreed(results);
+  }
+
+  void hostArguments(host::ClassInfo* cls, const std::string& name, bool shared, const std::vector<ExprPtr>& args,
+                     Position where, const std::vector<Static>& given) {
+    hostArguments(methodsNamed(cls, name, shared), cls->name + "." + name, args, where, given);
   }
 
   // The arguments of a host method call against its declarations: when some declaration
   // takes that many arguments but none takes their declared types, a type error (the
   // host's compiler finds it too). Counts that fit no declaration are left to the host's
   // own message when the call runs.
-  void hostArguments(host::ClassInfo* cls, const std::string& name, bool shared, const std::vector<ExprPtr>& args,
-                     Position where, const std::vector<Static>& given) {
+  void hostArguments(const std::vector<const host::MethodInfo*>& methods, const std::string& member,
+                     const std::vector<ExprPtr>& args, Position where, const std::vector<Static>& given) {
     struct Candidate {
       const host::MethodInfo* method;
       std::vector<Static> parameters;
     };
     std::vector<Candidate> counted;
     bool anyTakes = false;
-    const std::string k = lowered(name);
-    for (host::ClassInfo* c = cls; c; c = c->superclass)
-      for (const host::MethodInfo& m : shared ? c->sharedMethods : c->methods) {
-        const auto& parameters = m.declaration.parameters;
-        if (lowered(m.declaration.name) != k || (!parameters.empty() && parameters.back().assigns)) continue;
-        size_t required = 0;
-        for (const host::Parameter& p : parameters)
-          if (!p.defaultValue) ++required;
-        if (given.size() < required || given.size() > parameters.size()) continue;
-        Candidate candidate{&m, {}};
-        bool takes = true;
-        for (size_t i = 0; i < given.size(); ++i) {
-          candidate.parameters.push_back(hostType(parameters[i].type, parameters[i].isArray));
-          const Static& p = candidate.parameters.back();
-          // A host Color parameter also takes an Integer (its RGB word).
-          if (p.known() && !(p.isValue(Type::Kind::Color) && given[i].isValue(Type::Kind::Integer)))
-            takes = takes && refusal(p.type, given[i]).empty();
-        }
-        anyTakes = anyTakes || takes;
-        counted.push_back(std::move(candidate));
+    for (const host::MethodInfo* method : methods) {
+      const host::MethodInfo& m = *method;
+      const auto& parameters = m.declaration.parameters;
+      if (!parameters.empty() && parameters.back().assigns) continue;
+      size_t required = 0;
+      for (const host::Parameter& p : parameters)
+        if (!p.defaultValue) ++required;
+      if (given.size() < required || given.size() > parameters.size()) continue;
+      Candidate candidate{&m, {}};
+      bool takes = true;
+      for (size_t i = 0; i < given.size(); ++i) {
+        candidate.parameters.push_back(hostType(parameters[i].type, parameters[i].isArray));
+        const Static& p = candidate.parameters.back();
+        // A host Color parameter also takes an Integer (its RGB word).
+        if (p.known() && !(p.isValue(Type::Kind::Color) && given[i].isValue(Type::Kind::Integer)))
+          takes = takes && refusal(p.type, given[i]).empty();
       }
+      anyTakes = anyTakes || takes;
+      counted.push_back(std::move(candidate));
+    }
     if (counted.empty() || anyTakes) return;
-    const std::string member = cls->name + "." + name;
     if (counted.size() == 1)
       for (size_t i = 0; i < given.size(); ++i)
         if (counted[0].parameters[i].known())
@@ -540,6 +579,9 @@ class Checker {
       return;
     }
     if (isBuiltinFunction(e.text) || rt_.hasGlobal(e.text)) return;
+    if (const char* module = moduleNamed(e.text))
+      fail(e.where, std::string(module) + " is used through its members (" + e.text + "." +
+                        (lowered(e.text) == "system" ? "DebugLog" : lowered(e.text) == "app" ? "ExecutableFile" : lowered(e.text) == "bitwise" ? "BitAnd" : "WriteLine") + ", ...)");
     if (isClass(e.text)) {
       if (receiver) return;
       fail(e.where, "\"" + e.text + "\" is a class; make an instance with New " + e.text);
@@ -566,9 +608,10 @@ class Checker {
         if (const Static* v = variable(e.text)) return *v;
         if (isFunction(e.text)) return arguments(e.text, {}, e.where, !statement);
         if (const char* r = builtinResult(e.text)) return named(r);
+        if (!isBuiltinFunction(e.text) && rt_.hasGlobal(e.text)) return globalCall(e.text, {}, e.where, {});
         return Static();
       case Expr::Kind::Member: {
-        if (const std::string qualified = moduleMember(e); !qualified.empty()) return named(builtinResult(qualified));
+        if (const std::string qualified = moduleMember(e); !qualified.empty()) return builtinCall(qualified, e, {});
         if (e.left->kind == Expr::Kind::Name && !isVariable(e.left->text) && !isFunction(e.left->text) && isClass(e.left->text)) {
           if (lowered(e.left->text) == "variant") return named("Integer");  // Variant.TypeString and its siblings
           bool found = false;
@@ -587,19 +630,21 @@ class Checker {
           }
           if (isFunction(n)) return arguments(n, e.args, e.where, !statement);
           if (lowered(n) == "ctype") return ctype(e);
-          for (const ExprPtr& a : e.args) expression(*a);
-          if (isBuiltinFunction(n) || rt_.hasGlobal(n)) {
-            const char* r = builtinResult(n);
-            return r ? named(r) : Static();
-          }
+          std::vector<Static> given;
+          for (const ExprPtr& a : e.args) given.push_back(expression(*a));
+          if (isBuiltinFunction(n)) return builtinCall(n, e, given);
+          if (rt_.hasGlobal(n)) return globalCall(n, e.args, e.where, given);
           if (isClass(n)) return cast(e);
+          if (isValueType(n))
+            fail(e.left->where, n + " is a type, not a function: convert with CType(value, " + n + ") or by assigning to " +
+                                    withArticle(n) + " variable");
           fail(e.left->where, "unknown method \"" + n + "\"");
         }
         if (e.left->kind == Expr::Kind::Member) {
           const Expr& m = *e.left;
           std::vector<Static> given;
           for (const ExprPtr& a : e.args) given.push_back(expression(*a));
-          if (const std::string qualified = moduleMember(m); !qualified.empty()) return named(builtinResult(qualified));
+          if (const std::string qualified = moduleMember(m); !qualified.empty()) return builtinCall(qualified, e, given);
           if (m.left->kind == Expr::Kind::Name && !isVariable(m.left->text) && !isFunction(m.left->text) && isClass(m.left->text)) {
             bool found = false;
             hostArguments(rt_.findClass(m.left->text), m.text, true, e.args, e.where, given);
@@ -631,9 +676,11 @@ class Checker {
         classNamed(e.text, e.where);
         expression(*e.left);
         return named("Boolean");
-      case Expr::Kind::ArrayLiteral:
-        for (const ExprPtr& a : e.args) expression(*a);
-        return Static();
+      case Expr::Kind::ArrayLiteral: {
+        std::vector<Static> given;
+        for (const ExprPtr& a : e.args) given.push_back(expression(*a));
+        return arrayOf(e, given);
+      }
       case Expr::Kind::IfExpression: {
         condition(*e.args[0], "If(...)");
         Static a = expression(*e.args[1]), b = expression(*e.args[2]);
@@ -656,12 +703,82 @@ class Checker {
     return Static();
   }
 
+  // A built-in function's result: fixed for most, by the arguments for some.
+  Static builtinCall(const std::string& name, const Expr& e, const std::vector<Static>& given) {
+    const std::string k = lowered(name);
+    if (k == "array") return arrayOf(e, given);
+    if (k == "split") return typed(resolveType(rt_, "String", true, {}));
+    if (k == "abs" || k == "max" || k == "min") {
+      bool integers = true;
+      for (const Static& g : given) {
+        if (!g.numeric()) return Static();
+        integers = integers && g.isValue(Type::Kind::Integer);
+      }
+      return named(integers ? "Integer" : "Double");
+    }
+    const char* r = builtinResult(name);
+    return r ? named(r) : Static();
+  }
+
+  // Array(a, b, ...): an array of the values' type, as the host's compiler infers it:
+  // Integers (Doubles when any value is a floating number), Strings, Booleans, Colours, or
+  // objects of their nearest common class (Nil fits any class). Values of kinds that do
+  // not mix are a type error; a value typed only when running leaves the array untyped.
+  Static arrayOf(const Expr& e, const std::vector<Static>& given) {
+    const Static* first = nullptr;
+    bool anyReal = false;
+    host::ClassInfo* common = nullptr;
+    bool anyObject = false;
+    for (size_t i = 0; i < given.size(); ++i) {
+      const Static& g = given[i];
+      if (g.is == Static::Is::Nil) continue;
+      if (!g.known() || g.variant() || g.type.isArray) return Static();
+      if (!first) first = &g;
+      const bool mixes = g.numeric() ? first->numeric() : g.type.kind == first->type.kind;
+      if (!mixes || g.type.kind == Type::Kind::Ptr)
+        fail(e.args[i]->where, "Array cannot hold " + first->describe() + " and " + g.describe() + " together");
+      anyReal = anyReal || g.isValue(Type::Kind::Double);
+      if (g.type.kind == Type::Kind::Object) {
+        host::ClassInfo* cls = g.type.cls;
+        if (!anyObject) common = cls;
+        while (common && cls && !cls->isA(common)) common = common->superclass;
+        if (!cls) common = nullptr;
+        anyObject = true;
+      }
+    }
+    if (!first) return Static();
+    if (first->numeric()) return typed(resolveType(rt_, anyReal ? "Double" : "Integer", true, {}));
+    if (anyObject) return typed(resolveType(rt_, common ? common->name : std::string("Object"), true, {}));
+    Type t = first->type;
+    t.isArray = true;
+    return typed(t);
+  }
+
+  // Integer, Double, String, ...: the language's value types.
+  bool isValueType(const std::string& name) const {
+    try {
+      return resolveType(rt_, name, false, {}).kind != Type::Kind::Object || lowered(name) == "object";
+    } catch (const ProgramError&) {
+      return false;
+    }
+  }
+
+  // The built-in modules and objects used through their members, as messages name them.
+  static const char* moduleNamed(const std::string& name) {
+    static const std::map<std::string, const char*> kModules = {
+        {"bitwise", "the Bitwise module"}, {"system", "the System module"}, {"stdout", "StdOut"},
+        {"stderr", "StdErr"}, {"app", "the App object"},
+    };
+    auto it = kModules.find(lowered(name));
+    return it == kModules.end() ? nullptr : it->second;
+  }
+
   // Module.Function (Bitwise.BitAnd): the built-in's qualified name, or "".
   std::string moduleMember(const Expr& member) const {
     if (member.left->kind != Expr::Kind::Name || isVariable(member.left->text) || isFunction(member.left->text)) return "";
     const std::string qualified = lowered(member.left->text) + "." + lowered(member.text);
     if (isBuiltinFunction(qualified)) return qualified;
-    if (lowered(member.left->text) == "bitwise") fail(member.where, "the Bitwise module has no member \"" + member.text + "\"");
+    if (const char* module = moduleNamed(member.left->text)) fail(member.where, std::string(module) + " has no member \"" + member.text + "\"");
     return "";
   }
 

@@ -27,8 +27,8 @@ std::string key(const std::string& name) { return lowered(name); }
 
 }  // namespace
 
-Interpreter::Interpreter(host::Runtime& rt, const Program& program, std::ostream& out, StaticTypes types)
-    : rt_(rt), program_(program), out_(out), types_(std::move(types)) {}
+Interpreter::Interpreter(host::Runtime& rt, const Program& program, std::ostream& out, std::ostream& err, StaticTypes types)
+    : rt_(rt), program_(program), out_(out), err_(err), types_(std::move(types)) {}
 
 const Type* Interpreter::staticType(const Expr& e) const {
   auto it = types_.find(&e);
@@ -263,6 +263,15 @@ void Interpreter::assign(const Expr& target, Value value, Position where) {
     case Expr::Kind::Call: {
       std::vector<Value> args = arguments(target.args);
       const Expr& callee = *target.left;
+      if (callee.kind == Expr::Kind::Member && moduleMember(callee) == "system.environmentvariable") {
+        if (args.size() != 1) fail(target.where, "System.EnvironmentVariable takes the variable's name");
+        const std::string name = stringArgument(args, 0, "System.EnvironmentVariable", target.where);
+        std::vector<Value> one{value};
+        if (name.empty() || name.find('=') != std::string::npos)
+          raise("InvalidArgumentException", "\"" + name + "\" cannot name an environment variable", target.where);
+        ::setenv(name.c_str(), stringArgument(one, 0, "System.EnvironmentVariable", where).c_str(), 1);
+        return;
+      }
       if (callee.kind == Expr::Kind::Member && !isClassName(*callee.left)) {
         Value object = evaluate(*callee.left);
         if (object.isObject()) {
@@ -469,6 +478,8 @@ Flow Interpreter::tryStatement(const Stmt& s) {
     }
   } catch (const ProgramError&) {
     throw;  // a mistake in the program ends it at once; Finally is for exceptions
+  } catch (const Quit&) {
+    throw;
   } catch (...) {
     if (s.hasFinally) {
       if (frames_.size() > frameCount) frames_.resize(frameCount);
@@ -542,12 +553,7 @@ Value Interpreter::evaluate(const Expr& e) {
     case Expr::Kind::Member: return member(e);
     case Expr::Kind::Call: return call(e);
     case Expr::Kind::New: return newObject(e);
-    case Expr::Kind::ArrayLiteral: {
-      std::vector<Value> none;
-      Value out;
-      builtin("array", none, e.args, e.where, out);
-      return out;
-    }
+    case Expr::Kind::ArrayLiteral: return arrayLiteral(e);
     case Expr::Kind::IfExpression: {
       // Only the chosen value is evaluated; a Double on either side makes the result a Double.
       bool which = condition(*e.args[0], "If(...)");
@@ -612,6 +618,7 @@ Value Interpreter::call(const Expr& e) {
     }
     if (findFunction(callee.text)) return callFunction(callee.text, e.args, e.where, true);
     if (key(callee.text) == "ctype") return ctype(e);
+    if (key(callee.text) == "array") return arrayLiteral(e);
     if (isBuiltin(callee.text)) {
       std::vector<Value> args;
       Value out;
@@ -638,6 +645,21 @@ Value Interpreter::call(const Expr& e) {
   Value target = evaluate(callee);
   if (!target.isArray()) fail(e.where, withArticle(typeNameOf(target)) + " cannot be indexed");
   return index(target, arguments(e.args), e.where);
+}
+
+// Array(a, b, ...): of the type the checker inferred from the values' declared types,
+// else of the type the values themselves show.
+Value Interpreter::arrayLiteral(const Expr& e) {
+  const Type* type = staticType(e);
+  if (!type || !type->isArray) {
+    std::vector<Value> none;
+    Value out;
+    builtin("array", none, e.args, e.where, out);
+    return out;
+  }
+  std::vector<Value> items;
+  for (const ExprPtr& a : e.args) items.push_back(convertTo(rt_, type->element(), evaluate(*a), a->where, "an element of Array(...)"));
+  return makeArray(type->element(), std::move(items));
 }
 
 Value Interpreter::cast(const Expr& e) {

@@ -31,7 +31,8 @@ enum class Flow { Normal, Return, ExitFor, ExitWhile, ExitDo, ExitAny, ExitSelec
 class Interpreter {
  public:
   // types: the checker's static types of the program's expressions.
-  Interpreter(host::Runtime& rt, const Program& program, std::ostream& out, StaticTypes types = {});
+  // err: where System.DebugLog and StdErr write.
+  Interpreter(host::Runtime& rt, const Program& program, std::ostream& out, std::ostream& err, StaticTypes types = {});
 
   // Runs the main statements. Throws ProgramError for errors in the program and Raised
   // for a host exception that the program did not catch.
@@ -39,6 +40,9 @@ class Interpreter {
 
   host::Runtime& runtime() { return rt_; }
   std::ostream& out() { return out_; }
+  std::ostream& err() { return err_; }
+  // The program file as it was given ("" for program text without a file).
+  const std::string& programPath() const { return program_.path; }
 
   // Raises a host exception of the class (RuntimeException when the runtime has no such
   // class) with the message.
@@ -142,6 +146,7 @@ class Interpreter {
   Value cast(const Expr& e);
   Value castTo(host::ClassInfo* wanted, const Value& value, const Expr& e);
   Value ctype(const Expr& e);
+  Value arrayLiteral(const Expr& e);
   // The overload of a host member that the arguments' declared types choose, as its
   // declaration, converting Strings and MemoryBlocks where it takes the other; empty
   // when the host may choose by the values themselves.
@@ -175,6 +180,7 @@ class Interpreter {
   host::Runtime& rt_;
   const Program& program_;
   std::ostream& out_;
+  std::ostream& err_;
   StaticTypes types_;
   std::string loopTarget_;  // the counter an "Exit For i" or "Continue For i" is bound for
   std::vector<Frame> frames_;

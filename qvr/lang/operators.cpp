@@ -4,7 +4,10 @@
 // bitwise on Integers. Is compares object identity.
 #include "interpreter.h"
 
+#include "lexer.h"
 #include "text.h"
+
+#include <algorithm>
 
 #include <cmath>
 
@@ -50,6 +53,13 @@ bool ordered(Op op, int c) {
     case Op::Greater: return c > 0;
     default: return c >= 0;
   }
+}
+
+bool hasOperatorCompare(const host::ClassInfo* cls) {
+  for (const host::ClassInfo* c = cls; c; c = c->superclass)
+    for (const host::MethodInfo& m : c->methods)
+      if (lowered(m.declaration.name) == "operator_compare") return true;
+  return false;
 }
 
 bool isObjectLike(const Value& v) { return !v.isArray() && (v.isNil() || v.v.kind == host::Value::Kind::Object); }
@@ -125,6 +135,12 @@ Value Interpreter::applyBinary(Op op, const Value& a, const Value& b, Position w
       const bool equality = op == Op::Equal || op == Op::NotEqual;
       if (equality && a.isBoolean() && b.isBoolean()) return boolean(ordered(op, a.v.boolean == b.v.boolean ? 0 : 1));
       if (equality && a.isColor() && b.isColor()) return boolean(ordered(op, a.v.integer == b.v.integer ? 0 : 1));
+      // Objects of a class with Operator_Compare compare by it (two TextEncodings of the
+      // same encoding are equal); others only by identity.
+      if (a.isObject() && b.isObject() && hasOperatorCompare(rt_.classOf(a.v))) {
+        Value c = hostCall(where, [&] { return rt_.call(a.v, "Operator_Compare", {b.v}); });
+        return boolean(ordered(op, c.isInteger() ? static_cast<int>(std::clamp<int64_t>(c.integer(), -1, 1)) : 1));
+      }
       if (equality && isObjectLike(a) && isObjectLike(b))
         return boolean(ordered(op, a.v.object.get() == b.v.object.get() ? 0 : 1));
       if (equality && a.v.kind == host::Value::Kind::Ptr && b.v.kind == host::Value::Kind::Ptr)

@@ -25,21 +25,26 @@ std::string baseName(const std::string& path) {
 
 }  // namespace
 
-int runSource(host::Runtime& rt, const std::string& source, const std::string& file, std::ostream& out, std::ostream& err) {
+int runSource(host::Runtime& rt, const std::string& source, const std::string& file, std::ostream& out, std::ostream& err,
+              const std::string& path) {
   Program program;
   StaticTypes types;
   try {
     program = parseProgram(source, file, targetConstants(rt.options()));
+    program.path = path;
     types = checkProgram(rt, program);
   } catch (const ProgramError& e) {
     err << e.describe(file) << '\n';
     return 1;
   }
-  Interpreter interpreter(rt, program, out, std::move(types));
+  Interpreter interpreter(rt, program, out, err, std::move(types));
   try {
     interpreter.run();
     out.flush();
     return 0;
+  } catch (const Quit& quit) {
+    out.flush();
+    return quit.status;
   } catch (const ProgramError& e) {
     out.flush();
     err << e.describe(file) << '\n';
@@ -78,7 +83,7 @@ int runFile(host::Runtime& rt, const std::string& path, std::ostream& out, std::
   }
   std::stringstream buffer;
   buffer << in.rdbuf();
-  return runSource(rt, buffer.str(), baseName(path), out, err);
+  return runSource(rt, buffer.str(), baseName(path), out, err, path);
 }
 
 const std::string& embeddedExample() {

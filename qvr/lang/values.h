@@ -69,6 +69,11 @@ struct Raised {
   std::vector<std::pair<std::string, int>> trace;
 };
 
+// Quit: the program ends here with this exit status.
+struct Quit {
+  int status;
+};
+
 // Raises a host exception of the class (RuntimeException when the runtime has no such
 // class) with the message.
 [[noreturn]] void raiseException(host::Runtime& rt, const std::string& className, const std::string& message, Position where);

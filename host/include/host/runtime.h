@@ -316,6 +316,8 @@ class Runtime {
   // the arguments as for members.
   Value callGlobal(std::string_view name, std::vector<Value> args = {});
   bool hasGlobal(std::string_view name) const;
+  // Every global function's declaration (a host program's compiler types calls by them).
+  const std::vector<MethodInfo>& globalFunctions() const;
 
   // Variants: a value boxed as a Variant parameter receives it (objects and Nil stay
   // themselves), and the value a Variant holds (any other value unchanged). Variant

@@ -12,8 +12,10 @@ namespace qvrlang {
 
 // Runs program text in rt, printing to out. Errors go to err: a program error as
 // "file:line:column: error: ...", an uncaught host exception as its class, message
-// and line. Returns 0 when the program ran to its end, 1 otherwise.
-int runSource(host::Runtime& rt, const std::string& source, const std::string& file, std::ostream& out, std::ostream& err);
+// and line. Returns 0 when the program ran to its end (or the status it gave Quit), 1
+// otherwise. path: the program's file, which App.ExecutableFile answers.
+int runSource(host::Runtime& rt, const std::string& source, const std::string& file, std::ostream& out, std::ostream& err,
+              const std::string& path = std::string());
 
 // The same for a program file (2 when it cannot be read).
 int runFile(host::Runtime& rt, const std::string& path, std::ostream& out, std::ostream& err);

@@ -1,0 +1,96 @@
+// What a console program reaches for besides the plugin: System, StdOut and StdErr, App,
+// Quit, text encodings, number conversions, and the static types of the host's global
+// functions and of Array(...). Each case is a program and what it prints: its output,
+// then "|" and its error output.
+#include "lang_support.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Case {
+  const char* source;
+  const char* expected;
+};
+
+void expectAll(const std::vector<Case>& cases, bool plugins = false) {
+  host::Runtime rt;
+  if (plugins) rt.loadStandardPlugins();
+  for (const Case& c : cases) {
+    langtest::Outcome o = langtest::runIn(rt, c.source);
+    EXPECT_EQ(o.out + "|" + o.err, c.expected) << c.source;
+    EXPECT_EQ(o.leakedObjects, 0u) << c.source;
+    EXPECT_EQ(o.leakedStrings, 0u) << c.source;
+  }
+}
+
+}  // namespace
+
+TEST(Console, GlobalFunctionsAndArrayLiteralsHaveStaticTypes) {
+  expectAll({
+      {"Dim a() As Integer = Array(1, 2, 3)\nDim b() As Double = Array(1, 2.5)\nDim s() As String = Array(\"x\")\n"
+       "Dim e() As RuntimeException = Array(New NilObjectException, Nil, New IOException)\n"
+       "Print Str(a.Count) + Str(b(1)) + s(0) + Str(e.Count) + Str(VarType(1) + Len(\"ab\")) + GetFolderItem(\"/tmp\").Name\n",
+       "32.5x35tmp\n|"},
+      {"Dim a() As String = Array(1, 2)\n", "|test.qvr:1:21: error: \"a\" expects a String() but got an Integer()\n"},
+      {"Dim a() As Integer = Array(1, \"a\")\n", "|test.qvr:1:31: error: Array cannot hold an Integer and a String together\n"},
+      {"Dim e() As NilObjectException = Array(New NilObjectException, New IOException)\n",
+       "|test.qvr:1:33: error: \"e\" expects a NilObjectException() but got a RuntimeException()\n"},
+      {"Dim s As String = VarType(1)\n", "|test.qvr:1:19: error: \"s\" expects a String but got an Int32\n"},
+      {"Print GetFolderItem(3).Name\n", "|test.qvr:1:21: error: parameter path of GetFolderItem expects a String but got an Integer\n"},
+      {"Dim n As Integer = Max(2, 7)\nDim d As Double = Abs(-1.5)\nDim parts() As String = Split(\"a b\")\nPrint Str(n + d) + parts(1)\n", "8.5b\n|"},
+      {"Dim n As String = Max(2, 7)\n", "|test.qvr:1:19: error: \"n\" expects a String but got an Integer\n"},
+  });
+}
+
+TEST(Console, SystemStdOutStdErrAppAndQuit) {
+  expectAll({
+      {"System.DebugLog(\"log\")\nStdOut.Write \"a\"\nStdOut.Write(\"b\")\nStdOut.WriteLine \"c\"\nStdOut.WriteLine\nStdOut.Flush\n"
+       "StdErr.Write(\"e\")\nStdErr.WriteLine(\"rr\")\nPrint Str(System.Ticks >= 0) + Str(System.Microseconds >= 0)\n",
+       "abc\n\nTrueTrue\n|log\nerr\n"},
+      {"System.EnvironmentVariable(\"QVR_CONSOLE_TEST\") = \"on\"\n"
+       "Print System.EnvironmentVariable(\"QVR_CONSOLE_TEST\") + \"|\" + System.EnvironmentVariable(\"QVR_CONSOLE_UNSET\") + \"|\"\n",
+       "on||\n|"},
+      {"Try\n  System.EnvironmentVariable(\"A=B\") = \"x\"\nCatch e As InvalidArgumentException\n  Print e.Message\nEnd Try\n",
+       "\"A=B\" cannot name an environment variable\n|"},
+      {"Print \"before\"\nTry\n  Quit(3)\nFinally\n  Print \"not run\"\nEnd Try\n", "before\n|"},
+      {"Print App.ExecutableFile.Name\n", "|test.qvr:1: uncaught NilObjectException: this program has no file\n"},
+      {"System.Beep\n", "|test.qvr:1:8: error: the System module has no member \"Beep\"\n"},
+      {"Dim x As Integer = System\n", "|test.qvr:1:20: error: the System module is used through its members (System.DebugLog, ...)\n"},
+      {"StdOut.Print(\"x\")\n", "|test.qvr:1:8: error: StdOut has no member \"Print\"\n"},
+      {"Dim w As Integer = App.MajorVersion\n", "|test.qvr:1:24: error: the App object has no member \"MajorVersion\"\n"},
+  });
+}
+
+TEST(Console, TextEncodingsConvertAndCompare) {
+  expectAll({
+      {"Dim s As String = \"Grüße\"\nPrint s.Encoding.InternetName + \" \" + Str(s.Encoding = Encodings.UTF8) + \" \" + Str(s.Encoding <> Encodings.ASCII)\n"
+       "Dim latin As String = ConvertEncoding(s, Encodings.WindowsLatin1)\n"
+       "Print Str(latin.LenB) + \" \" + Str(LenB(s)) + \" \" + Encoding(latin).InternetName + \" \" + Str(latin = s)\n"
+       "Dim raw As String = DefineEncoding(latin, Nil)\nPrint Str(raw.Encoding Is Nil) + \" \" + Str(Encodings.UTF8.IsValidData(raw)) + \" \" + "
+       "Str(Encodings.WindowsLatin1.IsValidData(raw))\n"
+       "Print raw.DefineEncoding(Encodings.ISOLatin1).ConvertEncoding(Encodings.UTF8) + \" \" + Str(Encodings.UTF16.Chr(233).LenB)\n",
+       "UTF-8 True True\n5 7 windows-1252 True\nTrue False True\nGrüße 2\n|"},
+      {"Dim e As TextEncoding = GetInternetTextEncoding(\"UTF-16LE\")\nPrint e.InternetName + \" \" + Str(e.Base) + \" \" + Str(e.Format) + \" \" + "
+       "Hex(Encodings.UTF8.Code) + \" \" + Str(e.Equals(Encodings.UTF16LE)) + \" \" + Str(e = Encodings.UTF16BE) + \" \" + "
+       "GetTextEncoding(0).InternetName + \" \" + Str(GetInternetTextEncoding(\"klingon\") Is Nil)\n",
+       "UTF-16LE 256 5 8000100 True False macintosh True\n|"},
+      {"Print ConvertEncoding(\"x\", Nil)\n", "|test.qvr:1: uncaught NilObjectException: ConvertEncoding was given a Nil TextEncoding\n"},
+      {"Dim n As Integer = Encodings.UTF8\n", "|test.qvr:1:30: error: \"n\" expects an Integer but got a TextEncoding\n"},
+  });
+}
+
+TEST(Console, NumbersFromAndToText) {
+  expectAll({
+      {"Dim d As Double = -2.7\nDim i As Integer = d\nDim j As Integer = 2.7\n"
+       "Print Str(i) + \" \" + Str(j) + \" \" + Str(Integer.FromString(\" 42 \") + 1) + \" \" + Str(Double.FromString(\"2.5e1\")) + \" \" + "
+       "Str(CType(3.9, Integer)) + \" \" + CStr(7) + \" \" + (8).ToString + \" \" + Format(1.5, \"0.00\") + \" \" + Str(Val(\"12kg\"))\n",
+       "-2 2 43 25 3 7 8 1.50 12\n|"},
+      {"Try\n  Call Integer.FromString(\"12kg\")\nCatch e As InvalidArgumentException\n  Print e.Message\nEnd Try\n"
+       "Try\n  Call Double.FromString(\"\")\nCatch e As InvalidArgumentException\n  Print e.Message\nEnd Try\n",
+       "\"12kg\" is not an Integer\n\"\" is not a Double\n|"},
+      {"Dim n As Integer = Integer(2.5)\n",
+       "|test.qvr:1:20: error: Integer is a type, not a function: convert with CType(value, Integer) or by assigning to an Integer variable\n"},
+      {"Dim s As String = Integer.FromString(\"1\")\n", "|test.qvr:1:27: error: \"s\" expects a String but got an Integer\n"},
+  });
+}
