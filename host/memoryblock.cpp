@@ -1,9 +1,11 @@
 // MemoryBlock: a counted host object holding a zero-filled byte buffer and its size.
 // Plugins make and read blocks through "newMemoryBlock", "memoryBlockGetPtr" and
-// "memoryBlockGetSize"; host code uses the members (Size, Byte, Int32Value,
-// StringValue), which are native functions of the host.
+// "memoryBlockGetSize"; host code uses the members (Size, LittleEndian, Byte, the typed
+// values Int8Value ... DoubleValue, StringValue, CString, Left, Right, Mid), which are
+// native functions of the host.
 #include "native_members.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -33,6 +35,79 @@ bool resize(MemoryBlockData* block, intptr_t size) {
   return true;
 }
 
+// The typed values of a block, read and written at a byte offset in the block's byte
+// order: Int8Value ... UInt64Value, SingleValue, DoubleValue, BooleanValue, and the
+// older names Short, UShort and Long.
+struct TypedValue {
+  const char* declaration;
+  int bytes;
+  Value::Kind kind;
+};
+
+const TypedValue kTypedValues[] = {
+    {"Int8Value(offset as Integer) as Int8", 1, Value::Kind::Int32},
+    {"UInt8Value(offset as Integer) as UInt8", 1, Value::Kind::UInt32},
+    {"Int16Value(offset as Integer) as Int16", 2, Value::Kind::Int32},
+    {"Short(offset as Integer) as Int16", 2, Value::Kind::Int32},
+    {"UInt16Value(offset as Integer) as UInt16", 2, Value::Kind::UInt32},
+    {"UShort(offset as Integer) as UInt16", 2, Value::Kind::UInt32},
+    {"Int32Value(offset as Integer) as Int32", 4, Value::Kind::Int32},
+    {"Long(offset as Integer) as Int32", 4, Value::Kind::Int32},
+    {"UInt32Value(offset as Integer) as UInt32", 4, Value::Kind::UInt32},
+    {"Int64Value(offset as Integer) as Int64", 8, Value::Kind::Int64},
+    {"UInt64Value(offset as Integer) as UInt64", 8, Value::Kind::UInt64},
+    {"SingleValue(offset as Integer) as Single", 4, Value::Kind::Single},
+    {"DoubleValue(offset as Integer) as Double", 8, Value::Kind::Double},
+    {"BooleanValue(offset as Integer) as Boolean", 1, Value::Kind::Boolean},
+};
+
+// Copies n bytes, reversed when the block is big-endian (this host is little-endian).
+void copyOrdered(const MemoryBlockData* block, void* to, const void* from, int n) {
+  std::memcpy(to, from, size_t(n));
+  if (block->bigEndian) std::reverse(static_cast<unsigned char*>(to), static_cast<unsigned char*>(to) + n);
+}
+
+void installTypedValue(ClassInfo* cls, const TypedValue& typed) {
+  const std::string member = Declaration::parse(typed.declaration).name;
+  auto get = [typed, member](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+    MemoryBlockData* block = blockOf(runtime, self);
+    Value out;
+    out.kind = typed.kind;
+    uint64_t raw = 0;
+    if (inRange(runtime, block, args.at(0).integer, typed.bytes, member.c_str())) copyOrdered(block, &raw, block->bytes + args[0].integer, typed.bytes);
+    const int shift = 64 - 8 * typed.bytes;
+    switch (typed.kind) {
+      case Value::Kind::Single: { float f; std::memcpy(&f, &raw, 4); out.real = f; break; }
+      case Value::Kind::Double: std::memcpy(&out.real, &raw, 8); break;
+      case Value::Kind::Boolean: out.boolean = raw != 0; break;
+      case Value::Kind::Int32:
+      case Value::Kind::Int64: out.integer = shift ? static_cast<int64_t>(raw << shift) >> shift : static_cast<int64_t>(raw); break;
+      default: out.integer = static_cast<int64_t>(raw); break;
+    }
+    return out;
+  };
+  auto set = [typed, member](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+    MemoryBlockData* block = blockOf(runtime, self);
+    const Value& v = args.at(1);
+    const bool real = v.kind == Value::Kind::Double || v.kind == Value::Kind::Single;
+    uint64_t raw = 0;
+    if (typed.kind == Value::Kind::Single) {
+      const float f = static_cast<float>(real ? v.real : double(v.integer));
+      std::memcpy(&raw, &f, 4);
+    } else if (typed.kind == Value::Kind::Double) {
+      const double d = real ? v.real : double(v.integer);
+      std::memcpy(&raw, &d, 8);
+    } else if (typed.kind == Value::Kind::Boolean) {
+      raw = v.kind == Value::Kind::Boolean ? v.boolean : v.integer != 0;
+    } else {
+      raw = static_cast<uint64_t>(real ? static_cast<int64_t>(v.real) : v.integer);
+    }
+    if (inRange(runtime, block, args.at(0).integer, typed.bytes, member.c_str())) copyOrdered(block, block->bytes + args[0].integer, &raw, typed.bytes);
+    return Value::nil();
+  };
+  cls->methods.push_back(nativeMember(typed.declaration, get, set));
+}
+
 }  // namespace
 
 void installMemoryBlockClass(Runtime::Impl& impl) {
@@ -42,6 +117,7 @@ void installMemoryBlockClass(Runtime::Impl& impl) {
     MemoryBlockData* block = runtime.impl().memoryBlockData(object);
     block->bytes = static_cast<unsigned char*>(std::calloc(1, 1));
     block->size = 0;
+    block->bigEndian = false;
   };
   cls->nativeDestructor = [](Runtime& runtime, ObjectHeader* object) {
     MemoryBlockData* block = runtime.impl().memoryBlockData(object);
@@ -86,20 +162,55 @@ void installMemoryBlockClass(Runtime::Impl& impl) {
         return Value::nil();
       }));
 
+  addNativeProperty(
+      cls, "LittleEndian", "Boolean",
+      [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+        MemoryBlockData* block = blockOf(runtime, self);
+        return Value::ofBoolean(!block || !block->bigEndian);
+      },
+      [](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+        if (MemoryBlockData* block = blockOf(runtime, self)) block->bigEndian = !args.at(0).boolean;
+        return Value::nil();
+      });
+  for (const TypedValue& typed : kTypedValues) installTypedValue(cls, typed);
+
   cls->methods.push_back(nativeMember(
-      "Int32Value(offset as Integer) as Int32",
+      "CString(offset as Integer) as String",
       [](Runtime& runtime, const Value& self, std::vector<Value>& args) {
         MemoryBlockData* block = blockOf(runtime, self);
-        int32_t v = 0;
-        if (inRange(runtime, block, args.at(0).integer, 4, "Int32Value")) std::memcpy(&v, block->bytes + args[0].integer, 4);
-        return Value::ofInt32(v);
+        if (!inRange(runtime, block, args.at(0).integer, 0, "CString")) return Value::ofString({});
+        const char* start = reinterpret_cast<const char*>(block->bytes) + args[0].integer;
+        const void* nul = std::memchr(start, 0, size_t(block->size - args[0].integer));
+        const size_t length = nul ? size_t(static_cast<const char*>(nul) - start) : size_t(block->size - args[0].integer);
+        return runtime.string(std::string_view(start, length), kEncodingUnknown);
       },
       [](Runtime& runtime, const Value& self, std::vector<Value>& args) {
         MemoryBlockData* block = blockOf(runtime, self);
-        int32_t v = static_cast<int32_t>(args.at(1).integer);
-        if (inRange(runtime, block, args.at(0).integer, 4, "Int32Value")) std::memcpy(block->bytes + args[0].integer, &v, 4);
+        const std::string bytes = runtime.bytes(args.at(1));
+        if (inRange(runtime, block, args.at(0).integer, int64_t(bytes.size()) + 1, "CString"))
+          std::memcpy(block->bytes + args[0].integer, bytes.c_str(), bytes.size() + 1);
         return Value::nil();
       }));
+
+  // Left, Right and Mid: new blocks holding a copy of those bytes.
+  auto part = [](Runtime& runtime, const Value& self, int64_t offset, int64_t length, const char* member) {
+    MemoryBlockData* block = blockOf(runtime, self);
+    if (!inRange(runtime, block, offset, length, member)) return Value::nil();
+    return runtime.memoryBlock(block->bytes + offset, size_t(length));
+  };
+  addNativeMethod(cls, "Left(length as Integer) as MemoryBlock", [part](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+    return part(runtime, self, 0, args.at(0).integer, "Left");
+  });
+  addNativeMethod(cls, "Right(length as Integer) as MemoryBlock", [part](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+    MemoryBlockData* block = blockOf(runtime, self);
+    return part(runtime, self, (block ? block->size : 0) - args.at(0).integer, args[0].integer, "Right");
+  });
+  addNativeMethod(cls, "Mid(offset as Integer, length as Integer = -1) as MemoryBlock",
+                  [part](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+                    MemoryBlockData* block = blockOf(runtime, self);
+                    const int64_t offset = args.at(0).integer, rest = (block ? block->size : 0) - offset;
+                    return part(runtime, self, offset, args.at(1).integer < 0 ? rest : args[1].integer, "Mid");
+                  });
 
   cls->methods.push_back(nativeMember(
       "StringValue(offset as Integer, length as Integer) as String",

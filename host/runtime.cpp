@@ -184,6 +184,7 @@ Runtime::Runtime(Options options) {
   installApplicationClass(*impl_);
   installGlobalFunctions(*impl_);
   installTextEncodingClasses(*impl_);
+  installTextStreamClasses(*impl_);
 }
 
 Runtime::~Runtime() {

@@ -28,6 +28,7 @@ struct StringData {
 struct MemoryBlockData {
   unsigned char* bytes;
   intptr_t size;
+  bool bigEndian;  // LittleEndian = False: typed values are read and written high byte first
 };
 
 struct ArrayData {
@@ -73,6 +74,7 @@ struct Runtime::Impl {
   ClassInfo* pictureClass = nullptr;
   ClassInfo* graphicsClass = nullptr;
   ClassInfo* rgbSurfaceClass = nullptr;
+  ClassInfo* textEncodingClass = nullptr;
   ClassInfo* arrayClasses[9] = {};
 
   // Live objects and strings; entry points ignore pointers that are not in these sets.
@@ -159,8 +161,13 @@ void installArrayClasses(Runtime::Impl& impl);
 void installApplicationClass(Runtime::Impl& impl);
 void installGlobalFunctions(Runtime::Impl& impl);
 void installTextEncodingClasses(Runtime::Impl& impl);
-// The iconv name of an encoding code the host knows (textencoding.cpp), or null.
+void installTextStreamClasses(Runtime::Impl& impl);
+// Encodings (textencoding.cpp): the iconv name of a code the host knows, or null; a new
+// TextEncoding for a code (Nil for one it does not know); the code of a TextEncoding
+// (kEncodingUnknown for Nil).
 const char* iconvNameOf(uint32_t code);
+Value textEncodingValue(Runtime& runtime, uint32_t code);
+uint32_t textEncodingCode(Runtime& runtime, const Value& encoding);
 void installVariantClass(Runtime::Impl& impl);
 void addVariantGlobals(Runtime::Impl& impl);
 void installDictionaryClass(Runtime::Impl& impl);

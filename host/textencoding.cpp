@@ -107,6 +107,14 @@ std::string utf8Of(uint32_t cp) {
 
 }  // namespace
 
+Value textEncodingValue(Runtime& runtime, uint32_t code) { return encodingValue(runtime, runtime.impl().textEncodingClass, code); }
+
+uint32_t textEncodingCode(Runtime& runtime, const Value& encoding) {
+  ClassInfo* cls = runtime.impl().textEncodingClass;
+  if (encoding.isNil() || !encoding.object.get()->cls->isA(cls)) return kEncodingUnknown;
+  return codeOf(runtime, cls, encoding);
+}
+
 const char* iconvNameOf(uint32_t code) {
   const KnownEncoding* e = knownEncoding(code);
   return e ? e->iconvName : nullptr;
@@ -114,6 +122,7 @@ const char* iconvNameOf(uint32_t code) {
 
 void installTextEncodingClasses(Runtime::Impl& impl) {
   ClassInfo* cls = impl.addBuiltInClass("TextEncoding", "", sizeof(uint32_t));
+  impl.textEncodingClass = cls;
   auto field = [cls](uint32_t (*part)(uint32_t)) {
     return [cls, part](Runtime& runtime, const Value& self, std::vector<Value>&) {
       return Value::ofInteger(part(codeOf(runtime, cls, self)));

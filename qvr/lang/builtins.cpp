@@ -372,6 +372,7 @@ const std::map<std::string, Builtin>& builtins() {
                   uint32_t alpha = a.size() == 4 ? channel(3) : 0;
                   return Value(host::Value::ofColor((alpha << 24) | (channel(0) << 16) | (channel(1) << 8) | channel(2)));
                 }};
+    t["color.rgb"] = t["rgb"];
     t["ubound"] = {1, 1, [](I&, Args& a, Position w) {
                      if (!a[0].isArray()) fail(w, "UBound expects an array but got " + withArticle(typeNameOf(a[0])));
                      return Value(host::Value::ofInteger(int64_t(a[0].array->items.size()) - 1));

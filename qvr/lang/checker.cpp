@@ -75,6 +75,7 @@ const char* builtinResult(const std::string& name) {
       {"xojoversion", "Double"}, {"rbversion", "Double"},
       {"system.ticks", "Integer"}, {"system.microseconds", "Double"}, {"system.environmentvariable", "String"},
       {"app.executablefile", "FolderItem"}, {"integer.fromstring", "Integer"}, {"double.fromstring", "Double"},
+      {"color.rgb", "Color"},
   };
   auto it = kResults.find(lowered(name));
   return it == kResults.end() ? nullptr : it->second;

@@ -84,13 +84,41 @@ TEST(Console, NumbersFromAndToText) {
   expectAll({
       {"Dim d As Double = -2.7\nDim i As Integer = d\nDim j As Integer = 2.7\n"
        "Print Str(i) + \" \" + Str(j) + \" \" + Str(Integer.FromString(\" 42 \") + 1) + \" \" + Str(Double.FromString(\"2.5e1\")) + \" \" + "
-       "Str(CType(3.9, Integer)) + \" \" + CStr(7) + \" \" + (8).ToString + \" \" + Format(1.5, \"0.00\") + \" \" + Str(Val(\"12kg\"))\n",
-       "-2 2 43 25 3 7 8 1.50 12\n|"},
+       "Str(CType(3.9, Integer)) + \" \" + CStr(7) + \" \" + (8).ToString + \" \" + Format(1.5, \"0.00\") + \" \" + Str(Val(\"12kg\")) + \" \" + Str(Color.RGB(1, 2, 3).Blue)\n",
+       "-2 2 43 25 3 7 8 1.50 12 3\n|"},
       {"Try\n  Call Integer.FromString(\"12kg\")\nCatch e As InvalidArgumentException\n  Print e.Message\nEnd Try\n"
        "Try\n  Call Double.FromString(\"\")\nCatch e As InvalidArgumentException\n  Print e.Message\nEnd Try\n",
        "\"12kg\" is not an Integer\n\"\" is not a Double\n|"},
       {"Dim n As Integer = Integer(2.5)\n",
        "|test.qvr:1:20: error: Integer is a type, not a function: convert with CType(value, Integer) or by assigning to an Integer variable\n"},
       {"Dim s As String = Integer.FromString(\"1\")\n", "|test.qvr:1:27: error: \"s\" expects a String but got an Integer\n"},
+  });
+}
+
+TEST(Console, MemoryBlockTypedValuesInEitherByteOrder) {
+  expectAll({
+      {"Dim m As New MemoryBlock(16)\nm.UInt16Value(0) = &h0102\nm.Int32Value(2) = -2\nm.DoubleValue(8) = 1.5\n"
+       "Print Str(m.LittleEndian) + \" \" + Str(m.Byte(0)) + \" \" + Str(m.UInt8Value(1)) + \" \" + Str(m.Int8Value(2)) + \" \" + "
+       "Str(m.UInt32Value(2)) + \" \" + Str(m.DoubleValue(8)) + \" \" + Str(m.Short(2)) + \" \" + Str(m.BooleanValue(0))\n"
+       "m.LittleEndian = False\nPrint Hex(m.UInt16Value(0)) + \" \" + Str(m.Int32Value(2) = -2)\nm.Int64Value(8) = -3\n"
+       "m.SingleValue(4) = 0.25\nPrint Str(m.Byte(15)) + \" \" + Str(m.Int64Value(8)) + \" \" + Str(m.SingleValue(4)) + \" \" + Hex(m.Byte(4))\n"
+       "m.CString(0) = \"hi\"\nPrint m.CString(0) + \" \" + Str(m.Left(2).Size) + \" \" + m.Mid(0, 2).StringValue(0, 2) + \" \" + "
+       "Str(m.Right(3).Size) + \" \" + Str(m.Mid(10).Size)\n",
+       "True 2 1 -2 4294967294 1.5 -2 True\n201 False\n253 -3 0.25 3E\nhi 2 hi 3 6\n|"},
+      {"Dim m As New MemoryBlock(4)\nPrint Str(m.UInt32Value(1))\n", "|test.qvr:2: uncaught OutOfBoundsException: MemoryBlock.UInt32Value: offset 1 is outside the block\n"},
+      {"Dim m As New MemoryBlock(2)\nm.CString(0) = \"ab\"\n", "|test.qvr:2: uncaught OutOfBoundsException: MemoryBlock.CString: offset 0 is outside the block\n"},
+  });
+}
+
+TEST(Console, TextFilesWrittenAndRead) {
+  expectAll({
+      {"Dim f As FolderItem = SpecialFolder.Temporary.Child(\"qvr-console-text.txt\")\n"
+       "Dim t As TextOutputStream = TextOutputStream.Create(f)\nt.WriteLine(\"first\")\nt.Write(\"sec\")\nt.WriteLine \"ond\"\nt.Close\n"
+       "t = f.AppendToTextFile\nt.Encoding = Encodings.WindowsLatin1\nt.Delimiter = Chr(13) + Chr(10)\nt.WriteLine(\"Grüße\")\nt.Close\n"
+       "Print Str(f.Length)\nDim r As TextInputStream = TextInputStream.Open(f)\nWhile Not r.EOF\n  Print \"[\" + r.ReadLine + \"]\"\nWend\nr.Close\n"
+       "r = f.OpenAsTextFile\nr.Encoding = Encodings.WindowsLatin1\nPrint r.Read(3) + \"|\" + Str(r.ReadAll.Length) + \" \" + Str(r.EndOfFile)\nr.Close\n"
+       "Try\n  Call r.ReadLine\nCatch e As IOException\n  Print e.Message\nEnd Try\nf.Delete\n"
+       "Try\n  r = TextInputStream.Open(f)\nCatch e As IOException\n  Print Str(e.ErrorNumber)\nEnd Try\n",
+       "20\n[first]\n[second]\n[Gr\xfc\xdf" "e]\nfir|17 True\nTextInputStream.ReadLine: the stream is closed\n2\n|"},
   });
 }
