@@ -270,6 +270,36 @@ void installMembers(ClassInfo* cls) {
   }));
 }
 
+// The newer names programs also use: IsFolder, ShellPath and DisplayName read what
+// Directory, NativePath and Name read; Remove and CreateFolder do what Delete and
+// CreateAsFolder do, and raise IOException where those only set LastErrorCode.
+void installNewerNames(ClassInfo* cls) {
+  std::vector<PropertyInfo> aliases;
+  for (const PropertyInfo& p : cls->properties)
+    for (auto [from, to] : {std::pair{"Directory", "IsFolder"}, {"NativePath", "ShellPath"}, {"Name", "DisplayName"}})
+      if (p.name == from) {
+        aliases.push_back(p);
+        aliases.back().name = to;
+        aliases.back().nativeSetter = nullptr;
+      }
+  cls->properties.insert(cls->properties.end(), aliases.begin(), aliases.end());
+  std::vector<MethodInfo> raising;
+  for (const MethodInfo& m : cls->methods)
+    for (auto [from, to] : {std::pair{"Delete()", "Remove()"}, {"CreateAsFolder()", "CreateFolder()"}})
+      if (m.declarationText == from) {
+        const std::string name = std::string(to).substr(0, std::strlen(to) - 2);
+        raising.push_back(nativeMember(to, [f = m.native, name](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+          f(runtime, self, args);
+          FolderItemData* item = itemOf(runtime, self);
+          if (item && item->lastError)
+            runtime.impl().raise("IOException", "FolderItem." + name + " \"" + *item->path + "\": " + std::strerror(item->lastError),
+                                 item->lastError);
+          return Value::nil();
+        }));
+      }
+  cls->methods.insert(cls->methods.end(), raising.begin(), raising.end());
+}
+
 // ---- the hand-over entry points
 
 // An existing item's FSRef; with a name buffer, the parent's FSRef and the item's name
@@ -361,6 +391,7 @@ void installFolderItemClass(Runtime::Impl& impl) {
     data->path = nullptr;
   };
   installMembers(cls);
+  installNewerNames(cls);
 
   // GetFolderItem(path) and SpecialFolder.Temporary: where programs find their files.
   impl.globals.push_back(nativeMember("GetFolderItem(path as String) as FolderItem", [](Runtime& runtime, const Value&,

@@ -182,6 +182,7 @@ std::string Interpreter::stringArgument(const Args& args, size_t i, const char* 
   const Value& v = args.at(i);
   if (v.isString()) return text(v);
   if (v.variant && !v.isArray()) return variantText(rt_, v);
+  if (v.isObject() && v.v.object.get()->cls->name == "MemoryBlock") return rt_.memoryBlockBytes(v.v);  // its bytes, as a String
   fail(where, std::string(function) + " expects a String for argument " + std::to_string(i + 1) + " but got " +
                   withArticle(typeNameOf(v)) + (v.isNumber() ? "; convert it with Str" : ""));
 }
@@ -426,6 +427,10 @@ const std::map<std::string, Builtin>& builtins() {
                    return Value(in.runtime().string(std::string(1, static_cast<char>(b)), host::kEncodingUnknown));
                  }};
     t["endofline"] = {0, 0, [](I& in, Args&, Position) { return in.string("\n"); }};
+    for (auto [kind, ending] : {std::pair{"windows", "\r\n"}, {"unix", "\n"}, {"macintosh", "\r"}, {"native", "\n"}}) {
+      const std::string text = ending;
+      t[std::string("endofline.") + kind] = {0, 0, [text](I& in, Args&, Position) { return in.string(text); }};
+    }
     t["replacelineendings"] = {2, 2, [](I& in, Args& a, Position w) {
                                  std::string s = in.stringArgument(a, 0, "ReplaceLineEndings", w), eol = in.stringArgument(a, 1, "ReplaceLineEndings", w);
                                  std::string out;

@@ -75,7 +75,8 @@ const char* builtinResult(const std::string& name) {
       {"xojoversion", "Double"}, {"rbversion", "Double"},
       {"system.ticks", "Integer"}, {"system.microseconds", "Double"}, {"system.environmentvariable", "String"},
       {"app.executablefile", "FolderItem"}, {"integer.fromstring", "Integer"}, {"double.fromstring", "Double"},
-      {"color.rgb", "Color"},
+      {"color.rgb", "Color"}, {"endofline.windows", "String"}, {"endofline.unix", "String"}, {"endofline.macintosh", "String"},
+      {"endofline.native", "String"},
   };
   auto it = kResults.find(lowered(name));
   return it == kResults.end() ? nullptr : it->second;
@@ -567,7 +568,43 @@ class Checker {
       if (!found) fail(e.where, "class " + t.type.cls->name + " has no member \"" + e.text + "\"");
       return result;
     }
-    return Static();
+    return valueMemberOf(t, e);
+  }
+
+  // The members the language gives Strings, numbers, Booleans and Colours (valueMember in
+  // builtins.cpp) and the types they answer; any other member is an error.
+  Static valueMemberOf(const Static& t, const Expr& e) {
+    static const std::map<std::string, const char*> kString = {
+        {"length", "Integer"}, {"len", "Integer"}, {"lenb", "Integer"}, {"bytes", "Integer"}, {"instr", "Integer"},
+        {"instrb", "Integer"}, {"indexof", "Integer"}, {"countfields", "Integer"}, {"asc", "Integer"}, {"ascb", "Integer"},
+        {"tointeger", "Integer"}, {"val", "Double"}, {"todouble", "Double"}, {"contains", "Boolean"}, {"beginswith", "Boolean"},
+        {"endswith", "Boolean"}, {"encoding", "TextEncoding"}, {"split", "String()"}, {"tostringarray", "String()"},
+        {"mid", "String"}, {"ltrim", "String"}, {"rtrim", "String"}, {"leftb", "String"}, {"rightb", "String"}, {"midb", "String"},
+        {"uppercase", "String"}, {"lowercase", "String"}, {"titlecase", "String"}, {"trim", "String"}, {"trimleft", "String"},
+        {"trimright", "String"}, {"left", "String"}, {"right", "String"}, {"replace", "String"}, {"replaceall", "String"},
+        {"nthfield", "String"}, {"middle", "String"}, {"convertencoding", "String"}, {"defineencoding", "String"},
+    };
+    static const std::map<std::string, const char*> kColor = {
+        {"red", "Integer"}, {"green", "Integer"}, {"blue", "Integer"}, {"alpha", "Integer"}, {"tostring", "String"}};
+    const std::string n = lowered(e.text);
+    const char* result = nullptr;
+    if (t.isValue(Type::Kind::String)) {
+      auto it = kString.find(n);
+      result = it == kString.end() ? nullptr : it->second;
+    } else if (t.numeric()) {
+      if (n == "abs") return t;
+      if (n == "tostring" || n == "totext" || (n == "tohex" && t.isValue(Type::Kind::Integer))) result = "String";
+    } else if (t.isValue(Type::Kind::Boolean)) {
+      if (n == "tostring") result = "String";
+    } else if (t.isValue(Type::Kind::Color)) {
+      auto it = kColor.find(n);
+      result = it == kColor.end() ? nullptr : it->second;
+    } else {
+      return Static();
+    }
+    if (!result) fail(e.where, t.describe() + " has no member \"" + e.text + "\"");
+    const std::string r = result;
+    return r.back() == ')' ? typed(resolveType(rt_, r.substr(0, r.size() - 2), true, {})) : named(result);
   }
 
   // A name: a variable, a method, a built-in function; a class only before a ".".
@@ -704,9 +741,48 @@ class Checker {
     return Static();
   }
 
+  // The arguments of a built-in against what it takes, with the message its own check
+  // gives when the program runs: S a String (a MemoryBlock converts), N a number, I an
+  // Integer (any number converts), by the count of arguments where that varies.
+  void builtinArguments(const std::string& k, const Expr& e, const std::vector<Static>& given) {
+    static const std::map<std::string, std::pair<const char*, std::vector<const char*>>> kTakes = {
+        {"print", {"Print", {"S"}}}, {"msgbox", {"MsgBox", {"S"}}}, {"len", {"Len", {"S"}}}, {"lenb", {"LenB", {"S"}}},
+        {"val", {"Val", {"S"}}}, {"asc", {"Asc", {"S"}}}, {"trim", {"Trim", {"S"}}}, {"ltrim", {"LTrim", {"S"}}},
+        {"rtrim", {"RTrim", {"S"}}}, {"uppercase", {"Uppercase", {"S"}}}, {"lowercase", {"Lowercase", {"S"}}},
+        {"titlecase", {"Titlecase", {"S"}}}, {"left", {"Left", {"SI"}}}, {"right", {"Right", {"SI"}}},
+        {"mid", {"Mid", {"SI", "SII"}}}, {"instr", {"InStr", {"SS", "ISS"}}}, {"replace", {"Replace", {"SSS"}}},
+        {"replaceall", {"ReplaceAll", {"SSS"}}}, {"split", {"Split", {"S", "SS"}}}, {"countfields", {"CountFields", {"SS"}}},
+        {"nthfield", {"NthField", {"SSI"}}}, {"strcomp", {"StrComp", {"SS", "SSI"}}}, {"chr", {"Chr", {"I"}}},
+        {"hex", {"Hex", {"I"}}}, {"oct", {"Oct", {"I"}}}, {"bin", {"Bin", {"I"}}}, {"format", {"Format", {"NS"}}},
+        {"sqrt", {"Sqrt", {"N"}}}, {"round", {"Round", {"N"}}}, {"floor", {"Floor", {"N"}}}, {"ceil", {"Ceil", {"N"}}},
+        {"pow", {"Pow", {"NN"}}}, {"sign", {"Sign", {"N"}}}, {"system.debuglog", {"System.DebugLog", {"S"}}},
+        {"system.environmentvariable", {"System.EnvironmentVariable", {"S"}}}, {"stdout.write", {"Write", {"S"}}},
+        {"stdout.writeline", {"WriteLine", {"S"}}}, {"stderr.write", {"Write", {"S"}}}, {"stderr.writeline", {"WriteLine", {"S"}}},
+        {"integer.fromstring", {"Integer.FromString", {"S"}}}, {"double.fromstring", {"Double.FromString", {"S"}}},
+    };
+    auto it = kTakes.find(k);
+    if (it == kTakes.end()) return;
+    for (const char* takes : it->second.second) {
+      if (std::string(takes).size() != given.size()) continue;
+      for (size_t i = 0; i < given.size(); ++i) {
+        const Static& g = given[i];
+        if (!g.known() || g.variant()) continue;
+        const bool text = g.isValue(Type::Kind::String) || (isMemoryBlock(g.type) && !g.type.isArray);
+        const char want = takes[i];
+        if (want == 'S' && !text)
+          fail(e.where, std::string(it->second.first) + " expects a String for argument " + std::to_string(i + 1) + " but got " +
+                            g.describe() + (g.numeric() ? "; convert it with Str" : ""));
+        if (want != 'S' && !g.numeric())
+          fail(e.where, std::string(it->second.first) + " expects " + (want == 'N' ? "a number" : "an Integer") + " for argument " +
+                            std::to_string(i + 1) + " but got " + g.describe() + (g.isValue(Type::Kind::String) && want == 'N' ? "; convert it with Val" : ""));
+      }
+    }
+  }
+
   // A built-in function's result: fixed for most, by the arguments for some.
   Static builtinCall(const std::string& name, const Expr& e, const std::vector<Static>& given) {
     const std::string k = lowered(name);
+    builtinArguments(k, e, given);
     if (k == "array") return arrayOf(e, given);
     if (k == "split") return typed(resolveType(rt_, "String", true, {}));
     if (k == "abs" || k == "max" || k == "min") {

@@ -170,7 +170,16 @@ class Parser {
     }
     expectEndOfLine();
     const char* closer = f->isFunction ? "function" : "sub";
-    f->body = block({closer});
+    f->body = block({closer, "exception"});
+    // "Exception err As Class" at the end of a method: the method's body in a Try whose
+    // Catch is the rest of the method.
+    if (isWord("exception")) {
+      auto handled = std::make_unique<Stmt>(Stmt::Kind::Try, f->body.empty() ? at().where : f->body.front()->where);
+      handled->body = std::move(f->body);
+      handled->catches.push_back(catchClause({closer}));
+      f->body.clear();
+      f->body.push_back(std::move(handled));
+    }
     expectEnd(closer, f->isFunction ? "End Function" : "End Sub");
     return f;
   }
@@ -223,7 +232,7 @@ class Parser {
         {"static", "Static variables are not supported; use a variable of the main program"},
         {"with", "With blocks are not supported"},
         {"using", "Using is not supported; name classes in full"},
-        {"exception", "the Exception block at the end of a method is not supported; use Try ... Catch"},
+        {"exception", "an Exception block ends a Sub or Function; elsewhere use Try ... Catch"},
         {"raiseevent", "RaiseEvent is not supported"},
         {"soft", "Soft Declare statements are not supported"},
         {"namespace", "Namespace is not supported"},
@@ -629,23 +638,26 @@ class Parser {
     return s;
   }
 
+  // "Catch [name [As Class]]" (or "Exception ...") and its handler, up to a closer.
+  CatchBlock catchClause(std::initializer_list<const char*> closers) {
+    CatchBlock c;
+    c.where = at().where;
+    next();
+    if (!atEndOfLine()) {
+      c.variable = name("the exception's variable name");
+      if (acceptWord("as")) c.className = typeName().name;
+    }
+    expectEndOfLine();
+    c.body = block(closers);
+    return c;
+  }
+
   StmtPtr tryStatement() {
     auto s = std::make_unique<Stmt>(Stmt::Kind::Try, at().where);
     next();
     expectEndOfLine();
     s->body = block({"catch", "exception", "finally"});
-    while (isWord("catch") || isWord("exception")) {
-      CatchBlock c;
-      c.where = at().where;
-      next();
-      if (!atEndOfLine()) {
-        c.variable = name("the exception's variable name");
-        if (acceptWord("as")) c.className = typeName().name;
-      }
-      expectEndOfLine();
-      c.body = block({"catch", "exception", "finally"});
-      s->catches.push_back(std::move(c));
-    }
+    while (isWord("catch") || isWord("exception")) s->catches.push_back(catchClause({"catch", "exception", "finally"}));
     if (acceptWord("finally")) {
       expectEndOfLine();
       s->hasFinally = true;

@@ -1,7 +1,7 @@
 // What a console program reaches for besides the plugin: System, StdOut and StdErr, App,
-// Quit, text encodings, number conversions, and the static types of the host's global
-// functions and of Array(...). Each case is a program and what it prints: its output,
-// then "|" and its error output.
+// Quit, text encodings, number conversions, MemoryBlock typed values, text files and
+// folders, and the static types of the host's global functions, of the built-ins and of
+// Array(...). Each case is a program and what it prints: its output, "|", its error output.
 #include "lang_support.h"
 
 #include <gtest/gtest.h>
@@ -40,6 +40,18 @@ TEST(Console, GlobalFunctionsAndArrayLiteralsHaveStaticTypes) {
       {"Print GetFolderItem(3).Name\n", "|test.qvr:1:21: error: parameter path of GetFolderItem expects a String but got an Integer\n"},
       {"Dim n As Integer = Max(2, 7)\nDim d As Double = Abs(-1.5)\nDim parts() As String = Split(\"a b\")\nPrint Str(n + d) + parts(1)\n", "8.5b\n|"},
       {"Dim n As String = Max(2, 7)\n", "|test.qvr:1:19: error: \"n\" expects a String but got an Integer\n"},
+      {"Dim s As String = \"abc\"\nDim n As Integer = s.Length + s.IndexOf(\"c\")\nDim parts() As String = s.Split(\"b\")\n"
+       "Dim e As TextEncoding = s.Encoding\nPrint Str(n) + parts(1) + e.InternetName + (-3).Abs.ToString + &c010203.Blue.ToString\n",
+       "5cUTF-833\n|"},
+      {"Print \"start\"\nDim n As Integer = \"abc\".Lenght\n", "|test.qvr:2:26: error: a String has no member \"Lenght\"\n"},
+      {"Dim s As String = \"abc\".Length\n", "|test.qvr:1:25: error: \"s\" expects a String but got an Integer\n"},
+      // Built-ins check their arguments before the program runs, as the host's compiler does.
+      {"Print \"start\"\nIf False Then Print 5\n",
+       "|test.qvr:2:15: error: Print expects a String for argument 1 but got an Integer; convert it with Str\n"},
+      {"Dim n As Integer = Len(VarType(1))\n", "|test.qvr:1:20: error: Len expects a String for argument 1 but got an Int32; convert it with Str\n"},
+      {"Print Left(\"abc\", \"1\")\n", "|test.qvr:1:7: error: Left expects an Integer for argument 2 but got a String\n"},
+      {"Print Str(Round(\"2.5\"))\n", "|test.qvr:1:11: error: Round expects a number for argument 1 but got a String; convert it with Val\n"},
+      {"Dim m As New MemoryBlock(2)\nm.Byte(0) = 104\nm.Byte(1) = 105\nPrint m\nPrint Left(m, 1) + Str(Len(m))\n", "hi\nh2\n|"},
   });
 }
 
@@ -84,8 +96,9 @@ TEST(Console, NumbersFromAndToText) {
   expectAll({
       {"Dim d As Double = -2.7\nDim i As Integer = d\nDim j As Integer = 2.7\n"
        "Print Str(i) + \" \" + Str(j) + \" \" + Str(Integer.FromString(\" 42 \") + 1) + \" \" + Str(Double.FromString(\"2.5e1\")) + \" \" + "
-       "Str(CType(3.9, Integer)) + \" \" + CStr(7) + \" \" + (8).ToString + \" \" + Format(1.5, \"0.00\") + \" \" + Str(Val(\"12kg\")) + \" \" + Str(Color.RGB(1, 2, 3).Blue)\n",
-       "-2 2 43 25 3 7 8 1.50 12 3\n|"},
+       "Str(CType(3.9, Integer)) + \" \" + CStr(7) + \" \" + (8).ToString + \" \" + Format(1.5, \"0.00\") + \" \" + Str(Val(\"12kg\")) + \" \" + Str(Color.RGB(1, 2, 3).Blue) + \" \" + "
+       "Str(EndOfLine.Windows.LenB + EndOfLine.Unix.LenB + EndOfLine.Macintosh.LenB)\n",
+       "-2 2 43 25 3 7 8 1.50 12 3 4\n|"},
       {"Try\n  Call Integer.FromString(\"12kg\")\nCatch e As InvalidArgumentException\n  Print e.Message\nEnd Try\n"
        "Try\n  Call Double.FromString(\"\")\nCatch e As InvalidArgumentException\n  Print e.Message\nEnd Try\n",
        "\"12kg\" is not an Integer\n\"\" is not a Double\n|"},
@@ -110,8 +123,12 @@ TEST(Console, MemoryBlockTypedValuesInEitherByteOrder) {
   });
 }
 
-TEST(Console, TextFilesWrittenAndRead) {
+TEST(Console, TextFilesAndFolders) {
   expectAll({
+      {"Dim f As FolderItem = SpecialFolder.Temporary.Child(\"qvr-console-dir\")\nf.CreateFolder\n"
+       "Print Str(f.IsFolder) + \" \" + Str(f.ShellPath = f.NativePath) + \" \" + f.DisplayName\nf.Remove\n"
+       "Try\n  f.Remove\nCatch e As IOException\n  Print Str(e.ErrorNumber) + \" \" + Str(f.Exists)\nEnd Try\n",
+       "True True qvr-console-dir\n2 False\n|"},
       {"Dim f As FolderItem = SpecialFolder.Temporary.Child(\"qvr-console-text.txt\")\n"
        "Dim t As TextOutputStream = TextOutputStream.Create(f)\nt.WriteLine(\"first\")\nt.Write(\"sec\")\nt.WriteLine \"ond\"\nt.Close\n"
        "t = f.AppendToTextFile\nt.Encoding = Encodings.WindowsLatin1\nt.Delimiter = Chr(13) + Chr(10)\nt.WriteLine(\"Grüße\")\nt.Close\n"

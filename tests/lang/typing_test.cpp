@@ -184,8 +184,10 @@ TEST(HostIdioms, WhatTheLanguageLeavesOutIsRefusedByName) {
       {"Sub S()\n  GoTo done\nEnd Sub\n", "test.qvr:2:3: error: GoTo is not supported; use loops and Exit\n"},
       {"Sub S()\n  Static n As Integer\nEnd Sub\n", "test.qvr:2:3: error: Static variables are not supported; use a variable of the main program\n"},
       {"AddHandler x.Action, AddressOf y\n", "test.qvr:1:1: error: AddHandler is not supported\n"},
-      {"Sub S()\nException err\nEnd Sub\n",
-       "test.qvr:2:1: error: the Exception block at the end of a method is not supported; use Try ... Catch\n"},
+      {"Print 1\nException err\n", "test.qvr:2:1: error: an Exception block ends a Sub or Function; elsewhere use Try ... Catch\n"},
+      {"Function F(d As Dictionary) As String\n  Return d.Value(\"k\")\nException err As KeyNotFoundException\n  Return \"none \" + Str(err IsA RuntimeException)\n"
+       "End Function\nSub S()\n  Raise New IOException(\"io\")\nException\n  Print \"caught\"\nEnd Sub\nPrint F(New Dictionary)\nS\n",
+       "none True\ncaught\n"},
       {"Print Str(Self Is Nil)\n", "test.qvr:1:11: error: Self and Me refer to the object of class code; a program here has no classes\n"},
       {"Dim class As Integer = 2\nclass = class + 1\nPrint Str(class)\n", "3\n"},
   });
