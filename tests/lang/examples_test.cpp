@@ -57,6 +57,7 @@ TEST(Examples, PictureConversionInAConsoleApplication) {
   expectExample("picture_conversion", options);
 }
 TEST(Examples, Representations) { expectExample("representations"); }
+TEST(Examples, Console) { expectExample("console"); }
 
 TEST(Examples, TheEmbeddedExampleRunsToItsEnd) {
   host::Runtime rt;
