@@ -12,17 +12,13 @@ namespace {
 
 using support::PluginTest;
 
-uintptr_t MethodFlags(const host::ClassInfo* cls, const std::string& name) {
+// The flags of the member of that name (a method's or a property's).
+uintptr_t MemberFlags(const host::ClassInfo* cls, const std::string& name) {
   for (const host::MethodInfo& m : cls->methods)
     if (m.declaration.name == name) return m.flags;
-  ADD_FAILURE() << "no method " << name;
-  return ~uintptr_t(0);
-}
-
-uintptr_t PropertyFlags(const host::ClassInfo* cls, const std::string& name) {
   for (const host::PropertyInfo& p : cls->properties)
     if (p.name == name) return p.flags;
-  ADD_FAILURE() << "no property " << name;
+  ADD_FAILURE() << "no member " << name;
   return ~uintptr_t(0);
 }
 
@@ -44,16 +40,16 @@ TEST_P(MarkerFlags, BecomeHostFlagsOnNewerHostsAndVanishOnOlderOnes) {
   host::ClassInfo* probe = runtime.findClass("FrameProbeQVR");
   ASSERT_NE(probe, nullptr);
   EXPECT_EQ(probe->flags, GetParam().classFlags);
-  EXPECT_EQ(MethodFlags(probe, "Marked4"), GetParam().marked4);
-  EXPECT_EQ(MethodFlags(probe, "Marked8"), GetParam().marked8);
-  EXPECT_EQ(MethodFlags(probe, "MarkedDrop"), GetParam().markedDrop);
-  EXPECT_EQ(MethodFlags(probe, "Plain"), 0x84u);  // host flags pass unchanged
-  EXPECT_EQ(PropertyFlags(probe, "Marked"), GetParam().property);
+  EXPECT_EQ(MemberFlags(probe, "Marked4"), GetParam().marked4);
+  EXPECT_EQ(MemberFlags(probe, "Marked8"), GetParam().marked8);
+  EXPECT_EQ(MemberFlags(probe, "MarkedDrop"), GetParam().markedDrop);
+  EXPECT_EQ(MemberFlags(probe, "Plain"), 0x84u);  // host flags pass unchanged
+  EXPECT_EQ(MemberFlags(probe, "Marked"), GetParam().property);
   for (const host::MethodInfo& m : probe->sharedMethods) EXPECT_EQ(m.flags, 0x4u) << m.declarationText;
   // The image's members that take or return pictures carry the picture marker.
   host::ClassInfo* image = runtime.findClass("NSImageQVR");
   for (const char* name : {"initWithPicture", "CopyPictureRect", "CopyPicture", "CopyMask", "CopyPictureWithMask"})
-    EXPECT_EQ(MethodFlags(image, name), GetParam().marked4) << name;
+    EXPECT_EQ(MemberFlags(image, name), GetParam().marked4) << name;
   // No marker bit reaches the host anywhere.
   for (const host::ClassInfo* cls : runtime.classes()) {
     EXPECT_EQ(cls->flags & 0x1C0000u, 0u) << cls->name;
@@ -77,7 +73,7 @@ TEST_F(PluginTest, NoVersionFunctionDropsTheMarkers) {
   ASSERT_NE(probe, nullptr);
   EXPECT_EQ(probe->layout, 9);
   EXPECT_EQ(probe->flags, 0u);
-  EXPECT_EQ(MethodFlags(probe, "Marked4"), 0u);
+  EXPECT_EQ(MemberFlags(probe, "Marked4"), 0u);
 }
 
 TEST_F(PluginTest, LayoutNineRecordsAreWordForWordCopies) {

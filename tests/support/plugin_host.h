@@ -1,6 +1,6 @@
 // Helpers for suites that drive plugins through the host: a host with the plugins of a
-// test loaded, the live counts a test must leave as it found them, and the lines the
-// platform logs to stderr during a call.
+// test loaded, the live counts a test must leave as it found them, the lines the platform
+// logs to stderr during a call, and temporary folders, file bytes and command output.
 #pragma once
 
 #include <memory>
