@@ -11,8 +11,9 @@
 
 #include "plugin/host_sdk.h"
 
-#include <algorithm>
 #include <initializer_list>
+#include <memory>
+#include <new>
 #include <vector>
 
 template <typename Row>
@@ -47,16 +48,32 @@ REALproperty ReadOnlyPropertyRow(const char* name, const char* type, Getter gett
           0, nullptr, 0, nullptr, 0, nullptr};
 }
 
-/* The class record is the array's one owner (no container around it is left unreachable). */
+/* Every joined array also hangs on one list in static memory, so that it stays reachable
+   for the life of the process even where a registration for an older host replaces the
+   class record's pointers by those of copies in that host's layout. */
+struct alignas(16) JoinedRows {
+  JoinedRows* next;
+};
+
+inline JoinedRows*& JoinedRowsList() {
+  static JoinedRows* head = nullptr;
+  return head;
+}
+
 template <typename Row>
 void JoinMemberRows(std::initializer_list<MemberRows<Row>> groups, Row*& table, uintptr_t& count) {
+  static_assert(alignof(Row) <= alignof(JoinedRows), "rows follow the list link");
   uintptr_t total = 0;
   for (const MemberRows<Row>& group : groups) total += group.count;
-  Row* joined = total > 0 ? new Row[total] : nullptr;
-  Row* end = joined;
-  for (const MemberRows<Row>& group : groups) end = std::copy(group.rows, group.rows + group.count, end);
-  table = joined;
+  table = nullptr;
   count = total;
+  if (total == 0) return;
+  auto* block = static_cast<JoinedRows*>(::operator new(sizeof(JoinedRows) + total * sizeof(Row)));
+  block->next = JoinedRowsList();
+  JoinedRowsList() = block;
+  Row* end = reinterpret_cast<Row*>(block + 1);
+  table = end;
+  for (const MemberRows<Row>& group : groups) end = std::uninitialized_copy(group.rows, group.rows + group.count, end);
 }
 
 #endif
