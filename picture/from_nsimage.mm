@@ -35,6 +35,17 @@ bool DrawImageIntoContext(NSImage* image, CGContextRef context, NSRect destinati
   return true;
 }
 
+/* One row of a mask picture from alpha bytes: grey 255 - alpha in the three bytes from
+   First, fourthValue in byte Fourth. The offsets are constants, so the loop vectorizes. */
+template <int First, int Fourth>
+void WriteMaskRow(const unsigned char* alpha, unsigned char* out, int w, unsigned char fourthValue) {
+  for (int column = 0; column < w; ++column, out += 4) {
+    unsigned char v = (unsigned char)(255 - alpha[column]);
+    out[First] = out[First + 1] = out[First + 2] = v;
+    out[Fourth] = fourthValue;
+  }
+}
+
 }  // namespace
 
 REALpicture NSImageCopyPictureRect(NSImage* image, int x, int y, int w, int h) {
@@ -86,20 +97,14 @@ REALpicture NSImageCopyPictureMask(NSImage* image) {
        even on a host whose writer could take no lock of its own. */
     PictureWriter writer;
     if (writer.GetPictureEditor(picture, 0, 1)) {
-      /* Where the three grey bytes start and what the fourth byte holds, by format. */
+      /* The grey bytes lead, or follow the fourth byte, by format. */
       int32_t format = writer.format;
       bool alphaLast = format == 1 || format == 3 || format == 5, alphaFirst = format == 2 || format == 4 || format == 6;
-      int first = alphaFirst ? 1 : 0, fourth = alphaFirst ? 0 : 3;
-      unsigned char fourthValue = format == kPictureFormatRowBuffer ? 0 : 255;
       for (int row = 0; (alphaLast || alphaFirst || format == kPictureFormatRowBuffer) && row < h; ++row) {
         writer.SelectRow(row);
         const unsigned char* alpha = buffer + (size_t)row * (size_t)w;
-        unsigned char* out = writer.current;
-        for (int column = 0; column < w; ++column, out += 4) {
-          unsigned char v = (unsigned char)(255 - alpha[column]);
-          out[first] = out[first + 1] = out[first + 2] = v;
-          out[fourth] = fourthValue;
-        }
+        if (alphaFirst) WriteMaskRow<1, 0>(alpha, writer.current, w, 255);
+        else WriteMaskRow<0, 3>(alpha, writer.current, w, format == kPictureFormatRowBuffer ? 0 : 255);
       }
       result = picture;
       REALPictureClearCache(result);

@@ -29,14 +29,19 @@ void FetchRow(CGImageObject* image, pixman_format_code_t format, const uint8_t* 
   switch (format) {
     case PIXMAN_a8r8g8b8: memcpy(out, src, width * 4); return;
     case PIXMAN_x8r8g8b8:
+      for (size_t x = 0; x < width; x++, src += 4) {
+        uint32_t v;
+        memcpy(&v, src, 4);
+        out[x] = v | 0xFF000000u;
+      }
+      return;
     case PIXMAN_a8b8g8r8:
     case PIXMAN_x8b8g8r8: {
-      const bool swap = format != PIXMAN_x8r8g8b8;
       const uint32_t opaque = format == PIXMAN_a8b8g8r8 ? 0 : 0xFF000000u;
       for (size_t x = 0; x < width; x++, src += 4) {
         uint32_t v;
         memcpy(&v, src, 4);
-        out[x] = (swap ? SwapRedBlue(v) : v) | opaque;
+        out[x] = SwapRedBlue(v) | opaque;
       }
       return;
     }
@@ -100,8 +105,13 @@ bool CGContextDrawImageRows(CGContextObject* c, CGImageObject* image, const Devi
   const pixman_format_code_t to = c->shadowed ? (pixman_format_code_t)0 : pixman_image_get_format(c->surface);
   const bool verbatim = to != 0 && from != 0 && CopiedVerbatim(from, to);
   const bool opaqueCopy = c->shadowed && from == 0 && SameOpaqueWords(image->layout, c->layout);
-  uint32_t unused = 0;
-  memset((uint8_t*)&unused + (opaqueCopy ? image->layout.skip : 0), 0xFF, 1);
+  /* The unused byte of an opaque copy, as a word; a local copy, not the bytes, so that
+     the loop keeps it in a register. */
+  uint8_t unusedBytes[4] = {0, 0, 0, 0};
+  unusedBytes[opaqueCopy ? image->layout.skip : 0] = 0xFF;
+  uint32_t unusedWord;
+  memcpy(&unusedWord, unusedBytes, 4);
+  const uint32_t unused = unusedWord;
   const size_t sourcePixel = image->bitsPerPixel / 8, targetPixel = (size_t)c->layout.bytesPerPixel;
   const size_t width = (size_t)box.width();
   uint32_t argb[kChunk];
