@@ -426,6 +426,7 @@ class Parser {
       if (!acceptWord("as")) expected("\"As\" and a type");
       bool isNew = acceptWord("new");
       TypeName type = typeName();
+      if (isNew) type.isArray = false;  // "As New T()": an empty argument list
       for (DimItem& d : pending) {
         bool array = d.type.isArray;
         d.type.name = type.name;
@@ -912,8 +913,7 @@ class Parser {
         if (t.lower == "new") {
           next();
           auto e = std::make_unique<Expr>(Expr::Kind::New, where);
-          TypeName type = typeName();
-          if (type.isArray) fail(type.where, "New makes an object; declare arrays with Dim a() As T");
+          TypeName type = typeName();  // "New T()" reads as the type name with an empty argument list
           e->text = type.name;
           if (acceptSymbol("(")) e->args = arguments();
           return e;

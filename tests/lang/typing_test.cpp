@@ -43,6 +43,9 @@ TEST(HostIdioms, TheIssuesProgramsRunWithThePlugins) {
            "test.qvr:2: uncaught NilObjectException: Memoryblock is nil\n"},
           {"Dim o As Object = New Dictionary\nDim d As Dictionary = Dictionary(o)\nd.Value(\"k\") = 1\nPrint Str(d.Count)\n", "1\n"},
           {"Var any As Variant = 3\nPrint Str(any.Type) + \" \" + Str(any.Type = Variant.TypeInteger)\n", "3 True\n"},
+          {"Dim d As New Dictionary()\nDim img As NSImageQVR = New NSImageQVR()\nVar p As Picture = New Picture(2, 3)\n"
+           "Print Str(d.Count) + \" \" + Str(img.isValid) + \" \" + Str(p.Height)\n",
+           "0 False 3\n"},
       },
       true);
 }

@@ -291,10 +291,7 @@ std::string Summary(host::Runtime& rt, const Value& value, bool deep) {
       }
       return "obj:" + cls;
     }
-    default:
-      // Handles and other pointers differ from run to run: only whether there is one counts.
-      if (value.integer > (int64_t(1) << 32) || value.integer < -(int64_t(1) << 32)) return "int:pointer";
-      return "int:" + std::to_string(value.integer);
+    default: return "int:" + std::to_string(value.integer);
   }
 }
 
@@ -354,6 +351,9 @@ Outcome Run(TourHost& host, const Step& step, const std::function<void(const std
         body();
         host::faults::disarm();
       }
+      // A Handle is an address, which differs from run to run: only whether there is one counts.
+      if (out.result.empty() && step.kind == Step::Kind::Getter && step.property->name == "Handle")
+        out.result = result.integer != 0 ? "handle" : "int:0";
       if (out.result.empty()) out.result = Summary(rt, result);
       if (out.result.rfind("block:", 0) == 0) out.bytes = rt.memoryBlockBytes(result);
     } catch (const host::HostException& e) {
