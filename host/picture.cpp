@@ -242,6 +242,14 @@ Value drawPicture(Runtime& runtime, ClassInfo* cls, const Value& self, const Val
   return Value::nil();
 }
 
+}  // namespace
+
+PictureData* graphicsPicture(Runtime& runtime, const Value& self, ClassInfo* graphicsClass, const char* member) {
+  return viewedPicture(runtime, self, graphicsClass, member);
+}
+
+namespace {
+
 void installGraphics(Runtime::Impl& impl) {
   ClassInfo* cls = addBoxedClass<PictureView>(impl, "Graphics");
   impl.graphicsClass = cls;
@@ -321,6 +329,7 @@ void installGraphics(Runtime::Impl& impl) {
     }
     return Value::ofInteger(static_cast<int64_t>(reinterpret_cast<intptr_t>(picture->context)));
   });
+  addGraphicsShapes(cls);
 }
 
 void installRGBSurface(Runtime::Impl& impl) {

@@ -32,6 +32,7 @@ struct PictureData {
   int64_t width = 0, height = 0;
   bool hasAlpha = false;
   uint32_t drawingColor = 0;  // host Color: alpha in the top byte, 0 opaque
+  int64_t penWidth = 1, penHeight = 1;
   ObjectRef mask;
   PixelLayout layout;
   // Console storage: the row table of the context's memory and the record that names both.
@@ -59,5 +60,10 @@ uint32_t pictureColorOf(const PictureData* picture, const unsigned char* pixel);
 void pictureStoreColor(const PictureData* picture, unsigned char* pixel, uint32_t color);
 // Every pixel of the picture set to one host Color.
 void pictureFill(PictureData* picture, uint32_t color);
+
+// The picture a Graphics draws into; null after raising NilObjectException.
+PictureData* graphicsPicture(Runtime& runtime, const Value& self, ClassInfo* graphicsClass, const char* member);
+// The Graphics members that draw lines and shapes, and the pen they draw with.
+void addGraphicsShapes(ClassInfo* graphicsClass);
 
 }  // namespace host

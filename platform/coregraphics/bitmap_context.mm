@@ -21,6 +21,7 @@
   else if (releaseCallback) releaseCallback(releaseInfo, data);
   CGColorSpaceRelease(space);
   delete savedStates;
+  delete path;
   [super dealloc];
 }
 - (NSString*)description {
@@ -114,6 +115,7 @@ CGContextRef CGBitmapContextCreateWithData(void* data, size_t width, size_t heig
   context->layout = layout;
   context->state = GraphicsStateInitial(height);
   context->savedStates = new std::vector<GraphicsState>();
+  context->path = new qvr::FlatPath();
   return CGRef<CGContextRef>(context);
 }
 

@@ -9,6 +9,7 @@
 #include <CoreGraphics/CoreGraphics.h>
 #include <pixman.h>
 #include "coregraphics/path_rasterizer.h"
+#include "coregraphics/path_stroker.h"
 #include <pthread.h>
 
 #include <vector>
@@ -158,9 +159,14 @@ qvr::Polygon DeviceRectangle(const CGAffineTransform& ctm, CGRect rect);
    the clip (NULL: none); empty when nothing can change. */
 DeviceBox PaintedBox(const std::vector<qvr::Polygon>& polygons, const ClipMask* clip, size_t width, size_t height);
 /* The coverage of the polygons, cut by the clip, over box, as bytes of CoverageStride rows
-   (free them with free()); NULL when every pixel of the box is fully covered. */
+   (free them with free()); NULL when every pixel of the box is fully covered, or when there
+   was no memory for them (then *failed is set, where given). */
+/* Paints the colour (unpremultiplied RGBA) through the shape, device-space polygons filled
+   by rule, with the context's blend mode, alpha and clip. */
+void PaintShape(CGContextObject* c, const std::vector<qvr::Polygon>& shape, qvr::FillRule rule, const CGFloat* rgba);
 uint8_t* CoverageInBox(const std::vector<qvr::Polygon>& polygons, const CGAffineTransform& ctm, bool antialias,
-                       const ClipMask* clip, const DeviceBox& box);
+                       const ClipMask* clip, const DeviceBox& box,
+                       qvr::FillRule rule = qvr::FillRule::kNonZero, bool* failed = nullptr);
 
 /* The graphics state of a context: blend mode, alpha, interpolation, fill colour and
    antialiasing, the transform from user space to device pixels (y down) and the clip
@@ -173,12 +179,18 @@ struct GraphicsState {
   bool antialias;
   CGAffineTransform ctm;
   ClipMask* clip;
+  CGFloat stroke[4];
+  CGFloat lineWidth; /* in user space */
+  qvr::LineCap lineCap;
+  qvr::LineJoin lineJoin;
+  CGFloat miterLimit;
 };
 
 /* Core Graphics' default user space: origin at the bottom left, y up. */
 static inline GraphicsState GraphicsStateInitial(size_t height) {
   GraphicsState s = {kCGBlendModeNormal, 1, kCGInterpolationDefault, {0, 0, 0, 1}, true,
-                     CGAffineTransformMake(1, 0, 0, -1, 0, (CGFloat)height), NULL};
+                     CGAffineTransformMake(1, 0, 0, -1, 0, (CGFloat)height), NULL, {0, 0, 0, 1},
+                     1, qvr::LineCap::kButt, qvr::LineJoin::kMiter, 10};
   return s;
 }
 
@@ -196,6 +208,7 @@ static inline GraphicsState GraphicsStateInitial(size_t height) {
   PixelLayout layout;
   GraphicsState state;
   std::vector<GraphicsState>* savedStates;
+  qvr::FlatPath* path; /* the current path, in device space */
 }
 @end
 

@@ -51,10 +51,13 @@ DeviceBox PaintedBox(const std::vector<qvr::Polygon>& polygons, const ClipMask* 
 
 /* One axis-aligned rectangle with whole-pixel corners covers its pixels exactly. */
 static bool PixelAligned(const std::vector<qvr::Polygon>& polygons, const CGAffineTransform& t) {
-  if (polygons.size() != 1 || t.b != 0 || t.c != 0) return false;
-  for (const qvr::PathPoint& p : polygons[0])
+  if (polygons.size() != 1 || polygons[0].size() != 4 || t.b != 0 || t.c != 0) return false;
+  const qvr::Polygon& q = polygons[0];
+  for (const qvr::PathPoint& p : q)
     if (p.x != floor(p.x) || p.y != floor(p.y)) return false;
-  return true;
+  /* An axis-aligned rectangle, its sides in either order. */
+  return (q[0].y == q[1].y && q[1].x == q[2].x && q[2].y == q[3].y && q[3].x == q[0].x) ||
+         (q[0].x == q[1].x && q[1].y == q[2].y && q[2].x == q[3].x && q[3].y == q[0].y);
 }
 
 static inline uint8_t Multiply(uint8_t a, uint8_t b) {
@@ -63,20 +66,26 @@ static inline uint8_t Multiply(uint8_t a, uint8_t b) {
 }
 
 uint8_t* CoverageInBox(const std::vector<qvr::Polygon>& polygons, const CGAffineTransform& ctm, bool antialias,
-                       const ClipMask* clip, const DeviceBox& box) {
+                       const ClipMask* clip, const DeviceBox& box, qvr::FillRule rule, bool* failed) {
   if (box.empty()) return NULL;
   int w = box.width(), h = box.height(), stride = CoverageStride(w);
   uint8_t* coverage = NULL;
   if (!PixelAligned(polygons, ctm)) {
     coverage = (uint8_t*)malloc((size_t)stride * h);
-    if (!coverage) return NULL;
-    qvr::RasterizeCoverage(polygons, qvr::FillRule::kNonZero, antialias, coverage, w, h, stride, box.x0, box.y0);
+    if (!coverage) {
+      if (failed) *failed = true;
+      return NULL;
+    }
+    qvr::RasterizeCoverage(polygons, rule, antialias, coverage, w, h, stride, box.x0, box.y0);
   }
   if (clip && clip->coverage) {
     int clipStride = CoverageStride(clip->x1 - clip->x0);
     if (!coverage) {
       coverage = (uint8_t*)malloc((size_t)stride * h);
-      if (!coverage) return NULL;
+      if (!coverage) {
+        if (failed) *failed = true;
+        return NULL;
+      }
       memset(coverage, 255, (size_t)stride * h);
     }
     for (int y = 0; y < h; y++) {

@@ -1,5 +1,6 @@
-/* Painting into a context: filling and clearing rectangles and drawing images (and image
-   masks, which paint the fill colour) stretched over a rectangle, with the blend mode as
+/* Painting into a context: filling and clearing rectangles, painting shapes (filled and
+   stroked paths), and drawing images (and image masks, which paint the fill colour)
+   stretched over a rectangle, with the blend mode as
    pixman operator and the global alpha applied to the source before compositing, as Core
    Graphics does. Every painting is confined to its rectangle and the clip: operators that
    leave the destination alone where the source is empty composite through the coverage;
@@ -67,6 +68,9 @@ struct Painting {
   pixman_image_t* coverage;
 };
 
+static bool ShapePaintingArea(CGContextObject* c, const std::vector<qvr::Polygon>& shape, qvr::FillRule rule,
+                              Painting* p);
+
 /* Where a painting confined to rect and the clip lands, and its coverage there; false
    (and nothing to free) when nothing can change. */
 static bool PaintingArea(CGContextObject* c, CGRect rect, Painting* p) {
@@ -74,10 +78,17 @@ static bool PaintingArea(CGContextObject* c, CGRect rect, Painting* p) {
   if (CGRectIsNull(r) || r.size.width == 0 || r.size.height == 0 || !isfinite(r.size.width) ||
       !isfinite(r.size.height) || !isfinite(r.origin.x) || !isfinite(r.origin.y))
     return false;
-  std::vector<qvr::Polygon> shape(1, DeviceRectangle(c->state.ctm, r));
+  return ShapePaintingArea(c, std::vector<qvr::Polygon>(1, DeviceRectangle(c->state.ctm, r)), qvr::FillRule::kNonZero, p);
+}
+
+/* Where a painting of a shape (device-space polygons) lands, and its coverage there. */
+static bool ShapePaintingArea(CGContextObject* c, const std::vector<qvr::Polygon>& shape, qvr::FillRule rule,
+                              Painting* p) {
   p->box = PaintedBox(shape, c->state.clip, c->width, c->height);
   if (p->box.empty()) return false;
-  p->bytes = CoverageInBox(shape, c->state.ctm, c->state.antialias, c->state.clip, p->box);
+  bool failed = false;
+  p->bytes = CoverageInBox(shape, c->state.ctm, c->state.antialias, c->state.clip, p->box, rule, &failed);
+  if (failed) return false;  // no memory for the coverage: paint nothing rather than the whole box
   p->coverage = NULL;
   if (p->bytes) {
     p->coverage = pixman_image_create_bits(PIXMAN_a8, p->box.width(), p->box.height(), (uint32_t*)(void*)p->bytes,
@@ -147,6 +158,18 @@ void CGContextFillRect(CGContextRef ref, CGRect rect) {
   Painting p;
   if (!c || !BeginPainting(c, rect, &p)) return;
   pixman_image_t* colour = Solid(c->state.fill, c->state.fill[3] * c->state.alpha);
+  if (colour) {
+    Composite(c, OperatorForBlendMode(c->state.blendMode), colour, 1, &p);
+    pixman_image_unref(colour);
+  }
+  EndPainting(c, &p);
+}
+
+void PaintShape(CGContextObject* c, const std::vector<qvr::Polygon>& shape, qvr::FillRule rule, const CGFloat* rgba) {
+  Painting p;
+  if (shape.empty() || !ShapePaintingArea(c, shape, rule, &p)) return;
+  CGContextLoadShadow(c, p.box.x0, p.box.y0, p.box.width(), p.box.height());
+  pixman_image_t* colour = Solid(rgba, rgba[3] * c->state.alpha);
   if (colour) {
     Composite(c, OperatorForBlendMode(c->state.blendMode), colour, 1, &p);
     pixman_image_unref(colour);

@@ -1,5 +1,5 @@
 /* The graphics state of a context: transform, clip, blend mode, alpha, interpolation, fill
-   colour and antialiasing, which CGContextSaveGState / RestoreGState push and pop together
+   and stroke colours, line width, cap, join and miter limit, and antialiasing, which CGContextSaveGState / RestoreGState push and pop together
    (saved states share their clip, which is never changed in place). */
 #include "cg_internal.h"
 
@@ -99,13 +99,16 @@ void CGContextSetShouldAntialias(CGContextRef ref, bool shouldAntialias) {
 
 static CGFloat Unit(CGFloat v) { return isnan(v) ? 0 : v < 0 ? 0 : v > 1 ? 1 : v; }
 
+static void SetColour(CGFloat* colour, CGFloat red, CGFloat green, CGFloat blue, CGFloat alpha) {
+  colour[0] = Unit(red);
+  colour[1] = Unit(green);
+  colour[2] = Unit(blue);
+  colour[3] = Unit(alpha);
+}
+
 void CGContextSetRGBFillColor(CGContextRef ref, CGFloat red, CGFloat green, CGFloat blue, CGFloat alpha) {
   CGContextObject* c = CGContextGetObject(ref);
-  if (!c) return;
-  c->state.fill[0] = Unit(red);
-  c->state.fill[1] = Unit(green);
-  c->state.fill[2] = Unit(blue);
-  c->state.fill[3] = Unit(alpha);
+  if (c) SetColour(c->state.fill, red, green, blue, alpha);
 }
 
 void CGContextSetGrayFillColor(CGContextRef ref, CGFloat gray, CGFloat alpha) {
@@ -117,6 +120,41 @@ void CGContextSetFillColorWithColor(CGContextRef ref, CGColorRef color) {
   const CGFloat* v = CGColorGetComponents(color);
   if (n == 2) CGContextSetRGBFillColor(ref, v[0], v[0], v[0], v[1]);
   else if (n == 4) CGContextSetRGBFillColor(ref, v[0], v[1], v[2], v[3]);
+}
+
+void CGContextSetRGBStrokeColor(CGContextRef ref, CGFloat red, CGFloat green, CGFloat blue, CGFloat alpha) {
+  CGContextObject* c = CGContextGetObject(ref);
+  if (c) SetColour(c->state.stroke, red, green, blue, alpha);
+}
+
+void CGContextSetGrayStrokeColor(CGContextRef ref, CGFloat gray, CGFloat alpha) {
+  CGContextSetRGBStrokeColor(ref, gray, gray, gray, alpha);
+}
+
+void CGContextSetLineWidth(CGContextRef ref, CGFloat width) {
+  CGContextObject* c = CGContextGetObject(ref);
+  if (c && isfinite(width) && width >= 0) c->state.lineWidth = width;
+}
+
+void CGContextSetLineCap(CGContextRef ref, CGLineCap cap) {
+  CGContextObject* c = CGContextGetObject(ref);
+  if (!c) return;
+  c->state.lineCap = cap == kCGLineCapRound ? qvr::LineCap::kRound
+                      : cap == kCGLineCapSquare ? qvr::LineCap::kSquare
+                                                : qvr::LineCap::kButt;
+}
+
+void CGContextSetLineJoin(CGContextRef ref, CGLineJoin join) {
+  CGContextObject* c = CGContextGetObject(ref);
+  if (!c) return;
+  c->state.lineJoin = join == kCGLineJoinRound ? qvr::LineJoin::kRound
+                       : join == kCGLineJoinBevel ? qvr::LineJoin::kBevel
+                                                  : qvr::LineJoin::kMiter;
+}
+
+void CGContextSetMiterLimit(CGContextRef ref, CGFloat limit) {
+  CGContextObject* c = CGContextGetObject(ref);
+  if (c && isfinite(limit) && limit >= 0) c->state.miterLimit = limit;
 }
 
 void CGContextClipToRect(CGContextRef ref, CGRect rect) {

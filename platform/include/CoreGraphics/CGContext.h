@@ -85,6 +85,37 @@ void CGContextSetRGBFillColor(CGContextRef context, CGFloat red, CGFloat green, 
 void CGContextSetGrayFillColor(CGContextRef context, CGFloat gray, CGFloat alpha);
 void CGContextSetFillColorWithColor(CGContextRef context, CGColorRef color);
 
+/* Stroking. */
+typedef enum CGLineCap { kCGLineCapButt, kCGLineCapRound, kCGLineCapSquare } CGLineCap;
+typedef enum CGLineJoin { kCGLineJoinMiter, kCGLineJoinRound, kCGLineJoinBevel } CGLineJoin;
+void CGContextSetLineWidth(CGContextRef context, CGFloat width);
+void CGContextSetLineCap(CGContextRef context, CGLineCap cap);
+void CGContextSetLineJoin(CGContextRef context, CGLineJoin join);
+void CGContextSetMiterLimit(CGContextRef context, CGFloat limit);
+void CGContextSetRGBStrokeColor(CGContextRef context, CGFloat red, CGFloat green, CGFloat blue, CGFloat alpha);
+void CGContextSetGrayStrokeColor(CGContextRef context, CGFloat gray, CGFloat alpha);
+
+/* The current path (in device space: points are transformed by the CTM when added; not
+   part of the graphics state). Filling or stroking it empties it. */
+void CGContextBeginPath(CGContextRef context);
+void CGContextMoveToPoint(CGContextRef context, CGFloat x, CGFloat y);
+void CGContextAddLineToPoint(CGContextRef context, CGFloat x, CGFloat y);
+void CGContextAddCurveToPoint(CGContextRef context, CGFloat cp1x, CGFloat cp1y, CGFloat cp2x, CGFloat cp2y, CGFloat x,
+                              CGFloat y);
+void CGContextAddRect(CGContextRef context, CGRect rect);
+void CGContextAddEllipseInRect(CGContextRef context, CGRect rect);
+void CGContextClosePath(CGContextRef context);
+bool CGContextIsPathEmpty(CGContextRef context);
+void CGContextFillPath(CGContextRef context);
+void CGContextEOFillPath(CGContextRef context);
+void CGContextStrokePath(CGContextRef context);
+void CGContextFillEllipseInRect(CGContextRef context, CGRect rect);
+void CGContextStrokeEllipseInRect(CGContextRef context, CGRect rect);
+void CGContextStrokeRect(CGContextRef context, CGRect rect);
+void CGContextStrokeRectWithWidth(CGContextRef context, CGRect rect, CGFloat width);
+/* Strokes count / 2 separate segments, points[2i] to points[2i + 1]. */
+void CGContextStrokeLineSegments(CGContextRef context, const CGPoint* points, size_t count);
+
 /* Clipping (intersects the current clip). */
 void CGContextClipToRect(CGContextRef context, CGRect rect);
 void CGContextClipToRects(CGContextRef context, const CGRect* rects, size_t count);

@@ -1,0 +1,184 @@
+// The Graphics members that draw lines and shapes in the DrawingColor: DrawLine, DrawRect,
+// FillOval, DrawOval, FillRoundRect and DrawRoundRect, with the pen of PenWidth and
+// PenHeight (PenSize sets both). Coordinates are the host's, top-left origin and y down,
+// in pixels; the pen hangs below and to the right of the points it is drawn through, so a
+// line from (0, 0) to (9, 0) with a one-pixel pen fills exactly the top row's first ten
+// pixels, and an outline lies inside its rectangle. Drawn through the picture's Core
+// Graphics context (either storage has one), antialiased as the platform draws.
+#include "native_members.h"
+#include "picture_storage.h"
+
+#include <CoreGraphics/CoreGraphics.h>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace host {
+
+namespace {
+
+// A cubic Bezier's control distance for a quarter of a circle.
+constexpr double kQuarterArc = 0.5522847498307936;
+
+// Opens drawing in host coordinates with the picture's colour as fill and stroke; the
+// caller closes it with CGContextRestoreGState.
+CGContextRef beginDrawing(PictureData* picture) {
+  CGContextRef c = picture->context;
+  CGContextSaveGState(c);
+  CGContextConcatCTM(c, CGAffineTransformMake(1, 0, 0, -1, 0, double(picture->height)));
+  const uint32_t color = picture->drawingColor;
+  const double r = ((color >> 16) & 0xFF) / 255.0, g = ((color >> 8) & 0xFF) / 255.0, b = (color & 0xFF) / 255.0;
+  const double a = (255 - (color >> 24)) / 255.0;
+  CGContextSetRGBFillColor(c, r, g, b, a);
+  CGContextSetRGBStrokeColor(c, r, g, b, a);
+  return c;
+}
+
+bool finite(const std::vector<Value>& args, size_t count) {
+  for (size_t i = 0; i < count; ++i)
+    if (!std::isfinite(args.at(i).real)) return false;
+  return true;
+}
+
+// A rectangle with corners rounded by radii rx and ry, as a closed path.
+void addRoundRect(CGContextRef c, double x, double y, double w, double h, double rx, double ry) {
+  rx = std::clamp(rx, 0.0, w / 2);
+  ry = std::clamp(ry, 0.0, h / 2);
+  const double kx = rx * kQuarterArc, ky = ry * kQuarterArc;
+  CGContextMoveToPoint(c, x + rx, y);
+  CGContextAddLineToPoint(c, x + w - rx, y);
+  CGContextAddCurveToPoint(c, x + w - rx + kx, y, x + w, y + ry - ky, x + w, y + ry);
+  CGContextAddLineToPoint(c, x + w, y + h - ry);
+  CGContextAddCurveToPoint(c, x + w, y + h - ry + ky, x + w - rx + kx, y + h, x + w - rx, y + h);
+  CGContextAddLineToPoint(c, x + rx, y + h);
+  CGContextAddCurveToPoint(c, x + rx - kx, y + h, x, y + h - ry + ky, x, y + h - ry);
+  CGContextAddLineToPoint(c, x, y + ry);
+  CGContextAddCurveToPoint(c, x, y + ry - ky, x + rx - kx, y, x + rx, y);
+  CGContextClosePath(c);
+}
+
+enum class Shape { kRect, kOval, kRoundRect };
+
+// Fills a shape, or strokes its outline inside the rectangle with the pen.
+void drawShape(PictureData* picture, Shape shape, bool fill, double x, double y, double w, double h, double arcW = 0,
+               double arcH = 0) {
+  if (w <= 0 || h <= 0) return;
+  CGContextRef c = beginDrawing(picture);
+  const double pen = double(std::max(picture->penWidth, picture->penHeight));
+  // An outline whose pen would meet itself is the filled shape.
+  if (!fill && (2 * pen >= w || 2 * pen >= h)) fill = true;
+  const double inset = fill ? 0 : pen / 2;
+  x += inset;
+  y += inset;
+  w -= 2 * inset;
+  h -= 2 * inset;
+  CGContextBeginPath(c);
+  switch (shape) {
+    case Shape::kRect: CGContextAddRect(c, CGRectMake(x, y, w, h)); break;
+    case Shape::kOval: CGContextAddEllipseInRect(c, CGRectMake(x, y, w, h)); break;
+    case Shape::kRoundRect: addRoundRect(c, x, y, w, h, arcW / 2 - inset, arcH / 2 - inset); break;
+  }
+  if (fill) {
+    CGContextFillPath(c);
+  } else {
+    CGContextSetLineWidth(c, pen);
+    CGContextStrokePath(c);
+  }
+  CGContextRestoreGState(c);
+}
+
+// A line is the area a PenWidth x PenHeight rectangle covers as its top-left corner moves
+// from the first point to the second: the convex hull of the pen at both ends.
+void drawLine(PictureData* picture, double x1, double y1, double x2, double y2) {
+  const double pw = double(picture->penWidth), ph = double(picture->penHeight);
+  std::vector<CGPoint> corners;
+  for (const CGPoint& end : {CGPointMake(x1, y1), CGPointMake(x2, y2)})
+    for (const CGPoint& offset : {CGPointMake(0, 0), CGPointMake(pw, 0), CGPointMake(pw, ph), CGPointMake(0, ph)})
+      corners.push_back(CGPointMake(end.x + offset.x, end.y + offset.y));
+  // Andrew's monotone chain.
+  std::sort(corners.begin(), corners.end(),
+            [](const CGPoint& a, const CGPoint& b) { return a.x < b.x || (a.x == b.x && a.y < b.y); });
+  auto turn = [](const CGPoint& o, const CGPoint& a, const CGPoint& b) {
+    return (a.x - o.x) * (b.y - o.y) - (a.y - o.y) * (b.x - o.x);
+  };
+  std::vector<CGPoint> hull(2 * corners.size());
+  size_t k = 0;
+  for (size_t i = 0; i < corners.size(); ++i) {
+    while (k >= 2 && turn(hull[k - 2], hull[k - 1], corners[i]) <= 0) --k;
+    hull[k++] = corners[i];
+  }
+  for (size_t i = corners.size() - 1, lower = k + 1; i-- > 0;) {
+    while (k >= lower && turn(hull[k - 2], hull[k - 1], corners[i]) <= 0) --k;
+    hull[k++] = corners[i];
+  }
+  hull.resize(k - 1);
+  CGContextRef c = beginDrawing(picture);
+  CGContextBeginPath(c);
+  for (size_t i = 0; i < hull.size(); ++i) {
+    if (i == 0) CGContextMoveToPoint(c, hull[i].x, hull[i].y);
+    else CGContextAddLineToPoint(c, hull[i].x, hull[i].y);
+  }
+  CGContextClosePath(c);
+  CGContextFillPath(c);
+  CGContextRestoreGState(c);
+}
+
+}  // namespace
+
+void addGraphicsShapes(ClassInfo* cls) {
+  addNativeMethod(cls, "DrawLine(x1 as Double, y1 as Double, x2 as Double, y2 as Double)",
+                  [cls](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+                    PictureData* picture = graphicsPicture(runtime, self, cls, "DrawLine");
+                    if (picture && finite(args, 4))
+                      drawLine(picture, args[0].real, args[1].real, args[2].real, args[3].real);
+                    return Value::nil();
+                  });
+  static const struct {
+    const char* declaration;
+    const char* name;
+    Shape shape;
+    bool fill;
+  } kShapes[] = {
+      {"DrawRect(x as Double, y as Double, width as Double, height as Double)", "DrawRect", Shape::kRect, false},
+      {"FillOval(x as Double, y as Double, width as Double, height as Double)", "FillOval", Shape::kOval, true},
+      {"DrawOval(x as Double, y as Double, width as Double, height as Double)", "DrawOval", Shape::kOval, false},
+      {"FillRoundRect(x as Double, y as Double, width as Double, height as Double, arcWidth as Double, "
+       "arcHeight as Double)",
+       "FillRoundRect", Shape::kRoundRect, true},
+      {"DrawRoundRect(x as Double, y as Double, width as Double, height as Double, arcWidth as Double, "
+       "arcHeight as Double)",
+       "DrawRoundRect", Shape::kRoundRect, false},
+  };
+  for (const auto& s : kShapes)
+    addNativeMethod(cls, s.declaration, [cls, s](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+      PictureData* picture = graphicsPicture(runtime, self, cls, s.name);
+      const bool round = s.shape == Shape::kRoundRect;
+      if (picture && finite(args, round ? 6 : 4))
+        drawShape(picture, s.shape, s.fill, args[0].real, args[1].real, args[2].real, args[3].real,
+                  round ? args[4].real : 0, round ? args[5].real : 0);
+      return Value::nil();
+    });
+  // The pen: PenWidth and PenHeight, at least one pixel; PenSize sets both (and reads PenWidth).
+  static const struct {
+    const char* name;
+    bool width, height;
+  } kPens[] = {{"PenWidth", true, false}, {"PenHeight", false, true}, {"PenSize", true, true}};
+  for (const auto& pen : kPens)
+    addNativeProperty(
+        cls, pen.name, "Integer",
+        [cls, pen](Runtime& runtime, const Value& self, std::vector<Value>&) {
+          PictureData* picture = graphicsPicture(runtime, self, cls, pen.name);
+          return Value::ofInteger(!picture ? 0 : pen.width ? picture->penWidth : picture->penHeight);
+        },
+        [cls, pen](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+          PictureData* picture = graphicsPicture(runtime, self, cls, pen.name);
+          if (!picture) return Value::nil();
+          const int64_t size = std::clamp<int64_t>(args.at(0).integer, 1, 32767);
+          if (pen.width) picture->penWidth = size;
+          if (pen.height) picture->penHeight = size;
+          return Value::nil();
+        });
+}
+
+}  // namespace host
