@@ -34,7 +34,8 @@ void installExceptionClasses(Runtime::Impl& impl) {
   impl.runtimeExceptionClass = base;
   for (const char* name : {"NilObjectException", "IllegalCastException", "UnsupportedOperationException",
                            "OutOfMemoryException", "OutOfBoundsException", "IOException",
-                           "KeyNotFoundException", "InvalidArgumentException", "TypeMismatchException"})
+                           "KeyNotFoundException", "InvalidArgumentException", "TypeMismatchException",
+                           "UnsupportedFormatException"})
     impl.addBuiltInClass(name, "RuntimeException", 0);
 }
 

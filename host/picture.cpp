@@ -244,6 +244,10 @@ Value drawPicture(Runtime& runtime, ClassInfo* cls, const Value& self, const Val
 
 }  // namespace
 
+PictureData* pictureOfValue(Runtime& runtime, const Value& picture) { return pictureOf(runtime, picture); }
+
+CGImageRef pictureImage(Runtime::Impl& impl, PictureData* picture) { return imageOf(impl, picture); }
+
 PictureData* graphicsPicture(Runtime& runtime, const Value& self, ClassInfo* graphicsClass, const char* member) {
   return viewedPicture(runtime, self, graphicsClass, member);
 }
@@ -491,6 +495,7 @@ void installPictureClasses(Runtime::Impl& impl) {
   installPicture(impl);
   installGraphics(impl);
   installRGBSurface(impl);
+  addPictureFiles(impl);
 }
 
 void addPictureEntryPoints(std::vector<EntryPoint>& table) {

@@ -61,6 +61,13 @@ void pictureStoreColor(const PictureData* picture, unsigned char* pixel, uint32_
 // Every pixel of the picture set to one host Color.
 void pictureFill(PictureData* picture, uint32_t color);
 
+// The picture data of a host Picture value; null for anything else.
+PictureData* pictureOfValue(Runtime& runtime, const Value& picture);
+// A new image of the picture's pixels with its mask applied (the caller releases it).
+CGImageRef pictureImage(Runtime::Impl& impl, PictureData* picture);
+// Picture.Open, FromData, Save and ToData, and FolderItem.OpenAsPicture.
+void addPictureFiles(Runtime::Impl& impl);
+
 // The picture a Graphics draws into; null after raising NilObjectException.
 PictureData* graphicsPicture(Runtime& runtime, const Value& self, ClassInfo* graphicsClass, const char* member);
 // The Graphics members that draw lines and shapes, and the pen they draw with.
