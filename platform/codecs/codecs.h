@@ -6,8 +6,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
+#include "gif_animation.h"
 #include "raster.h"
 
 namespace qvr {
@@ -47,9 +49,14 @@ bool tiff_encode(const std::vector<const Frame*>& pages, const EncodeOptions& op
                  std::vector<uint8_t>& out);
 bool tiff_compression_supported(int compression);
 
-// Every frame of a GIF, each the whole canvas as it shows at that frame (RGBA).
-bool gif_decode(const uint8_t* data, size_t size, std::vector<Frame>& frames);
+// GIF reading is GifAnimation (gif_animation.h). Writing: one frame, or an animation of
+// several on a canvas as large as the largest.
 bool gif_encode(const std::vector<const Frame*>& frames, const EncodeOptions& options,
+                std::vector<uint8_t>& out);
+// The same, a frame at a time: frame_at(i) answers frame i of count, which need stay valid
+// only until the next call, so an animation need not be in memory whole.
+bool gif_encode(size_t count, int canvas_width, int canvas_height,
+                const std::function<const Frame*(size_t)>& frame_at, const EncodeOptions& options,
                 std::vector<uint8_t>& out);
 
 bool bmp_decode(const uint8_t* data, size_t size, Frame& out);

@@ -154,24 +154,33 @@ bool put_frame(GifFileType* gif, const Raster& raster, const IndexedFrame& frame
 }  // namespace
 
 bool gif_encode(const std::vector<const Frame*>& frames, const EncodeOptions& options, std::vector<uint8_t>& out) {
-  if (frames.empty()) return false;
   int canvas_w = 0, canvas_h = 0;
   for (const Frame* frame : frames) {
-    if (frame == nullptr || frame->raster.empty() || frame->raster.width > 65535 || frame->raster.height > 65535)
-      return false;
+    if (frame == nullptr) return false;
     canvas_w = std::max(canvas_w, frame->raster.width);
     canvas_h = std::max(canvas_h, frame->raster.height);
   }
+  return gif_encode(frames.size(), canvas_w, canvas_h, [&frames](size_t i) { return frames[i]; }, options, out);
+}
+
+bool gif_encode(size_t count, int canvas_w, int canvas_h, const std::function<const Frame*(size_t)>& frame_at,
+                const EncodeOptions& options, std::vector<uint8_t>& out) {
   out.clear();
+  if (count == 0 || canvas_w <= 0 || canvas_h <= 0 || canvas_w > 65535 || canvas_h > 65535) return false;
   int error = 0;
   GifFileType* gif = EGifOpen(&out, append_to_vector, &error);
   if (gif == nullptr) return false;
-  const bool animated = frames.size() > 1;
+  const bool animated = count > 1;
   EGifSetGifVersion(gif, true);
   bool ok = EGifPutScreenDesc(gif, canvas_w, canvas_h, 8, 0, nullptr) == GIF_OK;
   if (ok && (animated || options.loop_count >= 0)) ok = put_loop_extension(gif, std::max(0, options.loop_count));
-  for (const Frame* frame : frames) {
-    if (!ok) break;
+  for (size_t i = 0; ok && i < count; ++i) {
+    const Frame* frame = frame_at(i);
+    if (frame == nullptr || frame->raster.empty() || frame->raster.width > canvas_w ||
+        frame->raster.height > canvas_h) {
+      ok = false;
+      break;
+    }
     IndexedFrame indexed;
     // A frame read with a colour table of its own keeps it; the others take the options' one.
     const std::vector<uint8_t>& palette =

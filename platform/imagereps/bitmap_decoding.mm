@@ -11,8 +11,8 @@ qvr::ImageFormat FormatOf(NSData* data) {
   return qvr::sniff_image_format(static_cast<const uint8_t*>([data bytes]), [data length]);
 }
 
-/* Every image in the data: TIFF pages, GIF frames or icon sizes, or the one image of the
-   others. */
+/* Every image in the data: TIFF pages or icon sizes, or the one image of the others
+   (GIF is read by InitWithGIF). */
 bool DecodeAll(NSData* data, qvr::ImageFormat format, std::vector<qvr::Frame>& frames) {
   const uint8_t* bytes = static_cast<const uint8_t*>([data bytes]);
   const size_t length = [data length];
@@ -23,7 +23,7 @@ bool DecodeAll(NSData* data, qvr::ImageFormat format, std::vector<qvr::Frame>& f
     case qvr::ImageFormat::tiff:
       return qvr::tiff_decode(bytes, length, frames);
     case qvr::ImageFormat::gif:
-      return qvr::gif_decode(bytes, length, frames);
+      return false;  // read by InitWithGIF: its frames are composited on demand
     case qvr::ImageFormat::ico:
       return qvr::ico_decode(bytes, length, frames);
     case qvr::ImageFormat::icns:
@@ -97,22 +97,36 @@ void FillDecodedProperties(NSBitmapImageRep* rep, qvr::ImageFormat format, size_
   return format != qvr::ImageFormat::unknown;
 }
 
+/* A GIF shows its first frame; an animation keeps the others for NSImageCurrentFrame. */
+static id InitWithGIF(NSBitmapImageRep* rep, NSData* data) {
+  std::shared_ptr<qvr::GifAnimation> animation =
+      qvr::GifAnimation::read(static_cast<const uint8_t*>([data bytes]), [data length]);
+  qvr::Frame first;
+  if (animation == nullptr || !animation->render(0, first.raster)) {
+    [rep release];
+    return nil;
+  }
+  first.metadata = animation->metadata(0);
+  rep = [rep qvrInitWithFrame:first];
+  if (rep != nil && animation->frame_count() > 1) {
+    BitmapStorage* storage = [rep qvrStorage];
+    for (size_t i = 0; i < animation->frame_count(); ++i) storage->frameMetadata.push_back(animation->metadata(i));
+    storage->animation = std::move(animation);
+  }
+  if (rep != nil) FillDecodedProperties(rep, qvr::ImageFormat::gif, std::max<size_t>(1, [rep qvrStorage]->frameMetadata.size()));
+  return rep;
+}
+
 - (id)initWithData:(NSData*)data {
   const qvr::ImageFormat format = FormatOf(data);
+  if (format == qvr::ImageFormat::gif) return InitWithGIF(self, data);
   std::vector<qvr::Frame> frames;
   if (!DecodeAll(data, format, frames) || frames.empty()) {
     [self release];
     return nil;
   }
-  if (format == qvr::ImageFormat::gif && frames.size() > 1) {
-    // The first frame shows; all of them stay for NSImageCurrentFrame.
-    qvr::Frame first = frames[0];
-    self = [self qvrInitWithFrame:first];
-    if (self != nil) [self qvrStorage]->frames = std::move(frames);
-  } else {
-    self = [self qvrInitWithFrame:frames[0]];
-  }
-  if (self != nil) FillDecodedProperties(self, format, [self qvrStorage]->frames.empty() ? 1 : [self qvrStorage]->frames.size());
+  self = [self qvrInitWithFrame:frames[0]];
+  if (self != nil) FillDecodedProperties(self, format, 1);
   if (self != nil && format == qvr::ImageFormat::jpeg) [self qvrStorage]->jpegSource = [data copy];
   return self;
 }

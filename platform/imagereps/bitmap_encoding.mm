@@ -67,22 +67,23 @@ bool FrameFor(NSBitmapImageRep* rep, NSDictionary* properties, qvr::Frame& frame
 
 /* A representation that holds an animation goes to GIF whole: every frame as it was read,
    with the colour table it was read with unless the call names one, but the frame it shows
-   as its pixels and properties are now. The other frames are views of the kept pixels. */
-void AnimationFrames(NSBitmapImageRep* rep, NSDictionary* given, const qvr::Frame& shown,
-                     std::vector<qvr::Frame>& views, std::vector<const qvr::Frame*>& pointers) {
-  std::vector<qvr::Frame>& frames = [rep qvrStorage]->frames;
-  if (frames.size() < 2) return;
+   as its pixels and properties are now. The other frames are composited one at a time into
+   a scratch raster as the encoder asks for them. */
+bool EncodeAnimation(NSBitmapImageRep* rep, NSDictionary* given, const qvr::Frame& shown,
+                     const qvr::EncodeOptions& options, std::vector<uint8_t>& out) {
+  BitmapStorage* storage = [rep qvrStorage];
+  qvr::GifAnimation& animation = *storage->animation;
   const size_t current = size_t(std::max<NSInteger>(0, [[rep valueForProperty:NSImageCurrentFrame] integerValue]));
   const bool ownTables = [given objectForKey:NSImageRGBColorTable] == nil;
-  views.resize(frames.size());
-  pointers.clear();
-  for (size_t i = 0; i < frames.size(); ++i) {
-    qvr::Raster& kept = frames[i].raster;
-    views[i].raster.view(kept.pixels, kept.width, kept.height, kept.samples, kept.bits, kept.alpha, kept.stride);
-    views[i].metadata = frames[i].metadata;
-    if (!ownTables) views[i].metadata.palette_rgb.clear();
-    pointers.push_back(i == current ? &shown : &views[i]);
-  }
+  qvr::Frame scratch;
+  auto frameAt = [&](size_t i) -> const qvr::Frame* {
+    if (i == current) return &shown;
+    if (!animation.render(i, scratch.raster)) return nullptr;
+    scratch.metadata = storage->frameMetadata[i];
+    if (!ownTables) scratch.metadata.palette_rgb.clear();
+    return &scratch;
+  };
+  return qvr::gif_encode(storage->frameMetadata.size(), animation.width(), animation.height(), frameAt, options, out);
 }
 
 }  // namespace
@@ -126,8 +127,7 @@ NSData* QVREncodeBitmapReps(NSArray* reps, NSBitmapImageFileType type, NSDiction
     pointers.push_back(&frames[i]);
   }
   options.metadata = &frames[0].metadata;
-  std::vector<qvr::Frame> animation;
-  if (type == NSGIFFileType && [bitmaps count] == 1) AnimationFrames(first, given, frames[0], animation, pointers);
+  const bool animation = type == NSGIFFileType && [bitmaps count] == 1 && [first qvrStorage]->animation != nullptr;
 
   std::vector<uint8_t> out;
   bool ok = false;
@@ -139,7 +139,7 @@ NSData* QVREncodeBitmapReps(NSArray* reps, NSBitmapImageFileType type, NSDiction
       ok = qvr::bmp_encode(frames[0].raster, options, out);
       break;
     case NSGIFFileType:
-      ok = qvr::gif_encode(pointers, options, out);
+      ok = animation ? EncodeAnimation(first, given, frames[0], options, out) : qvr::gif_encode(pointers, options, out);
       break;
     case NSJPEGFileType:
       ok = qvr::jpeg_encode(frames[0].raster, options, out);

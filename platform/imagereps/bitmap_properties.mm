@@ -30,32 +30,36 @@ NSString* const NSImageFallbackBackgroundColor = @"NSImageFallbackBackgroundColo
 - (void)setProperty:(NSString*)property withValue:(id)value {
   if (property == nil) return;
   BitmapStorage* storage = [self qvrStorage];
-  if ([property isEqualToString:NSImageCurrentFrame] && !storage->frames.empty()) {
+  const size_t frameCount = storage->animation ? storage->frameMetadata.size() : 0;
+  if ([property isEqualToString:NSImageCurrentFrame] && frameCount > 0) {
     if (![value respondsToSelector:@selector(integerValue)]) return;
     const NSInteger index = [value integerValue];
-    if (index < 0 || size_t(index) >= storage->frames.size()) return;
-    const qvr::Frame& frame = storage->frames[size_t(index)];
-    // Every frame is the whole canvas in the same layout as the shown pixels.
-    if (NSInteger(frame.raster.stride) != storage->bytesPerRow || frame.raster.height != _pixelsHigh) return;
-    std::memcpy(storage->planes[0], frame.raster.pixels, frame.raster.stride * size_t(frame.raster.height));
+    if (index < 0 || size_t(index) >= frameCount) return;
+    // The frame is composited straight into the shown pixels, which have its layout.
+    qvr::Raster shown;
+    shown.view(storage->planes[0], int(_pixelsWide), int(_pixelsHigh), int(storage->samplesPerPixel), 8,
+               storage->animation->has_alpha(), size_t(storage->bytesPerRow));
+    if (storage->planar || storage->bitsPerPixel != 8 * storage->samplesPerPixel ||
+        !storage->animation->render(size_t(index), shown))
+      return;
     [self qvrPixelsChanged];
+    const qvr::ImageMetadata& frame = storage->frameMetadata[size_t(index)];
     [storage->properties setObject:[NSNumber numberWithInteger:index] forKey:NSImageCurrentFrame];
-    [storage->properties setObject:[NSNumber numberWithFloat:float(frame.metadata.frame_duration)]
+    [storage->properties setObject:[NSNumber numberWithFloat:float(frame.frame_duration)]
                             forKey:NSImageCurrentFrameDuration];
-    if (!frame.metadata.palette_rgb.empty())
-      [storage->properties setObject:[NSData dataWithBytes:frame.metadata.palette_rgb.data()
-                                                    length:frame.metadata.palette_rgb.size()]
+    if (!frame.palette_rgb.empty())
+      [storage->properties setObject:[NSData dataWithBytes:frame.palette_rgb.data() length:frame.palette_rgb.size()]
                               forKey:NSImageRGBColorTable];
     return;
   }
-  if ([property isEqualToString:NSImageFrameCount] && !storage->frames.empty()) return;  // read only
+  if ([property isEqualToString:NSImageFrameCount] && frameCount > 0) return;  // read only
   if (value == nil) [storage->properties removeObjectForKey:property];
   else [storage->properties setObject:value forKey:property];
-  if ([property isEqualToString:NSImageCurrentFrameDuration] && !storage->frames.empty()) {
+  if ([property isEqualToString:NSImageCurrentFrameDuration] && frameCount > 0) {
     NSNumber* current = [storage->properties objectForKey:NSImageCurrentFrame];
     const size_t index = current ? size_t([current integerValue]) : 0;
-    if (index < storage->frames.size() && [value respondsToSelector:@selector(doubleValue)])
-      storage->frames[index].metadata.frame_duration = [value doubleValue];
+    if (index < frameCount && [value respondsToSelector:@selector(doubleValue)])
+      storage->frameMetadata[index].frame_duration = [value doubleValue];
   }
 }
 

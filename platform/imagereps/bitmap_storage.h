@@ -6,6 +6,7 @@
 
 #import <AppKit/AppKit.h>
 
+#include <memory>
 #include <vector>
 
 #include "codecs/codecs.h"
@@ -27,7 +28,11 @@ struct BitmapStorage {
                                           // while they are unchanged (drawing much smaller
                                           // decodes it again at a reduced size)
   qvr::ImageMetadata metadata;            // what the decoder found (ICC, EXIF block, dpi)
-  std::vector<qvr::Frame> frames;         // every frame of an animation, or empty
+  // An animation's frames, composited when one is shown or written (copies of the
+  // representation share them), and each frame's duration and colour table as this
+  // representation has them; null and empty for a single image.
+  std::shared_ptr<qvr::GifAnimation> animation;
+  std::vector<qvr::ImageMetadata> frameMetadata;
 };
 
 @interface NSBitmapImageRep (QVRStorage)

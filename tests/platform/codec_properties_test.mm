@@ -4,6 +4,7 @@
    EXIF read from and written into JPEG. */
 #import "platform/codec_support.h"
 
+#include <gif_lib.h>
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -303,3 +304,79 @@ TEST_F(CodecProperties, EXIFIsReadFromATIFFWhereverItLies) {
 }
 
 }  // namespace
+
+namespace {
+
+struct Patch {
+  int left, top, width, height, colour, disposal;
+};
+
+// A GIF written with giflib itself: a canvas of the given size with one colour table of four
+// colours (index 0 transparent) and a frame per patch, each all one colour index.
+NSData* PatchAnimation(int width, int height, const std::vector<Patch>& patches) {
+  std::vector<uint8_t> bytes;
+  int error = 0;
+  GifFileType* gif = EGifOpen(&bytes, [](GifFileType* g, const GifByteType* data, int length) {
+    auto* out = static_cast<std::vector<uint8_t>*>(g->UserData);
+    out->insert(out->end(), data, data + length);
+    return length;
+  }, &error);
+  GifColorType colours[4] = {{0, 0, 0}, {250, 20, 20}, {20, 250, 20}, {20, 20, 250}};
+  ColorMapObject* map = GifMakeMapObject(4, colours);
+  EGifSetGifVersion(gif, true);
+  EGifPutScreenDesc(gif, width, height, 2, 0, map);
+  for (const Patch& p : patches) {
+    GraphicsControlBlock gcb{p.disposal, false, 10, 0};
+    GifByteType extension[4];
+    EGifPutExtension(gif, GRAPHICS_EXT_FUNC_CODE, int(EGifGCBToExtension(&gcb, extension)), extension);
+    EGifPutImageDesc(gif, p.left, p.top, p.width, p.height, false, nullptr);
+    std::vector<GifPixelType> row(size_t(p.width), GifPixelType(p.colour));
+    for (int y = 0; y < p.height; ++y) EGifPutLine(gif, row.data(), p.width);
+  }
+  EGifCloseFile(gif, &error);
+  GifFreeMapObject(map);
+  return [NSData dataWithBytes:bytes.data() length:bytes.size()];
+}
+
+}  // namespace
+
+// Frames that are small patches, with every disposal and transparent pixels, composited as
+// Pillow composites them, shown in order and out of order; an animation whose canvas per
+// frame would take gigabytes is read, and a few bytes claiming a vast canvas are not.
+TEST_F(CodecProperties, GIFAnimationOfPatchesShowsEachFrameAsPillowDoes) {
+  std::vector<Patch> patches = {{0, 0, 64, 48, 1, 1}, {10, 5, 20, 10, 2, 2}, {30, 20, 25, 20, 3, 3},
+                                {5, 30, 40, 12, 0, 1}, {0, 0, 16, 16, 2, 3},  {40, 0, 24, 48, 3, 2},
+                                {8, 8, 48, 32, 1, 1}};
+  NSData* gif = PatchAnimation(64, 48, patches);
+  // Every frame's RGBA, transparent pixels as 0, 0, 0, 0, in hexadecimal.
+  const std::string frames = PillowSays(Temporary(gif, ".gif"),
+                                        "print(' '.join((im.seek(k), im.convert('RGBA').tobytes().hex())[1] "
+                                        "for k in range(im.n_frames)))");
+  NSBitmapImageRep* rep = [NSBitmapImageRep imageRepWithData:gif];
+  ASSERT_NE(rep, nil);
+  ASSERT_EQ([[rep valueForProperty:NSImageFrameCount] integerValue], NSInteger(patches.size()));
+  const size_t frameHex = 64 * 48 * 4 * 2;
+  ASSERT_EQ(frames.size(), patches.size() * (frameHex + 1) - 1) << frames.substr(0, 200);
+  for (int frame : {0, 1, 2, 3, 4, 5, 6, 2, 5, 0, 6}) {
+    [rep setProperty:NSImageCurrentFrame withValue:[NSNumber numberWithInt:frame]];
+    const TestPicture shown = ReadRep(rep);
+    ASSERT_EQ(shown.samples, 4);
+    std::string hex;
+    char two[3];
+    for (uint8_t sample : shown.pixels) hex.append(two, size_t(snprintf(two, sizeof two, "%02x", sample)));
+    EXPECT_EQ(hex, frames.substr(size_t(frame) * (frameHex + 1), frameHex)) << "frame " << frame;
+  }
+
+  // 300 patches of 8 x 8 on 4,000 x 3,000: 14 GB as a whole canvas per frame.
+  std::vector<Patch> sparse;
+  for (int i = 0; i < 300; ++i) sparse.push_back({i * 13, i * 10, 8, 8, 1 + i % 3, 1});
+  NSBitmapImageRep* big = [NSBitmapImageRep imageRepWithData:PatchAnimation(4000, 3000, sparse)];
+  ASSERT_NE(big, nil);
+  [big setProperty:NSImageCurrentFrame withValue:[NSNumber numberWithInt:299]];
+  EXPECT_EQ([[big valueForProperty:NSImageCurrentFrame] integerValue], 299);
+  const uint8_t* last = [big bitmapData] + size_t(2990 + 4) * size_t([big bytesPerRow]) + size_t(3887 + 4) * 4;
+  const uint8_t* first = [big bitmapData] + size_t(4) * size_t([big bytesPerRow]) + 4 * 4;
+  EXPECT_EQ(std::vector<int>({last[0], last[1], last[3], first[0], first[3]}), std::vector<int>({20, 20, 255, 250, 255}));
+
+  EXPECT_EQ([NSBitmapImageRep imageRepWithData:PatchAnimation(16000, 16000, {{0, 0, 1, 1, 1, 1}})], nil);
+}
