@@ -22,7 +22,8 @@ static NSArray* RepresentationsOfData(NSData* data) {
   if (![data isKindOfClass:[NSData class]] || [data length] == 0) return nil;
   Class repClass = [NSImageRep imageRepClassForData:data];
   if (!repClass) return nil;
-  /* Several representations when the class reads several (TIFF pages, GIF frames). */
+  /* Several representations when the class reads several (TIFF pages, icon sizes); a GIF
+     animation is one representation that keeps its frames. */
   if ([repClass respondsToSelector:@selector(imageRepsWithData:)]) return [repClass imageRepsWithData:data];
   if ([repClass respondsToSelector:@selector(imageRepWithData:)]) {
     id one = [repClass imageRepWithData:data];

@@ -1,6 +1,8 @@
 /* What every fuzz target asks of a representation that a decoder accepted: its geometry
    holds together and every byte of its pixel memory is readable (AddressSanitizer sees a
-   short buffer), and small ones go through an encoder and back. */
+   short buffer), and small ones go through an encoder and back; an animation shows its
+   last frame and then its second (composited again from the start), and small ones are
+   written back whole as GIF. */
 #pragma once
 
 #import <AppKit/AppKit.h>
@@ -25,6 +27,13 @@ inline void CheckBitmapRep(NSBitmapImageRep* rep) {
   [rep colorAtX:0 y:0];
   [rep colorAtX:wide - 1 y:high - 1];
   if (wide * high > kRoundTripPixels) return;
+  const long frames = [[rep valueForProperty:NSImageFrameCount] integerValue];
+  if (frames > 1) {
+    [rep setProperty:NSImageCurrentFrame withValue:[NSNumber numberWithLong:frames - 1]];
+    [rep setProperty:NSImageCurrentFrame withValue:[NSNumber numberWithLong:1]];
+    if ([[rep valueForProperty:NSImageCurrentFrame] integerValue] != 1) std::abort();
+    if (frames <= 64 && [rep representationUsingType:NSGIFFileType properties:nil] == nil) std::abort();
+  }
   NSData* png = [rep representationUsingType:NSPNGFileType properties:[NSDictionary dictionary]];
   if (png == nil || [NSBitmapImageRep imageRepWithData:png] == nil) std::abort();
 }
