@@ -13,7 +13,7 @@ NSString* const NSDragPboard = @"NSDragPboard";
 NSString* const NSPasteboardNameGeneral = @"NSGeneralPboard";
 
 NSString* const NSPasteboardTypeString = @"public.utf8-plain-text";
-NSString* const NSPasteboardTypePDF = @"NSPasteboardTypePDF";
+NSString* const NSPasteboardTypePDF = @"com.adobe.pdf";
 NSString* const NSPasteboardTypeTIFF = @"public.tiff";
 NSString* const NSPasteboardTypePNG = @"public.png";
 NSString* const NSPasteboardTypeRTF = @"public.rtf";
@@ -24,7 +24,7 @@ NSString* const NSFilenamesPboardType = @"NSFilenamesPboardType";
 NSString* const NSPostScriptPboardType = @"NSPostScriptPboardType";
 NSString* const NSTIFFPboardType = @"public.tiff";
 NSString* const NSRTFPboardType = @"public.rtf";
-NSString* const NSPDFPboardType = @"NSPasteboardTypePDF";
+NSString* const NSPDFPboardType = @"com.adobe.pdf";
 NSString* const NSPICTPboardType = @"NSPICTPboardType";
 NSString* const NSURLPboardType = @"public.url";
 NSString* const NSFileContentsPboardType = @"NSFileContentsPboardType";

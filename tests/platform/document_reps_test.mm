@@ -302,7 +302,7 @@ TEST_F(DocumentReps, TypeListsNameEveryClassInRegistryOrder) {
   NSArray* types = [NSImage imageTypes];
   for (NSString* type : {@"public.png", @"com.adobe.pdf", @"com.adobe.encapsulated-postscript", @"com.apple.pict"})
     EXPECT_TRUE([types containsObject:type]) << [type UTF8String];
-  EXPECT_TRUE([[NSImage imagePasteboardTypes] containsObject:NSPasteboardTypePDF]);
+  EXPECT_TRUE([[NSImage imagePasteboardTypes] containsObject:@"com.adobe.pdf"]);
   EXPECT_EQ([NSImageRep imageRepClassForFileType:@"PCT"], [NSPICTImageRep class]);
   EXPECT_EQ([NSImageRep imageRepClassForType:@"com.adobe.pdf"], [NSPDFImageRep class]);
 }
