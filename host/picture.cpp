@@ -334,6 +334,7 @@ void installGraphics(Runtime::Impl& impl) {
     return Value::ofInteger(static_cast<int64_t>(reinterpret_cast<intptr_t>(picture->context)));
   });
   addGraphicsShapes(cls);
+  addGraphicsText(cls);
 }
 
 void installRGBSurface(Runtime::Impl& impl) {

@@ -9,6 +9,7 @@
 
 #include <CoreGraphics/CoreGraphics.h>
 
+#include <string>
 #include <vector>
 
 namespace host {
@@ -33,6 +34,9 @@ struct PictureData {
   bool hasAlpha = false;
   uint32_t drawingColor = 0;  // host Color: alpha in the top byte, 0 opaque
   int64_t penWidth = 1, penHeight = 1;
+  std::string textFont = "System";  // the Graphics' font: family, size (0 the default), styles
+  double textSize = 0;
+  bool bold = false, italic = false, underline = false;
   ObjectRef mask;
   PixelLayout layout;
   // Console storage: the row table of the context's memory and the record that names both.
@@ -72,5 +76,7 @@ void addPictureFiles(Runtime::Impl& impl);
 PictureData* graphicsPicture(Runtime& runtime, const Value& self, ClassInfo* graphicsClass, const char* member);
 // The Graphics members that draw lines and shapes, and the pen they draw with.
 void addGraphicsShapes(ClassInfo* graphicsClass);
+// The Graphics members that draw and measure text, and the font they use.
+void addGraphicsText(ClassInfo* graphicsClass);
 
 }  // namespace host

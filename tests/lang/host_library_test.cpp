@@ -152,3 +152,99 @@ TEST(HostLibrary, PicturesSavedAndOpened) {
   }
   EXPECT_EQ(output("Print Str(GetFolderItem(\"" + missing + "\").OpenAsPicture Is Nil)\n"), "True\n");
 }
+
+// Text in a Picture: ink where DrawString puts it (baseline at y, as wide as StringWidth), in
+// both storages; sizes and styles change the measurements as they should; wrapping,
+// line endings, condensing and underlining.
+TEST(HostLibrary, TextDrawnAndMeasured) {
+  const std::string program =
+      "Function Ink(p As Picture) As String\n"
+      "  Dim left As Integer = 9999\n"
+      "  Dim top As Integer = 9999\n"
+      "  Dim right As Integer = -1\n"
+      "  Dim bottom As Integer = -1\n"
+      "  For y As Integer = 0 To p.Height - 1\n"
+      "    For x As Integer = 0 To p.Width - 1\n"
+      "      If p.RGBSurface.Pixel(x, y).Green < 128 Then\n"
+      "        left = Min(left, x)\n"
+      "        right = Max(right, x)\n"
+      "        top = Min(top, y)\n"
+      "        bottom = Max(bottom, y)\n"
+      "      End If\n"
+      "    Next\n"
+      "  Next\n"
+      "  Return Str(left) + \" \" + Str(top) + \" \" + Str(right) + \" \" + Str(bottom)\n"
+      "End Function\n"
+      "Function Fresh() As Picture\n"
+      "  Dim p As New Picture(200, 80, 32)\n"
+      "  p.Graphics.ForeColor = &cFF0000\n"
+      "  p.Graphics.TextSize = 20\n"
+      "  Return p\n"
+      "End Function\n"
+      "Dim p As Picture = Fresh\n"
+      "Dim g As Graphics = p.Graphics\n"
+      "Print Ink(p)\n"
+      "g.DrawString(\"Hxg\", 10, 40)\n"
+      "Print Ink(p)\n"
+      "Print Str(g.StringWidth(\"Hxg\")) + \" \" + Str(g.TextAscent) + \" \" + Str(g.TextHeight)\n"
+      "Dim regular As Double = g.StringWidth(\"Hello\")\n"
+      "g.TextSize = 40\n"
+      "Dim doubled As Double = g.StringWidth(\"Hello\")\n"
+      "g.TextSize = 20\n"
+      "g.Bold = True\n"
+      "Print Str(doubled / regular > 1.9 And doubled / regular < 2.1) + \" \" + Str(g.StringWidth(\"Hello\") > regular)\n"
+      "g.Bold = False\n"
+      "Print Str(g.StringHeight(\"one two three\", 0) / g.TextHeight) + \" \" + Str(g.StringHeight(\"one two three\", 60) / g.TextHeight) + \" \" + Str(g.StringHeight(\"one\" + EndOfLine + \"two\", 0) / g.TextHeight)\n"
+      "p = Fresh\n"
+      "p.Graphics.DrawString(\"one two three\", 10, 20, 60)\n"
+      "Print Ink(p)\n"
+      "p = Fresh\n"
+      "p.Graphics.DrawString(\"a long line that cannot fit\", 10, 20, 60, True)\n"
+      "Print Ink(p)\n"
+      "p = Fresh\n"
+      "p.Graphics.Underline = True\n"
+      "p.Graphics.DrawString(\"xx\", 10, 20)\n"
+      "p.Graphics.DrawString(\"\", 10, 60)\n"
+      "Print Ink(p)\n";
+  for (host::AppKind kind : {host::AppKind::Desktop, host::AppKind::Console}) {
+    host::Options options;
+    options.kind = kind;
+    host::Runtime rt(options);
+    langtest::Outcome o = langtest::runIn(rt, program);
+    ASSERT_EQ(o.status, 0) << o.err;
+    EXPECT_EQ(o.leakedObjects + o.leakedStrings, 0u);
+    std::istringstream out(o.out);
+    std::string line;
+    std::getline(out, line);
+    EXPECT_EQ(line, "9999 9999 -1 -1");  // a new picture has no ink
+    int left, top, right, bottom;
+    double width, ascent, height;
+    out >> left >> top >> right >> bottom >> width >> ascent >> height;
+    // "Hxg": the H's top one ascent's cap height above the baseline, the g's tail below it.
+    EXPECT_NEAR(left, 10, 2);
+    EXPECT_LE(right, 10 + width);  // the g's advance passes its ink
+    EXPECT_GT(right, 10 + width - 6);
+    EXPECT_GT(top, 40 - ascent - 1);
+    EXPECT_LT(top, 40 - 10);
+    EXPECT_GT(bottom, 40);
+    EXPECT_LT(bottom, 40 - ascent + height + 1);
+    EXPECT_GT(height, ascent);
+    std::getline(out, line);
+    std::getline(out, line);
+    EXPECT_EQ(line, "True True");
+    std::getline(out, line);
+    EXPECT_EQ(line, "1 3 2");
+    // Wrapped into three lines a TextHeight apart, none wider than the wrap width.
+    out >> left >> top >> right >> bottom;
+    EXPECT_LE(right - left, 60);
+    EXPECT_GT(bottom, 20 + 2 * height - 2);
+    // Condensed: one line, cut to the wrap width.
+    out >> left >> top >> right >> bottom;
+    EXPECT_LE(right - left, 60);
+    EXPECT_LT(bottom, 20 + height / 2);
+    // The underline runs below the baseline, under both letters.
+    out >> left >> top >> right >> bottom;
+    EXPECT_GT(bottom, 20);
+    EXPECT_LT(bottom, 60 - height);
+  }
+}
