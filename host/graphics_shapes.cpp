@@ -1,5 +1,6 @@
 // The Graphics members that draw lines and shapes in the DrawingColor: DrawLine, DrawRect,
-// FillOval, DrawOval, FillRoundRect and DrawRoundRect, with the pen of PenWidth and
+// FillOval, DrawOval, FillRoundRect, DrawRoundRect, FillPolygon and DrawPolygon (points as
+// x, y pairs from element 1 on; element 0 is not a coordinate), with the pen of PenWidth and
 // PenHeight (PenSize sets both). Coordinates are the host's, top-left origin and y down,
 // in pixels; the pen hangs below and to the right of the points it is drawn through, so a
 // line from (0, 0) to (9, 0) with a one-pixel pen fills exactly the top row's first ten
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string>
 #include <vector>
 
 namespace host {
@@ -124,6 +126,40 @@ void drawLine(PictureData* picture, double x1, double y1, double x2, double y2) 
   CGContextRestoreGState(c);
 }
 
+// A polygon's corners from a points array: x and y pairs from element 1 on.
+std::vector<CGPoint> polygonCorners(Runtime& runtime, const Value& array, bool integers) {
+  std::vector<CGPoint> corners;
+  if (array.isNil()) return corners;
+  const std::vector<Value> values = runtime.arrayElements(array);
+  for (size_t i = 1; i + 1 < values.size(); i += 2) {
+    const double x = integers ? double(values[i].integer) : values[i].real;
+    const double y = integers ? double(values[i + 1].integer) : values[i + 1].real;
+    if (!std::isfinite(x) || !std::isfinite(y)) return {};
+    corners.push_back(CGPointMake(x, y));
+  }
+  return corners;
+}
+
+// Fills the polygon, or draws its edges (the last corner back to the first) with the pen.
+void drawPolygon(PictureData* picture, const std::vector<CGPoint>& corners, bool fill) {
+  if (corners.empty()) return;
+  if (!fill) {
+    for (size_t i = 0; i < corners.size(); ++i) {
+      const CGPoint& a = corners[i];
+      const CGPoint& b = corners[(i + 1) % corners.size()];
+      drawLine(picture, a.x, a.y, b.x, b.y);
+    }
+    return;
+  }
+  CGContextRef c = beginDrawing(picture);
+  CGContextBeginPath(c);
+  CGContextMoveToPoint(c, corners[0].x, corners[0].y);
+  for (size_t i = 1; i < corners.size(); ++i) CGContextAddLineToPoint(c, corners[i].x, corners[i].y);
+  CGContextClosePath(c);
+  CGContextFillPath(c);
+  CGContextRestoreGState(c);
+}
+
 }  // namespace
 
 void addGraphicsShapes(ClassInfo* cls) {
@@ -159,6 +195,17 @@ void addGraphicsShapes(ClassInfo* cls) {
                   round ? args[4].real : 0, round ? args[5].real : 0);
       return Value::nil();
     });
+  for (const bool fill : {true, false})
+    for (const bool integers : {true, false}) {
+      const char* name = fill ? "FillPolygon" : "DrawPolygon";
+      const std::string declaration = std::string(name) + (integers ? "(points() as Integer)" : "(points() as Double)");
+      addNativeMethod(cls, declaration.c_str(),
+                      [cls, name, fill, integers](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+                        if (PictureData* picture = graphicsPicture(runtime, self, cls, name))
+                          drawPolygon(picture, polygonCorners(runtime, args.at(0), integers), fill);
+                        return Value::nil();
+                      });
+    }
   // The pen: PenWidth and PenHeight, at least one pixel; PenSize sets both (and reads PenWidth).
   static const struct {
     const char* name;

@@ -181,6 +181,20 @@ void installPicture(Runtime::Impl& impl) {
     PictureData* picture = pictureOf(runtime, self);
     return Value::ofInteger(picture && picture->context ? 32 : 0);
   });
+  // Pixels per inch, as image files record them (72 unless set or read from a file).
+  for (const bool horizontal : {true, false})
+    addNativeProperty(
+        cls, horizontal ? "HorizontalResolution" : "VerticalResolution", "Integer",
+        [horizontal](Runtime& runtime, const Value& self, std::vector<Value>&) {
+          PictureData* picture = pictureOf(runtime, self);
+          return Value::ofInteger(!picture ? 0 : horizontal ? picture->horizontalResolution : picture->verticalResolution);
+        },
+        [horizontal](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+          PictureData* picture = pictureOf(runtime, self);
+          const int64_t dpi = args.at(0).integer;
+          if (picture && dpi > 0) (horizontal ? picture->horizontalResolution : picture->verticalResolution) = dpi;
+          return Value::nil();
+        });
   addNativeProperty(cls, "HasAlphaChannel", "Boolean", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
     PictureData* picture = pictureOf(runtime, self);
     return Value::ofBoolean(picture && picture->hasAlpha);

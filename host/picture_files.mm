@@ -15,7 +15,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 #include <string>
 
@@ -58,6 +60,11 @@ Value pictureFromBytes(Runtime& runtime, const void* bytes, size_t size) {
     if (!alpha) size.push_back(Value::ofInteger(32));
     result = runtime.newInstance("Picture", size);
     if (PictureData* picture = pictureOfValue(runtime, result)) {
+      const NSSize points = [rep size];
+      if (points.width > 0 && points.height > 0) {
+        picture->horizontalResolution = std::max<int64_t>(1, std::llround(72.0 * double(width) / points.width));
+        picture->verticalResolution = std::max<int64_t>(1, std::llround(72.0 * double(height) / points.height));
+      }
       // Copied as it is into an alpha channel; laid over the white of a picture without one.
       CGContextSaveGState(picture->context);
       CGContextSetBlendMode(picture->context, picture->hasAlpha ? kCGBlendModeCopy : kCGBlendModeNormal);
@@ -104,6 +111,9 @@ std::string encode(Runtime& runtime, const Value& self, int64_t format, int64_t 
   NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
   NSBitmapImageRep* rep = [[[NSBitmapImageRep alloc] initWithCGImage:image] autorelease];
   CGImageRelease(image);
+  // The size in points carries the resolution into the file.
+  [rep setSize:NSMakeSize(double(picture->width) * 72.0 / double(picture->horizontalResolution),
+                          double(picture->height) * 72.0 / double(picture->verticalResolution))];
   NSDictionary* properties = nil;
   if (chosen->type == NSJPEGFileType)
     properties = [NSDictionary

@@ -34,6 +34,7 @@ struct PictureData {
   bool hasAlpha = false;
   uint32_t drawingColor = 0;  // host Color: alpha in the top byte, 0 opaque
   int64_t penWidth = 1, penHeight = 1;
+  int64_t horizontalResolution = 72, verticalResolution = 72;  // pixels per inch
   std::string textFont = "System";  // the Graphics' font: family, size (0 the default), styles
   double textSize = 0;
   bool bold = false, italic = false, underline = false;

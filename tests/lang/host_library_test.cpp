@@ -60,6 +60,22 @@ TEST(HostLibrary, PicturesByTheirPixels) {
       "copy.Graphics.DrawPicture(p, 0, 0, 6, 4, 0, 0, 3, 2)\n"
       "Print Hex(copy.RGBSurface.Pixel(5, 3).Green) + \" \" + Hex(copy.RGBSurface.Pixel(0, 0).Blue) + \" \" + Str(copy.Graphics.Width)\n"),
       "0/FF 0/FF 0/FF 0/FF 20/0 20/0 \n40 FF 6\n");
+  // Polygons from x, y pairs after element 0, filled or outlined with the pen; a resolution
+  // travels through an image file.
+  EXPECT_EQ(cleanOutput(
+      "Dim p As New Picture(40, 40, 32)\n"
+      "Dim triangle() As Integer = Array(0, 5, 5, 35, 5, 20, 35)\n"
+      "p.Graphics.ForeColor = &c0000FF\n"
+      "p.Graphics.FillPolygon(triangle)\n"
+      "Dim diagonal() As Double = Array(-1.0, 0.0, 0.0, 39.0, 39.0)\n"
+      "p.Graphics.ForeColor = &cFF0000\n"
+      "p.Graphics.DrawPolygon(diagonal)\n"
+      "Dim s As RGBSurface = p.RGBSurface\n"
+      "Print Str(s.Pixel(20, 6).Green) + \" \" + Str(s.Pixel(20, 28).Green) + \" \" + Str(s.Pixel(6, 30).Green) + \" \" + Str(s.Pixel(25, 25).Green) + \" \" + Str(s.Pixel(30, 20).Green)\n"
+      "p.HorizontalResolution = 144\n"
+      "Dim q As Picture = Picture.FromData(p.ToData(Picture.SaveAsPNG))\n"
+      "Print Str(q.HorizontalResolution) + \" \" + Str(q.VerticalResolution)\n"),
+      "0 0 255 0 255\n144 72\n");
 }
 
 TEST(HostLibrary, HostErrorsNameTheirLine) {
