@@ -58,6 +58,9 @@ TEST(Examples, PictureConversionInAConsoleApplication) {
 }
 TEST(Examples, Representations) { expectExample("representations"); }
 TEST(Examples, Console) { expectExample("console"); }
+TEST(Examples, PictureFiles) { expectExample("picture_files"); }
+TEST(Examples, Bitmap) { expectExample("bitmap"); }
+TEST(Examples, Documents) { expectExample("documents"); }
 
 TEST(Examples, TheEmbeddedExampleRunsToItsEnd) {
   host::Runtime rt;
