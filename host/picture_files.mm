@@ -1,7 +1,7 @@
 // Pictures and image files: Picture.Open and FolderItem.OpenAsPicture read a PNG, JPEG,
-// TIFF, GIF or BMP file, Picture.FromData the same from a MemoryBlock; Picture.Save and
-// ToData write one in the format of a SaveAs constant, JPEG at a Quality constant (or any
-// level from 0 to 100). Decoding and encoding are the platform's, as the host uses its
+// TIFF, GIF or BMP file, Picture.FromData the same from a MemoryBlock; Picture.Save, ToData
+// and FolderItem.SaveAsPicture write one in the format of a SaveAs constant, JPEG at a
+// Quality constant (or any level from 0 to 100). Decoding and encoding are the platform's, as the host uses its
 // system's image classes. A file with transparency opens as a picture with an alpha
 // channel where the application has them (desktop); a console application's pictures
 // have none, so its transparent pixels open white. Saving writes a picture's mask or
@@ -128,6 +128,24 @@ std::string encode(Runtime& runtime, const Value& self, int64_t format, int64_t 
   return bytes;
 }
 
+// Writes the picture's pixels as a file of the format; raises on failure.
+void save(Runtime& runtime, const Value& picture, const Value& file, int64_t format, int64_t quality, const char* member) {
+  if (file.isNil()) {
+    runtime.impl().raise("NilObjectException", std::string(member) + ": the FolderItem is Nil");
+    return;
+  }
+  const std::string bytes = encode(runtime, picture, format, quality, member);
+  if (bytes.empty()) return;
+  const std::string path = runtime.folderItemPath(file);
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  const ssize_t written = fd < 0 ? -1 : ::write(fd, bytes.data(), bytes.size());
+  int error = fd < 0 || written != ssize_t(bytes.size()) ? (errno ? errno : EIO) : 0;
+  if (fd >= 0 && ::close(fd) != 0 && !error) error = errno;
+  if (error)
+    runtime.impl().raise("IOException",
+                         std::string(member) + " cannot write \"" + path + "\": " + std::strerror(error), error);
+}
+
 }  // namespace
 
 void addPictureFiles(Runtime::Impl& impl) {
@@ -166,20 +184,7 @@ void addPictureFiles(Runtime::Impl& impl) {
                   });
   addNativeMethod(cls, "Save(file as FolderItem, format as Integer, quality as Integer = -1)",
                   [](Runtime& runtime, const Value& self, std::vector<Value>& args) {
-                    if (args.at(0).isNil()) {
-                      runtime.impl().raise("NilObjectException", "Picture.Save: the FolderItem is Nil");
-                      return Value();
-                    }
-                    const std::string bytes = encode(runtime, self, args.at(1).integer, args.at(2).integer, "Picture.Save");
-                    if (bytes.empty()) return Value();
-                    const std::string path = runtime.folderItemPath(args[0]);
-                    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-                    ssize_t written = fd < 0 ? -1 : ::write(fd, bytes.data(), bytes.size());
-                    const int error = fd < 0 || written != ssize_t(bytes.size()) ? (errno ? errno : EIO) : 0;
-                    if (fd >= 0 && ::close(fd) != 0 && !error) written = -1;
-                    if (error)
-                      runtime.impl().raise("IOException",
-                                           "Picture.Save cannot write \"" + path + "\": " + std::strerror(error), error);
+                    save(runtime, self, args.at(0), args.at(1).integer, args.at(2).integer, "Picture.Save");
                     return Value();
                   });
   addNativeMethod(cls, "ToData(format as Integer, quality as Integer = -1) as MemoryBlock",
@@ -188,7 +193,17 @@ void addPictureFiles(Runtime::Impl& impl) {
                     return bytes.empty() ? Value() : runtime.memoryBlock(bytes.data(), bytes.size());
                   });
 
-  // The older form: Nil rather than an exception for a file that is no picture.
+  // The older forms on FolderItem: the same constants, MostCompatible unless one is named,
+  // and Nil rather than an exception for a file that is no picture.
+  for (const SaveFormat& f : kFormats) addConstant(impl.folderItemClass, f.constant, "Integer", f.value);
+  addNativeMethod(impl.folderItemClass, "SaveAsPicture(image as Picture, format as Integer = 6)",
+                  [](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+                    if (args.at(0).isNil())
+                      runtime.impl().raise("NilObjectException", "FolderItem.SaveAsPicture: the Picture is Nil");
+                    else
+                      save(runtime, args[0], self, args.at(1).integer, -1, "FolderItem.SaveAsPicture");
+                    return Value();
+                  });
   addNativeMethod(impl.folderItemClass, "OpenAsPicture() as Picture",
                   [](Runtime& runtime, const Value& self, std::vector<Value>&) {
                     std::string bytes;

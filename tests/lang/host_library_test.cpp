@@ -167,6 +167,13 @@ TEST(HostLibrary, PicturesSavedAndOpened) {
     EXPECT_EQ(o.leakedStrings, 0u) << e.statement;
   }
   EXPECT_EQ(output("Print Str(GetFolderItem(\"" + missing + "\").OpenAsPicture Is Nil)\n"), "True\n");
+  // The older saving form: a FolderItem given the picture, PNG as the most compatible format.
+  EXPECT_EQ(output("Dim f As FolderItem = GetFolderItem(\"" + folder.path("old.png") + "\")\n"
+                   "f.SaveAsPicture(New Picture(3, 2, 32))\n"
+                   "f.SaveAsPicture(New Picture(5, 4, 32), FolderItem.SaveAsJPEG)\n"
+                   "Print Str(Picture.Open(f).Width)\n"),
+            "5\n");
+  EXPECT_EQ(support::DecodeIndependently(support::ReadBytes(folder.path("old.png"))).format, "JPEG");
 }
 
 // Text in a Picture: ink where DrawString puts it (baseline at y, as wide as StringWidth), in
