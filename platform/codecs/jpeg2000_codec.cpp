@@ -133,6 +133,10 @@ bool jpeg2000_decode(const uint8_t* data, size_t size, Frame& out) {
     const uint64_t w = image->x1 - image->x0, h = image->y1 - image->y0;
     ok = w > 0 && h > 0 && w <= uint64_t(kMaxDimension) && h <= uint64_t(kMaxDimension) &&
          int64_t(w * h) <= kMaxPixels;
+    // OpenJPEG keeps four bytes a sample while it decodes, and a codestream of a few dozen
+    // bytes may declare the largest picture there is: beyond a million pixels, the data
+    // must bring a byte for every 4,096 of them (as the BMP and GIF readers ask).
+    if (ok && w * h > (uint64_t(1) << 20) && w * h / 4096 > size) ok = false;
   }
   ok = ok && opj_decode(codec, stream, image) && opj_end_decompress(codec, stream);
   ok = ok && image_to_frame(image, out);

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include <cstdio>
 
 namespace {
@@ -217,6 +219,19 @@ TEST_F(CodecRoundTrip, JPEG2000WhenTheLibraryIsThere) {
   TestPicture independent;
   ASSERT_TRUE(DecodeWithPillow(Temporary(jp2, ".jp2"), independent));
   EXPECT_EQ(MaxDifference(WithoutAlpha(independent), picture), 0);
+  // Past a million pixels a codestream must bring a byte for every 4,096 of them: Pillow's
+  // flat 1200 x 1000 picture (some 360 bytes) reads, its 2048 x 1024 one (as small) does not.
+  for (const auto& [width, height, reads] : {std::tuple{1200, 1000, true}, std::tuple{2048, 1024, false}}) {
+    const std::string path = Temporary([NSData data], ".jp2");
+    Output("/usr/bin/python3 -c \"import sys; from PIL import Image; Image.new('RGB', (" + std::to_string(width) + ", " +
+           std::to_string(height) + "), (10, 20, 30)).save(sys.argv[1])\" " + path);
+    NSBitmapImageRep* flat = [NSBitmapImageRep imageRepWithData:ReadFile(path)];
+    EXPECT_EQ(flat != nil, reads) << width << " x " << height;
+    if (flat) {
+      const TestPicture pixels = ReadRep(flat);
+      EXPECT_EQ(std::vector<int>(pixels.pixels.begin(), pixels.pixels.begin() + 3), std::vector<int>({10, 20, 30}));
+    }
+  }
 }
 
 }  // namespace
