@@ -263,7 +263,7 @@ bool writeProperty(Runtime::Impl& impl, ObjectHeader* self, std::string_view nam
 
 // ---- the call API
 
-Value Runtime::newInstance(std::string_view className, std::vector<Value> args) {
+Value Runtime::newInstance(std::string_view className, std::vector<Value> args, std::string_view constructor) {
   Impl& impl = *impl_;
   ClassInfo* cls = classNamed(impl, className);
   if (cls->name.back() == ')') throw std::invalid_argument("arrays are made with Runtime::array");
@@ -271,7 +271,11 @@ Value Runtime::newInstance(std::string_view className, std::vector<Value> args) 
   std::vector<Candidate> constructors;
   for (ClassInfo* c = cls; c && constructors.empty(); c = c->superclass)
     for (const MethodInfo& m : c->methods)
-      if (equalsIgnoringCase(m.declaration.name, "Constructor")) constructors.push_back({&m, c});
+      if (equalsIgnoringCase(m.declaration.name, "Constructor") &&
+          (constructor.empty() || squeezed(m.declarationText) == squeezed(constructor)))
+        constructors.push_back({&m, c});
+  if (!constructor.empty() && constructors.empty())
+    throw std::invalid_argument("class " + cls->name + " has no " + std::string(constructor));
   const Candidate* chosen = nullptr;
   if (!constructors.empty())
     chosen = &choose(impl, constructors, args, nullptr, Mode::Call, "Constructor");

@@ -172,12 +172,15 @@ Flow Interpreter::dim(const Stmt& s) {
     variable->type = resolveType(rt_, item.type);
     if (item.isNew) {
       std::vector<Value> args = arguments(item.newArgs);
+      const std::string constructor =
+          variable->type.cls ? chooseHostOverload(variable->type.cls, "Constructor", false, args, &item.newArgs, item.type.where)
+                             : std::string();
       variable->value = hostCall(
           item.type.where,
           [&] {
             std::vector<std::pair<host::Value, Value>> arrays;
             std::vector<host::Value> hostArgs = toHost(args, item.type.where, arrays);
-            host::Value object = rt_.newInstance(variable->type.name, hostArgs);
+            host::Value object = rt_.newInstance(variable->type.name, hostArgs, constructor);
             copyBack(arrays);
             return object;
           },
@@ -713,13 +716,13 @@ Value Interpreter::newObject(const Expr& e) {
     });
     return object;
   }
-  chooseHostOverload(cls, "Constructor", false, args, &e.args, e.where);  // the host has no call by declaration for constructors
+  const std::string constructor = chooseHostOverload(cls, "Constructor", false, args, &e.args, e.where);
   return hostCall(
       e.where,
       [&] {
         std::vector<std::pair<host::Value, Value>> arrays;
         std::vector<host::Value> hostArgs = toHost(args, e.where, arrays);
-        host::Value object = rt_.newInstance(cls->name, hostArgs);
+        host::Value object = rt_.newInstance(cls->name, hostArgs, constructor);
         copyBack(arrays);
         return object;
       },

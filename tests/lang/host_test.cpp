@@ -11,9 +11,13 @@ using langtest::output;
 TEST(HostClasses, ConstructorOverloadChosenByArguments) {
   EXPECT_EQ(output("Dim grey As New NSColorQVR(0.5)\nDim red As New NSColorQVR(1, 0, 0)\nDim half As New NSColorQVR(0, 0, 1, 0.5)\n"
                    "Print Format(grey.RedComponent, \"0.0\") + \" \" + Format(red.GreenComponent, \"0.0\") + \" \" + "
-                   "Format(half.AlphaComponent, \"0.0\")\n",
+                   "Format(half.AlphaComponent, \"0.0\")\n"
+                   // Variables holding Nil choose by their declared class, with New and with Dim As New.
+                   "Dim f As FolderItem\nDim m As MemoryBlock\nDim p As Picture\nDim a As New NSImageQVR(f)\n"
+                   "Dim b As NSImageQVR = New NSImageQVR(m)\nDim c As New NSImageQVR(p, Nil)\n"
+                   "Print Str(a.Handle) + Str(b.Handle) + Str(c.isValid)\n",
                    true),
-            "0.5 0.0 0.5\n");
+            "0.5 0.0 0.5\n00False\n");
 }
 
 TEST(HostClasses, IntegerArgumentsReachDoubleAndSingleParameters) {

@@ -302,10 +302,10 @@ class Runtime {
   // arguments, as the host language does) or by its exact declaration text (any member
   // string with "(" or a space; compared without case and spacing). newInstance runs the
   // class constructors root first, then the Constructor overload of the nearest class that
-  // declares Constructor methods. Calls throw
+  // declares Constructor methods (or the one whose declaration text is given). Calls throw
   // HostException for a pending host exception, ThrownObject for a thrown platform
   // object, and std::invalid_argument for a member or overload that does not exist.
-  Value newInstance(std::string_view className, std::vector<Value> args = {});
+  Value newInstance(std::string_view className, std::vector<Value> args = {}, std::string_view constructor = {});
   Value call(const Value& self, std::string_view member, std::vector<Value> args = {});
   Value callShared(std::string_view className, std::string_view member, std::vector<Value> args = {});
   Value get(const Value& self, std::string_view property);
