@@ -133,6 +133,17 @@ std::string formatted(const char* format, const Fields& f) {
 
 }  // namespace
 
+Value dateValue(Runtime& runtime, std::time_t moment) {
+  Runtime::Impl& impl = runtime.impl();
+  ObjectRef date = ObjectRef::adopt(impl.instantiate(impl.dateClass));
+  if (!date) return Value::nil();
+  auto* data = reinterpret_cast<DateData*>(impl.instanceData(date.get(), impl.dateClass));
+  std::tm local{};
+  data->gmtOffset = localtime_r(&moment, &local) ? double(local.tm_gmtoff) / 3600.0 : 0;
+  data->totalSeconds = double(moment) + data->gmtOffset * 3600 - double(kEpochDays) * kSecondsPerDay;
+  return Value::ofObject(std::move(date));
+}
+
 void installDateClass(Runtime::Impl& impl) {
   ClassInfo* cls = impl.addBuiltInClass("Date", "", sizeof(DateData));
   impl.dateClass = cls;

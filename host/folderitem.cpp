@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -62,6 +63,51 @@ bool validName(const std::string& name) {
 
 std::string joined(const std::string& directory, const std::string& name) {
   return directory == "/" ? "/" + name : directory + "/" + name;
+}
+
+// The host's path types: absolute, shell and native paths are all the POSIX path here;
+// a URL path is a file URL whose escapes are decoded. False for a path it cannot take.
+constexpr int kPathTypeURL = 2;
+
+bool pathOfType(const std::string& text, int64_t type, std::string& path) {
+  if (type < 0 || type > 3) return false;
+  if (type != kPathTypeURL) {
+    path = text;
+    return text.find('\0') == std::string::npos;
+  }
+  const std::string scheme = "file://";
+  if (text.size() <= scheme.size() || lowerCase(text.substr(0, scheme.size())) != scheme) return false;
+  std::string rest = text.substr(scheme.size());
+  if (rest.compare(0, 9, "localhost") == 0) rest.erase(0, 9);
+  if (rest.empty() || rest[0] != '/') return false;
+  path.clear();
+  for (size_t i = 0; i < rest.size(); ++i) {
+    if (rest[i] == '%' && i + 2 < rest.size() && std::isxdigit(static_cast<unsigned char>(rest[i + 1])) &&
+        std::isxdigit(static_cast<unsigned char>(rest[i + 2]))) {
+      path += static_cast<char>(std::stoi(rest.substr(i + 1, 2), nullptr, 16));
+      i += 2;
+    } else {
+      path += rest[i];
+    }
+  }
+  return path.find('\0') == std::string::npos;
+}
+
+// A file URL of a path: bytes outside the unreserved set escaped, folders ending in "/".
+std::string urlOf(const std::string& path, bool folder) {
+  static const char* hex = "0123456789ABCDEF";
+  std::string url = "file://";
+  for (unsigned char c : path) {
+    if (std::isalnum(c) || std::strchr("/-._~", c)) {
+      url += static_cast<char>(c);
+    } else {
+      url += '%';
+      url += hex[c >> 4];
+      url += hex[c & 15];
+    }
+  }
+  if (folder && url.back() != '/') url += '/';
+  return url;
 }
 
 FolderItemData* itemData(Runtime::Impl& impl, ObjectHeader* object) {
@@ -168,6 +214,16 @@ void installMembers(ClassInfo* cls) {
     FolderItemData* item = itemOf(runtime, self);
     return runtime.string(item ? *item->path : std::string());
   });
+  // The older name of the path, which on this system is the POSIX path too.
+  addNativeProperty(cls, "AbsolutePath", "String", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+    FolderItemData* item = itemOf(runtime, self);
+    return runtime.string(item ? *item->path : std::string());
+  });
+  addNativeProperty(cls, "URLPath", "String", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+    FolderItemData* item = itemOf(runtime, self);
+    struct stat status;
+    return runtime.string(item ? urlOf(*item->path, statOf(*item->path, status) && S_ISDIR(status.st_mode)) : std::string());
+  });
   addNativeProperty(cls, "Exists", "Boolean", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
     FolderItemData* item = itemOf(runtime, self);
     struct stat status;
@@ -231,6 +287,17 @@ void installMembers(ClassInfo* cls) {
     std::string path = runtime.utf8(args.at(0));
     if (path.find('\0') != std::string::npos) {
       runtime.impl().raise("UnsupportedOperationException", "a path cannot hold a NUL character");
+      return Value::nil();
+    }
+    if (FolderItemData* item = itemOf(runtime, self)) *item->path = canonicalPath(path);
+    return Value::nil();
+  }));
+  cls->methods.push_back(nativeMember("Constructor(path as String, pathType as Integer)", [](Runtime& runtime, const Value& self,
+                                                                                            std::vector<Value>& args) {
+    std::string path;
+    if (!pathOfType(runtime.utf8(args.at(0)), args.at(1).integer, path)) {
+      runtime.impl().raise("UnsupportedFormatException", "\"" + runtime.utf8(args.at(0)) + "\" is no path of type " +
+                                                             std::to_string(args.at(1).integer));
       return Value::nil();
     }
     if (FolderItemData* item = itemOf(runtime, self)) *item->path = canonicalPath(path);
@@ -393,22 +460,25 @@ void installFolderItemClass(Runtime::Impl& impl) {
   installMembers(cls);
   installNewerNames(cls);
 
-  // GetFolderItem(path) and SpecialFolder.Temporary: where programs find their files.
-  impl.globals.push_back(nativeMember("GetFolderItem(path as String) as FolderItem", [](Runtime& runtime, const Value&,
-                                                                                    std::vector<Value>& args) {
-    std::string path = runtime.utf8(args.at(0));
-    if (path.find('\0') != std::string::npos) return Value::nil();
-    return itemValue(runtime, path);
-  }));
-  ClassInfo* special = impl.addBuiltInClass("SpecialFolder", "", 0);
-  PropertyInfo temporary;
-  temporary.name = "Temporary";
-  temporary.type = "FolderItem";
-  temporary.nativeGetter = [](Runtime& runtime, const Value&, std::vector<Value>&) {
-    const char* dir = std::getenv("TMPDIR");
-    return itemValue(runtime, dir && *dir ? dir : "/tmp");
-  };
-  special->sharedProperties.push_back(temporary);
+  addConstant(cls, "PathTypeAbsolute", "Integer", "0");
+  addConstant(cls, "PathTypeShell", "Integer", "1");
+  addConstant(cls, "PathTypeURL", "Integer", "2");
+  addConstant(cls, "PathTypeNative", "Integer", "3");
+
+  // GetFolderItem(path): where programs find their files; a path it cannot take gives Nil.
+  impl.globals.push_back(nativeMember("GetFolderItem(path as String, pathType as Integer = 0) as FolderItem",
+                                      [](Runtime& runtime, const Value&, std::vector<Value>& args) {
+                                        std::string path;
+                                        if (!pathOfType(runtime.utf8(args.at(0)), args.at(1).integer, path)) return Value::nil();
+                                        return itemValue(runtime, path);
+                                      }));
+  installFolderItemFileMembers(impl);
+  installSpecialFolderClass(impl);
+}
+
+intptr_t* folderItemError(Runtime& runtime, const Value& item) {
+  FolderItemData* data = itemOf(runtime, item);
+  return data ? &data->lastError : nullptr;
 }
 
 Value Runtime::folderItem(const std::string& path) {

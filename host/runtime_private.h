@@ -8,6 +8,7 @@
 
 #include "entry_guard.h"
 
+#include <ctime>
 #include <map>
 #include <memory>
 #include <string>
@@ -152,11 +153,18 @@ bool sameSignature(const Declaration& a, const Declaration& b, bool compareResul
 std::string lowerCase(std::string_view text);
 bool equalsIgnoringCase(std::string_view a, std::string_view b);
 
+// A new Date showing a moment of the system clock in the local zone.
+Value dateValue(Runtime& runtime, std::time_t moment);
+// The LastErrorCode slot of a live FolderItem (null for anything else).
+intptr_t* folderItemError(Runtime& runtime, const Value& item);
+
 // The built-in classes, set up by each file that owns one.
 void installExceptionClasses(Runtime::Impl& impl);
 void installMemoryBlockClass(Runtime::Impl& impl);
 void installDateClass(Runtime::Impl& impl);
 void installFolderItemClass(Runtime::Impl& impl);
+void installFolderItemFileMembers(Runtime::Impl& impl);
+void installSpecialFolderClass(Runtime::Impl& impl);
 void installArrayClasses(Runtime::Impl& impl);
 void installApplicationClass(Runtime::Impl& impl);
 void installGlobalFunctions(Runtime::Impl& impl);

@@ -137,5 +137,18 @@ TEST(Console, TextFilesAndFolders) {
        "Try\n  Call r.ReadLine\nCatch e As IOException\n  Print e.Message\nEnd Try\nf.Delete\n"
        "Try\n  r = TextInputStream.Open(f)\nCatch e As IOException\n  Print Str(e.ErrorNumber)\nEnd Try\n",
        "20\n[first]\n[second]\n[Gr\xfc\xdf" "e]\nfir|17 True\nTextInputStream.ReadLine: the stream is closed\n2\n|"},
+      // Path types, a folder's items, dates and permissions, copying and moving.
+      {"Dim dir As FolderItem = SpecialFolder.Temporary.Child(\"qvr console items\")\ndir.CreateAsFolder\n"
+       "Dim f As FolderItem = GetFolderItem(dir.URLPath + \"a%20b.png\", FolderItem.PathTypeURL)\n"
+       "Dim t As TextOutputStream = TextOutputStream.Create(f)\nt.Write \"x\"\nt.Close\n"
+       "Print f.Name + \" \" + f.Extension + \" \" + Str(f.AbsolutePath = f.NativePath) + \" \" + Right(f.URLPath, 9) + \" \" + Right(dir.URLPath, 1)\n"
+       "Dim same As New FolderItem(f.ShellPath, FolderItem.PathTypeShell)\n"
+       "Print Str(same.IsReadable And same.IsWriteable And same.Visible) + \" \" + Str(f.ModificationDate.Year > 2000) + \" \" + Str(GetFolderItem(\"http://x\", 2) Is Nil)\n"
+       "f.CopyFileTo(dir.Child(\"c.png\"))\nf.CopyFileTo(dir.Child(\"c.png\"))\nPrint Str(f.LastErrorCode)\n"
+       "f.MoveFileTo(SpecialFolder.Temporary)\nDim moved As FolderItem = SpecialFolder.Temporary.Child(\"a b.png\")\n"
+       "Print Str(dir.Count) + \" \" + dir.Item(1).Name + \" \" + Str(moved.Length) + \" \" + Str(dir.Item(2) Is Nil)\n"
+       "moved.Delete\ndir.Item(1).Delete\ndir.Delete\n"
+       "Print Str(SpecialFolder.UserHome.NativePath = System.EnvironmentVariable(\"HOME\")) + \" \" + SpecialFolder.Desktop.Name + \" \" + Str(SpecialFolder.Applications Is Nil)\n",
+       "a b.png png True a%20b.png /\nTrue True True\n17\n1 c.png 1 True\nTrue Desktop True\n|"},
   });
 }
