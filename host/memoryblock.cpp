@@ -25,7 +25,41 @@ bool inRange(Runtime& runtime, MemoryBlockData* block, int64_t offset, int64_t l
   return false;
 }
 
-bool resize(MemoryBlockData* block, intptr_t size) {
+}  // namespace
+
+Value typedValueOf(uint64_t raw, int bytes, Value::Kind kind) {
+  Value out;
+  out.kind = kind;
+  const int shift = 64 - 8 * bytes;
+  switch (kind) {
+    case Value::Kind::Single: { float f; std::memcpy(&f, &raw, 4); out.real = f; break; }
+    case Value::Kind::Double: std::memcpy(&out.real, &raw, 8); break;
+    case Value::Kind::Boolean: out.boolean = raw != 0; break;
+    case Value::Kind::Int32:
+    case Value::Kind::Int64: out.integer = shift ? static_cast<int64_t>(raw << shift) >> shift : static_cast<int64_t>(raw); break;
+    default: out.integer = static_cast<int64_t>(raw); break;
+  }
+  return out;
+}
+
+uint64_t rawOfTypedValue(const Value& v, Value::Kind kind) {
+  const bool real = v.kind == Value::Kind::Double || v.kind == Value::Kind::Single;
+  uint64_t raw = 0;
+  if (kind == Value::Kind::Single) {
+    const float f = static_cast<float>(real ? v.real : double(v.integer));
+    std::memcpy(&raw, &f, 4);
+  } else if (kind == Value::Kind::Double) {
+    const double d = real ? v.real : double(v.integer);
+    std::memcpy(&raw, &d, 8);
+  } else if (kind == Value::Kind::Boolean) {
+    raw = v.kind == Value::Kind::Boolean ? v.boolean : v.integer != 0;
+  } else {
+    raw = static_cast<uint64_t>(real ? static_cast<int64_t>(v.real) : v.integer);
+  }
+  return raw;
+}
+
+bool resizeMemoryBlock(MemoryBlockData* block, intptr_t size) {
   if (size < 0) return false;
   auto* bytes = static_cast<unsigned char*>(std::realloc(block->bytes, size_t(size) + 1));
   if (!bytes) return false;
@@ -34,6 +68,8 @@ bool resize(MemoryBlockData* block, intptr_t size) {
   block->size = size;
   return true;
 }
+
+namespace {
 
 // The typed values of a block, read and written at a byte offset in the block's byte
 // order: Int8Value ... UInt64Value, SingleValue, DoubleValue, BooleanValue, and the
@@ -71,37 +107,13 @@ void installTypedValue(ClassInfo* cls, const TypedValue& typed) {
   const std::string member = Declaration::parse(typed.declaration).name;
   auto get = [typed, member](Runtime& runtime, const Value& self, std::vector<Value>& args) {
     MemoryBlockData* block = blockOf(runtime, self);
-    Value out;
-    out.kind = typed.kind;
     uint64_t raw = 0;
     if (inRange(runtime, block, args.at(0).integer, typed.bytes, member.c_str())) copyOrdered(block, &raw, block->bytes + args[0].integer, typed.bytes);
-    const int shift = 64 - 8 * typed.bytes;
-    switch (typed.kind) {
-      case Value::Kind::Single: { float f; std::memcpy(&f, &raw, 4); out.real = f; break; }
-      case Value::Kind::Double: std::memcpy(&out.real, &raw, 8); break;
-      case Value::Kind::Boolean: out.boolean = raw != 0; break;
-      case Value::Kind::Int32:
-      case Value::Kind::Int64: out.integer = shift ? static_cast<int64_t>(raw << shift) >> shift : static_cast<int64_t>(raw); break;
-      default: out.integer = static_cast<int64_t>(raw); break;
-    }
-    return out;
+    return typedValueOf(raw, typed.bytes, typed.kind);
   };
   auto set = [typed, member](Runtime& runtime, const Value& self, std::vector<Value>& args) {
     MemoryBlockData* block = blockOf(runtime, self);
-    const Value& v = args.at(1);
-    const bool real = v.kind == Value::Kind::Double || v.kind == Value::Kind::Single;
-    uint64_t raw = 0;
-    if (typed.kind == Value::Kind::Single) {
-      const float f = static_cast<float>(real ? v.real : double(v.integer));
-      std::memcpy(&raw, &f, 4);
-    } else if (typed.kind == Value::Kind::Double) {
-      const double d = real ? v.real : double(v.integer);
-      std::memcpy(&raw, &d, 8);
-    } else if (typed.kind == Value::Kind::Boolean) {
-      raw = v.kind == Value::Kind::Boolean ? v.boolean : v.integer != 0;
-    } else {
-      raw = static_cast<uint64_t>(real ? static_cast<int64_t>(v.real) : v.integer);
-    }
+    const uint64_t raw = rawOfTypedValue(args.at(1), typed.kind);
     if (inRange(runtime, block, args.at(0).integer, typed.bytes, member.c_str())) copyOrdered(block, block->bytes + args[0].integer, &raw, typed.bytes);
     return Value::nil();
   };
@@ -134,7 +146,7 @@ void installMemoryBlockClass(Runtime::Impl& impl) {
   };
   size.nativeSetter = [](Runtime& runtime, const Value& self, std::vector<Value>& args) {
     MemoryBlockData* block = blockOf(runtime, self);
-    if (block && !resize(block, args.at(0).integer))
+    if (block && !resizeMemoryBlock(block, args.at(0).integer))
       runtime.impl().raise("OutOfMemoryException", "MemoryBlock.Size cannot be " + std::to_string(args.at(0).integer));
     return Value::nil();
   };
@@ -143,7 +155,7 @@ void installMemoryBlockClass(Runtime::Impl& impl) {
   cls->methods.push_back(nativeMember("Constructor(size as Integer)", [](Runtime& runtime, const Value& self,
                                                                            std::vector<Value>& args) {
     MemoryBlockData* block = blockOf(runtime, self);
-    if (block && !resize(block, args.at(0).integer))
+    if (block && !resizeMemoryBlock(block, args.at(0).integer))
       runtime.impl().raise("OutOfMemoryException", "MemoryBlock of " + std::to_string(args.at(0).integer) + " bytes");
     return Value::nil();
   }));
@@ -240,7 +252,7 @@ ObjectHeader* Runtime::Impl::newMemoryBlock(intptr_t size) {
   if (size < 0) return nullptr;
   ObjectHeader* block = instantiate(memoryBlockClass);
   if (!block) return nullptr;
-  if (!resize(memoryBlockData(block), size)) {
+  if (!resizeMemoryBlock(memoryBlockData(block), size)) {
     unlockObject(block);
     return nullptr;
   }

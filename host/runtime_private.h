@@ -153,6 +153,12 @@ bool sameSignature(const Declaration& a, const Declaration& b, bool compareResul
 std::string lowerCase(std::string_view text);
 bool equalsIgnoringCase(std::string_view a, std::string_view b);
 
+// A typed value (Int8 ... Double, Boolean) from its bytes in this machine's order, taking
+// the value's byte count and the kind it has for host code; and the bytes of one.
+Value typedValueOf(uint64_t raw, int bytes, Value::Kind kind);
+uint64_t rawOfTypedValue(const Value& value, Value::Kind kind);
+// A block's new size, zero-filling what it gains; false when memory runs out.
+bool resizeMemoryBlock(MemoryBlockData* block, intptr_t size);
 // A new Date showing a moment of the system clock in the local zone.
 Value dateValue(Runtime& runtime, std::time_t moment);
 // The LastErrorCode slot of a live FolderItem (null for anything else).

@@ -137,6 +137,15 @@ TEST(Console, TextFilesAndFolders) {
        "Try\n  Call r.ReadLine\nCatch e As IOException\n  Print e.Message\nEnd Try\nf.Delete\n"
        "Try\n  r = TextInputStream.Open(f)\nCatch e As IOException\n  Print Str(e.ErrorNumber)\nEnd Try\n",
        "20\n[first]\n[second]\n[Gr\xfc\xdf" "e]\nfir|17 True\nTextInputStream.ReadLine: the stream is closed\n2\n|"},
+      // Typed values in either byte order, Pascal strings, streams over a MemoryBlock and a String.
+      {"Dim f As FolderItem = SpecialFolder.Temporary.Child(\"qvr-console.bin\")\nDim bs As BinaryStream = BinaryStream.Create(f, True)\n"
+       "bs.WriteInt32 258\nbs.LittleEndian = True\nbs.WriteUInt16 &hABCD\nbs.WriteDouble 1.5\nbs.WritePString \"hey\"\nbs.WriteByte 200\nbs.Close\n"
+       "bs = BinaryStream.Open(f)\nPrint Str(f.Length) + \" \" + Str(bs.ReadInt32) + \" \" + Hex(bs.ReadUInt16)\nbs.LittleEndian = True\nbs.Position = 4\n"
+       "Print Hex(bs.ReadUInt16) + \" \" + Str(bs.ReadDouble) + \" \" + bs.ReadPString + \" \" + Str(bs.ReadByte) + \" \" + Str(bs.EOF) + \" \" + Str(bs.ReadInt32)\n"
+       "bs.Close\nf.Delete\nDim mb As New MemoryBlock(2)\nDim ms As New BinaryStream(mb)\nms.WriteInt32 &h01020304\n"
+       "Dim rs As New BinaryStream(\"PNG!\")\nPrint Str(mb.Size) + \" \" + Str(mb.Byte(0)) + \" \" + Str(mb.Byte(3)) + \" \" + rs.Read(3) + \" \" + Str(rs.ReadUInt8)\n"
+       "Try\n  rs.WriteInt8 1\nCatch e As IOException\n  Print \"read only\"\nEnd Try\n",
+       "19 258 CDAB\nABCD 1.5 hey 200 True 0\n4 1 4 PNG 33\nread only\n|"},
       // Path types, a folder's items, dates and permissions, copying and moving.
       {"Dim dir As FolderItem = SpecialFolder.Temporary.Child(\"qvr console items\")\ndir.CreateAsFolder\n"
        "Dim f As FolderItem = GetFolderItem(dir.URLPath + \"a%20b.png\", FolderItem.PathTypeURL)\n"
