@@ -268,6 +268,26 @@ PictureData* graphicsPicture(Runtime& runtime, const Value& self, ClassInfo* gra
 
 namespace {
 
+// Pixel(x, y), read and set, of the picture an RGBSurface or a Graphics shows.
+void addPixel(ClassInfo* cls) {
+  addNativeMethod(
+      cls, "Pixel(x as Integer, y as Integer) as Color",
+      [cls](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+        PictureData* picture = viewedPicture(runtime, self, cls, "Pixel");
+        bool inside = false;
+        if (picture) checkedPixel(runtime, picture, args.at(0).integer, args.at(1).integer, inside);
+        return Value::ofColor(inside ? pictureColorOf(picture, picturePixelAt(picture, args[0].integer, args[1].integer)) : 0);
+      },
+      [cls](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+        PictureData* picture = viewedPicture(runtime, self, cls, "Pixel");
+        bool inside = false;
+        if (picture) checkedPixel(runtime, picture, args.at(0).integer, args.at(1).integer, inside);
+        if (inside)
+          pictureStoreColor(picture, picturePixelAt(picture, args[0].integer, args[1].integer), static_cast<uint32_t>(args.at(2).integer));
+        return Value::nil();
+      });
+}
+
 void installGraphics(Runtime::Impl& impl) {
   ClassInfo* cls = addBoxedClass<PictureView>(impl, "Graphics");
   impl.graphicsClass = cls;
@@ -347,6 +367,7 @@ void installGraphics(Runtime::Impl& impl) {
     }
     return Value::ofInteger(static_cast<int64_t>(reinterpret_cast<intptr_t>(picture->context)));
   });
+  addPixel(cls);
   addGraphicsShapes(cls);
   addGraphicsText(cls);
 }
@@ -354,22 +375,7 @@ void installGraphics(Runtime::Impl& impl) {
 void installRGBSurface(Runtime::Impl& impl) {
   ClassInfo* cls = addBoxedClass<PictureView>(impl, "RGBSurface");
   impl.rgbSurfaceClass = cls;
-  addNativeMethod(
-      cls, "Pixel(x as Integer, y as Integer) as Color",
-      [cls](Runtime& runtime, const Value& self, std::vector<Value>& args) {
-        PictureData* picture = viewedPicture(runtime, self, cls, "Pixel");
-        bool inside = false;
-        if (picture) checkedPixel(runtime, picture, args.at(0).integer, args.at(1).integer, inside);
-        return Value::ofColor(inside ? pictureColorOf(picture, picturePixelAt(picture, args[0].integer, args[1].integer)) : 0);
-      },
-      [cls](Runtime& runtime, const Value& self, std::vector<Value>& args) {
-        PictureData* picture = viewedPicture(runtime, self, cls, "Pixel");
-        bool inside = false;
-        if (picture) checkedPixel(runtime, picture, args.at(0).integer, args.at(1).integer, inside);
-        if (inside)
-          pictureStoreColor(picture, picturePixelAt(picture, args[0].integer, args[1].integer), static_cast<uint32_t>(args.at(2).integer));
-        return Value::nil();
-      });
+  addPixel(cls);
 }
 
 // ---- the entry points plugins reach pictures through

@@ -58,8 +58,11 @@ TEST(HostLibrary, PicturesByTheirPixels) {
       "Print row\n"
       "Dim copy As New Picture(6, 4, 32)\n"
       "copy.Graphics.DrawPicture(p, 0, 0, 6, 4, 0, 0, 3, 2)\n"
-      "Print Hex(copy.RGBSurface.Pixel(5, 3).Green) + \" \" + Hex(copy.RGBSurface.Pixel(0, 0).Blue) + \" \" + Str(copy.Graphics.Width)\n"),
-      "0/FF 0/FF 0/FF 0/FF 20/0 20/0 \n40 FF 6\n");
+      "Print Hex(copy.RGBSurface.Pixel(5, 3).Green) + \" \" + Hex(copy.RGBSurface.Pixel(0, 0).Blue) + \" \" + Str(copy.Graphics.Width)\n"
+      // Graphics has Pixel too.
+      "copy.Graphics.Pixel(1, 1) = &c0000FF\n"
+      "Print Hex(copy.Graphics.Pixel(1, 1).Blue) + Hex(copy.RGBSurface.Pixel(1, 1).Red)\n"),
+      "0/FF 0/FF 0/FF 0/FF 20/0 20/0 \n40 FF 6\nFF0\n");
   // Polygons from x, y pairs after element 0, filled or outlined with the pen; a resolution
   // travels through an image file.
   EXPECT_EQ(cleanOutput(
