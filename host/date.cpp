@@ -1,6 +1,7 @@
 // Date: a built-in class holding a moment as TotalSeconds (seconds since 1904-01-01
 // 00:00:00, counted in the date's own wall-clock time) and GMTOffset (hours). Fields
-// are derived from TotalSeconds; setting one rebuilds it, normalising overflow.
+// are derived from TotalSeconds; setting one rebuilds it, normalising overflow. Dates
+// show themselves in the host's default (US English) forms and compare by their moment.
 #include "native_members.h"
 
 #include <cmath>
@@ -131,6 +132,79 @@ std::string formatted(const char* format, const Fields& f) {
   return text;
 }
 
+// The moment itself, in seconds since 1904 GMT, for comparing dates shown in different zones.
+double momentOf(const DateData* date) { return date->totalSeconds - date->gmtOffset * 3600; }
+
+// Reads "YYYY-MM-DD" and, with time, " HH:MM[:SS]"; false for anything else.
+bool parseSQL(const std::string& text, bool withTime, Fields& f) {
+  long long year, month, day, hour = 0, minute = 0, second = 0;
+  int used = 0;
+  if (std::sscanf(text.c_str(), "%4lld-%2lld-%2lld%n", &year, &month, &day, &used) != 3) return false;
+  if (withTime && size_t(used) < text.size()) {
+    int more = 0;
+    if (std::sscanf(text.c_str() + used, " %2lld:%2lld%n", &hour, &minute, &more) != 2) return false;
+    used += more;
+    if (text[size_t(used)] == ':' && std::sscanf(text.c_str() + used, ":%2lld%n", &second, &more) == 1) used += more;
+  }
+  if (size_t(used) != text.size() || month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 || minute > 59 || second > 59)
+    return false;
+  f = Fields{year, month, day, hour, minute, second, 0};
+  return true;
+}
+
+const char* const kMonths[] = {"January", "February", "March",     "April",   "May",      "June",
+                               "July",    "August",   "September", "October", "November", "December"};
+const char* const kWeekdays[] = {"Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"};
+
+int64_t dayOfWeek(double totalSeconds) {
+  double whole = std::floor(std::fmax(std::fmin(totalSeconds, 9.0e15), -9.0e15));
+  int64_t days = floorDiv(static_cast<int64_t>(std::isfinite(whole) ? whole : 0), kSecondsPerDay);
+  // 1904-01-01 was a Friday; Sunday is 1.
+  return (days + 5) - floorDiv(days + 5, 7) * 7 + 1;
+}
+
+// The date and time as the host shows them in its default (US English) formats.
+std::string shown(const char* form, const DateData* date) {
+  const Fields f = fieldsOf(date->totalSeconds);
+  const std::string month = kMonths[(f.month - 1) % 12];
+  const long long hour12 = f.hour % 12 == 0 ? 12 : f.hour % 12;
+  const char* half = f.hour < 12 ? "AM" : "PM";
+  char text[128];
+  const std::string which = form;
+  if (which == "ShortDate")
+    std::snprintf(text, sizeof text, "%lld/%lld/%02lld", (long long)f.month, (long long)f.day, (long long)(f.year % 100));
+  else if (which == "AbbreviatedDate")
+    std::snprintf(text, sizeof text, "%.3s %lld, %lld", month.c_str(), (long long)f.day, (long long)f.year);
+  else if (which == "LongDate")
+    std::snprintf(text, sizeof text, "%s, %s %lld, %lld", kWeekdays[dayOfWeek(date->totalSeconds) - 1], month.c_str(),
+                  (long long)f.day, (long long)f.year);
+  else if (which == "ShortTime")
+    std::snprintf(text, sizeof text, "%lld:%02lld %s", hour12, (long long)f.minute, half);
+  else
+    std::snprintf(text, sizeof text, "%lld:%02lld:%02lld %s", hour12, (long long)f.minute, (long long)f.second, half);
+  return text;
+}
+
+// Setting SQLDate keeps the time of day; text that is no such date raises UnsupportedFormatException.
+NativeFunction sqlSetter(bool withTime) {
+  return [withTime](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+    DateData* date = dateOf(runtime, self);
+    if (!date) return Value::nil();
+    Fields f;
+    const std::string text = runtime.utf8(args.at(0));
+    if (!parseSQL(text, withTime, f)) {
+      runtime.impl().raise("UnsupportedFormatException", "\"" + text + "\" is no " + (withTime ? "SQL date and time" : "SQL date"));
+      return Value::nil();
+    }
+    if (!withTime) {
+      Fields now = fieldsOf(date->totalSeconds);
+      f.hour = now.hour, f.minute = now.minute, f.second = now.second, f.fraction = now.fraction;
+    }
+    date->totalSeconds = totalSecondsOf(f);
+    return Value::nil();
+  };
+}
+
 }  // namespace
 
 Value dateValue(Runtime& runtime, std::time_t moment) {
@@ -189,20 +263,43 @@ void installDateClass(Runtime::Impl& impl) {
       cls, "DayOfWeek", "Integer",
       [](Runtime& runtime, const Value& self, std::vector<Value>&) {
         DateData* date = dateOf(runtime, self);
-        if (!date) return Value::ofInteger(0);
-        double whole = std::floor(std::fmax(std::fmin(date->totalSeconds, 9.0e15), -9.0e15));
-        int64_t days = floorDiv(static_cast<int64_t>(std::isfinite(whole) ? whole : 0), kSecondsPerDay);
-        // 1904-01-01 was a Friday; Sunday is 1.
-        return Value::ofInteger((days + 5) - floorDiv(days + 5, 7) * 7 + 1);
+        return Value::ofInteger(date ? dayOfWeek(date->totalSeconds) : 0);
       },
       nullptr);
+  // Day 1 is January 1; week 1 is the week (from Sunday) that holds January 1.
+  for (bool week : {false, true})
+    addNativeProperty(
+        cls, week ? "WeekOfYear" : "DayOfYear", "Integer",
+        [week](Runtime& runtime, const Value& self, std::vector<Value>&) {
+          DateData* date = dateOf(runtime, self);
+          if (!date) return Value::ofInteger(0);
+          Fields f = fieldsOf(date->totalSeconds);
+          Fields first{f.year, 1, 1, 0, 0, 0, 0};
+          const double start = totalSecondsOf(first);
+          const int64_t day = int64_t(std::floor((date->totalSeconds - start) / kSecondsPerDay)) + 1;
+          return Value::ofInteger(week ? (day - 1 + dayOfWeek(start) - 1) / 7 + 1 : day);
+        },
+        nullptr);
+  for (const char* form : {"ShortDate", "AbbreviatedDate", "LongDate", "ShortTime", "LongTime"})
+    addNativeProperty(cls, form, "String", [form](Runtime& runtime, const Value& self, std::vector<Value>&) {
+      DateData* date = dateOf(runtime, self);
+      return runtime.string(date ? shown(form, date) : "");
+    });
+  // Dates compare by the moment they show, whatever zone shows it.
+  addNativeMethod(cls, "Operator_Compare(other as Date) as Integer", [](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+    DateData* date = dateOf(runtime, self);
+    DateData* other = dateOf(runtime, args.at(0));
+    if (!date || !other) return Value::ofInteger(other ? -1 : 1);
+    const double a = momentOf(date), b = momentOf(other);
+    return Value::ofInteger(a < b ? -1 : a > b ? 1 : 0);
+  });
   addNativeProperty(
       cls, "SQLDate", "String",
       [](Runtime& runtime, const Value& self, std::vector<Value>&) {
         DateData* date = dateOf(runtime, self);
         return runtime.string(date ? formatted("%04lld-%02lld-%02lld", fieldsOf(date->totalSeconds)) : "");
       },
-      nullptr);
+      sqlSetter(false));
   addNativeProperty(
       cls, "SQLDateTime", "String",
       [](Runtime& runtime, const Value& self, std::vector<Value>&) {
@@ -210,7 +307,7 @@ void installDateClass(Runtime::Impl& impl) {
         return runtime.string(
             date ? formatted("%04lld-%02lld-%02lld %02lld:%02lld:%02lld", fieldsOf(date->totalSeconds)) : "");
       },
-      nullptr);
+      sqlSetter(true));
   cls->methods.push_back(nativeMember("Constructor()", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
     if (DateData* date = dateOf(runtime, self)) {
       std::time_t now = std::time(nullptr);

@@ -110,7 +110,30 @@ TEST_F(DateTest, NonsenseIsIgnored) {
   EXPECT_EQ(sql(d), "2012-03-04 00:00:00");
   host::Value far = date(9223372036854775807LL, 1, 1);
   EXPECT_EQ(rt().get(far, "Year").kind, host::Value::Kind::Integer);  // clamped, no crash
-  EXPECT_THROW(rt().set(d, "SQLDate", str("2000-01-01")), std::exception);
+  EXPECT_THROW(rt().set(d, "SQLDate", str("2000-13-01")), host::HostException);
+  EXPECT_THROW(rt().set(d, "SQLDateTime", str("2000-01-01 10:00 junk")), host::HostException);
+  EXPECT_EQ(sql(d), "2012-03-04 00:00:00");
+}
+
+// The SQL strings set, the host's default text forms, days and weeks of the year, and
+// dates compared by the moment they show.
+TEST_F(DateTest, TextFormsAndComparison) {
+  load();
+  host::Value d = date(2013, 5, 17, 15, 4, 9);
+  rt().set(d, "SQLDate", str("2013-01-06"));
+  EXPECT_EQ(sql(d), "2013-01-06 15:04:09");
+  const std::pair<const char*, const char*> forms[] = {{"ShortDate", "1/6/13"}, {"AbbreviatedDate", "Jan 6, 2013"},
+                                                       {"LongDate", "Sunday, January 6, 2013"}, {"ShortTime", "3:04 PM"},
+                                                       {"LongTime", "3:04:09 PM"}};
+  for (const auto& [name, expected] : forms) EXPECT_EQ(text(rt().get(d, name)), expected) << name;
+  EXPECT_EQ(field(d, "DayOfYear"), 6);
+  EXPECT_EQ(field(d, "WeekOfYear"), 2);  // 2013 began on a Tuesday
+  rt().set(d, "SQLDateTime", str("2013-01-06 10:00"));
+  host::Value later = date(2013, 1, 6, 11);
+  rt().set(later, "GMTOffset", host::Value::ofDouble(rt().get(later, "GMTOffset").real + 1));  // the same moment an hour east
+  EXPECT_EQ(rt().call(d, "Operator_Compare", {date(2013, 1, 6, 10)}).integer, 0);
+  EXPECT_EQ(rt().call(d, "Operator_Compare", {date(2013, 1, 6, 11)}).integer, -1);
+  EXPECT_EQ(rt().call(later, "Operator_Compare", {date(2013, 1, 6, 11)}).integer, 0);
 }
 
 }  // namespace
