@@ -2,6 +2,7 @@
 // UTF-8 characters, and the case-insensitive string comparison the language uses.
 #include "text.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <cstdio>
@@ -44,7 +45,61 @@ std::string groupThousands(const std::string& digits) {
   return out;
 }
 
+std::string formatSection(double value, const std::string& pattern, bool showMinus);
+
+// The position of an exponent marker ("e+", "E-", ...) after a placeholder, or npos.
+size_t exponentMarker(const std::string& pattern) {
+  bool placeholder = false;
+  for (size_t i = 0; i < pattern.size(); ++i) {
+    char c = pattern[i];
+    if (c == '\\') {
+      ++i;
+    } else if (c == '#' || c == '0') {
+      placeholder = true;
+    } else if ((c == 'e' || c == 'E') && placeholder && i + 1 < pattern.size() && (pattern[i + 1] == '+' || pattern[i + 1] == '-')) {
+      return i;
+    }
+  }
+  return std::string::npos;
+}
+
+// Scientific notation: the mantissa as its placeholders say, with one whole digit, then
+// the exponent with at least as many digits as zeros follow the sign ("e+" shows a plus
+// sign, "e-" only a minus).
+std::string formatScientific(double value, const std::string& pattern, size_t marker, bool showMinus) {
+  const std::string mantissaPattern = pattern.substr(0, marker);
+  const bool alwaysSign = pattern[marker + 1] == '+';
+  size_t end = marker + 2;
+  int digits = 0;
+  while (end < pattern.size() && (pattern[end] == '0' || pattern[end] == '#')) digits += pattern[end++] == '0';
+  int decimals = 0;
+  const size_t point = mantissaPattern.find('.');
+  if (point != std::string::npos)
+    for (size_t i = point + 1; i < mantissaPattern.size() && (mantissaPattern[i] == '0' || mantissaPattern[i] == '#'); ++i) ++decimals;
+  int exponent = 0;
+  double mantissa = std::fabs(value);
+  if (mantissa != 0 && std::isfinite(mantissa)) {
+    exponent = static_cast<int>(std::floor(std::log10(mantissa)));
+    mantissa /= std::pow(10.0, exponent);
+    // Rounding can carry the mantissa to 10: 9.996 with two decimals is 1.00e+1.
+    const double scale = std::pow(10.0, std::min(decimals, 15));
+    if (std::round(mantissa * scale) / scale >= 10) {
+      mantissa /= 10;
+      ++exponent;
+    }
+  }
+  std::string out = formatSection(value < 0 ? -mantissa : mantissa, mantissaPattern, showMinus);
+  out += pattern[marker];
+  if (exponent < 0) out += '-';
+  else if (alwaysSign) out += '+';
+  std::string number = std::to_string(std::abs(exponent));
+  while (static_cast<int>(number.size()) < digits) number.insert(number.begin(), '0');
+  return out + number + formatSection(0, pattern.substr(end), false);
+}
+
 std::string formatSection(double value, const std::string& pattern, bool showMinus) {
+  const size_t marker = exponentMarker(pattern);
+  if (marker != std::string::npos) return formatScientific(value, pattern, marker, showMinus);
   // Read the pattern: integer placeholders, decimal placeholders, literals around them.
   int intZeros = 0, intDigits = 0, fracZeros = 0, fracHashes = 0;
   bool seenPoint = false, thousands = false, percent = false, hasPlaceholder = false;

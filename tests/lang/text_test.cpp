@@ -44,8 +44,11 @@ TEST(Text, FormatPatterns) {
   EXPECT_EQ(output("Print Format(0.5, \"#.##\") + \" \" + Format(0.5, \"0.0#\") + \" \" + Format(2.125, \"0.0#\") + \" \" + "
                    "Format(42, \"+0\") + \" \" + Format(-42, \"+0\") + \" \" + Format(1234.5, \"\\$#,##0.00\") + \" \" + "
                    "Format(1234.5, \"#,##0.00 kg\")\n"
-                   "Print Format(0, \"#\") + \"|\" + Format(0, \"0\") + \"|\" + Format(-0.001, \"0.00\") + \"|\" + Format(999.999, \"0.00\")\n"),
-            ".5 0.5 2.13 +42 -42 $1,234.50 1,234.50 kg\n|0|0.00|1000.00\n");
+                   "Print Format(0, \"#\") + \"|\" + Format(0, \"0\") + \"|\" + Format(-0.001, \"0.00\") + \"|\" + Format(999.999, \"0.00\")\n"
+                   // Scientific notation: the exponent's sign and least digits as the pattern says.
+                   "Print Format(0.000123, \"0.00e+00\") + \" \" + Format(512.5, \"#.##e+\") + \" \" + Format(-1234.5, \"0.0E-0\") + \" \" + "
+                   "Format(9.996, \"0.00e+0\") + \" \" + Format(0, \"0.0e+00\") + \" \" + Format(0.5, \"0.0e-0 x\")\n"),
+            ".5 0.5 2.13 +42 -42 $1,234.50 1,234.50 kg\n|0|0.00|1000.00\n1.23e-04 5.13e+2 -1.2E3 1.00e+1 0.0e+00 5.0e-1 x\n");
 }
 
 TEST(Text, FormatWantsANumber) {
