@@ -35,7 +35,9 @@ void installExceptionClasses(Runtime::Impl& impl) {
   for (const char* name : {"NilObjectException", "IllegalCastException", "UnsupportedOperationException",
                            "OutOfMemoryException", "OutOfBoundsException", "IOException",
                            "KeyNotFoundException", "InvalidArgumentException", "TypeMismatchException",
-                           "UnsupportedFormatException"})
+                           "UnsupportedFormatException", "StackOverflowException", "DivisionByZeroException",
+                           "FunctionNotFoundException", "IllegalLockingException", "InvalidParentException",
+                           "RegExException", "XMLException", "JSONException", "EndException", "ThreadEndException"})
     impl.addBuiltInClass(name, "RuntimeException", 0);
 }
 

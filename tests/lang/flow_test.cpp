@@ -48,8 +48,10 @@ TEST(Flow, ExitSubAndExitFunction) {
 TEST(Flow, MutualRecursion) {
   EXPECT_EQ(output("Function IsEven(n As Integer) As Boolean\n  If n = 0 Then Return True\n  Return IsOdd(n - 1)\nEnd Function\n"
                    "Function IsOdd(n As Integer) As Boolean\n  If n = 0 Then Return False\n  Return IsEven(n - 1)\nEnd Function\n"
-                   "Print Str(IsEven(10)) + \" \" + Str(IsOdd(7)) + \" \" + Str(IsEven(3))\n"),
-            "True True False\n");
+                   "Print Str(IsEven(10)) + \" \" + Str(IsOdd(7)) + \" \" + Str(IsEven(3))\n"
+                   // Recursion without end is caught as the host's StackOverflowException.
+                   "Try\n  Call IsEven(-1)\nCatch e As StackOverflowException\n  Print Str(e IsA RuntimeException)\nEnd Try\n"),
+            "True True False\nTrue\n");
 }
 
 TEST(Flow, SelectCaseInsideALoopAndExitDo) {
