@@ -74,6 +74,7 @@ const Candidate& choose(Runtime::Impl& impl, const std::vector<Candidate>& candi
                         const Value* assigned, Mode mode, std::string_view member) {
   const Candidate* best = nullptr;
   int bestScore = 0;
+  size_t bestDefaults = 0;
   bool ambiguous = false;
   for (const Candidate& c : candidates) {
     const Declaration& d = c.method->declaration;
@@ -99,11 +100,15 @@ const Candidate& choose(Runtime::Impl& impl, const std::vector<Candidate>& candi
       score += s;
     }
     if (!fits) continue;
-    if (!best || score < bestScore) {
+    // Between equal fits, the overload that takes the arguments as given wins over one
+    // that fills defaults: "TIFFRepresentation" beside "TIFFRepresentation(p = nil)".
+    const size_t defaults = count - args.size();
+    if (!best || score < bestScore || (score == bestScore && defaults < bestDefaults)) {
       best = &c;
       bestScore = score;
+      bestDefaults = defaults;
       ambiguous = false;
-    } else if (score == bestScore) {
+    } else if (score == bestScore && defaults == bestDefaults) {
       ambiguous = true;
     }
   }

@@ -15,9 +15,12 @@ TEST(HostClasses, ConstructorOverloadChosenByArguments) {
                    // Variables holding Nil choose by their declared class, with New and with Dim As New.
                    "Dim f As FolderItem\nDim m As MemoryBlock\nDim p As Picture\nDim a As New NSImageQVR(f)\n"
                    "Dim b As NSImageQVR = New NSImageQVR(m)\nDim c As New NSImageQVR(p, Nil)\n"
-                   "Print Str(a.Handle) + Str(b.Handle) + Str(c.isValid)\n",
+                   "Print Str(a.Handle) + Str(b.Handle) + Str(c.isValid)\n"
+                   // Without arguments, the overload taking none wins over one with a default.
+                   "Dim rep As New NSBitmapImageRepQVR(New Picture(2, 2, 32))\n"
+                   "Print rep.TIFFRepresentation.StringValue(0, 2) + rep.TIFFRepresentation(Nil).StringValue(0, 2)\n",
                    true),
-            "0.5 0.0 0.5\n00False\n");
+            "0.5 0.0 0.5\n00False\nIIII\n");
 }
 
 TEST(HostClasses, IntegerArgumentsReachDoubleAndSingleParameters) {
