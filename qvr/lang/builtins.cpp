@@ -21,6 +21,12 @@
 
 namespace qvrlang {
 
+double randomUnit() {
+  static std::mt19937_64 generator(std::random_device{}());
+  return std::uniform_real_distribution<double>(0, 1)(generator);
+}
+
+
 namespace {
 
 using Args = std::vector<Value>;
@@ -374,6 +380,25 @@ const std::map<std::string, Builtin>& builtins() {
                   return Value(host::Value::ofColor((alpha << 24) | (channel(0) << 16) | (channel(1) << 8) | channel(2)));
                 }};
     t["color.rgb"] = t["rgb"];
+    // HSV (hue, saturation and value from 0 to 1) and CMY colours, with an optional alpha.
+    t["hsv"] = {3, 4, [](I& in, Args& a, Position w) {
+                  auto unit = [&](size_t i) { return std::clamp(in.numberArgument(a, i, "HSV", w), 0.0, 1.0); };
+                  const double h = unit(0) * 6, s = unit(1), v = unit(2);
+                  const int sector = static_cast<int>(h) % 6;
+                  const double f = h - std::floor(h), p = v * (1 - s), q = v * (1 - s * f), t = v * (1 - s * (1 - f));
+                  const double rgb[6][3] = {{v, t, p}, {q, v, p}, {p, v, t}, {p, q, v}, {t, p, v}, {v, p, q}};
+                  auto byte = [](double x) { return static_cast<uint32_t>(std::lround(x * 255)); };
+                  uint32_t alpha = a.size() == 4 ? static_cast<uint32_t>(std::clamp<int64_t>(in.integerArgument(a, 3, "HSV", w), 0, 255)) : 0;
+                  return Value(host::Value::ofColor((alpha << 24) | (byte(rgb[sector][0]) << 16) | (byte(rgb[sector][1]) << 8) |
+                                                    byte(rgb[sector][2])));
+                }};
+    t["cmy"] = {3, 4, [](I& in, Args& a, Position w) {
+                  auto channel = [&](size_t i) {
+                    return static_cast<uint32_t>(std::lround((1 - std::clamp(in.numberArgument(a, i, "CMY", w), 0.0, 1.0)) * 255));
+                  };
+                  uint32_t alpha = a.size() == 4 ? static_cast<uint32_t>(std::clamp<int64_t>(in.integerArgument(a, 3, "CMY", w), 0, 255)) : 0;
+                  return Value(host::Value::ofColor((alpha << 24) | (channel(0) << 16) | (channel(1) << 8) | channel(2)));
+                }};
     t["ubound"] = {1, 1, [](I&, Args& a, Position w) {
                      if (!a[0].isArray()) fail(w, "UBound expects an array but got " + withArticle(typeNameOf(a[0])));
                      return Value(host::Value::ofInteger(int64_t(a[0].array->items.size()) - 1));
@@ -450,10 +475,7 @@ const std::map<std::string, Builtin>& builtins() {
                    double x = in.numberArgument(a, 0, "Sign", w);
                    return Value(host::Value::ofInteger(x > 0 ? 1 : x < 0 ? -1 : 0));
                  }};
-    t["rnd"] = {0, 0, [](I&, Args&, Position) {
-                  static std::mt19937_64 generator(std::random_device{}());
-                  return Value(host::Value::ofDouble(std::uniform_real_distribution<double>(0, 1)(generator)));
-                }};
+    t["rnd"] = {0, 0, [](I&, Args&, Position) { return Value(host::Value::ofDouble(randomUnit())); }};
     t["clong"] = {1, 1, [](I& in, Args& a, Position w) {
                     if (a[0].isNumber()) return Value(host::Value::ofInteger(Value(host::Value::ofDouble(std::round(a[0].real()))).integer()));
                     return Value(host::Value::ofInteger(static_cast<int64_t>(std::round(valueOf(in.stringArgument(a, 0, "CLong", w))))));

@@ -58,7 +58,7 @@ const char* builtinResult(const std::string& name) {
       {"countfields", "Integer"}, {"strcomp", "Integer"}, {"ubound", "Integer"}, {"ticks", "Integer"},
       {"val", "Double"},      {"cdbl", "Double"},     {"sqrt", "Double"},    {"round", "Double"},
       {"floor", "Double"},    {"ceil", "Double"},     {"ceiling", "Double"}, {"pow", "Double"},
-      {"microseconds", "Double"}, {"isnumeric", "Boolean"}, {"rgb", "Color"},
+      {"microseconds", "Double"}, {"isnumeric", "Boolean"}, {"rgb", "Color"}, {"hsv", "Color"}, {"cmy", "Color"},
       {"leftb", "String"}, {"rightb", "String"}, {"midb", "String"}, {"chrb", "String"}, {"endofline", "String"},
       {"replacelineendings", "String"}, {"instrb", "Integer"}, {"ascb", "Integer"}, {"sign", "Integer"},
       {"clong", "Integer"}, {"bitwiseand", "Integer"}, {"bitwiseor", "Integer"}, {"bitwisexor", "Integer"},

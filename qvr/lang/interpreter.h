@@ -18,6 +18,10 @@
 
 namespace qvrlang {
 
+// A random number from 0 up to 1 (Rnd, Shuffle).
+double randomUnit();
+
+
 struct Variable {
   Type type;
   Value value;

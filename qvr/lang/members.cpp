@@ -313,22 +313,43 @@ Value Interpreter::arrayMember(const Value& array, const std::string& name, std:
     while (int64_t(items.size()) < upper + 1) items.push_back(defaultValue(rt_, element));
     return host::Value::nil();
   }
-  if (n == "sort") {
-    expectArgs(0);
+  // Sort, and SortWith, which moves the elements of the arrays it is given the same way.
+  if (n == "sort" || n == "sortwith") {
+    if (n == "sort") expectArgs(0);
+    for (const Value& other : args) {
+      if (!other.isArray()) fail(where, "SortWith takes arrays, not " + withArticle(typeNameOf(other)));
+      if (other.array->items.size() != items.size())
+        raise("OutOfBoundsException", "SortWith: the arrays have " + std::to_string(items.size()) + " and " +
+                                          std::to_string(other.array->items.size()) + " elements", where);
+    }
+    std::vector<size_t> order(items.size());
+    for (size_t i = 0; i < order.size(); ++i) order[i] = i;
     if (element.kind == Type::Kind::String) {
-      std::vector<std::pair<std::string, Value>> keyed;
-      for (Value& v : items) keyed.emplace_back(text(v), v);
-      std::stable_sort(keyed.begin(), keyed.end(),
-                       [](const auto& a, const auto& b) { return compareText(a.first, b.first) < 0; });
-      for (size_t i = 0; i < items.size(); ++i) items[i] = keyed[i].second;
+      std::vector<std::string> keys;
+      for (Value& v : items) keys.push_back(text(v));
+      std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) { return compareText(keys[a], keys[b]) < 0; });
     } else if (element.kind == Type::Kind::Integer || element.kind == Type::Kind::Double) {
-      std::stable_sort(items.begin(), items.end(), [](const Value& a, const Value& b) {
+      std::stable_sort(order.begin(), order.end(), [&](size_t x, size_t y) {
+        const Value& a = items[x];
+        const Value& b = items[y];
         if (a.isInteger() && b.isInteger()) return a.integer() < b.integer();
         return a.real() < b.real();
       });
     } else {
       fail(where, "Sort sorts arrays of numbers and strings");
     }
+    auto reorder = [&](std::vector<Value>& values) {
+      std::vector<Value> sorted;
+      for (size_t i : order) sorted.push_back(values[i]);
+      values = std::move(sorted);
+    };
+    reorder(items);
+    for (const Value& other : args) reorder(other.array->items);
+    return host::Value::nil();
+  }
+  if (n == "shuffle") {
+    expectArgs(0);
+    for (size_t i = items.size(); i > 1; --i) std::swap(items[i - 1], items[size_t(randomUnit() * double(i)) % i]);
     return host::Value::nil();
   }
   fail(where, "an array has no member \"" + name + "\"");

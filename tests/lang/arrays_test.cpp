@@ -45,8 +45,13 @@ TEST(Arrays, ArraysAreSharedByReferenceAndRedimResizes) {
 
 TEST(Arrays, SortNumbersAndStrings) {
   EXPECT_EQ(output("Dim n() As Integer = Array(3, 1, 2)\nn.Sort\nDim s() As String = Array(\"b\", \"C\", \"a\")\ns.Sort\n"
-                   "Print Str(n(0)) + Str(n(1)) + Str(n(2)) + Join(s, \"\")\n"),
-            "123abC\n");
+                   "Print Str(n(0)) + Str(n(1)) + Str(n(2)) + Join(s, \"\")\n"
+                   // SortWith moves other arrays along; Shuffle keeps the elements.
+                   "Dim sizes() As Integer = Array(3, 1, 2)\nDim names() As String = Array(\"c\", \"a\", \"b\")\nsizes.SortWith(names)\n"
+                   "n.Shuffle\nPrint Join(names, \"\") + Str(sizes(2)) + \" \" + Str(n(0) + n(1) + n(2)) + Str(n.IndexOf(2) >= 0)\n"),
+            "123abC\nabc3 6True\n");
+  EXPECT_EQ(error("Dim a() As Integer = Array(1, 2)\nDim b() As Integer = Array(1)\na.SortWith(b)\n"),
+            "test.qvr:3: uncaught OutOfBoundsException: SortWith: the arrays have 2 and 1 elements\n");
 }
 
 TEST(Arrays, SplitAndJoin) {

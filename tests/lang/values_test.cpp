@@ -20,8 +20,10 @@ TEST(Values, SingleKeepsSinglePrecision) {
 
 TEST(Values, ColoursWithAlphaAndRGB) {
   EXPECT_EQ(output("Dim c As Color = &c11223344\nPrint Str(c.Red) + \" \" + Str(c.Green) + \" \" + Str(c.Blue) + \" \" + Str(c.Alpha)\n"
-                   "Dim d As Color = RGB(255, 128, 0)\nPrint Str(d = &cFF8000) + \" \" + Str(d)\n"),
-            "17 34 51 68\nTrue &h00FF8000\n");
+                   "Dim d As Color = RGB(255, 128, 0)\nPrint Str(d = &cFF8000) + \" \" + Str(d)\n"
+                   "Dim h As Color = HSV(0.5, 1, 1)\nDim m As Color = CMY(0, 1, 1, 10)\n"
+                   "Print Str(h.Red) + \" \" + Str(h.Green) + \" \" + Str(h.Blue) + \" \" + Str(m.Red) + \" \" + Str(m.Green) + \" \" + Str(m.Alpha)\n"),
+            "17 34 51 68\nTrue &h00FF8000\n0 255 255 255 0 10\n");
   EXPECT_EQ(error("Dim c As Color = 5\n"), "test.qvr:1:18: error: \"c\" expects a Color but got an Integer\n");
 }
 
