@@ -64,10 +64,12 @@ struct DimItem {
 };
 
 struct CaseClause {
-  enum class Kind { Value, Range, Is };
+  enum class Kind { Value, Range, Is, IsA };
   Kind kind = Kind::Value;
   Op op = Op::Equal;    // Is
   ExprPtr first, last;  // Range: first To last
+  std::string className;  // IsA
+  Position where;
 };
 
 struct CaseBlock {

@@ -322,6 +322,10 @@ class Checker {
         expression(*s.value);
         for (const CaseBlock& c : s.cases) {
           for (const CaseClause& clause : c.clauses) {
+            if (clause.kind == CaseClause::Kind::IsA) {
+              classNamed(clause.className, clause.where);
+              continue;
+            }
             expression(*clause.first);
             if (clause.last) expression(*clause.last);
           }

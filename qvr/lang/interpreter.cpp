@@ -433,6 +433,9 @@ Flow Interpreter::selectStatement(const Stmt& s) {
         case CaseClause::Kind::Is:
           match = applyBinary(clause.op, subject, evaluate(*clause.first), clause.first->where).v.boolean;
           break;
+        case CaseClause::Kind::IsA:
+          match = isA(subject, clause.className, clause.where, s.value->where);
+          break;
       }
     }
     if (match) {
@@ -565,16 +568,17 @@ Value Interpreter::evaluate(const Expr& e) {
     }
     case Expr::Kind::Unary: return unary(e);
     case Expr::Kind::Binary: return binary(e);
-    case Expr::Kind::IsA: {
-      Value object = evaluate(*e.left);
-      host::ClassInfo* wanted = rt_.findClass(e.text);
-      if (!wanted) fail(e.where, "unknown class \"" + e.text + "\"");
-      if (!object.isNil() && !object.isObject()) fail(e.left->where, "IsA tests an object, not " + withArticle(typeNameOf(object)));
-      host::ClassInfo* cls = rt_.classOf(object.v);
-      return host::Value::ofBoolean(cls && cls->isA(wanted));
-    }
+    case Expr::Kind::IsA: return host::Value::ofBoolean(isA(evaluate(*e.left), e.text, e.where, e.left->where));
   }
   fail(e.where, "cannot evaluate this expression");
+}
+
+bool Interpreter::isA(const Value& object, const std::string& className, Position where, Position objectWhere) {
+  host::ClassInfo* wanted = rt_.findClass(className);
+  if (!wanted) fail(where, "unknown class \"" + className + "\"");
+  if (!object.isNil() && !object.isObject()) fail(objectWhere, "IsA tests an object, not " + withArticle(typeNameOf(object)));
+  host::ClassInfo* cls = rt_.classOf(object.v);
+  return cls && cls->isA(wanted);
 }
 
 Value Interpreter::name(const Expr& e) {

@@ -116,6 +116,8 @@ class Interpreter {
   Value evaluate(const Expr& e);
   bool condition(const Expr& e, const char* what);
   Value name(const Expr& e);
+  // Whether object is an instance of the class (or a subclass); Nil is none.
+  bool isA(const Value& object, const std::string& className, Position where, Position objectWhere);
   Value member(const Expr& e);
   Value call(const Expr& e);
   Value newObject(const Expr& e);

@@ -597,16 +597,20 @@ class Parser {
     s->value = expression();
     expectEndOfLine();
     skipEndsOfLine();
-    while (isWord("case")) {
+    // Case Else may also be written Else.
+    while (isWord("case") || isWord("else")) {
       CaseBlock c;
       c.where = at().where;
-      next();
-      if (acceptWord("else")) {
+      if (acceptWord("else") || (next(), acceptWord("else"))) {
         c.isElse = true;
       } else {
         do {
           CaseClause clause;
-          if (acceptWord("is")) {
+          clause.where = at().where;
+          if (acceptWord("isa")) {
+            clause.kind = CaseClause::Kind::IsA;
+            clause.className = typeName().name;
+          } else if (acceptWord("is")) {
             clause.kind = CaseClause::Kind::Is;
             const Token& t = at();
             if (t.kind != Token::Kind::Symbol) expected("a comparison (= <> < <= > >=)");
@@ -630,10 +634,10 @@ class Parser {
         } while (acceptSymbol(","));
       }
       expectEndOfLine();
-      c.body = block({"case"});
+      c.body = block({"case", "else"});
       bool wasElse = c.isElse;
       s->cases.push_back(std::move(c));
-      if (wasElse && isWord("case")) fail(at().where, "Case Else must be the last Case");
+      if (wasElse && (isWord("case") || isWord("else"))) fail(at().where, "Case Else must be the last Case");
     }
     expectEnd("select", "End Select");
     return s;

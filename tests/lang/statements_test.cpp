@@ -81,6 +81,13 @@ TEST(SelectCase, ValuesRangesIsAndElse) {
       "  Case Is >= 100\n    Return \"huge\"\n  Case Else\n    Return \"large\"\n  End Select\nEnd Function\n"
       "Print Size(0) + \" \" + Size(2) + \" \" + Size(5) + \" \" + Size(50) + \" \" + Size(500)\n";
   EXPECT_EQ(output(program), "zero small medium large huge\n");
+  // Objects by their class with Case IsA, and Else for Case Else.
+  EXPECT_EQ(output("Function Kind(o As Object) As String\n  Select Case o\n  Case IsA KeyNotFoundException\n    Return \"key\"\n"
+                   "  Case IsA RuntimeException, IsA Dictionary\n    Return \"runtime or dictionary\"\n  Else\n    Return \"other\"\n"
+                   "  End Select\nEnd Function\n"
+                   "Print Kind(New KeyNotFoundException) + \", \" + Kind(New NilObjectException) + \", \" + Kind(New Dictionary) + \", \" + Kind(Nil)\n"),
+            "key, runtime or dictionary, runtime or dictionary, other\n");
+  EXPECT_EQ(error("Select Case 1\nCase IsA Nothing\nEnd Select\n"), "test.qvr:2:6: error: unknown class \"Nothing\"\n");
 }
 
 TEST(SelectCase, StringsMatchWithoutCase) {
