@@ -116,14 +116,16 @@ void installDictionaryClass(Runtime::Impl& impl) {
     for (size_t i = 0; i < data->entries.size(); ++i) data->index[normalisedKey(runtime, data->entries[i].first)] = i;
     return Value::nil();
   });
-  addNativeMethod(cls, "RemoveAll()", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
-    if (DictionaryData* data = dictionaryOf(runtime, self)) {
-      std::vector<std::pair<Value, Value>> dropped;
-      dropped.swap(data->entries);  // released after the Dictionary is consistent again
-      data->index.clear();
-    }
-    return Value::nil();
-  });
+  // RemoveAll, and Clear, its older name.
+  for (const char* declaration : {"RemoveAll()", "Clear()"})
+    addNativeMethod(cls, declaration, [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+      if (DictionaryData* data = dictionaryOf(runtime, self)) {
+        std::vector<std::pair<Value, Value>> dropped;
+        dropped.swap(data->entries);  // released after the Dictionary is consistent again
+        data->index.clear();
+      }
+      return Value::nil();
+    });
   addNativeMethod(cls, "Key(index as Integer) as Variant", [](Runtime& runtime, const Value& self,
                                                               std::vector<Value>& args) {
     DictionaryData* data = dictionaryOf(runtime, self);

@@ -372,6 +372,18 @@ void installGraphics(Runtime::Impl& impl) {
   addGraphicsText(cls);
 }
 
+// The older global form of New Picture: Nil where the picture cannot be made.
+void installNewPicture(Runtime::Impl& impl) {
+  impl.globals.push_back(nativeMember("NewPicture(width as Integer, height as Integer, depth as Integer) as Picture",
+                                      [](Runtime& runtime, const Value&, std::vector<Value>& args) {
+                                        try {
+                                          return runtime.newInstance("Picture", {args.at(0), args.at(1), args.at(2)});
+                                        } catch (const HostException&) {
+                                          return Value::nil();
+                                        }
+                                      }));
+}
+
 void installRGBSurface(Runtime::Impl& impl) {
   ClassInfo* cls = addBoxedClass<PictureView>(impl, "RGBSurface");
   impl.rgbSurfaceClass = cls;
@@ -516,6 +528,7 @@ void installPictureClasses(Runtime::Impl& impl) {
   installPicture(impl);
   installGraphics(impl);
   installRGBSurface(impl);
+  installNewPicture(impl);
   addPictureFiles(impl);
 }
 

@@ -178,6 +178,7 @@ Runtime::Runtime(Options options) {
   installFolderItemClass(*impl_);
   installVariantClass(*impl_);
   installDictionaryClass(*impl_);
+  installRandomClass(*impl_);
   installBinaryStreamClass(*impl_);
   installPictureClasses(*impl_);
   installArrayClasses(*impl_);

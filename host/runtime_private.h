@@ -185,6 +185,7 @@ uint32_t textEncodingCode(Runtime& runtime, const Value& encoding);
 void installVariantClass(Runtime::Impl& impl);
 void addVariantGlobals(Runtime::Impl& impl);
 void installDictionaryClass(Runtime::Impl& impl);
+void installRandomClass(Runtime::Impl& impl);
 void installBinaryStreamClass(Runtime::Impl& impl);
 void installPictureClasses(Runtime::Impl& impl);
 

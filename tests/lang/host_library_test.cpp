@@ -39,8 +39,17 @@ TEST(HostLibrary, DictionaryValuesAreVariants) {
       "Dim values() As Variant = d.Values\n"
       "Print Str(values.LastIndex) + \" \" + Str(d.HasKey(2)) + \" \" + Str(VarType(d.Value(2))) + \" \" + d.Lookup(3, \"none\")\n"
       "Dim v As Variant = d\n"
-      "Print Str(v IsA Dictionary) + \" \" + Str(VarType(v)) + \" \" + Str(VarType(1.5))\n"),
-      "One: 10\n2: two\n1 True 8 none\nTrue 9 5\n");
+      "Print Str(v IsA Dictionary) + \" \" + Str(VarType(v)) + \" \" + Str(VarType(1.5))\n"
+      "d.Clear\nPrint Str(d.Count)\n"),
+      "One: 10\n2: two\n1 True 8 none\nTrue 9 5\n0\n");
+  // Random: the same seed gives the same numbers; the older NewPicture gives Nil where New raises.
+  EXPECT_EQ(cleanOutput(
+      "Dim a As New Random\nDim b As New Random\na.Seed = 7\nb.Seed = 7\nDim same As Boolean = True\nDim inside As Boolean = True\n"
+      "For i As Integer = 1 To 50\n  Dim x As Integer = a.InRange(3, 5)\n  same = same And x = b.InRange(3, 5)\n"
+      "  inside = inside And x >= 3 And x <= 5 And b.LessThan(2) < 2 And b.Number < 1\n  Call a.LessThan(2)\n  Call a.Number\nNext\n"
+      "Print Str(same) + \" \" + Str(inside) + \" \" + Str(a.Seed) + \" \" + Str(a.InRange(4, 4))\n"
+      "Print Str(NewPicture(3, 2, 32).Height) + \" \" + Str(NewPicture(0, 2, 32) Is Nil)\n"),
+      "True True 7 4\n2 True\n");
 }
 
 TEST(HostLibrary, PicturesByTheirPixels) {
