@@ -121,6 +121,7 @@ struct Stmt {
   std::vector<CatchBlock> catches;
   Block finallyBlock;
   bool hasFinally = false;
+  bool methodScope = false;  // Exception blocks of a method: its body and they see its variables
 
   Stmt(Kind k, Position p) : kind(k), where(p) {}
 };

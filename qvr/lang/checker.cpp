@@ -333,7 +333,11 @@ class Checker {
         }
         return;
       case Stmt::Kind::Try:
-        scoped(s.body);
+        if (s.methodScope) {
+          for (const StmtPtr& inner : s.body) statement(*inner);
+        } else {
+          scoped(s.body);
+        }
         for (const CatchBlock& c : s.catches) {
           if (!c.className.empty()) classNamed(c.className, c.where);
           scopes_.emplace_back();

@@ -452,7 +452,7 @@ Flow Interpreter::tryStatement(const Stmt& s) {
   const size_t scopeCount = frames_.back().scopes.size();
   try {
     try {
-      flow = executeInScope(s.body);
+      flow = s.methodScope ? execute(s.body) : executeInScope(s.body);
     } catch (Raised& raised) {
       // Unwind to this Try's frame (the exception may come from a nested call).
       frames_.resize(frameCount);

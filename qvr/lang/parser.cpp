@@ -46,6 +46,12 @@ class Parser {
       if (isWord("end") || isWord("next") || isWord("wend") || isWord("loop") || isWord("else") ||
           isWord("elseif") || isWord("case") || isWord("catch") || isWord("finally"))
         fail(at().where, "\"" + at().text + "\" without the statement it closes");
+      // The main program is the application's Run event: it too may end in Exception
+      // blocks, which catch for all of it so far.
+      if (isWord("exception") && (at(1).kind == Token::Kind::Identifier || at(1).kind == Token::Kind::EndOfLine)) {
+        p.main = handled(std::move(p.main), {"sub", "function", "public", "private", "protected", "shared"});
+        continue;
+      }
       p.main.push_back(statement());
     }
     return p;
@@ -171,17 +177,23 @@ class Parser {
     expectEndOfLine();
     const char* closer = f->isFunction ? "function" : "sub";
     f->body = block({closer, "exception"});
-    // "Exception err As Class" at the end of a method: the method's body in a Try whose
-    // Catch is the rest of the method.
-    if (isWord("exception")) {
-      auto handled = std::make_unique<Stmt>(Stmt::Kind::Try, f->body.empty() ? at().where : f->body.front()->where);
-      handled->body = std::move(f->body);
-      handled->catches.push_back(catchClause({closer}));
-      f->body.clear();
-      f->body.push_back(std::move(handled));
-    }
+    if (isWord("exception")) f->body = handled(std::move(f->body), {closer});
     expectEnd(closer, f->isFunction ? "End Function" : "End Sub");
     return f;
+  }
+
+  // "Exception err As Class" blocks at the end of a method: the body in a Try whose
+  // Catches they are, each up to the next one or a closing word.
+  Block handled(Block body, std::initializer_list<const char*> closers) {
+    auto statement = std::make_unique<Stmt>(Stmt::Kind::Try, body.empty() ? at().where : body.front()->where);
+    statement->body = std::move(body);
+    statement->methodScope = true;
+    std::vector<const char*> until(closers);
+    until.push_back("exception");
+    while (isWord("exception")) statement->catches.push_back(catchClause(until));
+    Block out;
+    out.push_back(std::move(statement));
+    return out;
   }
 
   Parameter parameter() {
@@ -247,7 +259,7 @@ class Parser {
   // ---- blocks and statements
 
   // Statements up to (not including) a line that starts with one of the closing words.
-  Block block(std::initializer_list<const char*> closers) {
+  Block block(const std::vector<const char*>& closers) {
     Block out;
     for (;;) {
       skipEndsOfLine();
@@ -644,7 +656,7 @@ class Parser {
   }
 
   // "Catch [name [As Class]]" (or "Exception ...") and its handler, up to a closer.
-  CatchBlock catchClause(std::initializer_list<const char*> closers) {
+  CatchBlock catchClause(const std::vector<const char*>& closers) {
     CatchBlock c;
     c.where = at().where;
     next();

@@ -187,10 +187,15 @@ TEST(HostIdioms, WhatTheLanguageLeavesOutIsRefusedByName) {
       {"Sub S()\n  GoTo done\nEnd Sub\n", "test.qvr:2:3: error: GoTo is not supported; use loops and Exit\n"},
       {"Sub S()\n  Static n As Integer\nEnd Sub\n", "test.qvr:2:3: error: Static variables are not supported; use a variable of the main program\n"},
       {"AddHandler x.Action, AddressOf y\n", "test.qvr:1:1: error: AddHandler is not supported\n"},
-      {"Print 1\nException err\n", "test.qvr:2:1: error: an Exception block ends a Sub or Function; elsewhere use Try ... Catch\n"},
+      {"If True Then\n  Print 1\nException err\nEnd If\n", "test.qvr:3:1: error: an Exception block ends a Sub or Function; elsewhere use Try ... Catch\n"},
       {"Function F(d As Dictionary) As String\n  Return d.Value(\"k\")\nException err As KeyNotFoundException\n  Return \"none \" + Str(err IsA RuntimeException)\n"
-       "End Function\nSub S()\n  Raise New IOException(\"io\")\nException\n  Print \"caught\"\nEnd Sub\nPrint F(New Dictionary)\nS\n",
+       "End Function\nSub S()\n  Dim a() As Integer\n  a(1) = 0\nException e As NilObjectException\n  Print \"nil\"\nException\n  Print \"caught\"\nEnd Sub\n"
+       "Print F(New Dictionary)\nS\n",
        "none True\ncaught\n"},
+      // The main program, the application's Run event, may end in Exception blocks too; they see its variables.
+      {"Dim n As Integer = 1\nRaise New IOException(\"io\")\nException e As NilObjectException\n  Print \"nil\"\nException e As IOException\n"
+       "  Print e.Message + Str(n)\nSub Later()\nEnd Sub\n",
+       "io1\n"},
       {"Print Str(Self Is Nil)\n", "test.qvr:1:11: error: Self and Me refer to the object of class code; a program here has no classes\n"},
       {"Dim class As Integer = 2\nclass = class + 1\nPrint Str(class)\n", "3\n"},
   });
