@@ -74,6 +74,8 @@ Type resolveType(host::Runtime& rt, const std::string& written, bool isArray, Po
       return type;
     }
   host::ClassInfo* cls = rt.findClass(written);
+  // The module's class by its full name: Introspection.TypeInfo.
+  if (!cls && lower.rfind("introspection.", 0) == 0) cls = rt.findClass(written.substr(14));
   if (!cls || cls->name.back() == ')') fail(where, "unknown type \"" + written + "\"");
   type.kind = Type::Kind::Object;
   type.cls = cls;

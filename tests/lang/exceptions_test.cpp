@@ -10,8 +10,11 @@ using langtest::output;
 
 TEST(Exceptions, CaughtByTheirClassOrASuperclass) {
   EXPECT_EQ(output("Try\n  Raise New NilObjectException\nCatch e As OutOfBoundsException\n  Print \"wrong\"\n"
-                   "Catch e As RuntimeException\n  Print \"runtime: \" + Str(e IsA NilObjectException)\nEnd Try\n"),
-            "runtime: True\n");
+                   "Catch e As RuntimeException\n  Print \"runtime: \" + Str(e IsA NilObjectException)\n"
+                   // What was caught, by name, as handlers report it.
+                   "  Dim t As Introspection.TypeInfo = Introspection.GetType(e)\n"
+                   "  Print t.Name + \" < \" + t.BaseType.FullName + \" \" + Str(t.BaseType.BaseType Is Nil) + \" \" + Str(Introspection.GetType(Nil) Is Nil)\nEnd Try\n"),
+            "runtime: True\nNilObjectException < RuntimeException True True\n");
 }
 
 TEST(Exceptions, MessageAndErrorNumberThroughTheConstructorOrProperties) {
