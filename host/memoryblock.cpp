@@ -266,6 +266,11 @@ Value Runtime::memoryBlock(const void* bytes, size_t size) {
   return Value::ofObject(std::move(block));
 }
 
+void* Runtime::memoryBlockPointer(const Value& block) const {
+  MemoryBlockData* data = block.kind == Value::Kind::Object ? impl_->memoryBlockData(block.object.get()) : nullptr;
+  return data ? data->bytes : nullptr;
+}
+
 std::string Runtime::memoryBlockBytes(const Value& block) const {
   if (block.kind != Value::Kind::Object) return std::string();
   MemoryBlockData* data = impl_->memoryBlockData(block.object.get());

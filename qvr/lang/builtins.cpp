@@ -710,6 +710,7 @@ bool Interpreter::valueMember(const Value& value, const std::string& name, Args&
     }
     return false;
   }
+  if (value.v.kind == host::Value::Kind::Ptr && !value.isArray()) return pointerMember(value, name, args, where, out);
   if (value.isNumber()) {
     if (n == "tostring" || n == "totext") {
       if (args.size() > 1) fail(where, "ToString takes at most a format");

@@ -607,6 +607,8 @@ class Checker {
     } else if (t.isValue(Type::Kind::Color)) {
       auto it = kColor.find(n);
       result = it == kColor.end() ? nullptr : it->second;
+    } else if (t.isValue(Type::Kind::Ptr)) {
+      result = pointerMemberType(e.text);
     } else {
       return Static();
     }

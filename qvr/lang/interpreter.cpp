@@ -288,6 +288,10 @@ void Interpreter::assign(const Expr& target, Value value, Position where) {
           return;
         }
         if (object.isNil()) raise("NilObjectException", "cannot assign to " + callee.text + " of Nil", target.where);
+        if (object.v.kind == host::Value::Kind::Ptr && !object.isArray()) {
+          setPointerMember(object, callee.text, args, value, target.where);
+          return;
+        }
         Value array = memberOf(object, callee.text, {}, callee.where);
         setElement(array, args, std::move(value), target.where);
         return;

@@ -116,6 +116,10 @@ class Interpreter {
   Value evaluate(const Expr& e);
   bool condition(const Expr& e, const char* what);
   Value name(const Expr& e);
+  // Ptr's typed members (pointers.cpp): read into out (false for no such member), and set.
+  bool pointerMember(const Value& p, const std::string& name, const std::vector<Value>& args, Position where, Value& out);
+  void setPointerMember(const Value& p, const std::string& name, const std::vector<Value>& args, const Value& value, Position where);
+  uintptr_t pointerAddress(const Value& p, const std::string& name, const std::vector<Value>& args, Position where);
   // Whether object is an instance of the class (or a subclass); Nil is none.
   bool isA(const Value& object, const std::string& className, Position where, Position objectWhere);
   Value member(const Expr& e);

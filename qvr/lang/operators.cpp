@@ -143,8 +143,13 @@ Value Interpreter::applyBinary(Op op, const Value& a, const Value& b, Position w
       }
       if (equality && isObjectLike(a) && isObjectLike(b))
         return boolean(ordered(op, a.v.object.get() == b.v.object.get() ? 0 : 1));
-      if (equality && a.v.kind == host::Value::Kind::Ptr && b.v.kind == host::Value::Kind::Ptr)
-        return boolean(ordered(op, a.v.pointer == b.v.pointer ? 0 : 1));
+      // A Ptr compares by its address, Nil being none.
+      const bool pointers = (a.v.kind == host::Value::Kind::Ptr || a.isNil()) && (b.v.kind == host::Value::Kind::Ptr || b.isNil());
+      if (equality && pointers && !a.isArray() && !b.isArray()) {
+        void* x = a.isNil() ? nullptr : a.v.pointer;
+        void* y = b.isNil() ? nullptr : b.v.pointer;
+        return boolean(ordered(op, x == y ? 0 : 1));
+      }
       return mismatch();
     }
     case Op::Is:

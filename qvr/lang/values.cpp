@@ -246,6 +246,11 @@ Value convertTo(host::Runtime& rt, const Type& type, const Value& value, Positio
         return rt.memoryBlock(bytes.data(), bytes.size());
       }
       return Value(value.v);
+    case Type::Kind::Ptr:
+      // A MemoryBlock as a Ptr is where its bytes are.
+      if (isMemoryBlock(value)) return host::Value::ofPtr(rt.memoryBlockPointer(value.v));
+      if (value.isNil()) return host::Value::ofPtr(nullptr);
+      return Value(value.v);
     default:
       out = Value(value.v);
       return out;

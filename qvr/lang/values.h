@@ -105,4 +105,8 @@ bool fits(const Type& type, const Value& value);
 
 Value makeArray(const Type& elementType, std::vector<Value> items = {});
 
+// The type a Ptr member answers ("Integer", "Double", ...), or null for no such member
+// (pointers.cpp).
+const char* pointerMemberType(const std::string& name);
+
 }  // namespace qvrlang

@@ -120,6 +120,12 @@ TEST(Console, MemoryBlockTypedValuesInEitherByteOrder) {
        "True 2 1 -2 4294967294 1.5 -2 True\n201 False\n253 -3 0.25 3E\nhi 2 hi 3 6\n|"},
       {"Dim m As New MemoryBlock(4)\nPrint Str(m.UInt32Value(1))\n", "|test.qvr:2: uncaught OutOfBoundsException: MemoryBlock.UInt32Value: offset 1 is outside the block\n"},
       {"Dim m As New MemoryBlock(2)\nm.CString(0) = \"ab\"\n", "|test.qvr:2: uncaught OutOfBoundsException: MemoryBlock.CString: offset 0 is outside the block\n"},
+      // A Ptr to a block's bytes, its typed members in this machine's order; Nil and unmapped addresses raise.
+      {"Dim m As New MemoryBlock(16)\nDim p As Ptr = m\np.UInt16(0) = &h0102\np.Int32(4) = -2\np.Double(8) = 1.5\n"
+       "Print Str(m.Byte(0)) + \" \" + Str(p.Int8(4)) + \" \" + Str(p.UInt32(4)) + \" \" + Str(m.DoubleValue(8)) + \" \" + Str(p.Single(8))\n"
+       "p.CString(2) = \"ok\"\nPrint m.CString(2) + p.CString(2) + \" \" + Str(p.Ptr(0) <> Nil)\nDim q As Ptr\n"
+       "Try\n  q.Byte(0) = 1\nCatch e As NilObjectException\n  Print e.Message\nEnd Try\nPrint Str(p.Byte(&h7FFFFFFFFFFF))\n",
+       "2 -2 4294967294 1.5 0\nokok True\nPtr.Byte used on a Ptr that is Nil\n|test.qvr:15: uncaught OutOfBoundsException: Ptr.Byte: no memory to read at that address\n"},
   });
 }
 

@@ -334,6 +334,7 @@ class Runtime {
   // MemoryBlocks.
   Value memoryBlock(const void* bytes, size_t size);
   std::string memoryBlockBytes(const Value& block) const;
+  void* memoryBlockPointer(const Value& block) const;  // where its bytes are now (null for none)
 
   // FolderItems: a new one for a native path (made absolute; "." and ".." resolved
   // without following links), and the path one names ("" for anything else).
