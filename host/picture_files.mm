@@ -1,7 +1,8 @@
 // Pictures and image files: Picture.Open and FolderItem.OpenAsPicture read a PNG, JPEG,
 // TIFF, GIF or BMP file, Picture.FromData the same from a MemoryBlock; Picture.Save, ToData
 // and FolderItem.SaveAsPicture write one in the format of a SaveAs constant, JPEG at a
-// Quality constant (or any level from 0 to 100). Decoding and encoding are the platform's, as the host uses its
+// Quality constant (or any level from 0 to 100); the older GetData in a format named by
+// a Format constant. Decoding and encoding are the platform's, as the host uses its
 // system's image classes. A file with transparency opens as a picture with an alpha
 // channel where the application has them (desktop); a console application's pictures
 // have none, so its transparent pixels open white. Saving writes a picture's mask or
@@ -43,6 +44,17 @@ const struct {
   const char* value;
 } kQualities[] = {{"QualityDefault", "-1"}, {"QualityMin", "0"},   {"QualityLow", "25"},
                   {"QualityMedium", "50"},  {"QualityHigh", "75"}, {"QualityMax", "100"}};
+
+// The older GetData names formats by text: the platform's type identifiers (the Format
+// constants) or MIME types.
+const struct {
+  const char* constant;
+  const char* identifier;
+  const char* mime;
+  int64_t saveAs;
+} kNamedFormats[] = {{"FormatPNG", "public.png", "image/png", 1},        {"FormatJPEG", "public.jpeg", "image/jpeg", 2},
+                     {"FormatBMP", "com.microsoft.bmp", "image/bmp", 3}, {"FormatGIF", "com.compuserve.gif", "image/gif", 4},
+                     {"FormatTIFF", "public.tiff", "image/tiff", 5}};
 
 // JPEG at the default quality, as the platform's image classes write it.
 constexpr double kDefaultJPEGFactor = 0.8;
@@ -190,6 +202,21 @@ void addPictureFiles(Runtime::Impl& impl) {
   addNativeMethod(cls, "ToData(format as Integer, quality as Integer = -1) as MemoryBlock",
                   [](Runtime& runtime, const Value& self, std::vector<Value>& args) {
                     const std::string bytes = encode(runtime, self, args.at(0).integer, args.at(1).integer, "Picture.ToData");
+                    return bytes.empty() ? Value() : runtime.memoryBlock(bytes.data(), bytes.size());
+                  });
+
+  for (const auto& f : kNamedFormats) addConstant(cls, f.constant, "String", (std::string("\"") + f.identifier + "\"").c_str());
+  addNativeMethod(cls, "GetData(format as String, quality as Integer = -1) as MemoryBlock",
+                  [](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+                    const std::string name = lowerCase(runtime.utf8(args.at(0)));
+                    int64_t format = 0;
+                    for (const auto& f : kNamedFormats)
+                      if (name == f.identifier || name == f.mime) format = f.saveAs;
+                    if (!format) {
+                      runtime.impl().raise("UnsupportedFormatException", "Picture.GetData: \"" + runtime.utf8(args[0]) + "\" names no image format");
+                      return Value();
+                    }
+                    const std::string bytes = encode(runtime, self, format, args.at(1).integer, "Picture.GetData");
                     return bytes.empty() ? Value() : runtime.memoryBlock(bytes.data(), bytes.size());
                   });
 

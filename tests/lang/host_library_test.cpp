@@ -102,7 +102,7 @@ TEST(HostLibrary, HostErrorsNameTheirLine) {
             "test.qvr:1: uncaught InvalidArgumentException: a Picture cannot be 2 by 0 pixels (each side 1 to 32768)\n");
 }
 
-// Picture.Save and ToData in every format, read back by Picture.Open and FromData and by an
+// Picture.Save, ToData and the older GetData in every format, read back by Picture.Open and FromData and by an
 // independent decoder, in both kinds of application; the errors each way.
 TEST(HostLibrary, PicturesSavedAndOpened) {
   const struct {
@@ -125,7 +125,8 @@ TEST(HostLibrary, PicturesSavedAndOpened) {
           "p.Save(GetFolderItem(\"" + path + "\"), Picture.SaveAs" + f.format + ")\n"
           "Dim fromFile As Picture = Picture.Open(GetFolderItem(\"" + path + "\"))\n"
           "Dim fromData As Picture = Picture.FromData(p.ToData(Picture.SaveAs" + f.format + ", Picture.QualityMax))\n"
-          "For Each q As Picture In Array(fromFile, fromData, GetFolderItem(\"" + path + "\").OpenAsPicture)\n"
+          "Dim older As Picture = Picture.FromData(p.GetData(Picture.Format" + f.format + "))\n"
+          "For Each q As Picture In Array(fromFile, fromData, GetFolderItem(\"" + path + "\").OpenAsPicture, older)\n"
           "  Dim c As Color = q.RGBSurface.Pixel(5, 5)\n"
           "  Dim w As Color = q.RGBSurface.Pixel(30, 5)\n"
           "  Print Str(q.Width) + \"x\" + Str(q.Height) + \" \" + Str(c.Red) + \" \" + Str(c.Green) + \" \" + Str(w.Blue)\n"
@@ -137,7 +138,7 @@ TEST(HostLibrary, PicturesSavedAndOpened) {
       std::istringstream lines(o.out);
       int width = 0, height = 0, red = 0, green = 0, white = 0;
       char x = 0;
-      for (int i = 0; i < 3; ++i) {
+      for (int i = 0; i < 4; ++i) {
         lines >> width >> x >> height >> red >> green >> white;
         EXPECT_EQ(width * 100 + height, 4030);
         EXPECT_NEAR(red, 0xE0, f.tolerance);
@@ -167,6 +168,8 @@ TEST(HostLibrary, PicturesSavedAndOpened) {
        "uncaught NilObjectException: Picture.Open: the FolderItem is Nil"},
       {"Dim p As New Picture(2, 2)\nDim m As MemoryBlock = p.ToData(9)",
        "uncaught UnsupportedFormatException: Picture.ToData: no image format 9"},
+      {"Dim p As New Picture(2, 2)\nDim m As MemoryBlock = p.GetData(\"image/webp\")",
+       "uncaught UnsupportedFormatException: Picture.GetData: \"image/webp\" names no image format"},
       {"Dim p As New Picture(2, 2)\nDim m As MemoryBlock = p.ToData(Picture.SaveAsJPEG, 101)",
        "uncaught OutOfBoundsException: Picture.ToData: the quality is 0 to 100, not 101"},
       {"Dim p As New Picture(2, 2)\np.Save(GetFolderItem(\"/nonexistent-qvr-dir/p.png\"), Picture.SaveAsPNG)",
