@@ -530,6 +530,7 @@ void installPictureClasses(Runtime::Impl& impl) {
   installRGBSurface(impl);
   installNewPicture(impl);
   addPictureFiles(impl);
+  addPictureMasks(impl);
 }
 
 void addPictureEntryPoints(std::vector<EntryPoint>& table) {

@@ -72,6 +72,8 @@ PictureData* pictureOfValue(Runtime& runtime, const Value& picture);
 CGImageRef pictureImage(Runtime::Impl& impl, PictureData* picture);
 // Picture.Open, FromData, Save and ToData, and FolderItem.OpenAsPicture.
 void addPictureFiles(Runtime::Impl& impl);
+// Picture.ApplyMask, CopyMask and CopyColorChannels.
+void addPictureMasks(Runtime::Impl& impl);
 
 // The picture a Graphics draws into; null after raising NilObjectException.
 PictureData* graphicsPicture(Runtime& runtime, const Value& self, ClassInfo* graphicsClass, const char* member);

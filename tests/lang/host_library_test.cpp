@@ -72,6 +72,17 @@ TEST(HostLibrary, PicturesByTheirPixels) {
       "copy.Graphics.Pixel(1, 1) = &c0000FF\n"
       "Print Hex(copy.Graphics.Pixel(1, 1).Blue) + Hex(copy.RGBSurface.Pixel(1, 1).Red)\n"),
       "0/FF 0/FF 0/FF 0/FF 20/0 20/0 \n40 FF 6\nFF0\n");
+  // A grey picture applied as a mask (white transparent) to a picture with an alpha channel
+  // and to one with a mask; copied back as masks, and the colours alone.
+  EXPECT_EQ(cleanOutput(
+      "Dim alpha As New Picture(4, 2)\nalpha.Graphics.ForeColor = &cFF0000\nalpha.Graphics.FillRect 0, 0, 4, 2\n"
+      "Dim m As New Picture(4, 2, 32)\nm.Graphics.ForeColor = &c000000\nm.Graphics.FillRect 2, 0, 2, 2\n"
+      "alpha.ApplyMask m\nDim masked As New Picture(4, 2, 32)\nmasked.ApplyMask m\nDim row As String\n"
+      "For Each p As Picture In Array(alpha.CopyMask, masked.CopyMask, masked.Mask, New Picture(4, 2, 32).CopyMask)\n"
+      "  row = row + Str(p.RGBSurface.Pixel(0, 0).Red) + \"/\" + Str(p.RGBSurface.Pixel(3, 1).Red) + \" \"\nNext\n"
+      "Dim colours As Picture = alpha.CopyColorChannels\n"
+      "Print row + Str(alpha.RGBSurface.Pixel(0, 0).Alpha) + \" \" + Str(colours.HasAlphaChannel) + \" \" + Str(colours.RGBSurface.Pixel(3, 0).Red)\n"),
+      "255/0 255/0 255/0 0/0 255 False 255\n");
   // Polygons from x, y pairs after element 0, filled or outlined with the pen; a resolution
   // travels through an image file.
   EXPECT_EQ(cleanOutput(
