@@ -92,6 +92,13 @@ void Interpreter::checkUpperBound(int64_t upper, Position where) {
     raise("OutOfMemoryException", "an array of " + std::to_string(upper + 1) + " elements is too large; use a MemoryBlock", where);
 }
 
+void Interpreter::checkStringSize(size_t bytes, Position where) {
+  // The host's strings live in a 32-bit process, which could not join strings of hundreds of
+  // megabytes; refusing them here keeps a runaway loop from exhausting this machine.
+  constexpr size_t kMaxBytes = size_t(1) << 28;
+  if (bytes > kMaxBytes) raise("OutOfMemoryException", "a String of " + std::to_string(bytes) + " bytes is too large", where);
+}
+
 // ---- statements
 
 Flow Interpreter::execute(const Block& block) {

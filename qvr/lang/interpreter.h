@@ -111,6 +111,8 @@ class Interpreter {
   bool loopEnds(Flow& flow, Flow exitKind, Flow continueKind);
   bool leavesForAnOuterLoop(Flow flow, const std::string& counter);
   void checkUpperBound(int64_t upper, Position where);
+  // Raises OutOfMemoryException for a String longer than the host could hold.
+  void checkStringSize(size_t bytes, Position where);
 
   // expressions
   Value evaluate(const Expr& e);

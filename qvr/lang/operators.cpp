@@ -84,6 +84,7 @@ Value Interpreter::applyBinary(Op op, const Value& a, const Value& b, Position w
   switch (op) {
     case Op::Add:
       if (a.isString() && b.isString()) {
+        checkStringSize((a.v.string ? size_t(a.v.string.get()->length) : 0) + (b.v.string ? size_t(b.v.string.get()->length) : 0), where);
         // Same encoding: join the bytes; otherwise both as UTF-8.
         if (rt_.encoding(a.v) == rt_.encoding(b.v) && a.v.string && b.v.string)
           return Value(rt_.string(rt_.bytes(a.v) + rt_.bytes(b.v), rt_.encoding(a.v)));

@@ -43,6 +43,10 @@ TEST(Exceptions, RaisedInNestedCallsUnwindToTheCatch) {
 TEST(Exceptions, InterpreterFaultsAreHostExceptions) {
   EXPECT_EQ(output("Dim m As MemoryBlock\nTry\n  Print Str(m.Size)\nCatch e As NilObjectException\n  Print \"nil object\"\nEnd Try\n"),
             "nil object\n");
+  // A String joined past what the host could hold raises before the memory is taken.
+  EXPECT_EQ(output("Dim s As String = New MemoryBlock(150000000)\nTry\n  s = s + s\nCatch e As OutOfMemoryException\n"
+                   "  Print e.Message + \" \" + Str(s.LenB)\nEnd Try\n"),
+            "a String of 300000000 bytes is too large 150000000\n");
 }
 
 TEST(Exceptions, HostRaisedExceptionsAreCaughtLikeAnyOther) {
