@@ -1,6 +1,7 @@
 // SpecialFolder: the folders the system keeps for the user and for itself, named as the
 // host names them, at the places the host finds them on this system (the home folder
 // from HOME, the temporary folder from TMPDIR). A folder the system has no place for is Nil.
+// The older globals (TemporaryFolder, DesktopFolder, ...) name the same folders.
 #include "native_members.h"
 
 #include <unistd.h>
@@ -63,6 +64,22 @@ void installSpecialFolderClass(Runtime::Impl& impl) {
     p.nativeGetter = [path = folder.path](Runtime& runtime, const Value&, std::vector<Value>&) { return runtime.folderItem(path()); };
     special->sharedProperties.push_back(p);
   }
+  // The older global forms, and a new empty file of its own in the temporary folder.
+  for (const auto& folder : folders)
+    for (const auto& [global, name] : {std::pair{"TemporaryFolder", "Temporary"}, {"DesktopFolder", "Desktop"},
+                                       {"DocumentsFolder", "Documents"}, {"PreferencesFolder", "Preferences"}})
+      if (std::string(name) == folder.name)
+        impl.globals.push_back(nativeMember((std::string(global) + "() as FolderItem").c_str(),
+                                            [path = folder.path](Runtime& runtime, const Value&, std::vector<Value>&) {
+                                              return runtime.folderItem(path());
+                                            }));
+  impl.globals.push_back(nativeMember("GetTemporaryFolderItem() as FolderItem", [](Runtime& runtime, const Value&, std::vector<Value>&) {
+    std::string path = temporary() + "/TemporaryItem-XXXXXX";
+    const int fd = ::mkstemp(path.data());
+    if (fd < 0) return Value::nil();
+    ::close(fd);
+    return runtime.folderItem(path);
+  }));
   for (const char* name : {"Applications", "Fonts", "Library", "System", "SharedPreferences", "UserLibrary"}) {
     PropertyInfo p;
     p.name = name;

@@ -163,7 +163,10 @@ TEST(Console, TextFilesAndFolders) {
        "f.MoveFileTo(SpecialFolder.Temporary)\nDim moved As FolderItem = SpecialFolder.Temporary.Child(\"a b.png\")\n"
        "Print Str(dir.Count) + \" \" + dir.Item(1).Name + \" \" + Str(moved.Length) + \" \" + Str(dir.Item(2) Is Nil)\n"
        "moved.Delete\ndir.Item(1).Delete\ndir.Delete\n"
-       "Print Str(SpecialFolder.UserHome.NativePath = System.EnvironmentVariable(\"HOME\")) + \" \" + SpecialFolder.Desktop.Name + \" \" + Str(SpecialFolder.Applications Is Nil)\n",
-       "a b.png png True a%20b.png /\nTrue True True\n17\n1 c.png 1 True\nTrue Desktop True\n|"},
+       "Print Str(SpecialFolder.UserHome.NativePath = System.EnvironmentVariable(\"HOME\")) + \" \" + SpecialFolder.Desktop.Name + \" \" + Str(SpecialFolder.Applications Is Nil)\n"
+       "Dim temp As FolderItem = GetTemporaryFolderItem\nDim other As FolderItem = GetTemporaryFolderItem()\n"
+       "Print Str(temp.Exists) + \" \" + Str(temp.Parent.NativePath = TemporaryFolder.NativePath) + \" \" + Str(other.Name <> temp.Name) + \" \" + DocumentsFolder.Name\n"
+       "temp.Delete\nother.Delete\n",
+       "a b.png png True a%20b.png /\nTrue True True\n17\n1 c.png 1 True\nTrue Desktop True\nTrue True True Documents\n|"},
   });
 }
