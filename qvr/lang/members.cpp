@@ -12,6 +12,19 @@ namespace qvrlang {
 
 namespace {
 
+// Whether every overload of the method takes no arguments and answers an array, so that
+// arguments after it index its result.
+bool indexesResult(host::ClassInfo* cls, const std::string& name) {
+  bool any = false;
+  for (host::ClassInfo* c = cls; c; c = c->superclass)
+    for (const host::MethodInfo& m : c->methods)
+      if (lowered(m.declaration.name) == lowered(name)) {
+        if (!m.declaration.parameters.empty() || !m.declaration.returnsArray) return false;
+        any = true;
+      }
+  return any;
+}
+
 bool hasMethod(host::ClassInfo* cls, const std::string& name, bool shared) {
   for (host::ClassInfo* c = cls; c; c = c->superclass)
     for (const host::MethodInfo& m : shared ? c->sharedMethods : c->methods)
@@ -148,6 +161,11 @@ Value Interpreter::hostMember(const Value& object, const std::string& name, std:
   }
   if (!method && !hasProperty(cls, name))
     fail(where, "class " + cls->name + " has no member \"" + name + "\"");
+  // img.representations(0): a method without parameters that answers an array, indexed.
+  if (method && !args.empty() && indexesResult(cls, name)) {
+    Value array = hostCall(where, [&] { return rt_.call(object.v, name); }, overloads(cls, name, false, {}));
+    return index(array, args, where);
+  }
   const std::string declaration = method ? chooseHostOverload(cls, name, false, args, argExprs, where) : std::string();
   std::vector<std::pair<host::Value, Value>> arrays;
   std::vector<host::Value> hostArgs = toHost(args, where, arrays);

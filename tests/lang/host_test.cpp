@@ -34,8 +34,12 @@ TEST(HostClasses, PropertiesReadAndSet) {
 }
 
 TEST(HostClasses, MethodsWithAndWithoutParentheses) {
-  EXPECT_EQ(output("Dim r As New NSRectQVR(0, 0, 10, 10)\nPrint Str(r.IsEmpty) + Str(r.IsEmpty()) + Str(r.Contains(5, 5))\n", true),
-            "FalseFalseTrue\n");
+  EXPECT_EQ(output("Dim r As New NSRectQVR(0, 0, 10, 10)\nPrint Str(r.IsEmpty) + Str(r.IsEmpty()) + Str(r.Contains(5, 5))\n"
+                   // A method that answers an array, indexed straight away.
+                   "Dim img As New NSImageQVR(New Picture(3, 2, 32))\nDim rep As NSImageRepQVR = img.representations(0)\n"
+                   "Print Str(rep.pixelsHigh) + Str(img.representations()(0).Handle = rep.Handle)\n",
+                   true),
+            "FalseFalseTrue\n2True\n");
 }
 
 TEST(HostClasses, SharedMethodsByClassNameAndWrapperIdentity) {
