@@ -179,6 +179,7 @@ Runtime::Runtime(Options options) {
   installVariantClass(*impl_);
   installDictionaryClass(*impl_);
   installRandomClass(*impl_);
+  installCollectionClass(*impl_);
   installIntrospection(*impl_);
   installBinaryStreamClass(*impl_);
   installPictureClasses(*impl_);
