@@ -1,6 +1,7 @@
 /* NSGraphicsContext: a Core Graphics context seen from AppKit, the current context of each
    thread, and the class-level stack that saves a context together with its state. */
 #import <AppKit/AppKit.h>
+#include "coregraphics/live_objects.h"
 
 NSString* const NSGraphicsContextDestinationAttributeName = @"NSGraphicsContextDestinationAttributeName";
 NSString* const NSGraphicsContextRepresentationFormatAttributeName =
@@ -64,9 +65,11 @@ static NSString* const kSavedContextsKey = @"NSGraphicsContext.saved";
   [context restoreGraphicsState];
 }
 
+/* Host code passes the port as a plain number, so anything but a live context is refused
+   before a message reaches it. */
 static BOOL IsCGContext(void* port) {
   id object = (id)port;
-  return port && [object respondsToSelector:@selector(_cfTypeID)] &&
+  return CGLiveObjectIsLive(port) && [object respondsToSelector:@selector(_cfTypeID)] &&
          CFGetTypeID((CFTypeRef)port) == CGContextGetTypeID();
 }
 

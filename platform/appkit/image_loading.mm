@@ -2,6 +2,7 @@
    files, file and http(s) URLs, the pasteboard and CGImages; and the type lists, which
    are the registry's. */
 #import "image_internal.h"
+#include "coregraphics/live_objects.h"
 
 @implementation NSImage (NSImageLoading)
 
@@ -82,7 +83,7 @@ static NSArray* RepresentationsOfData(NSData* data) {
 }
 
 - (id)initWithCGImage:(CGImageRef)cgImage size:(NSSize)size {
-  if (!cgImage || CFGetTypeID((CFTypeRef)cgImage) != CGImageGetTypeID()) {
+  if (!CGLiveObjectIsLive(cgImage) || CFGetTypeID((CFTypeRef)cgImage) != CGImageGetTypeID()) {
     [self release];
     return nil;
   }

@@ -10,10 +10,15 @@
 #include <string.h>
 
 @implementation CGContextObject
+- (id)init {
+  if ((self = [super init])) CGLiveObjectEnter(self);
+  return self;
+}
 - (CFTypeID)_cfTypeID {
   return kQVRTypeIDCGContext;
 }
 - (void)dealloc {
+  CGLiveObjectLeave(self);
   if (surface) pixman_image_unref(surface);
   ClipMaskRelease(state.clip);
   for (const GraphicsState& saved : *savedStates) ClipMaskRelease(saved.clip);

@@ -10,6 +10,7 @@
 #include <pixman.h>
 #include "coregraphics/path_rasterizer.h"
 #include "coregraphics/path_stroker.h"
+#include "coregraphics/live_objects.h"
 #include <pthread.h>
 
 #include <vector>
@@ -227,10 +228,12 @@ static inline Ref CGRef(id object) {
   return (Ref)(void*)object;
 }
 static inline CGContextObject* CGContextGetObject(CGContextRef ref) {
+  if (!CGLiveObjectIsLive(ref)) return nil;
   id object = CGObject(ref);
   return [object isKindOfClass:[CGContextObject class]] ? (CGContextObject*)object : nil;
 }
 static inline CGImageObject* CGImageGetObject(CGImageRef ref) {
+  if (!CGLiveObjectIsLive(ref)) return nil;
   id object = CGObject(ref);
   return [object isKindOfClass:[CGImageObject class]] ? (CGImageObject*)object : nil;
 }

@@ -8,13 +8,17 @@
 
 @implementation CGImageObject
 - (id)init {
-  if ((self = [super init])) pthread_mutex_init(&surfaceLock, NULL);
+  if ((self = [super init])) {
+    pthread_mutex_init(&surfaceLock, NULL);
+    CGLiveObjectEnter(self);
+  }
   return self;
 }
 - (CFTypeID)_cfTypeID {
   return kQVRTypeIDCGImage;
 }
 - (void)dealloc {
+  CGLiveObjectLeave(self);
   if (surface) pixman_image_unref(surface);
   pthread_mutex_destroy(&surfaceLock);
   CGColorSpaceRelease(space);

@@ -3,6 +3,7 @@
    from any CGImage, and the colour space a representation is tagged with, retagged or
    converted to. */
 #import "imagereps/bitmap_storage.h"
+#include "coregraphics/live_objects.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -93,7 +94,8 @@ void ReleaseRepresentation(void* info, const void* data, size_t size) { [static_
 /* The image drawn (copied, not blended) into new pixels: grey images stay grey, everything
    else becomes RGB, with premultiplied alpha when the image has alpha. */
 - (id)initWithCGImage:(CGImageRef)cgImage {
-  if (cgImage == NULL) {
+  // A reference that arrived as a number from host code may name no image at all.
+  if (!CGLiveObjectIsLive(cgImage) || CFGetTypeID(cgImage) != CGImageGetTypeID()) {
     [self release];
     return nil;
   }

@@ -195,6 +195,14 @@ TEST_F(BitmapRep, FactoriesRefuseWhatIsNoImage) {
             "NilObjectException: CGImage is nil");
   EXPECT_EQ(Raised([&] { Shared("imageRepWithCGImageRef", {Value::ofInteger(0)}); }),
             "NilObjectException: CGImage is nil");
+  // A number that names no image (made up, or a live object of another kind) gives no
+  // representation instead of being taken for one.
+  Value image = runtime.newInstance("NSImageQVR");
+  for (int64_t wrong : {int64_t{12345}, runtime.get(image, "Handle").integer}) {
+    Value rep;
+    EXPECT_EQ(Raised([&] { rep = Shared("imageRepWithCGImageRef", {Value::ofInteger(wrong)}); }), "");
+    EXPECT_TRUE(rep.isNil()) << wrong;
+  }
 }
 
 TEST_F(BitmapRep, WithoutTheSiblingPluginNoWrappersAndNoCGImageClass) {

@@ -214,6 +214,13 @@ TEST_F(ScalingDrawing, DrawsIntoAHostContextWithOperationsAndOpacities) {
   EXPECT_EQ(Raised([&] { at(blue, 0, 0, 0, 0, 4, 4, 2, 1.0); }), "NilObjectException: CGContext is nil");
   EXPECT_EQ(Raised([&] { inRect(blue, 0, 0, 4, 4, 2, 1.0); }), "NilObjectException: CGContext is nil");
   Shared("ReleaseCGContext", {Value::ofInteger(made)});
+  // Numbers that name no live context (made up, another kind of object, a released
+  // context) draw nothing and raise nothing.
+  for (int64_t wrong : {int64_t{12345}, runtime.get(blue, "Handle").integer, made}) {
+    context = wrong;
+    EXPECT_EQ(Raised([&] { EXPECT_FALSE(at(blue, 0, 0, 0, 0, 4, 4, 2, 1.0)); }), "") << wrong;
+    EXPECT_EQ(Raised([&] { EXPECT_FALSE(inRect(blue, 0, 0, 4, 4, 2, 1.0)); }), "") << wrong;
+  }
 }
 
 }  // namespace
