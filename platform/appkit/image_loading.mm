@@ -4,6 +4,15 @@
 #import "image_internal.h"
 #include "coregraphics/live_objects.h"
 
+#include <sys/stat.h>
+
+/* Only a regular file can hold an image: a folder or a device is refused before it is
+   opened, since the reader would only log a complaint about it. */
+static BOOL IsRegularFile(NSString* path) {
+  struct stat info;
+  return stat([path fileSystemRepresentation], &info) == 0 && S_ISREG(info.st_mode);
+}
+
 @implementation NSImage (NSImageLoading)
 
 /* Takes the representations and the size of the first; nil (receiver freed) for none. */
@@ -44,7 +53,7 @@ static NSArray* RepresentationsOfData(NSData* data) {
 }
 
 - (id)initWithContentsOfFile:(NSString*)fileName {
-  if (![fileName isKindOfClass:[NSString class]] || [fileName length] == 0) {
+  if (![fileName isKindOfClass:[NSString class]] || [fileName length] == 0 || !IsRegularFile(fileName)) {
     [self release];
     return nil;
   }

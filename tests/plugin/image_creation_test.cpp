@@ -205,6 +205,11 @@ TEST_F(ImageCreation, BadInputGivesNothing) {
   EXPECT_TRUE(Factory("imageWithContentsOfPath", {Path(folder.path("source.ppm"))}).isNil()) << "not a format read here";
   EXPECT_TRUE(Factory("imageWithContentsOfURL", {Text("file://" + folder.path("missing.png"))}).isNil());
   EXPECT_TRUE(Factory("imageWithContentsOfURL", {Text("this is no URL")}).isNil());
+  // A folder or a device holds no image, and is refused without a complaint in the log.
+  testing::internal::CaptureStderr();
+  EXPECT_TRUE(Factory("imageWithContentsOfFile", {runtime.folderItem(folder.path("."))}).isNil());
+  EXPECT_TRUE(Factory("imageWithContentsOfPathMT", {Path("/dev/zero")}).isNil());
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   EXPECT_FALSE(runtime.exceptionPending());
 
   ExpectNilRaises("imageWithData(data as string) as NSImageQVR", "String is empty");
