@@ -157,7 +157,8 @@ bool toSlot(const HostType& type, const Value& value, Slot& slot) {
     case TypeKind::String:
       if (value.kind == Value::Kind::Nil) return true;
       if (value.kind != Value::Kind::String) return false;
-      slot.p = value.string.get();
+      // The host's empty string is no string at all: a plugin sees "" as a null reference.
+      if (value.string && value.string.get()->length > 0) slot.p = value.string.get();
       return true;
     case TypeKind::Ptr:
       if (value.kind == Value::Kind::Nil) return true;
