@@ -210,15 +210,12 @@ bool utf16Of(const std::string& text, std::vector<UniChar>& out) {
 bool statOf(const std::string& path, struct stat& status) { return ::stat(path.c_str(), &status) == 0; }
 
 void installMembers(ClassInfo* cls) {
-  addNativeProperty(cls, "NativePath", "String", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
-    FolderItemData* item = itemOf(runtime, self);
-    return runtime.string(item ? *item->path : std::string());
-  });
-  // The older name of the path, which on this system is the POSIX path too.
-  addNativeProperty(cls, "AbsolutePath", "String", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
-    FolderItemData* item = itemOf(runtime, self);
-    return runtime.string(item ? *item->path : std::string());
-  });
+  // AbsolutePath is the older name of the path, which on this system is the POSIX path too.
+  for (const char* name : {"NativePath", "AbsolutePath"})
+    addNativeProperty(cls, name, "String", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+      FolderItemData* item = itemOf(runtime, self);
+      return runtime.string(item ? *item->path : std::string());
+    });
   addNativeProperty(cls, "URLPath", "String", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
     FolderItemData* item = itemOf(runtime, self);
     struct stat status;

@@ -29,18 +29,17 @@ CGContextRef beginDrawing(PictureData* picture) {
   CGContextRef c = picture->context;
   CGContextSaveGState(c);
   CGContextConcatCTM(c, CGAffineTransformMake(1, 0, 0, -1, 0, double(picture->height)));
-  const uint32_t color = picture->drawingColor;
-  const double r = ((color >> 16) & 0xFF) / 255.0, g = ((color >> 8) & 0xFF) / 255.0, b = (color & 0xFF) / 255.0;
-  const double a = (255 - (color >> 24)) / 255.0;
-  CGContextSetRGBFillColor(c, r, g, b, a);
-  CGContextSetRGBStrokeColor(c, r, g, b, a);
+  useDrawingColor(picture, true);
   return c;
 }
 
-bool finite(const std::vector<Value>& args, size_t count) {
-  for (size_t i = 0; i < count; ++i)
-    if (!std::isfinite(args.at(i).real)) return false;
-  return true;
+// Fills the closed polygon through the corners, in the coordinates drawing was opened in.
+void fillCorners(CGContextRef c, const std::vector<CGPoint>& corners) {
+  CGContextBeginPath(c);
+  CGContextMoveToPoint(c, corners[0].x, corners[0].y);
+  for (size_t i = 1; i < corners.size(); ++i) CGContextAddLineToPoint(c, corners[i].x, corners[i].y);
+  CGContextClosePath(c);
+  CGContextFillPath(c);
 }
 
 // A rectangle with corners rounded by radii rx and ry, as a closed path.
@@ -116,13 +115,7 @@ void drawLine(PictureData* picture, double x1, double y1, double x2, double y2) 
   }
   hull.resize(k - 1);
   CGContextRef c = beginDrawing(picture);
-  CGContextBeginPath(c);
-  for (size_t i = 0; i < hull.size(); ++i) {
-    if (i == 0) CGContextMoveToPoint(c, hull[i].x, hull[i].y);
-    else CGContextAddLineToPoint(c, hull[i].x, hull[i].y);
-  }
-  CGContextClosePath(c);
-  CGContextFillPath(c);
+  fillCorners(c, hull);
   CGContextRestoreGState(c);
 }
 
@@ -152,11 +145,7 @@ void drawPolygon(PictureData* picture, const std::vector<CGPoint>& corners, bool
     return;
   }
   CGContextRef c = beginDrawing(picture);
-  CGContextBeginPath(c);
-  CGContextMoveToPoint(c, corners[0].x, corners[0].y);
-  for (size_t i = 1; i < corners.size(); ++i) CGContextAddLineToPoint(c, corners[i].x, corners[i].y);
-  CGContextClosePath(c);
-  CGContextFillPath(c);
+  fillCorners(c, corners);
   CGContextRestoreGState(c);
 }
 
@@ -166,7 +155,7 @@ void addGraphicsShapes(ClassInfo* cls) {
   addNativeMethod(cls, "DrawLine(x1 as Double, y1 as Double, x2 as Double, y2 as Double)",
                   [cls](Runtime& runtime, const Value& self, std::vector<Value>& args) {
                     PictureData* picture = graphicsPicture(runtime, self, cls, "DrawLine");
-                    if (picture && finite(args, 4))
+                    if (picture && finiteArguments(args, 0, 4))
                       drawLine(picture, args[0].real, args[1].real, args[2].real, args[3].real);
                     return Value::nil();
                   });
@@ -190,7 +179,7 @@ void addGraphicsShapes(ClassInfo* cls) {
     addNativeMethod(cls, s.declaration, [cls, s](Runtime& runtime, const Value& self, std::vector<Value>& args) {
       PictureData* picture = graphicsPicture(runtime, self, cls, s.name);
       const bool round = s.shape == Shape::kRoundRect;
-      if (picture && finite(args, round ? 6 : 4))
+      if (picture && finiteArguments(args, 0, round ? 6 : 4))
         drawShape(picture, s.shape, s.fill, args[0].real, args[1].real, args[2].real, args[3].real,
                   round ? args[4].real : 0, round ? args[5].real : 0);
       return Value::nil();

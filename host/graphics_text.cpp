@@ -280,20 +280,12 @@ void paintLine(PictureData* picture, const Font& font, const std::u32string& lin
   if (stencil) {
     CGContextRef c = picture->context;
     CGContextSaveGState(c);
-    const uint32_t color = picture->drawingColor;
-    CGContextSetRGBFillColor(c, ((color >> 16) & 0xFF) / 255.0, ((color >> 8) & 0xFF) / 255.0, (color & 0xFF) / 255.0,
-                             (255 - (color >> 24)) / 255.0);
+    useDrawingColor(picture);
     CGContextDrawImage(c, CGRectMake(left, double(picture->height) - bottom, w, h), stencil);
     CGContextRestoreGState(c);
     CGImageRelease(stencil);
   }
   CGDataProviderRelease(provider);
-}
-
-bool finiteArgs(const std::vector<Value>& args, size_t first, size_t count) {
-  for (size_t i = first; i < first + count; ++i)
-    if (!std::isfinite(args.at(i).real)) return false;
-  return true;
 }
 
 }  // namespace
@@ -304,7 +296,7 @@ void addGraphicsText(ClassInfo* cls) {
         std::string(name) + "(text as String, x as Double, y as Double, wrapWidth as Double = 0, condense as Boolean = False)";
     addNativeMethod(cls, declaration.c_str(), [cls, name](Runtime& runtime, const Value& self, std::vector<Value>& args) {
       PictureData* picture = graphicsPicture(runtime, self, cls, name);
-      if (!picture || !finiteArgs(args, 1, 3)) return Value::nil();
+      if (!picture || !finiteArguments(args, 1, 3)) return Value::nil();
       const std::u32string text = decodeUTF8(runtime.utf8(args.at(0)));
       const double wrap = args.at(3).real;
       FontInUse use(picture);
@@ -337,7 +329,7 @@ void addGraphicsText(ClassInfo* cls) {
   addNativeMethod(cls, "StringHeight(text as String, wrapWidth as Double) as Double",
                   [cls](Runtime& runtime, const Value& self, std::vector<Value>& args) {
                     PictureData* picture = graphicsPicture(runtime, self, cls, "StringHeight");
-                    if (!picture || !finiteArgs(args, 1, 1)) return Value::ofDouble(0);
+                    if (!picture || !finiteArguments(args, 1, 1)) return Value::ofDouble(0);
                     FontInUse use(picture);
                     const size_t lines =
                         layoutLines(use.font(), decodeUTF8(runtime.utf8(args.at(0))), args.at(1).real).size();

@@ -316,9 +316,7 @@ void installGraphics(Runtime::Impl& impl) {
                   [cls](Runtime& runtime, const Value& self, std::vector<Value>& args) {
                     PictureData* picture = viewedPicture(runtime, self, cls, "FillRect");
                     if (!picture) return Value::nil();
-                    uint32_t c = picture->drawingColor;
-                    CGContextSetRGBFillColor(picture->context, ((c >> 16) & 0xFF) / 255.0, ((c >> 8) & 0xFF) / 255.0,
-                                             (c & 0xFF) / 255.0, (255 - (c >> 24)) / 255.0);
+                    useDrawingColor(picture);
                     CGContextFillRect(picture->context, cgRect(picture, args.at(0).real, args.at(1).real,
                                                                args.at(2).real, args.at(3).real));
                     return Value::nil();

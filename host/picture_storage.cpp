@@ -7,6 +7,7 @@
 #include "picture_storage.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace host {
@@ -119,6 +120,20 @@ void pictureFill(PictureData* picture, uint32_t color) {
   for (size_t filled = pixelBytes; filled < row.size(); filled *= 2)
     std::memcpy(row.data() + filled, row.data(), std::min(filled, row.size() - filled));
   for (int64_t y = 0; y < picture->height; ++y) std::memcpy(picturePixelAt(picture, 0, y), row.data(), row.size());
+}
+
+void useDrawingColor(const PictureData* picture, bool stroke) {
+  const uint32_t color = picture->drawingColor;
+  const double r = ((color >> 16) & 0xFF) / 255.0, g = ((color >> 8) & 0xFF) / 255.0, b = (color & 0xFF) / 255.0;
+  const double a = (255 - (color >> 24)) / 255.0;
+  CGContextSetRGBFillColor(picture->context, r, g, b, a);
+  if (stroke) CGContextSetRGBStrokeColor(picture->context, r, g, b, a);
+}
+
+bool finiteArguments(const std::vector<Value>& args, size_t first, size_t count) {
+  for (size_t i = first; i < first + count; ++i)
+    if (!std::isfinite(args.at(i).real)) return false;
+  return true;
 }
 
 }  // namespace host

@@ -65,6 +65,10 @@ uint32_t pictureColorOf(const PictureData* picture, const unsigned char* pixel);
 void pictureStoreColor(const PictureData* picture, unsigned char* pixel, uint32_t color);
 // Every pixel of the picture set to one host Color.
 void pictureFill(PictureData* picture, uint32_t color);
+// The context's fill colour (and stroke colour, when asked) set to the picture's drawing colour.
+void useDrawingColor(const PictureData* picture, bool stroke = false);
+// Whether count Double arguments from first on are all finite (drawing skips the others).
+bool finiteArguments(const std::vector<Value>& args, size_t first, size_t count);
 
 // The picture data of a host Picture value; null for anything else.
 PictureData* pictureOfValue(Runtime& runtime, const Value& picture);
