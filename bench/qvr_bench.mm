@@ -100,6 +100,7 @@ int Usage() {
                "usage: qvr_bench generate OUT.ppm [WIDTH HEIGHT]\n"
                "       qvr_bench encode jpeg|png IN.ppm OUT [QUALITY]\n"
                "       qvr_bench decode IN\n"
+               "       qvr_bench frames IN.gif    (every frame of an animation shown in turn)\n"
                "       qvr_bench thumbnail IN OUT.png SIZE\n"
                "QVR_BENCH_REPEAT=N runs the job N times in one process and prints its mean time,\n"
                "without the process start (loading the runtime and libraries).\n");
@@ -135,6 +136,12 @@ int Run(int argc, char** argv) {
   if (job == "decode") {
     NSBitmapImageRep* rep = [NSBitmapImageRep imageRepWithData:ReadData(argv[2])];
     return rep != nil && [rep bitmapData] != NULL ? 0 : 1;
+  }
+  if (job == "frames") {
+    NSBitmapImageRep* rep = [NSBitmapImageRep imageRepWithData:ReadData(argv[2])];
+    const NSInteger count = [[rep valueForProperty:NSImageFrameCount] integerValue];
+    for (NSInteger i = 0; i < count; ++i) [rep setProperty:NSImageCurrentFrame withValue:[NSNumber numberWithInteger:i]];
+    return rep != nil && [[rep valueForProperty:NSImageCurrentFrame] integerValue] == std::max<NSInteger>(0, count - 1) ? 0 : 1;
   }
   if (job == "thumbnail" && argc >= 5) {
     NSImage* image = [[[NSImage alloc] initWithData:ReadData(argv[2])] autorelease];
