@@ -4,14 +4,18 @@
    space tags and conversions. */
 #import "platform/codec_support.h"
 
-#include <gtest/gtest.h>
-
 namespace {
 
 class BitmapCoreGraphics : public CodecTest {};
 
 // An RGBA canvas (premultiplied) made current for the duration of a drawing.
 NSBitmapImageRep* Canvas(int w, int h) { return NewBitmap(w, h, 8, 4, YES, NSCalibratedRGBColorSpace); }
+
+// A canvas pixel's stored (premultiplied) samples.
+RGBA Premultiplied(NSBitmapImageRep* canvas, NSInteger x, NSInteger y) {
+  const S p = Samples(canvas, x, y);
+  return RGBA{int(p[0]), int(p[1]), int(p[2]), int(p[3])};
+}
 
 template <typename Draw>
 void DrawInto(NSBitmapImageRep* canvas, BOOL flipped, Draw draw) {
@@ -54,18 +58,15 @@ TEST_F(BitmapCoreGraphics, CGImageHoldsThePixels) {
 TEST_F(BitmapCoreGraphics, GreyAndSixteenBitImages) {
   NSBitmapImageRep* grey = MakeRep(MakeTestPicture(8, 8, 1));
   NSBitmapImageRep* back = [[[NSBitmapImageRep alloc] initWithCGImage:[grey CGImage]] autorelease];
-  ASSERT_NE(back, nil);
-  EXPECT_EQ([back samplesPerPixel], 1);
-  EXPECT_EQ(MaxDifference(ReadRep(back), ReadRep(grey)), 0);
+  EXPECT_EQ(MaxDifference(ReadRep(back), ReadRep(grey)), 0);  // one sample, as it was
   NSBitmapImageRep* deep = NewBitmap(3, 1, 16, 3, NO, NSCalibratedRGBColorSpace);
   NSUInteger p[3] = {65535, 0, 32896};
   [deep setPixel:p atX:2 y:0];
-  NSBitmapImageRep* eight = [[[NSBitmapImageRep alloc] initWithCGImage:[deep CGImage]] autorelease];
-  ASSERT_NE(eight, nil);
-  [eight getPixel:p atX:2 y:0];
-  EXPECT_EQ(p[0], 255u);
-  EXPECT_EQ(p[1], 0u);
-  EXPECT_NEAR(double(p[2]), 128.0, 1.0);
+  const S eight = Samples([[[NSBitmapImageRep alloc] initWithCGImage:[deep CGImage]] autorelease], 2, 0);
+  ASSERT_EQ(eight.size(), 3u);
+  EXPECT_EQ(eight[0], 255u);
+  EXPECT_EQ(eight[1], 0u);
+  EXPECT_NEAR(double(eight[2]), 128.0, 1.0);
 }
 
 TEST_F(BitmapCoreGraphics, DrawsWithOperationAndFraction) {
@@ -82,22 +83,15 @@ TEST_F(BitmapCoreGraphics, DrawsWithOperationAndFraction) {
     EXPECT_TRUE([source drawInRect:NSMakeRect(2, 0, 2, 4) fromRect:NSZeroRect operation:NSCompositeSourceOver
                           fraction:1.0 respectFlipped:NO hints:nil]);
   });
-  NSUInteger p[4];
-  [canvas getPixel:p atX:0 y:0];  // copy: the half-clear red replaces the blue
-  EXPECT_NEAR(double(p[0]), 128, 2);
-  EXPECT_EQ(p[2], 0u);
-  EXPECT_NEAR(double(p[3]), 128, 2);
-  [canvas getPixel:p atX:3 y:0];  // source over: red over blue, opaque
-  EXPECT_NEAR(double(p[0]), 128, 2);
-  EXPECT_NEAR(double(p[2]), 127, 2);
-  EXPECT_EQ(p[3], 255u);
+  // Copy: the half-clear red replaces the blue; source over: red over blue, opaque.
+  EXPECT_TRUE(Near(Premultiplied(canvas, 0, 0), RGBA{128, 0, 0, 128}));
+  EXPECT_TRUE(Near(Premultiplied(canvas, 3, 0), RGBA{128, 0, 127, 255}));
   NSBitmapImageRep* faint = Canvas(4, 4);
   DrawInto(faint, NO, [&] {
     [MakeRep(MakeTestPicture(4, 4, 3)) drawInRect:NSMakeRect(0, 0, 4, 4) fromRect:NSZeroRect
                                         operation:NSCompositeSourceOver fraction:0.25 respectFlipped:NO hints:nil];
   });
-  [faint getPixel:p atX:1 y:1];
-  EXPECT_NEAR(double(p[3]), 64, 2);
+  EXPECT_NEAR(Premultiplied(faint, 1, 1).a, 64, 2);
 }
 
 TEST_F(BitmapCoreGraphics, DrawsUprightAndPartsOfItself) {
@@ -106,17 +100,14 @@ TEST_F(BitmapCoreGraphics, DrawsUprightAndPartsOfItself) {
   for (int y = 0; y < 4; ++y)
     for (int x = 0; x < 4; ++x) halves.pixels.insert(halves.pixels.end(), {uint8_t(y < 2 ? 255 : 0), uint8_t(y < 2 ? 0 : 255), 0});
   NSBitmapImageRep* source = MakeRep(halves);
-  NSUInteger p[4];
   for (BOOL flipped : {NO, YES}) {
     NSBitmapImageRep* canvas = Canvas(4, 4);
     DrawInto(canvas, flipped, [&] {
       [source drawInRect:NSMakeRect(0, 0, 4, 4) fromRect:NSZeroRect operation:NSCompositeCopy fraction:1
           respectFlipped:YES hints:nil];
     });
-    [canvas getPixel:p atX:0 y:0];
-    EXPECT_EQ(p[0], 255u) << "flipped " << int(flipped);  // red stays on top
-    [canvas getPixel:p atX:0 y:3];
-    EXPECT_EQ(p[1], 255u) << "flipped " << int(flipped);
+    EXPECT_EQ(Premultiplied(canvas, 0, 0), (RGBA{255, 0, 0, 255})) << "flipped " << int(flipped);  // red stays on top
+    EXPECT_EQ(Premultiplied(canvas, 0, 3), (RGBA{0, 255, 0, 255})) << "flipped " << int(flipped);
   }
   // The bottom half alone (source rectangles have their origin at the bottom-left).
   NSBitmapImageRep* canvas = Canvas(4, 4);
@@ -124,16 +115,12 @@ TEST_F(BitmapCoreGraphics, DrawsUprightAndPartsOfItself) {
     [source drawInRect:NSMakeRect(0, 0, 4, 4) fromRect:NSMakeRect(0, 0, 4, 2) operation:NSCompositeCopy fraction:1
         respectFlipped:NO hints:nil];
   });
-  [canvas getPixel:p atX:2 y:0];
-  EXPECT_EQ(p[1], 255u);
-  EXPECT_EQ(p[0], 0u);
+  EXPECT_EQ(Premultiplied(canvas, 2, 0), (RGBA{0, 255, 0, 255}));
   // draw and drawAtPoint: use the rep's own size.
   NSBitmapImageRep* placed = Canvas(8, 8);
   DrawInto(placed, NO, [&] { EXPECT_TRUE([source drawAtPoint:NSMakePoint(4, 0)]); });
-  [placed getPixel:p atX:5 y:7];  // bottom-right quarter, lowest row: green
-  EXPECT_EQ(p[1], 255u);
-  [placed getPixel:p atX:1 y:7];
-  EXPECT_EQ(p[3], 0u);
+  EXPECT_EQ(Premultiplied(placed, 5, 7), (RGBA{0, 255, 0, 255}));  // bottom-right quarter, lowest row: green
+  EXPECT_EQ(Premultiplied(placed, 1, 7).a, 0);
 }
 
 TEST_F(BitmapCoreGraphics, ColourSpacesTagsAndConversions) {

@@ -4,8 +4,6 @@
    and such layouts encoded as they look. */
 #import "platform/codec_support.h"
 
-#include <gtest/gtest.h>
-
 namespace {
 
 class BitmapLayout : public CodecTest {};
@@ -15,25 +13,12 @@ NSBitmapImageRep* Make(unsigned char** planes, NSInteger w, NSInteger h, NSInteg
   return NewBitmap(w, h, bps, spp, alpha, space, format, planar, row, pixel, planes);
 }
 
-// The samples of pixel (x, y) as getPixel:atX:y: gives them.
-std::vector<NSUInteger> Samples(NSBitmapImageRep* rep, NSInteger x, NSInteger y) {
-  std::vector<NSUInteger> samples(size_t([rep samplesPerPixel]));
-  [rep getPixel:samples.data() atX:x y:y];
-  return samples;
-}
-using S = std::vector<NSUInteger>;
-
 TEST_F(BitmapLayout, OwnMemoryIsZeroedAndDescribed) {
   NSBitmapImageRep* rep = Make(NULL, 10, 7, 8, 4, YES, NO, NSCalibratedRGBColorSpace, 0, 0, 0);
   ASSERT_NE(rep, nil);
-  EXPECT_EQ([rep pixelsWide], 10);
-  EXPECT_EQ([rep pixelsHigh], 7);
-  EXPECT_EQ([rep bitsPerSample], 8);
-  EXPECT_EQ([rep samplesPerPixel], 4);
-  EXPECT_EQ([rep bitsPerPixel], 32);
-  EXPECT_EQ([rep bytesPerRow], 40);
-  EXPECT_EQ([rep bytesPerPlane], 280);
-  EXPECT_EQ([rep numberOfPlanes], 1);
+  EXPECT_EQ((std::vector<NSInteger>{[rep pixelsWide], [rep pixelsHigh], [rep bitsPerSample], [rep samplesPerPixel],
+                                    [rep bitsPerPixel], [rep bytesPerRow], [rep bytesPerPlane], [rep numberOfPlanes]}),
+            (std::vector<NSInteger>{10, 7, 8, 4, 32, 40, 280, 1}));
   EXPECT_FALSE([rep isPlanar]);
   EXPECT_TRUE([rep hasAlpha]);
   EXPECT_FALSE([rep isOpaque]);
@@ -81,17 +66,14 @@ TEST_F(BitmapLayout, CallersPlanarMemoryHoldsOneSampleAPlane) {
                                NSAlphaNonpremultipliedBitmapFormat, 0, 0);
   ASSERT_NE(rep, nil);
   EXPECT_TRUE([rep isPlanar]);
-  EXPECT_EQ([rep numberOfPlanes], 4);
-  EXPECT_EQ([rep bitsPerPixel], 8);
-  EXPECT_EQ([rep bytesPerRow], 3);
+  EXPECT_EQ((S{NSUInteger([rep numberOfPlanes]), NSUInteger([rep bitsPerPixel]), NSUInteger([rep bytesPerRow])}), (S{4, 8, 3}));
   unsigned char* back[5];
   [rep getBitmapDataPlanes:back];
   EXPECT_EQ(back[2], blue.data());
   green[4] = 99;
   EXPECT_EQ(Samples(rep, 1, 1), (S{10, 99, 30, 255}));
   // Encoded, the planes come out meshed and right.
-  NSBitmapImageRep* png = [NSBitmapImageRep imageRepWithData:[rep representationUsingType:NSPNGFileType properties:nil]];
-  ASSERT_NE(png, nil);
+  NSBitmapImageRep* png = Reread(rep, NSPNGFileType);
   EXPECT_FALSE([png isPlanar]);
   EXPECT_EQ(Samples(png, 1, 1), (S{10, 99, 30, 255}));
   // Platform-allocated planar storage: one plane a sample, each bytesPerPlane long.
@@ -140,8 +122,7 @@ TEST_F(BitmapLayout, ColoursKnowPremultiplicationAndAlphaFirst) {
   EXPECT_EQ([first bitmapFormat], NSAlphaFirstBitmapFormat | NSAlphaNonpremultipliedBitmapFormat);
   [first setColor:[NSColor colorWithCalibratedRed:0.2 green:0.4 blue:0.6 alpha:0.8] atX:1 y:0];
   EXPECT_EQ(Samples(first, 1, 0), (S{204, 51, 102, 153}));  // alpha leads
-  NSBitmapImageRep* png = [NSBitmapImageRep imageRepWithData:[first representationUsingType:NSPNGFileType properties:nil]];
-  EXPECT_EQ(Samples(png, 1, 0), (S{51, 102, 153, 204}));  // written the usual way round
+  EXPECT_EQ(Samples(Reread(first, NSPNGFileType), 1, 0), (S{51, 102, 153, 204}));  // written the usual way round
 }
 
 TEST_F(BitmapLayout, FloatSamplesAndBlackColourSpace) {
@@ -150,15 +131,12 @@ TEST_F(BitmapLayout, FloatSamplesAndBlackColourSpace) {
   float* samples = reinterpret_cast<float*>([floats bitmapData]);
   samples[3] = 1.0f, samples[4] = 0.5f, samples[5] = 0.0f;
   EXPECT_NEAR([[floats colorAtX:1 y:0] greenComponent], 0.5, 1e-6);
-  NSBitmapImageRep* png = [NSBitmapImageRep imageRepWithData:[floats representationUsingType:NSPNGFileType properties:nil]];
-  ASSERT_NE(png, nil);
-  EXPECT_EQ(Samples(png, 1, 0), (S{65535, 32768, 0}));  // deeper samples are written as 16 bits
+  EXPECT_EQ(Samples(Reread(floats, NSPNGFileType), 1, 0), (S{65535, 32768, 0}));  // deeper samples are written as 16 bits
 
   NSBitmapImageRep* black = Make(NULL, 1, 1, 8, 1, NO, NO, NSDeviceBlackColorSpace, 0, 0, 0);
   [black bitmapData][0] = 255;  // full ink
   EXPECT_NEAR([[black colorAtX:0 y:0] whiteComponent], 0.0, 1e-6);
-  NSBitmapImageRep* written = [NSBitmapImageRep imageRepWithData:[black TIFFRepresentation]];
-  EXPECT_EQ(Samples(written, 0, 0), S{0});
+  EXPECT_EQ(Samples([NSBitmapImageRep imageRepWithData:[black TIFFRepresentation]], 0, 0), S{0});
 }
 
 TEST_F(BitmapLayout, CopiesOwnTheirPixels) {
@@ -179,8 +157,7 @@ TEST_F(BitmapLayout, ResolutionComesFromTheFileAndGoesBackIntoIt) {
   NSBitmapImageRep* rep = MakeRep(MakeTestPicture(144, 72, 3));
   [rep setSize:NSMakeSize(72, 36)];  // 144 dpi
   for (NSBitmapImageFileType type : {NSPNGFileType, NSTIFFFileType, NSJPEGFileType, NSBMPFileType}) {
-    NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:[rep representationUsingType:type properties:nil]];
-    ASSERT_NE(back, nil) << type;
+    NSBitmapImageRep* back = Reread(rep, type);
     EXPECT_NEAR([back size].width, 72, 0.5) << type;
     EXPECT_NEAR([back size].height, 36, 0.5) << type;
     EXPECT_EQ([back pixelsWide], 144);

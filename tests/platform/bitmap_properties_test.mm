@@ -1,13 +1,8 @@
 /* The bitmap properties that travel inside files, checked with Pillow and libtiff's tools as
-   well as our own reading: ICC profiles in PNG, JPEG and TIFF, EXIF in TIFF, GIF colour tables,
-   loop counts and whole animations written back, the fallback background colour, and the
-   compression factor of JPEG inside TIFF. Each acts given to the encoder and set on the
+   well as our own reading: ICC profiles in PNG, JPEG and TIFF, EXIF in TIFF, the fallback
+   background colour, and the compression factor of JPEG inside TIFF. Each acts given to the encoder and set on the
    representation alike. */
 #import "platform/codec_support.h"
-
-#include <gtest/gtest.h>
-
-#include <string>
 
 namespace {
 
@@ -18,8 +13,6 @@ class BitmapProperties : public CodecTest {
     return PillowSays(Temporary(data, extension), program);
   }
 };
-
-NSDictionary* One(id value, NSString* key) { return [NSDictionary dictionaryWithObject:value forKey:key]; }
 
 std::string Hex(NSData* data) {
   static const char digits[] = "0123456789abcdef";
@@ -108,58 +101,6 @@ TEST_F(BitmapProperties, EXIFIsWrittenIntoTIFFAndReadBack) {
       EXPECT_EQ(MaxDifference(independent, first), 0);
     }
   }
-}
-
-TEST_F(BitmapProperties, GIFColourTableLoopCountAndAWholeAnimationWrittenBack) {
-  NSMutableArray* reps = [NSMutableArray array];
-  std::vector<TestPicture> pictures;
-  for (int i = 0; i < 3; ++i) {
-    pictures.push_back(WithoutAlpha(MakeFewColourPicture(24, 18, false)));
-    for (size_t p = 0; p < pictures.back().pixels.size(); p += 3) pictures.back().pixels[p] = uint8_t(80 * i);
-    NSBitmapImageRep* rep = MakeRep(pictures.back());
-    [rep setProperty:NSImageCurrentFrameDuration withValue:[NSNumber numberWithFloat:0.1f * (i + 1)]];
-    [reps addObject:rep];
-  }
-  NSData* gif = [NSBitmapImageRep representationOfImageRepsInArray:reps usingType:NSGIFFileType properties:nil];
-  NSBitmapImageRep* animation = [NSBitmapImageRep imageRepWithData:gif];
-  ASSERT_NE(animation, nil);
-  EXPECT_EQ([[animation valueForProperty:NSImageLoopCount] integerValue], 0);  // an animation loops forever
-  // The colour table as read: every pixel's colour is in it.
-  NSData* table = [animation valueForProperty:NSImageRGBColorTable];
-  ASSERT_TRUE([table isKindOfClass:[NSData class]]);
-  ASSERT_EQ([table length] % 3, 0u);
-  TestPicture shown = ReadRep(animation);
-  for (size_t p = 0; p < shown.pixels.size(); p += 3)
-    ASSERT_NE([table rangeOfData:[NSData dataWithBytes:&shown.pixels[p] length:3] options:0
-                           range:NSMakeRange(0, [table length])].location, NSNotFound) << p;
-
-  // Showing frame 1, given a new duration and a loop count, it is written whole.
-  [animation setProperty:NSImageCurrentFrame withValue:[NSNumber numberWithInt:1]];
-  [animation setProperty:NSImageCurrentFrameDuration withValue:[NSNumber numberWithDouble:0.5]];
-  [animation setProperty:NSImageLoopCount withValue:[NSNumber numberWithInt:4]];
-  NSData* again = [animation representationUsingType:NSGIFFileType properties:nil];
-  EXPECT_EQ(Pillow(again, ".gif",
-                   "d = []\nfor i in range(im.n_frames): im.seek(i); d.append(im.info['duration'])\n"
-                   "print(im.n_frames, im.info.get('loop'), d)"),
-            "3 4 [100, 500, 300]");
-  NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:again];
-  for (int i = 0; i < 3; ++i) {
-    [back setProperty:NSImageCurrentFrame withValue:[NSNumber numberWithInt:i]];
-    EXPECT_EQ(MaxDifference(ReadRep(back), pictures[size_t(i)]), 0) << i;
-  }
-  EXPECT_EQ(Pillow([animation representationUsingType:NSGIFFileType properties:One([NSNumber numberWithInt:2],
-                                                                                    NSImageLoopCount)],
-                   ".gif", "print(im.n_frames, im.info.get('loop'))"),
-            "3 2");
-
-  // One image has a loop count only when asked for one.
-  NSBitmapImageRep* single = MakeRep(pictures[0]);
-  EXPECT_EQ(Pillow([single representationUsingType:NSGIFFileType properties:nil], ".gif", "print(im.info.get('loop'))"),
-            "None");
-  EXPECT_EQ(Pillow([single representationUsingType:NSGIFFileType properties:One([NSNumber numberWithInt:3],
-                                                                                 NSImageLoopCount)],
-                   ".gif", "print(im.info.get('loop'))"),
-            "3");
 }
 
 TEST_F(BitmapProperties, FallbackBackgroundColourIsWhatTransparentPixelsBecome) {

@@ -3,8 +3,6 @@
    suite also runs under AddressSanitizer). */
 #import "platform/codec_support.h"
 
-#include <gtest/gtest.h>
-
 #include <random>
 
 namespace {
@@ -21,9 +19,7 @@ class CodecCorruptInput : public CodecTest, public ::testing::WithParamInterface
     ASSERT_NE(data, nil);
     valid_.assign(static_cast<const uint8_t*>([data bytes]), static_cast<const uint8_t*>([data bytes]) + [data length]);
   }
-  static NSBitmapImageRep* Decode(const std::vector<uint8_t>& bytes) {
-    return [NSBitmapImageRep imageRepWithData:[NSData dataWithBytes:bytes.data() length:bytes.size()]];
-  }
+  static NSBitmapImageRep* Decode(const std::vector<uint8_t>& bytes) { return [NSBitmapImageRep imageRepWithData:DataOf(bytes)]; }
   std::vector<uint8_t> valid_;
 };
 
@@ -57,22 +53,16 @@ INSTANTIATE_TEST_SUITE_P(EveryFormat, CodecCorruptInput,
                          ::testing::Values(NSTIFFFileType, NSBMPFileType, NSGIFFileType, NSJPEGFileType,
                                            NSPNGFileType, NSJPEG2000FileType));
 
-NSData* Bytes(std::initializer_list<uint8_t> bytes) {
-  std::vector<uint8_t> v(bytes);
-  return [NSData dataWithBytes:v.data() length:v.size()];
-}
+NSData* Bytes(std::initializer_list<uint8_t> bytes) { return DataOf(std::vector<uint8_t>(bytes)); }
 
 TEST(CodecDamagedHeaders, GiveNil) {
   NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
-  // Signatures alone, or with nonsense after them.
-  EXPECT_EQ([NSBitmapImageRep imageRepWithData:Bytes({0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'})], nil);
-  EXPECT_EQ([NSBitmapImageRep imageRepWithData:Bytes({0xFF, 0xD8, 0xFF, 0xE0, 0, 0})], nil);
-  EXPECT_EQ([NSBitmapImageRep imageRepWithData:Bytes({'G', 'I', 'F', '8', '9', 'a', 0, 0, 0, 0, 0, 0, 0})], nil);
-  EXPECT_EQ([NSBitmapImageRep imageRepWithData:Bytes({'I', 'I', 42, 0, 0xFF, 0xFF, 0xFF, 0x7F})], nil);
-  EXPECT_EQ([NSBitmapImageRep imageRepWithData:Bytes({'B', 'M', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0})], nil);
-  EXPECT_EQ([NSBitmapImageRep imageRepWithData:[NSData data]], nil);
-  EXPECT_EQ([NSBitmapImageRep imageRepWithData:nil], nil);
-  EXPECT_EQ([NSBitmapImageRep imageRepWithData:[@"not an image at all" dataUsingEncoding:NSUTF8StringEncoding]], nil);
+  // Signatures alone, or with nonsense after them; no bytes, no data, text.
+  NSData* inputs[] = {Bytes({0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'}), Bytes({0xFF, 0xD8, 0xFF, 0xE0, 0, 0}),
+                      Bytes({'G', 'I', 'F', '8', '9', 'a', 0, 0, 0, 0, 0, 0, 0}), Bytes({'I', 'I', 42, 0, 0xFF, 0xFF, 0xFF, 0x7F}),
+                      Bytes({'B', 'M', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}), [NSData data], nil,
+                      [@"not an image at all" dataUsingEncoding:NSUTF8StringEncoding]};
+  for (NSData* data : inputs) EXPECT_EQ([NSBitmapImageRep imageRepWithData:data], nil) << [[data description] UTF8String];
   EXPECT_FALSE([NSImageRep canInitWithData:[@"plain text" dataUsingEncoding:NSUTF8StringEncoding]]);
 
   // A BMP that claims 60000 x 60000 pixels but holds a handful of bytes.

@@ -4,9 +4,6 @@
    disposal. Each read by us and by Pillow, and the pixels compared. */
 #import "platform/codec_support.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdio>
 #include <unistd.h>
 
 namespace {
@@ -18,14 +15,7 @@ struct Variant {
   const char* decoder = nullptr;  // a netpbm command instead of Pillow
 };
 
-class CodecForeignFiles : public CodecTest, public ::testing::WithParamInterface<Variant> {
- protected:
-  void TearDown() override {
-    std::remove(path_.c_str());
-    CodecTest::TearDown();
-  }
-  std::string path_;
-};
+class CodecForeignFiles : public CodecTest, public ::testing::WithParamInterface<Variant> {};
 
 // Our pixels as straight RGBA, whatever layout the representation has.
 TestPicture AsRGBA(NSBitmapImageRep* rep) {
@@ -40,17 +30,17 @@ TestPicture AsRGBA(NSBitmapImageRep* rep) {
 
 TEST_P(CodecForeignFiles, ReadsLikePillow) {
   const Variant& v = GetParam();
-  path_ = "/tmp/qvr-foreign-" + std::to_string(getpid()) + "-" + v.name;
-  const std::string command = "OUT=" + path_ + "; " + v.command + " 2>/dev/null";
-  ASSERT_EQ(std::system(command.c_str()), 0) << v.command;
-  NSBitmapImageRep* rep = [NSBitmapImageRep imageRepWithData:ReadFile(path_)];
+  const std::string path = "/tmp/qvr-foreign-" + std::to_string(getpid()) + "-" + v.name;
+  files_.push_back(path);
+  ASSERT_EQ(std::system(("OUT=" + path + "; " + v.command + " 2>/dev/null").c_str()), 0) << v.command;
+  NSBitmapImageRep* rep = [NSBitmapImageRep imageRepWithData:ReadFile(path)];
   ASSERT_NE(rep, nil) << v.name;
   TestPicture ours = AsRGBA(rep), theirs;
   if (v.decoder != nullptr) {  // a netpbm reader: grey or RGB, opaque
-    ASSERT_TRUE(DecodeWithCommand(std::string(v.decoder) + " " + path_, theirs));
+    ASSERT_TRUE(DecodeWithCommand(std::string(v.decoder) + " " + path, theirs));
     theirs = AsRGBA(theirs);
   } else {
-    ASSERT_TRUE(DecodeWithPillow(path_, theirs));
+    ASSERT_TRUE(DecodeWithPillow(path, theirs));
   }
   // Fully clear pixels may carry any colour.
   for (TestPicture* p : {&ours, &theirs})

@@ -59,6 +59,15 @@ bool DecodeWithCommand(const std::string& command, TestPicture& out);
 bool DecodeWithPillow(const std::string& path, TestPicture& out);
 // Bytes of a file in the source tree's test data, or of any path.
 NSData* ReadFile(const std::string& path);
+NSData* DataOf(const std::string& bytes);
+NSData* DataOf(const std::vector<uint8_t>& bytes);
+NSDictionary* One(id value, NSString* key);
+
+// The representation encoded as type and read back; a nil on either step fails the test.
+NSBitmapImageRep* Reread(NSBitmapImageRep* rep, NSBitmapImageFileType type, NSDictionary* properties = nil);
+// The samples of pixel (x, y) as getPixel:atX:y: gives them.
+using S = std::vector<NSUInteger>;
+S Samples(NSBitmapImageRep* rep, NSInteger x, NSInteger y);
 
 // An autorelease pool for the length of a test, and temporary files removed after it.
 class CodecTest : public ::testing::Test {

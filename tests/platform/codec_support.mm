@@ -185,17 +185,18 @@ bool ReadToken(FILE* f, long& value) {
 
 }  // namespace
 
+// Reads P5 (grey), P6 (RGB) and, as DecodeWithPillow has Pillow print it, "P7 w h 255" RGBA.
 bool DecodeWithCommand(const std::string& command, TestPicture& out) {
   FILE* f = popen((command + " 2>/dev/null").c_str(), "r");
   if (f == nullptr) return false;
   char magic[2] = {0, 0};
-  bool ok = fread(magic, 1, 2, f) == 2 && magic[0] == 'P' && (magic[1] == '5' || magic[1] == '6');
+  bool ok = fread(magic, 1, 2, f) == 2 && magic[0] == 'P' && magic[1] >= '5' && magic[1] <= '7';
   long w = 0, h = 0, maxval = 0;
   ok = ok && ReadToken(f, w) && ReadToken(f, h) && ReadToken(f, maxval) && w > 0 && h > 0 && maxval > 0;
   if (ok) {
     out.width = int(w);
     out.height = int(h);
-    out.samples = magic[1] == '6' ? 3 : 1;
+    out.samples = magic[1] == '7' ? 4 : magic[1] == '6' ? 3 : 1;
     const size_t count = size_t(w) * h * out.samples;
     out.pixels.resize(count);
     if (maxval < 256) {
@@ -211,24 +212,30 @@ bool DecodeWithCommand(const std::string& command, TestPicture& out) {
 }
 
 bool DecodeWithPillow(const std::string& path, TestPicture& out) {
-  const std::string command =
-      "/usr/bin/python3 -c \"import sys; from PIL import Image; im = Image.open(sys.argv[1]).convert('RGBA'); "
-      "sys.stdout.write('P7 %d %d\\n' % im.size); sys.stdout.flush(); sys.stdout.buffer.write(im.tobytes())\" " + path;
-  FILE* f = popen((command + " 2>/dev/null").c_str(), "r");
-  if (f == nullptr) return false;
-  int w = 0, h = 0;
-  bool ok = fscanf(f, "P7 %d %d", &w, &h) == 2 && w > 0 && h > 0 && fgetc(f) == '\n';
-  if (ok) {
-    out.width = w;
-    out.height = h;
-    out.samples = 4;
-    out.pixels.resize(size_t(w) * h * 4);
-    ok = fread(out.pixels.data(), 1, out.pixels.size(), f) == out.pixels.size();
-  }
-  pclose(f);
-  return ok;
+  return DecodeWithCommand("/usr/bin/python3 -c \"import sys; from PIL import Image; im = Image.open(sys.argv[1]).convert('RGBA'); "
+                           "sys.stdout.write('P7 %d %d 255\\n' % im.size); sys.stdout.flush(); sys.stdout.buffer.write(im.tobytes())\" " +
+                               path,
+                           out);
 }
 
 NSData* ReadFile(const std::string& path) {
   return [NSData dataWithContentsOfFile:[NSString stringWithUTF8String:path.c_str()]];
+}
+
+NSData* DataOf(const std::string& bytes) { return [NSData dataWithBytes:bytes.data() length:bytes.size()]; }
+NSData* DataOf(const std::vector<uint8_t>& bytes) { return [NSData dataWithBytes:bytes.data() length:bytes.size()]; }
+NSDictionary* One(id value, NSString* key) { return [NSDictionary dictionaryWithObject:value forKey:key]; }
+
+NSBitmapImageRep* Reread(NSBitmapImageRep* rep, NSBitmapImageFileType type, NSDictionary* properties) {
+  NSData* data = [rep representationUsingType:type properties:properties];
+  EXPECT_NE(data, nil) << "encoding as type " << type;
+  NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:data];
+  EXPECT_NE(back, nil) << "reading type " << type << " back";
+  return back;
+}
+
+S Samples(NSBitmapImageRep* rep, NSInteger x, NSInteger y) {
+  S samples(size_t([rep samplesPerPixel]));
+  [rep getPixel:samples.data() atX:x y:y];
+  return samples;
 }

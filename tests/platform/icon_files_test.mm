@@ -3,10 +3,6 @@
    byte by byte, so every pixel and its transparency (from the AND mask, or the image's own
    alpha) is known; icons with PNG images and Apple icon files come from Pillow and
    png2icns, one colour per size. */
-#import <AppKit/AppKit.h>
-
-#include <gtest/gtest.h>
-
 #include <array>
 #include <cstdlib>
 #include <functional>
@@ -95,7 +91,7 @@ std::array<int, 4> Expected(const IconImage& image, int x, int y) {
 
 NSArray* Representations(NSData* data) { return [NSBitmapImageRep imageRepsWithData:data]; }
 NSArray* Representations(const std::string& bytes) {
-  return Representations([NSData dataWithBytes:bytes.data() length:bytes.size()]);
+  return Representations(DataOf(bytes));
 }
 
 class IconFiles : public CodecTest {};
