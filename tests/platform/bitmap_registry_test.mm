@@ -1,11 +1,8 @@
 /* The class registry and what it derives: registered classes, the class for some bytes, a
-   file type, a type identifier or a pasteboard type, the six type lists, and loading
-   representations from files, URLs and the pasteboard through it. */
+   file type, a type identifier or a pasteboard type, the six type lists (NSImage's the same,
+   every class named in registry order), and loading representations from files, URLs and
+   the pasteboard through it. */
 #import "platform/codec_support.h"
-
-#include <gtest/gtest.h>
-
-#include <cstdio>
 
 @interface QVRTestImageRep : NSImageRep
 @end
@@ -46,12 +43,32 @@ TEST_F(BitmapRegistry, BitmapClassIsRegisteredAndAnswersForItsFormats) {
   EXPECT_EQ([NSImageRep imageRepClassForType:@"public.tiff"], [NSBitmapImageRep class]);
   EXPECT_EQ([NSImageRep imageRepClassForPasteboardType:NSPasteboardTypeTIFF], [NSBitmapImageRep class]);
   EXPECT_EQ([NSImageRep imageRepClassForFileType:@"xyz"], Nil);
+  EXPECT_EQ([NSImageRep imageRepClassForFileType:@"PCT"], [NSPICTImageRep class]);
+  EXPECT_EQ([NSImageRep imageRepClassForType:@"com.adobe.pdf"], [NSPDFImageRep class]);
+  EXPECT_FALSE([NSImageRep canInitWithData:nil]);
+  EXPECT_FALSE([[[[NSImageRep alloc] init] autorelease] draw]);
+}
+
+TEST_F(BitmapRegistry, TypeListsNameEveryClassInRegistryOrderAndNSImageRepeatsThem) {
   EXPECT_TRUE([[NSImageRep imageTypes] containsObject:@"public.png"]);
   EXPECT_TRUE([[NSImageRep imageFileTypes] containsObject:@"gif"]);
   EXPECT_TRUE([[NSImageRep imagePasteboardTypes] containsObject:NSPasteboardTypePNG]);
   EXPECT_TRUE([[NSBitmapImageRep imageUnfilteredFileTypes] containsObject:@"bmp"]);
   EXPECT_TRUE([[NSBitmapImageRep imageUnfilteredTypes] containsObject:@"com.compuserve.gif"]);
   EXPECT_EQ([[NSImageRep imageUnfilteredPasteboardTypes] count], [[NSImageRep imagePasteboardTypes] count]);
+  NSArray* files = [NSImage imageFileTypes];
+  for (NSString* type : {@"png", @"pdf", @"eps", @"pict", @"'PICT'"})
+    EXPECT_TRUE([files containsObject:type]) << [type UTF8String];
+  EXPECT_LT([files indexOfObject:@"png"], [files indexOfObject:@"pdf"]);
+  EXPECT_LT([files indexOfObject:@"pdf"], [files indexOfObject:@"eps"]);
+  EXPECT_LT([files indexOfObject:@"eps"], [files indexOfObject:@"pict"]);
+  for (NSString* type : {@"public.png", @"com.adobe.pdf", @"com.adobe.encapsulated-postscript", @"com.apple.pict"})
+    EXPECT_TRUE([[NSImage imageTypes] containsObject:type]) << [type UTF8String];
+  EXPECT_TRUE([[NSImage imagePasteboardTypes] containsObject:@"com.adobe.pdf"]);
+  for (SEL list : {@selector(imageFileTypes), @selector(imageTypes), @selector(imageUnfilteredTypes),
+                   @selector(imageUnfilteredFileTypes), @selector(imagePasteboardTypes),
+                   @selector(imageUnfilteredPasteboardTypes)})
+    EXPECT_TRUE([[NSImage performSelector:list] isEqual:[NSImageRep performSelector:list]]) << sel_getName(list);
 }
 
 TEST_F(BitmapRegistry, ClassesJoinAndLeaveWithNotification) {
@@ -97,28 +114,6 @@ TEST_F(BitmapRegistry, LoadsFromFilesURLsAndThePasteboard) {
   ASSERT_NE(pasted, nil);
   EXPECT_EQ(MaxDifference(ReadRep((NSBitmapImageRep*)pasted), picture), 0);
   [pasteboard releaseGlobally];
-}
-
-TEST_F(BitmapRegistry, BaseClassBasics) {
-  NSImageRep* rep = [[[NSImageRep alloc] init] autorelease];
-  EXPECT_FALSE([rep draw]);
-  [rep setSize:NSMakeSize(3, 4)];
-  [rep setPixelsWide:30];
-  [rep setPixelsHigh:40];
-  [rep setBitsPerSample:8];
-  [rep setAlpha:YES];
-  [rep setOpaque:YES];
-  [rep setColorSpaceName:NSDeviceWhiteColorSpace];
-  EXPECT_TRUE(NSEqualSizes([rep size], NSMakeSize(3, 4)));
-  EXPECT_EQ([rep pixelsWide], 30);
-  EXPECT_EQ([rep pixelsHigh], 40);
-  EXPECT_EQ([rep bitsPerSample], 8);
-  EXPECT_TRUE([rep hasAlpha]);
-  EXPECT_TRUE([rep isOpaque]);
-  EXPECT_TRUE([[rep colorSpaceName] isEqualToString:NSDeviceWhiteColorSpace]);
-  [rep setColorSpaceName:nil];
-  EXPECT_EQ([rep colorSpaceName], nil);
-  EXPECT_FALSE([NSImageRep canInitWithData:nil]);
 }
 
 }  // namespace

@@ -3,8 +3,6 @@
    from contexts; and the layouts and arguments a context refuses. */
 #import "drawing_pixels.h"
 
-#include <math.h>
-
 namespace {
 
 class BitmapContext : public PoolTest {};
@@ -100,24 +98,20 @@ TEST_F(BitmapContext, ClipsConfinePaintingAndClearRectClears) {
   CGContextSetRGBFillColor(context, 0, 0, 0, 1);
   CGContextFillRect(context, CGRectMake(0, 0, 6, 6));
   CGContextRestoreGState(context);
-  EXPECT_EQ(PixelAt(context, 2, 2), (RGBA{0, 0, 0, 255}));
-  EXPECT_EQ(PixelAt(context, 1, 2), (RGBA{255, 255, 255, 255}));
-  EXPECT_EQ(PixelAt(context, 4, 4), (RGBA{255, 255, 255, 255}));
+  ExpectPixels(context, {{2, 2, {0, 0, 0, 255}}, {1, 2, {255, 255, 255, 255}}, {4, 4, {255, 255, 255, 255}}});
   CGContextSetBlendMode(context, kCGBlendModeMultiply);
   CGContextClearRect(context, CGRectMake(0, 0, 1, 6));
-  EXPECT_EQ(PixelAt(context, 0, 3), (RGBA{0, 0, 0, 0})) << "clearing ignores the blend mode";
-  EXPECT_EQ(PixelAt(context, 1, 3), (RGBA{255, 255, 255, 255}));
+  ExpectPixels(context, {{0, 3, {0, 0, 0, 0}}, {1, 3, {255, 255, 255, 255}}});  // clearing ignores the blend mode
 }
 
 TEST_F(BitmapContext, GettersDescribeTheMemory) {
   CGColorSpaceRef space = Pooled(CGColorSpaceCreateDeviceRGB());
   CGContextRef context = Pooled(CGBitmapContextCreate(NULL, 7, 3, 8, 0, space, kCGImageAlphaPremultipliedLast));
   ASSERT_TRUE(context != NULL);
-  EXPECT_EQ(CGBitmapContextGetWidth(context), 7u);
-  EXPECT_EQ(CGBitmapContextGetHeight(context), 3u);
+  EXPECT_EQ((std::vector<size_t>{CGBitmapContextGetWidth(context), CGBitmapContextGetHeight(context),
+                                 CGBitmapContextGetBitsPerPixel(context), CGBitmapContextGetBitsPerComponent(context)}),
+            (std::vector<size_t>{7, 3, 32, 8}));
   EXPECT_GE(CGBitmapContextGetBytesPerRow(context), 28u);
-  EXPECT_EQ(CGBitmapContextGetBitsPerPixel(context), 32u);
-  EXPECT_EQ(CGBitmapContextGetBitsPerComponent(context), 8u);
   EXPECT_EQ(CGBitmapContextGetAlphaInfo(context), kCGImageAlphaPremultipliedLast);
   EXPECT_EQ(CGBitmapContextGetBitmapInfo(context), (CGBitmapInfo)kCGImageAlphaPremultipliedLast);
   EXPECT_EQ(CGBitmapContextGetColorSpace(context), space);

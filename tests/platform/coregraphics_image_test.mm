@@ -18,18 +18,12 @@ TEST_F(Images, DrawsStretchedWithTheTopRowOnTop) {
   CGContextRef context = ARGBContext(8, 8);
   CGContextSetInterpolationQuality(context, kCGInterpolationNone);
   CGContextDrawImage(context, CGRectMake(0, 0, 8, 8), image);
-  EXPECT_EQ(PixelAt(context, 0, 0), (RGBA{255, 0, 0, 255}));
-  EXPECT_EQ(PixelAt(context, 3, 3), (RGBA{255, 0, 0, 255}));
-  EXPECT_EQ(PixelAt(context, 4, 0), (RGBA{0, 255, 0, 255}));
-  EXPECT_EQ(PixelAt(context, 0, 7), (RGBA{0, 0, 255, 255}));
-  EXPECT_EQ(PixelAt(context, 7, 7), (RGBA{255, 255, 255, 255}));
-  /* Into a smaller rectangle at an offset: only that rectangle changes. */
+  ExpectPixels(context, {{0, 0, {255, 0, 0, 255}}, {3, 3, {255, 0, 0, 255}}, {4, 0, {0, 255, 0, 255}},
+                         {0, 7, {0, 0, 255, 255}}, {7, 7, {255, 255, 255, 255}}});
+  /* Into a smaller rectangle at an offset: only that rectangle changes (its top half is memory row 4). */
   FillContext(context, 0, 0, 0, 0);
   CGContextDrawImage(context, CGRectMake(2, 2, 4, 2), image);
-  EXPECT_EQ(PixelAt(context, 2, 4), (RGBA{255, 0, 0, 255})) << "top half of the rectangle, memory row 4";
-  EXPECT_EQ(PixelAt(context, 5, 5), (RGBA{255, 255, 255, 255}));
-  EXPECT_EQ(PixelAt(context, 1, 4), (RGBA{0, 0, 0, 0}));
-  EXPECT_EQ(PixelAt(context, 2, 6), (RGBA{0, 0, 0, 0}));
+  ExpectPixels(context, {{2, 4, {255, 0, 0, 255}}, {5, 5, {255, 255, 255, 255}}, {1, 4, {0, 0, 0, 0}}, {2, 6, {0, 0, 0, 0}}});
 }
 
 TEST_F(Images, ScalingUpSmoothlyBlendsNeighbours) {
@@ -55,10 +49,8 @@ TEST_F(Images, ReadsGreyAndStraightAlphaAndSixteenBitLayouts) {
   CGContextDrawImage(context, CGRectMake(0, 0, 2, 1), greyImage);
   CGContextDrawImage(context, CGRectMake(2, 0, 1, 1), straightImage);
   CGContextDrawImage(context, CGRectMake(3, 0, 1, 1), wideImage);
-  EXPECT_EQ(PixelAt(context, 0, 0), (RGBA{10, 10, 10, 255}));
-  EXPECT_EQ(PixelAt(context, 1, 0), (RGBA{200, 200, 200, 255}));
+  ExpectPixels(context, {{0, 0, {10, 10, 10, 255}}, {1, 0, {200, 200, 200, 255}}, {3, 0, {0x80, 0x40, 0x20, 255}}});
   EXPECT_TRUE(Near(PixelAt(context, 2, 0), RGBA{128, 0, 0, 128}, 1)) << "premultiplied when drawn";
-  EXPECT_EQ(PixelAt(context, 3, 0), (RGBA{0x80, 0x40, 0x20, 255}));
 }
 
 /* Packed R,G,B rows with a word-aligned stride are read where they lie; the channels must
@@ -101,15 +93,12 @@ TEST_F(Images, ImageMasksPaintTheFillColourWhereSamplesAreZero) {
   CGContextRef context = ARGBContext(4, 1);
   CGContextSetRGBFillColor(context, 0, 0, 1, 1);
   CGContextDrawImage(context, CGRectMake(0, 0, 4, 1), mask);
-  EXPECT_EQ(PixelAt(context, 0, 0), (RGBA{0, 0, 255, 255}));
-  EXPECT_EQ(PixelAt(context, 1, 0), (RGBA{0, 0, 0, 0}));
-  EXPECT_EQ(PixelAt(context, 2, 0), (RGBA{0, 0, 255, 255}));
+  ExpectPixels(context, {{0, 0, {0, 0, 255, 255}}, {1, 0, {0, 0, 0, 0}}, {2, 0, {0, 0, 255, 255}}});
   /* A decode array of [1 0] turns the sense around. */
   CGFloat decode[] = {1, 0};
   FillContext(context, 0, 0, 0, 0);
   CGContextDrawImage(context, CGRectMake(0, 0, 4, 1), Pooled(CGImageMaskCreate(4, 1, 1, 1, 1, provider, decode, false)));
-  EXPECT_EQ(PixelAt(context, 0, 0), (RGBA{0, 0, 0, 0}));
-  EXPECT_EQ(PixelAt(context, 1, 0), (RGBA{0, 0, 255, 255}));
+  ExpectPixels(context, {{0, 0, {0, 0, 0, 0}}, {1, 0, {0, 0, 255, 255}}});
 }
 
 TEST_F(Images, MaskingWithAnImageMaskUsesSamplesAsInverseAlpha) {
@@ -137,10 +126,8 @@ TEST_F(Images, MaskingWithAGreyImageUsesSamplesAsAlphaStretchedToFit) {
   CGContextRef context = ARGBContext(4, 2);
   CGContextSetInterpolationQuality(context, kCGInterpolationNone);
   CGContextDrawImage(context, CGRectMake(0, 0, 4, 2), masked);
-  EXPECT_EQ(PixelAt(context, 0, 0).a, 255);
-  EXPECT_EQ(PixelAt(context, 0, 1).a, 255);
-  EXPECT_EQ(PixelAt(context, 3, 0).a, 0);
-  EXPECT_EQ(PixelAt(context, 3, 1).a, 0);
+  ExpectPixels(context,
+               {{0, 0, {255, 255, 255, 255}}, {0, 1, {255, 255, 255, 255}}, {3, 0, {0, 0, 0, 0}}, {3, 1, {0, 0, 0, 0}}});
   /* An image with alpha cannot serve as a mask. */
   EXPECT_TRUE(CGImageCreateWithMask(image, image) == NULL);
 }
@@ -175,7 +162,7 @@ TEST_F(Images, RefusesLayoutsAndDataItCannotRead) {
   CGImageRelease(NULL);
 }
 
-TEST_F(Images, TypeIdentifiersAreDistinctAndAnsweredThroughCoreFoundation) {
+TEST_F(Images, TypeIdentifiersAreDistinctAndCoreFoundationCountsTheReferences) {
   CFTypeID ids[] = {CGImageGetTypeID(),        CGContextGetTypeID(),       CGColorSpaceGetTypeID(),
                     CGColorGetTypeID(),        CGDataProviderGetTypeID(),  CGDataConsumerGetTypeID(),
                     CGLayerGetTypeID(),        CGFontGetTypeID(),          CGPSConverterGetTypeID()};
@@ -185,16 +172,8 @@ TEST_F(Images, TypeIdentifiersAreDistinctAndAnsweredThroughCoreFoundation) {
     for (size_t j = i + 1; j < sizeof ids / sizeof ids[0]; j++) EXPECT_NE(ids[i], ids[j]);
     for (CFTypeID other : cf) EXPECT_NE(ids[i], other);
   }
-  CGImageRef image = Quadrants();
-  CGContextRef context = ARGBContext(1, 1);
-  CGColorSpaceRef space = Pooled(CGColorSpaceCreateDeviceGray());
-  CGColorRef color = Pooled(CGColorCreateGenericRGB(1, 0, 0, 1));
-  EXPECT_EQ(CFGetTypeID(image), CGImageGetTypeID());
-  EXPECT_EQ(CFGetTypeID(context), CGContextGetTypeID());
-  EXPECT_EQ(CFGetTypeID(space), CGColorSpaceGetTypeID());
-  EXPECT_EQ(CFGetTypeID(color), CGColorGetTypeID());
-  EXPECT_EQ(CFGetTypeID(CGImageGetDataProvider(image)), CGDataProviderGetTypeID());
   /* CFRetain and CFRelease count the same references as the Core Graphics functions. */
+  CGImageRef image = Quadrants();
   CFIndex before = CFGetRetainCount(image);
   CFRetain(image);
   EXPECT_EQ(CFGetRetainCount(image), before + 1);

@@ -17,20 +17,15 @@ struct PathCase {
 };
 
 TEST_F(ContextPath, PathsPaintTheirArea) {
+  /* A rectangle with a smaller one inside it, turned the same way. */
+  static const auto nested = [](CGContextRef c) {
+    CGContextAddRect(c, CGRectMake(0, 0, 8, 6));
+    CGContextAddRect(c, CGRectMake(2, 2, 4, 2));
+  };
   const PathCase cases[] = {
-      {"even-odd leaves the inner square empty",
-       [](CGContextRef c) {
-         CGContextAddRect(c, CGRectMake(0, 0, 8, 6));
-         CGContextAddRect(c, CGRectMake(2, 2, 4, 2));
-         CGContextEOFillPath(c);
-       },
+      {"even-odd leaves the inner square empty", [](CGContextRef c) { nested(c), CGContextEOFillPath(c); },
        "########" "########" "##....##" "##....##" "########" "########"},
-      {"non-zero fills it",
-       [](CGContextRef c) {
-         CGContextAddRect(c, CGRectMake(0, 0, 8, 6));
-         CGContextAddRect(c, CGRectMake(2, 2, 4, 2));
-         CGContextFillPath(c);
-       },
+      {"non-zero fills it", [](CGContextRef c) { nested(c), CGContextFillPath(c); },
        "########" "########" "########" "########" "########" "########"},
       {"a triangle of whole-pixel corners is not its bounding box",
        [](CGContextRef c) {

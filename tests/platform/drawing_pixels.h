@@ -52,6 +52,15 @@ inline RGBA PixelAt(CGContextRef context, size_t x, size_t row) {
   return RGBA{p[2], p[1], p[0], p[3]};
 }
 
+/* Pixels of a B, G, R, A context at (x, memory row) against their expected colours. */
+struct Probe {
+  size_t x, row;
+  RGBA colour;
+};
+inline void ExpectPixels(CGContextRef context, std::initializer_list<Probe> probes, int tolerance = 0) {
+  for (const Probe& p : probes) EXPECT_TRUE(Near(PixelAt(context, p.x, p.row), p.colour, tolerance)) << "at " << p.x << ", " << p.row;
+}
+
 inline void FillContext(CGContextRef context, CGFloat r, CGFloat g, CGFloat b, CGFloat a) {
   CGContextSaveGState(context);
   CGContextSetBlendMode(context, kCGBlendModeCopy);
@@ -60,11 +69,12 @@ inline void FillContext(CGContextRef context, CGFloat r, CGFloat g, CGFloat b, C
   CGContextRestoreGState(context);
 }
 
-/* An image of bytes laid out as given, rows from the top; autoreleased. */
+/* An image of bytes laid out as given, rows from the top (rows packed unless rowBytes is given); autoreleased. */
 inline CGImageRef ImageOf(size_t width, size_t height, size_t bitsPerComponent, size_t bitsPerPixel,
-                          CGColorSpaceRef space, CGBitmapInfo info, const std::vector<uint8_t>& bytes) {
+                          CGColorSpaceRef space, CGBitmapInfo info, const std::vector<uint8_t>& bytes, size_t rowBytes = 0) {
   NSData* data = [NSData dataWithBytes:bytes.data() length:bytes.size()];
-  return Pooled(CGImageCreate(width, height, bitsPerComponent, bitsPerPixel, width * bitsPerPixel / 8, Pooled(space), info,
+  return Pooled(CGImageCreate(width, height, bitsPerComponent, bitsPerPixel, rowBytes ? rowBytes : width * bitsPerPixel / 8,
+                              Pooled(space), info,
                               Pooled(CGDataProviderCreateWithCFData((CFDataRef)(void*)data)), NULL, true,
                               kCGRenderingIntentDefault));
 }

@@ -4,8 +4,6 @@
    layouts without alpha), and drawings the row copy does not apply to must not change. */
 #include "drawing_pixels.h"
 
-#include <string>
-
 extern bool gCGContextRowCopies;
 
 namespace {
@@ -57,29 +55,20 @@ std::vector<uint8_t> Bytes(size_t count, unsigned seed) {
 }
 
 CGImageRef NewImage(const Layout& l) {
-  size_t rowBytes = kImageWidth * l.bitsPerPixel / 8 + 2; /* rows not a multiple of 4 apart for 24 bits */
-  if (l.bitsPerPixel == 32) rowBytes = kImageWidth * 4;
-  std::vector<uint8_t> bytes = Bytes(rowBytes * kImageHeight, 1);
-  NSData* data = [NSData dataWithBytes:bytes.data() length:bytes.size()];
-  CGDataProviderRef provider = CGDataProviderCreateWithCFData((CFDataRef)(void*)data);
-  CGColorSpaceRef space = l.components == 1 ? CGColorSpaceCreateDeviceGray() : CGColorSpaceCreateDeviceRGB();
-  CGImageRef image = CGImageCreate(kImageWidth, kImageHeight, l.bitsPerComponent, l.bitsPerPixel, rowBytes, space,
-                                   l.info, provider, NULL, true, kCGRenderingIntentDefault);
-  CGColorSpaceRelease(space);
-  CGDataProviderRelease(provider);
-  return image;
+  /* Rows not a multiple of 4 apart for 24 bits. */
+  const size_t rowBytes = l.bitsPerPixel == 32 ? kImageWidth * 4 : kImageWidth * l.bitsPerPixel / 8 + 2;
+  return ImageOf(kImageWidth, kImageHeight, l.bitsPerComponent, l.bitsPerPixel,
+                 l.components == 1 ? CGColorSpaceCreateDeviceGray() : CGColorSpaceCreateDeviceRGB(), l.info,
+                 Bytes(rowBytes * kImageHeight, 1), rowBytes);
 }
 
 /* A context of the layout over memory that starts as the same varied bytes. */
 CGContextRef NewContext(const Layout& l, size_t width, size_t height, std::vector<uint8_t>& memory) {
   size_t rowBytes = width * l.bitsPerPixel / 8;
   memory = Bytes(rowBytes * height, 2);
-  CGColorSpaceRef space = l.components == 1 ? CGColorSpaceCreateDeviceGray()
-                          : l.components == 3 ? CGColorSpaceCreateDeviceRGB()
-                                              : NULL;
-  CGContextRef context = CGBitmapContextCreate(memory.data(), width, height, 8, rowBytes, space, l.info);
-  if (space) CGColorSpaceRelease(space);
-  return context;
+  CGColorSpaceRef space = l.components == 0 ? NULL
+                          : Pooled(l.components == 1 ? CGColorSpaceCreateDeviceGray() : CGColorSpaceCreateDeviceRGB());
+  return CGBitmapContextCreate(memory.data(), width, height, 8, rowBytes, space, l.info);
 }
 
 struct Placement {
@@ -138,6 +127,5 @@ TEST_F(RowCopy, GivesTheBytesCompositingGivesForEveryLayoutOperationAndPlacement
           EXPECT_TRUE(drawn[0] == drawn[1]) << from.name << " image into a " << contextWidth << "-wide " << to.name
                                         << " context, " << place.name;
         }
-    CGImageRelease(image);
   }
 }

@@ -50,8 +50,6 @@ TEST_F(Loading, FromDataTakesTheSizeAndPixelsOfThePicture) {
   EXPECT_TRUE([[[image representations] objectAtIndex:0] isKindOfClass:[NSBitmapImageRep class]]);
   EXPECT_EQ(DrawnPixel(image, 0, 0), (RGBA{255, 0, 0, 255}));
   EXPECT_EQ(DrawnPixel(image, 7, 3), (RGBA{0, 0, 255, 255}));
-  NSImage* ignoring = [[[NSImage alloc] initWithDataIgnoringOrientation:png] autorelease];
-  EXPECT_NEAR([ignoring size].width, 8, 0.01);
 }
 
 TEST_F(Loading, NothingReadableGivesNil) {
@@ -144,24 +142,6 @@ TEST_F(Loading, FromTheGeneralPasteboard) {
   EXPECT_EQ(DrawnPixel(pasted, 0, 0), (RGBA{255, 0, 0, 255}));
   [pasteboard clearContents];
   EXPECT_EQ([[pasteboard types] count], 0u);
-}
-
-/* Their own size and a given one are checked through imageWithCGImage in the plugin
-   suite; that a given size leaves the pixels as they were is seen only here. */
-TEST_F(Loading, FromACGImageAtAGivenSizeKeepingItsPixels) {
-  NSImage* sized = [[[NSImage alloc] initWithCGImage:RGBAImage(3, 2, std::vector<uint8_t>(3 * 2 * 4, 255))
-                                                 size:NSMakeSize(30, 20)] autorelease];
-  EXPECT_NEAR([sized size].width, 30, 0.01);
-  EXPECT_EQ([[[sized representations] objectAtIndex:0] pixelsWide], 3);
-}
-
-TEST_F(Loading, TypeListsComeFromTheRepresentationRegistry) {
-  NSArray* fileTypes = [NSImage imageFileTypes];
-  EXPECT_GT([fileTypes count], 0u);
-  for (SEL list : {@selector(imageFileTypes), @selector(imageTypes), @selector(imageUnfilteredTypes),
-                   @selector(imageUnfilteredFileTypes), @selector(imagePasteboardTypes),
-                   @selector(imageUnfilteredPasteboardTypes)})
-    EXPECT_TRUE([[NSImage performSelector:list] isEqual:[NSImageRep performSelector:list]]) << sel_getName(list);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
-/* The imaging layer runs on machines without a display server: once it has drawn (a
-   standard image, an image scaled into a context) and the plugin is loaded beside it, no
-   X11, XCB or XRender library, nor cairo (which brings them), is mapped into the process. */
+/* The imaging layer runs on machines without a display server (no DISPLAY to name one): once
+   it has drawn (a standard image, an image scaled into a context), encoded, and the plugin is
+   loaded beside it, no X11, XCB or XRender library, nor cairo (which brings them), is mapped
+   into the process. */
 #import "drawing_pixels.h"
 
 #include <dlfcn.h>
@@ -14,6 +15,8 @@ namespace {
 class NoDisplayLibraries : public PoolTest {};
 
 TEST_F(NoDisplayLibraries, NothingOfXNorCairoIsMapped) {
+  unsetenv("DISPLAY");
+  unsetenv("WAYLAND_DISPLAY");
   NSImage* standard = [NSImage imageNamed:NSImageNameActionTemplate];
   ASSERT_TRUE(standard != nil);
   CGImageRef pixels = [standard CGImageForProposedRect:NULL context:nil hints:nil];
@@ -22,6 +25,7 @@ TEST_F(NoDisplayLibraries, NothingOfXNorCairoIsMapped) {
   CGContextSetInterpolationQuality(context, kCGInterpolationHigh);
   CGContextDrawImage(context, CGRectMake(0, 0, 16, 16), pixels);
   EXPECT_GT(PixelAt(context, 8, 2).a, 0) << "the gear's tooth at the top";
+  EXPECT_TRUE([standard TIFFRepresentation] != nil);
 
   const char* folder = getenv("QVR_LIB_DIR");
   ASSERT_TRUE(folder != NULL);
