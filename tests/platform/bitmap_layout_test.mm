@@ -15,7 +15,6 @@ NSBitmapImageRep* Make(unsigned char** planes, NSInteger w, NSInteger h, NSInteg
 
 TEST_F(BitmapLayout, OwnMemoryIsZeroedAndDescribed) {
   NSBitmapImageRep* rep = Make(NULL, 10, 7, 8, 4, YES, NO, NSCalibratedRGBColorSpace, 0, 0, 0);
-  ASSERT_NE(rep, nil);
   EXPECT_EQ((std::vector<NSInteger>{[rep pixelsWide], [rep pixelsHigh], [rep bitsPerSample], [rep samplesPerPixel],
                                     [rep bitsPerPixel], [rep bytesPerRow], [rep bytesPerPlane], [rep numberOfPlanes]}),
             (std::vector<NSInteger>{10, 7, 8, 4, 32, 40, 280, 1}));
@@ -28,7 +27,6 @@ TEST_F(BitmapLayout, OwnMemoryIsZeroedAndDescribed) {
   for (NSInteger i = 0; i < [rep bytesPerPlane]; ++i) ASSERT_EQ([rep bitmapData][i], 0);
   // Padding in pixels and rows, as given.
   NSBitmapImageRep* padded = Make(NULL, 5, 2, 8, 3, NO, NO, NSDeviceRGBColorSpace, 0, 24, 32);
-  ASSERT_NE(padded, nil);
   EXPECT_EQ([padded bitsPerPixel], 32);
   EXPECT_EQ([padded bytesPerRow], 24);
 }
@@ -49,7 +47,6 @@ TEST_F(BitmapLayout, CallersMeshedMemoryIsUsedInPlace) {
   std::vector<unsigned char> memory(3 * 4 * 2, 0);
   unsigned char* planes[1] = {memory.data()};
   NSBitmapImageRep* rep = Make(planes, 4, 2, 8, 3, NO, NO, NSCalibratedRGBColorSpace, 0, 0, 0);
-  ASSERT_NE(rep, nil);
   EXPECT_EQ([rep bitmapData], memory.data());
   memory[3 * 5 + 1] = 200;  // pixel (1, 1), green
   EXPECT_EQ(Samples(rep, 1, 1), (S{0, 200, 0}));
@@ -64,7 +61,6 @@ TEST_F(BitmapLayout, CallersPlanarMemoryHoldsOneSampleAPlane) {
   unsigned char* planes[4] = {red.data(), green.data(), blue.data(), alpha.data()};
   NSBitmapImageRep* rep = Make(planes, 3, 2, 8, 4, YES, YES, NSCalibratedRGBColorSpace,
                                NSAlphaNonpremultipliedBitmapFormat, 0, 0);
-  ASSERT_NE(rep, nil);
   EXPECT_TRUE([rep isPlanar]);
   EXPECT_EQ((S{NSUInteger([rep numberOfPlanes]), NSUInteger([rep bitsPerPixel]), NSUInteger([rep bytesPerRow])}), (S{4, 8, 3}));
   unsigned char* back[5];
@@ -78,14 +74,12 @@ TEST_F(BitmapLayout, CallersPlanarMemoryHoldsOneSampleAPlane) {
   EXPECT_EQ(Samples(png, 1, 1), (S{10, 99, 30, 255}));
   // Platform-allocated planar storage: one plane a sample, each bytesPerPlane long.
   NSBitmapImageRep* own = Make(NULL, 3, 2, 8, 3, NO, YES, NSCalibratedRGBColorSpace, 0, 0, 0);
-  ASSERT_NE(own, nil);
   [own getBitmapDataPlanes:back];
   EXPECT_EQ(back[1], back[0] + [own bytesPerPlane]);
 }
 
 TEST_F(BitmapLayout, SubByteAndSixteenBitSamples) {
   NSBitmapImageRep* one = Make(NULL, 9, 2, 1, 1, NO, NO, NSCalibratedWhiteColorSpace, 0, 0, 0);
-  ASSERT_NE(one, nil);
   EXPECT_EQ([one bytesPerRow], 2);
   NSUInteger on = 1;
   [one setPixel:&on atX:8 y:1];
@@ -118,7 +112,6 @@ TEST_F(BitmapLayout, ColoursKnowPremultiplicationAndAlphaFirst) {
 
   NSBitmapImageRep* first = Make(NULL, 2, 1, 8, 4, YES, NO, NSCalibratedRGBColorSpace,
                                  NSAlphaFirstBitmapFormat | NSAlphaNonpremultipliedBitmapFormat, 0, 0);
-  ASSERT_NE(first, nil);
   EXPECT_EQ([first bitmapFormat], NSAlphaFirstBitmapFormat | NSAlphaNonpremultipliedBitmapFormat);
   [first setColor:[NSColor colorWithCalibratedRed:0.2 green:0.4 blue:0.6 alpha:0.8] atX:1 y:0];
   EXPECT_EQ(Samples(first, 1, 0), (S{204, 51, 102, 153}));  // alpha leads

@@ -51,7 +51,6 @@ TEST_F(BitmapProperties, ICCProfileIsEmbeddedAndReadBackInPNGJPEGAndTIFF) {
     if (c.onTheRepresentation) [rep setProperty:NSImageColorSyncProfileData withValue:profile];
     NSData* data = [rep representationUsingType:c.type
                                      properties:c.onTheRepresentation ? nil : One(profile, NSImageColorSyncProfileData)];
-    ASSERT_NE(data, nil);
     EXPECT_TRUE([[[NSBitmapImageRep imageRepWithData:data] valueForProperty:NSImageColorSyncProfileData]
         isEqualToData:profile]);
     EXPECT_EQ(Pillow(data, c.extension, "print(im.info.get('icc_profile', b'').hex())"), Hex(profile));
@@ -80,7 +79,6 @@ TEST_F(BitmapProperties, EXIFIsWrittenIntoTIFFAndReadBack) {
                                                      [NSNumber numberWithInt:int(compression)],
                                                      NSImageCompressionMethod, nil]]};
     for (NSData* tiff : tiffs) {
-      ASSERT_NE(tiff, nil);
       NSArray* pages = [NSBitmapImageRep imageRepsWithData:tiff];
       ASSERT_EQ([pages count], tiff == tiffs[0] ? 2u : 1u);
       NSDictionary* back = [[pages objectAtIndex:0] valueForProperty:NSImageEXIFData];
@@ -148,7 +146,6 @@ TEST_F(BitmapProperties, CompressionFactorTradesSizeForQualityInJPEGAndTIFF) {
       if (type == NSTIFFFileType)
         [properties setObject:[NSNumber numberWithInt:NSTIFFCompressionJPEG] forKey:NSImageCompressionMethod];
       NSData* data = [rep representationUsingType:type properties:properties];
-      ASSERT_NE(data, nil);
       TestPicture independent;
       ASSERT_TRUE(DecodeWithCommand(
           (type == NSJPEGFileType ? "djpeg -pnm " : "tifftopnm ") + Temporary(data, ".bin") + " 2>/dev/null", independent));

@@ -107,7 +107,6 @@ TEST_F(BitmapContext, ClipsConfinePaintingAndClearRectClears) {
 TEST_F(BitmapContext, GettersDescribeTheMemory) {
   CGColorSpaceRef space = Pooled(CGColorSpaceCreateDeviceRGB());
   CGContextRef context = Pooled(CGBitmapContextCreate(NULL, 7, 3, 8, 0, space, kCGImageAlphaPremultipliedLast));
-  ASSERT_TRUE(context != NULL);
   EXPECT_EQ((std::vector<size_t>{CGBitmapContextGetWidth(context), CGBitmapContextGetHeight(context),
                                  CGBitmapContextGetBitsPerPixel(context), CGBitmapContextGetBitsPerComponent(context)}),
             (std::vector<size_t>{7, 3, 32, 8}));

@@ -14,7 +14,6 @@ static CGImageRef Quadrants() {
 
 TEST_F(Images, DrawsStretchedWithTheTopRowOnTop) {
   CGImageRef image = Quadrants();
-  ASSERT_TRUE(image != NULL);
   CGContextRef context = ARGBContext(8, 8);
   CGContextSetInterpolationQuality(context, kCGInterpolationNone);
   CGContextDrawImage(context, CGRectMake(0, 0, 8, 8), image);
@@ -58,7 +57,6 @@ TEST_F(Images, ReadsGreyAndStraightAlphaAndSixteenBitLayouts) {
 TEST_F(Images, PackedRGBKeepsItsChannelsInEveryDestination) {
   CGImageRef image = ImageOf(4, 2, 8, 24, CGColorSpaceCreateDeviceRGB(), kCGImageAlphaNone,
                              {200, 100, 50, 1, 2, 3, 0, 0, 255, 255, 255, 255, 17, 34, 51, 0, 255, 0, 90, 91, 92, 255, 0, 0});
-  ASSERT_TRUE(image != NULL);
   const RGBA expected[2][4] = {{{200, 100, 50, 255}, {1, 2, 3, 255}, {0, 0, 255, 255}, {255, 255, 255, 255}},
                                {{17, 34, 51, 255}, {0, 255, 0, 255}, {90, 91, 92, 255}, {255, 0, 0, 255}}};
   std::vector<uint8_t> rgbaMemory(8 * 4 * 4);
@@ -88,7 +86,6 @@ TEST_F(Images, ImageMasksPaintTheFillColourWhereSamplesAreZero) {
   uint8_t bits[] = {0x50};
   CGDataProviderRef provider = Pooled(CGDataProviderCreateWithData(NULL, bits, 1, NULL));
   CGImageRef mask = Pooled(CGImageMaskCreate(4, 1, 1, 1, 1, provider, NULL, false));
-  ASSERT_TRUE(mask != NULL);
   EXPECT_TRUE(CGImageIsMask(mask));
   CGContextRef context = ARGBContext(4, 1);
   CGContextSetRGBFillColor(context, 0, 0, 1, 1);
@@ -107,7 +104,6 @@ TEST_F(Images, MaskingWithAnImageMaskUsesSamplesAsInverseAlpha) {
   CGImageRef mask = Pooled(CGImageMaskCreate(2, 1, 8, 8, 2, Pooled(CGDataProviderCreateWithData(NULL, samples, 2, NULL)),
                                              NULL, false));
   CGImageRef masked = Pooled(CGImageCreateWithMask(image, mask));
-  ASSERT_TRUE(masked != NULL);
   EXPECT_FALSE(CGImageIsMask(masked));
   CGContextRef context = ARGBContext(2, 1);
   CGContextDrawImage(context, CGRectMake(0, 0, 2, 1), masked);
@@ -121,7 +117,6 @@ TEST_F(Images, MaskingWithAGreyImageUsesSamplesAsAlphaStretchedToFit) {
   /* A 2 x 1 grey image: left opaque (255), right transparent (0). */
   CGImageRef greyMask = ImageOf(2, 1, 8, 8, CGColorSpaceCreateDeviceGray(), kCGImageAlphaNone, {255, 0});
   CGImageRef masked = Pooled(CGImageCreateWithMask(image, greyMask));
-  ASSERT_TRUE(masked != NULL);
   EXPECT_EQ(CGImageGetWidth(masked), 4u);
   CGContextRef context = ARGBContext(4, 2);
   CGContextSetInterpolationQuality(context, kCGInterpolationNone);
@@ -135,7 +130,6 @@ TEST_F(Images, MaskingWithAGreyImageUsesSamplesAsAlphaStretchedToFit) {
 TEST_F(Images, CutsOutRectanglesFromTheTopLeft) {
   CGImageRef image = Quadrants();
   CGImageRef part = Pooled(CGImageCreateWithImageInRect(image, CGRectMake(1, 0, 5, 1)));
-  ASSERT_TRUE(part != NULL);
   EXPECT_EQ(CGImageGetWidth(part), 1u) << "clipped to the image";
   EXPECT_EQ(CGImageGetHeight(part), 1u);
   CGContextRef context = ARGBContext(1, 1);

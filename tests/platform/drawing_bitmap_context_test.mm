@@ -32,7 +32,6 @@ TEST_F(BitmapRepContext, RGBWithAlphaInEveryArrangement) {
   for (NSBitmapFormat format : formats) {
     SCOPED_TRACE(format);
     NSBitmapImageRep* rep = Rep(4, YES, NSCalibratedRGBColorSpace, format);
-    ASSERT_TRUE(rep != nil);
     Paint(rep);
     EXPECT_TRUE(Near(ColourAt(rep, 0, 1), RGBA{255, 128, 0, 128}, 3)) << "bottom-left is the last row";
     EXPECT_TRUE(Near(ColourAt(rep, 2, 0), RGBA{0, 0, 255, 255}, 1));
@@ -42,18 +41,15 @@ TEST_F(BitmapRepContext, RGBWithAlphaInEveryArrangement) {
 
 TEST_F(BitmapRepContext, RGBAndGreyWithoutAlphaAndGreyWithAlpha) {
   NSBitmapImageRep* rgb = Rep(3, NO, NSDeviceRGBColorSpace, 0);
-  ASSERT_TRUE(rgb != nil);
   Paint(rgb);
   EXPECT_TRUE(Near(ColourAt(rgb, 0, 1), RGBA{128, 64, 0, 255}, 2)) << "no alpha to keep: premultiplied over black";
   EXPECT_TRUE(Near(ColourAt(rgb, 2, 0), RGBA{0, 0, 255, 255}, 1));
 
   NSBitmapImageRep* grey = Rep(1, NO, NSCalibratedWhiteColorSpace, 0);
-  ASSERT_TRUE(grey != nil);
   Paint(grey);
   EXPECT_TRUE(Near(ColourAt(grey, 2, 0), RGBA{29, 29, 29, 255}, 2)) << "blue's luminance";
 
   NSBitmapImageRep* greyAlpha = Rep(2, YES, NSDeviceWhiteColorSpace, 0);
-  ASSERT_TRUE(greyAlpha != nil);
   Paint(greyAlpha);
   EXPECT_EQ(ColourAt(greyAlpha, 2, 0).a, 255);
   EXPECT_TRUE(Near(ColourAt(greyAlpha, 0, 1), RGBA{153, 153, 153, 128}, 3));

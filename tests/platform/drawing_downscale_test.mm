@@ -47,7 +47,6 @@ TEST_F(Downscale, HighQualityAveragesAFineCheckerboardWhereNearestNeighbourAlias
 
 TEST_F(Downscale, ImageInterpolationHighOfAGraphicsContextDrivesNSImageDrawing) {
   NSImage* image = [[[NSImage alloc] initWithCGImage:Checkerboard(128) size:NSZeroSize] autorelease];
-  ASSERT_TRUE(image != nil);
   EXPECT_EQ([image size].width, 128);
   CGContextRef port = ARGBContext(16, 16);
   NSGraphicsContext* context = ContextOf(port);
