@@ -1,7 +1,7 @@
 /* The bitmap properties that travel inside files, checked with Pillow and libtiff's tools as
-   well as our own reading: ICC profiles in PNG, JPEG and TIFF, EXIF in TIFF, the fallback
-   background colour, and the compression factor of JPEG inside TIFF. Each acts given to the encoder and set on the
-   representation alike. */
+   well as our own reading: ICC profiles in PNG, JPEG and TIFF, EXIF in TIFF of one page and
+   of many, the fallback background colour, and the compression factor of JPEG inside TIFF.
+   Each acts given to the encoder and set on the representation alike. */
 #import "platform/codec_support.h"
 
 namespace {
@@ -65,13 +65,13 @@ TEST_F(BitmapProperties, EXIFIsWrittenIntoTIFFAndReadBack) {
       dictionaryWithObjectsAndKeys:@"Writer Test", @"Make", @"Model 9", @"Model", [NSNumber numberWithDouble:0.5],
                                    @"ExposureTime", [NSNumber numberWithInt:200], @"ISOSpeedRatings",
                                    @"2024:01:02 03:04:05", @"DateTimeOriginal", nil];
-  TestPicture first = MakeTestPicture(40, 30, 3), second = MakeTestPicture(20, 10, 1);
+  const TestPicture first = MakeTestPicture(40, 30, 3), more[] = {MakeTestPicture(20, 10, 1), MakeTestPicture(30, 12, 3)};
   NSBitmapImageRep* rep = MakeRep(first);
   [rep setProperty:NSImageEXIFData withValue:exif];
-  NSArray* reps = [NSArray arrayWithObjects:rep, MakeRep(second), nil];
+  NSArray* reps = [NSArray arrayWithObjects:rep, MakeRep(more[0]), MakeRep(more[1]), nil];
   for (NSTIFFCompression compression : {NSTIFFCompressionNone, NSTIFFCompressionLZW}) {
     SCOPED_TRACE(compression);
-    // Set on the representation, for two pages; given to the encoder, for one.
+    // Set on the representation, for three pages; given to the encoder, for one.
     NSData* tiffs[2] = {
         [NSBitmapImageRep TIFFRepresentationOfImageRepsInArray:reps usingCompression:compression factor:0],
         [MakeRep(first) representationUsingType:NSTIFFFileType
@@ -80,15 +80,17 @@ TEST_F(BitmapProperties, EXIFIsWrittenIntoTIFFAndReadBack) {
                                                      NSImageCompressionMethod, nil]]};
     for (NSData* tiff : tiffs) {
       NSArray* pages = [NSBitmapImageRep imageRepsWithData:tiff];
-      ASSERT_EQ([pages count], tiff == tiffs[0] ? 2u : 1u);
+      ASSERT_EQ([pages count], tiff == tiffs[0] ? 3u : 1u);
       NSDictionary* back = [[pages objectAtIndex:0] valueForProperty:NSImageEXIFData];
       EXPECT_TRUE([[back objectForKey:@"Make"] isEqualToString:@"Writer Test"]);
       EXPECT_TRUE([[back objectForKey:@"DateTimeOriginal"] isEqualToString:@"2024:01:02 03:04:05"]);
       EXPECT_NEAR([[back objectForKey:@"ExposureTime"] doubleValue], 0.5, 1e-9);
       EXPECT_EQ([[back objectForKey:@"ISOSpeedRatings"] intValue], 200);
       EXPECT_EQ(MaxDifference(ReadRep([pages objectAtIndex:0]), first), 0);
-      if ([pages count] == 2) {
-        EXPECT_EQ(MaxDifference(ReadRep([pages objectAtIndex:1]), second), 0);
+      for (NSUInteger page = 1; page < [pages count]; ++page)
+        EXPECT_EQ(MaxDifference(ReadRep([pages objectAtIndex:page]), more[page - 1]), 0) << "page " << page;
+      if ([pages count] > 1) {
+        EXPECT_EQ([[NSBitmapImageRep imageRepWithData:tiff] pixelsWide], 40) << "one representation: the first page";
       }
       EXPECT_EQ(Pillow(tiff, ".tiff",
                        "e = im.getexif(); x = e.get_ifd(0x8769); "

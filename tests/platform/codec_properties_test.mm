@@ -1,7 +1,7 @@
 /* The encoder properties do what they say, checked in the bytes written and by reading them
    back: JPEG progressive scans, PNG interlace and gamma, TIFF compression codes,
-   GIF transparency, dithering, colour tables, interlace and animation, multi-page TIFF, and
-   EXIF read from and written into JPEG. */
+   GIF transparency, dithering, colour tables, interlace and animation, and EXIF read from
+   and written into JPEG. */
 #import "platform/codec_support.h"
 
 #include <gif_lib.h>
@@ -109,21 +109,6 @@ TEST_F(CodecProperties, TIFFCompressionThatDoesNotFitFallsBackToNone) {
   ASSERT_EQ(pixels.width, 64);
   EXPECT_EQ(pixels.at(0, 0)[0], 255);
   EXPECT_EQ(pixels.at(4, 0)[0], 0);
-}
-
-TEST_F(CodecProperties, TIFFHoldsManyPages) {
-  NSMutableArray* reps = [NSMutableArray array];
-  std::vector<TestPicture> pictures;
-  for (int i = 0; i < 3; ++i) {
-    pictures.push_back(MakeTestPicture(20 + i * 5, 10 + i, i == 1 ? 1 : 3));
-    [reps addObject:MakeRep(pictures.back())];
-  }
-  NSData* tiff = [NSBitmapImageRep TIFFRepresentationOfImageRepsInArray:reps usingCompression:NSTIFFCompressionLZW factor:0];
-  NSArray* back = [NSBitmapImageRep imageRepsWithData:tiff];
-  ASSERT_EQ([back count], 3u);
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(MaxDifference(ReadRep([back objectAtIndex:NSUInteger(i)]), pictures[size_t(i)]), 0);
-  EXPECT_EQ([[NSBitmapImageRep imageRepWithData:tiff] pixelsWide], 20);
-  EXPECT_EQ(PillowSays(Temporary(tiff, ".tiff"), "print(im.n_frames)"), "3") << "the file-level reader sees three pages";
 }
 
 TEST_F(CodecProperties, GIFTransparencyThresholdOrDither) {

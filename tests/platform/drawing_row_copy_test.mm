@@ -14,34 +14,21 @@ struct Layout {
   CGBitmapInfo info;
 };
 
+const Layout kBGRA = {"BGRA", 3, 8, 32, kCGImageAlphaPremultipliedFirst | kCGBitmapByteOrder32Little},
+             kRGBA = {"RGBA", 3, 8, 32, kCGImageAlphaPremultipliedLast},
+             kBGRX = {"BGRX", 3, 8, 32, kCGImageAlphaNoneSkipFirst | kCGBitmapByteOrder32Little},
+             kRGBX = {"RGBX", 3, 8, 32, kCGImageAlphaNoneSkipLast}, kRGB = {"RGB", 3, 8, 24, kCGImageAlphaNone},
+             kARGB = {"ARGB", 3, 8, 32, kCGImageAlphaPremultipliedFirst},
+             kXRGB = {"XRGB", 3, 8, 32, kCGImageAlphaNoneSkipFirst}, kGrey = {"grey", 1, 8, 8, kCGImageAlphaNone};
+
 /* Image layouts: read in place (B,G,R,A and R,G,B,A premultiplied, B,G,R,X, R,G,B,X,
    R,G,B) and decoded first (A,R,G,B, X,R,G,B, straight alpha, grey, 16-bit). */
-const Layout kImages[] = {
-    {"BGRA", 3, 8, 32, kCGImageAlphaPremultipliedFirst | kCGBitmapByteOrder32Little},
-    {"RGBA", 3, 8, 32, kCGImageAlphaPremultipliedLast},
-    {"BGRX", 3, 8, 32, kCGImageAlphaNoneSkipFirst | kCGBitmapByteOrder32Little},
-    {"RGBX", 3, 8, 32, kCGImageAlphaNoneSkipLast},
-    {"RGB", 3, 8, 24, kCGImageAlphaNone},
-    {"ARGB", 3, 8, 32, kCGImageAlphaPremultipliedFirst},
-    {"XRGB", 3, 8, 32, kCGImageAlphaNoneSkipFirst},
-    {"RGBA straight", 3, 8, 32, kCGImageAlphaLast},
-    {"grey", 1, 8, 8, kCGImageAlphaNone},
-    {"RGBA 16", 3, 16, 64, kCGImageAlphaPremultipliedLast | kCGBitmapByteOrder16Little},
-};
+const Layout kImages[] = {kBGRA, kRGBA, kBGRX, kRGBX, kRGB, kARGB, kXRGB, {"RGBA straight", 3, 8, 32, kCGImageAlphaLast}, kGrey,
+                          {"RGBA 16", 3, 16, 64, kCGImageAlphaPremultipliedLast | kCGBitmapByteOrder16Little}};
 
 /* Context layouts: drawn into directly and through a shadow (A,R,G,B, X,R,G,B: the
    desktop picture's; R,G,B; grey; alpha only 3 wide has rows of 3 bytes). */
-const Layout kContexts[] = {
-    {"BGRA", 3, 8, 32, kCGImageAlphaPremultipliedFirst | kCGBitmapByteOrder32Little},
-    {"BGRX", 3, 8, 32, kCGImageAlphaNoneSkipFirst | kCGBitmapByteOrder32Little},
-    {"RGBA", 3, 8, 32, kCGImageAlphaPremultipliedLast},
-    {"RGBX", 3, 8, 32, kCGImageAlphaNoneSkipLast},
-    {"ARGB", 3, 8, 32, kCGImageAlphaPremultipliedFirst},
-    {"XRGB", 3, 8, 32, kCGImageAlphaNoneSkipFirst},
-    {"RGB", 3, 8, 24, kCGImageAlphaNone},
-    {"grey", 1, 8, 8, kCGImageAlphaNone},
-    {"alpha", 0, 8, 8, kCGImageAlphaOnly},
-};
+const Layout kContexts[] = {kBGRA, kBGRX, kRGBA, kRGBX, kARGB, kXRGB, kRGB, kGrey, {"alpha", 0, 8, 8, kCGImageAlphaOnly}};
 
 const size_t kImageWidth = 5, kImageHeight = 4;
 

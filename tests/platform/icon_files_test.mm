@@ -114,9 +114,8 @@ TEST_F(IconFiles, BitmapImagesOfEveryDepthKeepTheirPixelsAndMasks) {
   for (size_t i = 0; i < images.size(); ++i) {
     const IconImage& image = images[i];
     TestPicture read = ReadRep([reps objectAtIndex:i]);
-    ASSERT_EQ(read.width, image.width) << image.bits;
-    ASSERT_EQ(read.height, image.height) << image.bits;
-    ASSERT_EQ(read.samples, 4) << image.bits;
+    ASSERT_EQ((std::vector<int>{read.width, read.height, read.samples}), (std::vector<int>{image.width, image.height, 4}))
+        << image.bits;
     for (int y = 0; y < image.height; ++y)
       for (int x = 0; x < image.width; ++x) {
         const std::array<int, 4> want = Expected(image, x, y);
@@ -168,8 +167,7 @@ TEST_F(IconFiles, PNGIconsAndAppleIconFilesGiveOneRepresentationPerSize) {
   const int sizes[] = {16, 32, 128};
   for (NSUInteger i = 0; i < 3; ++i) {
     TestPicture read = ReadRep([reps objectAtIndex:i]);
-    EXPECT_EQ(read.width, sizes[i]);
-    EXPECT_EQ(read.height, sizes[i]);
+    ASSERT_EQ((std::vector<int>{read.width, read.height}), (std::vector<int>{sizes[i], sizes[i]}));
     const uint8_t* p = read.at(sizes[i] / 2, sizes[i] / 2);
     EXPECT_EQ(int(p[i]), 250) << sizes[i];
     EXPECT_EQ(int(p[3]), 255) << sizes[i];
