@@ -9,51 +9,35 @@
 #include <unistd.h>
 
 TestPicture MakeTestPicture(int width, int height, int samples) {
-  TestPicture p;
-  p.width = width;
-  p.height = height;
-  p.samples = samples;
-  p.pixels.resize(size_t(width) * height * samples);
-  for (int y = 0; y < height; ++y) {
+  TestPicture p{width, height, samples, std::vector<uint8_t>(size_t(width) * height * samples)};
+  const int colours = samples >= 3 ? 3 : 1;
+  for (int y = 0; y < height; ++y)
     for (int x = 0; x < width; ++x) {
       uint8_t* o = &p.pixels[(size_t(y) * width + x) * samples];
       const int edge = ((x / 16) + (y / 16)) % 2 ? 40 : 0;
-      const int r = (x * 255) / std::max(1, width - 1);
-      const int g = (y * 255) / std::max(1, height - 1);
+      const int r = (x * 255) / std::max(1, width - 1), g = (y * 255) / std::max(1, height - 1);
       const int b = std::min(255, ((x + y) * 255) / std::max(1, width + height - 2) + edge);
-      const int colours = samples >= 3 ? 3 : 1;
       if (colours == 3) {
-        o[0] = uint8_t(r);
-        o[1] = uint8_t(g);
-        o[2] = uint8_t(b);
+        o[0] = uint8_t(r), o[1] = uint8_t(g), o[2] = uint8_t(b);
       } else {
         o[0] = uint8_t((r + g + b) / 3);
       }
-      if (samples == 2 || samples == 4) o[colours] = uint8_t((x * 255) / std::max(1, width - 1));
+      if (samples == 2 || samples == 4) o[colours] = uint8_t(r);  // alpha from clear on the left to opaque
     }
-  }
   return p;
 }
 
 TestPicture MakeFewColourPicture(int width, int height, bool withClearPixels) {
   static const uint8_t colours[8][3] = {{255, 0, 0},   {0, 255, 0},   {0, 0, 255},   {255, 255, 0},
                                         {0, 255, 255}, {255, 0, 255}, {255, 255, 255}, {10, 20, 30}};
-  TestPicture p;
-  p.width = width;
-  p.height = height;
-  p.samples = 4;
-  p.pixels.resize(size_t(width) * height * 4);
-  for (int y = 0; y < height; ++y) {
+  TestPicture p{width, height, 4, {}};
+  for (int y = 0; y < height; ++y)
     for (int x = 0; x < width; ++x) {
-      uint8_t* o = &p.pixels[(size_t(y) * width + x) * 4];
       const uint8_t* c = colours[((x / 5) + (y / 7) * 3) % 8];
-      o[0] = c[0];
-      o[1] = c[1];
-      o[2] = c[2];
-      o[3] = withClearPixels && x < width / 4 ? 0 : 255;
-      if (o[3] == 0) o[0] = o[1] = o[2] = 0;
+      const bool clear = withClearPixels && x < width / 4;
+      p.pixels.insert(p.pixels.end(), {uint8_t(clear ? 0 : c[0]), uint8_t(clear ? 0 : c[1]), uint8_t(clear ? 0 : c[2]),
+                                       uint8_t(clear ? 0 : 255)});
     }
-  }
   return p;
 }
 
@@ -72,11 +56,7 @@ NSBitmapImageRep* MakeRep(const TestPicture& picture) {
 }
 
 TestPicture ReadRep(NSBitmapImageRep* rep) {
-  TestPicture p;
-  if (rep == nil) return p;
-  p.width = int([rep pixelsWide]);
-  p.height = int([rep pixelsHigh]);
-  p.samples = int([rep samplesPerPixel]);
+  TestPicture p{int([rep pixelsWide]), int([rep pixelsHigh]), int([rep samplesPerPixel]), {}};
   p.pixels.resize(size_t(p.width) * p.height * p.samples);
   const int bits = int([rep bitsPerSample]);
   NSUInteger raw[5];
