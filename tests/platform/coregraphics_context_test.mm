@@ -75,10 +75,7 @@ TEST_F(BitmapContext, TransformsAndStateAreSavedAndRestored) {
   CGContextSetAlpha(context, 0.5);
   CGContextSetBlendMode(context, kCGBlendModeCopy);
   CGAffineTransform ctm = CGContextGetCTM(context);
-  EXPECT_EQ(ctm.a, 2);
-  EXPECT_EQ(ctm.d, 2);
-  EXPECT_EQ(ctm.tx, 4);
-  EXPECT_EQ(ctm.ty, 0);
+  EXPECT_EQ((std::vector<CGFloat>{ctm.a, ctm.b, ctm.c, ctm.d, ctm.tx, ctm.ty}), (std::vector<CGFloat>{2, 0, 0, 2, 4, 0}));
   CGContextSetRGBFillColor(context, 0, 1, 0, 1);
   CGContextFillRect(context, CGRectMake(0, 0, 1, 1)); /* device (4..6, 0..2) */
   EXPECT_TRUE(Near(PixelAt(context, 5, 7), RGBA{0, 128, 0, 128}));
