@@ -8,21 +8,8 @@
 
 namespace {
 
-struct Case {
-  const char* source;
-  const char* expected;
-};
-
-void expectAll(const std::vector<Case>& cases, bool plugins = false) {
-  host::Runtime rt;
-  if (plugins) rt.loadStandardPlugins();
-  for (const Case& c : cases) {
-    langtest::Outcome o = langtest::runIn(rt, c.source);
-    EXPECT_EQ(o.out + "|" + o.err, c.expected) << c.source;
-    EXPECT_EQ(o.leakedObjects, 0u) << c.source;
-    EXPECT_EQ(o.leakedStrings, 0u) << c.source;
-  }
-}
+// Every case here shows both streams.
+void expectAll(const std::vector<langtest::Case>& cases) { langtest::expectAll(cases, false, true); }
 
 }  // namespace
 

@@ -37,30 +37,21 @@ void expectExample(const std::string& name, host::Options options = {}) {
 
 }  // namespace
 
-TEST(Examples, Hello) { expectExample("hello"); }
-TEST(Examples, Arrays) { expectExample("arrays"); }
-TEST(Examples, Exceptions) { expectExample("exceptions"); }
-TEST(Examples, MemoryBlock) { expectExample("memoryblock"); }
-TEST(Examples, Geometry) { expectExample("geometry"); }
-TEST(Examples, Image) { expectExample("image"); }
-TEST(Examples, ImageLoading) { expectExample("image_loading"); }
-TEST(Examples, ImageEncoding) { expectExample("image_encoding"); }
-TEST(Examples, Files) { expectExample("files"); }
-TEST(Examples, Dictionary) { expectExample("dictionary"); }
-TEST(Examples, Pictures) { expectExample("pictures"); }
-TEST(Examples, Drawing) { expectExample("drawing"); }
-TEST(Examples, PictureConversion) { expectExample("picture_conversion"); }
+// One test an example, each in its own process, as the plugins load once per process.
+class Example : public ::testing::TestWithParam<const char*> {};
+TEST_P(Example, PrintsItsExpectedOutput) { expectExample(GetParam()); }
+INSTANTIATE_TEST_SUITE_P(Each, Example,
+                         ::testing::Values("hello", "arrays", "exceptions", "memoryblock", "geometry", "image", "image_loading",
+                                           "image_encoding", "files", "dictionary", "pictures", "drawing", "picture_conversion",
+                                           "representations", "console", "picture_files", "bitmap", "documents"),
+                         [](const ::testing::TestParamInfo<const char*>& info) { return std::string(info.param); });
+
 // Console pictures live in the host row buffer; the program prints the same.
 TEST(Examples, PictureConversionInAConsoleApplication) {
   host::Options options;
   options.kind = host::AppKind::Console;
   expectExample("picture_conversion", options);
 }
-TEST(Examples, Representations) { expectExample("representations"); }
-TEST(Examples, Console) { expectExample("console"); }
-TEST(Examples, PictureFiles) { expectExample("picture_files"); }
-TEST(Examples, Bitmap) { expectExample("bitmap"); }
-TEST(Examples, Documents) { expectExample("documents"); }
 
 TEST(Examples, TheEmbeddedExampleRunsToItsEnd) {
   host::Runtime rt;

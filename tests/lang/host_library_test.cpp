@@ -9,113 +9,78 @@
 
 #include <sstream>
 
-using langtest::error;
+using langtest::expectAll;
 using langtest::output;
 using langtest::run;
 
-namespace {
-
-// What a program printed, checking that it ran to its end and left nothing alive.
-std::string cleanOutput(const std::string& source) {
-  langtest::Outcome o = run(source);
-  EXPECT_EQ(o.status, 0) << o.err;
-  EXPECT_EQ(o.leakedObjects, 0u);
-  EXPECT_EQ(o.leakedStrings, 0u);
-  return o.out;
-}
-
-}  // namespace
-
 TEST(HostLibrary, DictionaryValuesAreVariants) {
-  EXPECT_EQ(cleanOutput(
-      "Dim d As New Dictionary\n"
-      "d.Value(\"One\") = 1\n"
-      "d.Value(2.0) = \"two\"\n"
-      "d.Value(\"ONE\") = d.Value(\"one\") * 10\n"
-      "Dim sum As Integer\n"
-      "For Each k As Variant In d.Keys()\n"
-      "  Print k + \": \" + d.Value(k)\n"
-      "Next\n"
-      "Dim values() As Variant = d.Values\n"
-      "Print Str(values.LastIndex) + \" \" + Str(d.HasKey(2)) + \" \" + Str(VarType(d.Value(2))) + \" \" + d.Lookup(3, \"none\")\n"
-      "Dim v As Variant = d\n"
-      "Print Str(v IsA Dictionary) + \" \" + Str(VarType(v)) + \" \" + Str(VarType(1.5))\n"
-      "d.Clear\nPrint Str(d.Count)\n"
+  expectAll({
+      {"Dim d As New Dictionary\nd.Value(\"One\") = 1\nd.Value(2.0) = \"two\"\nd.Value(\"ONE\") = d.Value(\"one\") * 10\n"
+       "Dim sum As Integer\nFor Each k As Variant In d.Keys()\n  Print k + \": \" + d.Value(k)\nNext\n"
+       "Dim values() As Variant = d.Values\n"
+       "Print Str(values.LastIndex) + \" \" + Str(d.HasKey(2)) + \" \" + Str(VarType(d.Value(2))) + \" \" + d.Lookup(3, \"none\")\n"
+       "Dim v As Variant = d\nPrint Str(v IsA Dictionary) + \" \" + Str(VarType(v)) + \" \" + Str(VarType(1.5))\n"
+       "d.Clear\nPrint Str(d.Count)\n"
       // The older Collection: counted from 1, keys without case, a missing key Nil.
-      "Dim c As New Collection\nc.Add \"apple\", \"a\"\nc.Add \"banana\"\nc.Add New Dictionary, \"Dict\"\n"
-      "Print Str(c.Count) + \" \" + c.Item(\"A\") + \" \" + c.Item(2) + \" \" + Str(c.Item(\"dict\") IsA Dictionary) + \" \" + Str(c.Item(\"none\") Is Nil)\n"
-      "c.Remove 1\nc.Remove \"DICT\"\nPrint Str(c.Count) + \" \" + c.Item(1)\n"
-      "Try\n  Call c.Item(5)\nCatch e As OutOfBoundsException\n  Print e.Message\nEnd Try\n"),
-      "One: 10\n2: two\n1 True 8 none\nTrue 9 5\n0\n3 apple banana True True\n1 banana\nCollection.Item: index 5 is outside 1 to 1\n");
-  // Random: the same seed gives the same numbers; the older NewPicture gives Nil where New raises.
-  EXPECT_EQ(cleanOutput(
-      "Dim a As New Random\nDim b As New Random\na.Seed = 7\nb.Seed = 7\nDim same As Boolean = True\nDim inside As Boolean = True\n"
-      "For i As Integer = 1 To 50\n  Dim x As Integer = a.InRange(3, 5)\n  same = same And x = b.InRange(3, 5)\n"
-      "  inside = inside And x >= 3 And x <= 5 And b.LessThan(2) < 2 And b.Number < 1\n  Call a.LessThan(2)\n  Call a.Number\nNext\n"
-      "Print Str(same) + \" \" + Str(inside) + \" \" + Str(a.Seed) + \" \" + Str(a.InRange(4, 4))\n"
-      "Print Str(NewPicture(3, 2, 32).Height) + \" \" + Str(NewPicture(0, 2, 32) Is Nil)\n"),
-      "True True 7 4\n2 True\n");
+       "Dim c As New Collection\nc.Add \"apple\", \"a\"\nc.Add \"banana\"\nc.Add New Dictionary, \"Dict\"\n"
+       "Print Str(c.Count) + \" \" + c.Item(\"A\") + \" \" + c.Item(2) + \" \" + Str(c.Item(\"dict\") IsA Dictionary) + \" \" + Str(c.Item(\"none\") Is Nil)\n"
+       "c.Remove 1\nc.Remove \"DICT\"\nPrint Str(c.Count) + \" \" + c.Item(1)\n"
+       "Try\n  Call c.Item(5)\nCatch e As OutOfBoundsException\n  Print e.Message\nEnd Try\n",
+       "One: 10\n2: two\n1 True 8 none\nTrue 9 5\n0\n3 apple banana True True\n1 banana\nCollection.Item: index 5 is outside 1 to 1\n"},
+      // Random: the same seed gives the same numbers; the older NewPicture gives Nil where New raises.
+      {"Dim a As New Random\nDim b As New Random\na.Seed = 7\nb.Seed = 7\nDim same As Boolean = True\nDim inside As Boolean = True\n"
+       "For i As Integer = 1 To 50\n  Dim x As Integer = a.InRange(3, 5)\n  same = same And x = b.InRange(3, 5)\n"
+       "  inside = inside And x >= 3 And x <= 5 And b.LessThan(2) < 2 And b.Number < 1\n  Call a.LessThan(2)\n  Call a.Number\nNext\n"
+       "Print Str(same) + \" \" + Str(inside) + \" \" + Str(a.Seed) + \" \" + Str(a.InRange(4, 4))\n"
+       "Print Str(NewPicture(3, 2, 32).Height) + \" \" + Str(NewPicture(0, 2, 32) Is Nil)\n",
+       "True True 7 4\n2 True\n"},
+  });
 }
 
 TEST(HostLibrary, PicturesByTheirPixels) {
-  EXPECT_EQ(cleanOutput(
-      "Dim p As New Picture(3, 2)\n"
-      "p.Graphics.ForeColor = &c204060\n"
-      "p.Graphics.FillRect(1, 1, 2, 1)\n"
-      "p.RGBSurface.Pixel(0, 0) = RGB(255, 0, 0, 255)\n"
-      "Dim row As String\n"
-      "For y As Integer = 0 To 1\n"
-      "  For x As Integer = 0 To 2\n"
-      "    row = row + Hex(p.RGBSurface.Pixel(x, y).Red) + \"/\" + Hex(p.RGBSurface.Pixel(x, y).Alpha) + \" \"\n"
-      "  Next\n"
-      "Next\n"
-      "Print row\n"
-      "Dim copy As New Picture(6, 4, 32)\n"
-      "copy.Graphics.DrawPicture(p, 0, 0, 6, 4, 0, 0, 3, 2)\n"
-      "Print Hex(copy.RGBSurface.Pixel(5, 3).Green) + \" \" + Hex(copy.RGBSurface.Pixel(0, 0).Blue) + \" \" + Str(copy.Graphics.Width)\n"
+  expectAll({
+      {"Dim p As New Picture(3, 2)\np.Graphics.ForeColor = &c204060\np.Graphics.FillRect(1, 1, 2, 1)\n"
+       "p.RGBSurface.Pixel(0, 0) = RGB(255, 0, 0, 255)\nDim row As String\nFor y As Integer = 0 To 1\n"
+       "  For x As Integer = 0 To 2\n"
+       "    row = row + Hex(p.RGBSurface.Pixel(x, y).Red) + \"/\" + Hex(p.RGBSurface.Pixel(x, y).Alpha) + \" \"\n  Next\nNext\n"
+       "Print row\nDim copy As New Picture(6, 4, 32)\ncopy.Graphics.DrawPicture(p, 0, 0, 6, 4, 0, 0, 3, 2)\n"
+       "Print Hex(copy.RGBSurface.Pixel(5, 3).Green) + \" \" + Hex(copy.RGBSurface.Pixel(0, 0).Blue) + \" \" + Str(copy.Graphics.Width)\n"
       // Graphics has Pixel too.
-      "copy.Graphics.Pixel(1, 1) = &c0000FF\n"
-      "Print Hex(copy.Graphics.Pixel(1, 1).Blue) + Hex(copy.RGBSurface.Pixel(1, 1).Red)\n"),
-      "0/FF 0/FF 0/FF 0/FF 20/0 20/0 \n40 FF 6\nFF0\n");
-  // A grey picture applied as a mask (white transparent) to a picture with an alpha channel
-  // and to one with a mask; copied back as masks, and the colours alone.
-  EXPECT_EQ(cleanOutput(
-      "Dim alpha As New Picture(4, 2)\nalpha.Graphics.ForeColor = &cFF0000\nalpha.Graphics.FillRect 0, 0, 4, 2\n"
-      "Dim m As New Picture(4, 2, 32)\nm.Graphics.ForeColor = &c000000\nm.Graphics.FillRect 2, 0, 2, 2\n"
-      "alpha.ApplyMask m\nDim masked As New Picture(4, 2, 32)\nmasked.ApplyMask m\nDim row As String\n"
-      "For Each p As Picture In Array(alpha.CopyMask, masked.CopyMask, masked.Mask, New Picture(4, 2, 32).CopyMask)\n"
-      "  row = row + Str(p.RGBSurface.Pixel(0, 0).Red) + \"/\" + Str(p.RGBSurface.Pixel(3, 1).Red) + \" \"\nNext\n"
-      "Dim colours As Picture = alpha.CopyColorChannels\n"
-      "Print row + Str(alpha.RGBSurface.Pixel(0, 0).Alpha) + \" \" + Str(colours.HasAlphaChannel) + \" \" + Str(colours.RGBSurface.Pixel(3, 0).Red)\n"),
-      "255/0 255/0 255/0 0/0 255 False 255\n");
-  // Polygons from x, y pairs after element 0, filled or outlined with the pen; a resolution
-  // travels through an image file.
-  EXPECT_EQ(cleanOutput(
-      "Dim p As New Picture(40, 40, 32)\n"
-      "Dim triangle() As Integer = Array(0, 5, 5, 35, 5, 20, 35)\n"
-      "p.Graphics.ForeColor = &c0000FF\n"
-      "p.Graphics.FillPolygon(triangle)\n"
-      "Dim diagonal() As Double = Array(-1.0, 0.0, 0.0, 39.0, 39.0)\n"
-      "p.Graphics.ForeColor = &cFF0000\n"
-      "p.Graphics.DrawPolygon(diagonal)\n"
-      "Dim s As RGBSurface = p.RGBSurface\n"
-      "Print Str(s.Pixel(20, 6).Green) + \" \" + Str(s.Pixel(20, 28).Green) + \" \" + Str(s.Pixel(6, 30).Green) + \" \" + Str(s.Pixel(25, 25).Green) + \" \" + Str(s.Pixel(30, 20).Green)\n"
-      "p.HorizontalResolution = 144\n"
-      "Dim q As Picture = Picture.FromData(p.ToData(Picture.SaveAsPNG))\n"
-      "Print Str(q.HorizontalResolution) + \" \" + Str(q.VerticalResolution)\n"),
-      "0 0 255 0 255\n144 72\n");
+       "copy.Graphics.Pixel(1, 1) = &c0000FF\n"
+       "Print Hex(copy.Graphics.Pixel(1, 1).Blue) + Hex(copy.RGBSurface.Pixel(1, 1).Red)\n",
+       "0/FF 0/FF 0/FF 0/FF 20/0 20/0 \n40 FF 6\nFF0\n"},
+      // A grey picture applied as a mask (white transparent) to a picture with an alpha channel
+      // and to one with a mask; copied back as masks, and the colours alone.
+      {"Dim alpha As New Picture(4, 2)\nalpha.Graphics.ForeColor = &cFF0000\nalpha.Graphics.FillRect 0, 0, 4, 2\n"
+       "Dim m As New Picture(4, 2, 32)\nm.Graphics.ForeColor = &c000000\nm.Graphics.FillRect 2, 0, 2, 2\n"
+       "alpha.ApplyMask m\nDim masked As New Picture(4, 2, 32)\nmasked.ApplyMask m\nDim row As String\n"
+       "For Each p As Picture In Array(alpha.CopyMask, masked.CopyMask, masked.Mask, New Picture(4, 2, 32).CopyMask)\n"
+       "  row = row + Str(p.RGBSurface.Pixel(0, 0).Red) + \"/\" + Str(p.RGBSurface.Pixel(3, 1).Red) + \" \"\nNext\n"
+       "Dim colours As Picture = alpha.CopyColorChannels\n"
+       "Print row + Str(alpha.RGBSurface.Pixel(0, 0).Alpha) + \" \" + Str(colours.HasAlphaChannel) + \" \" + Str(colours.RGBSurface.Pixel(3, 0).Red)\n",
+       "255/0 255/0 255/0 0/0 255 False 255\n"},
+      // Polygons from x, y pairs after element 0, filled or outlined with the pen; a resolution
+      // travels through an image file.
+      {"Dim p As New Picture(40, 40, 32)\nDim triangle() As Integer = Array(0, 5, 5, 35, 5, 20, 35)\n"
+       "p.Graphics.ForeColor = &c0000FF\np.Graphics.FillPolygon(triangle)\n"
+       "Dim diagonal() As Double = Array(-1.0, 0.0, 0.0, 39.0, 39.0)\np.Graphics.ForeColor = &cFF0000\n"
+       "p.Graphics.DrawPolygon(diagonal)\nDim s As RGBSurface = p.RGBSurface\n"
+       "Print Str(s.Pixel(20, 6).Green) + \" \" + Str(s.Pixel(20, 28).Green) + \" \" + Str(s.Pixel(6, 30).Green) + \" \" + Str(s.Pixel(25, 25).Green) + \" \" + Str(s.Pixel(30, 20).Green)\n"
+       "p.HorizontalResolution = 144\nDim q As Picture = Picture.FromData(p.ToData(Picture.SaveAsPNG))\n"
+       "Print Str(q.HorizontalResolution) + \" \" + Str(q.VerticalResolution)\n",
+       "0 0 255 0 255\n144 72\n"},
+  });
 }
 
 TEST(HostLibrary, HostErrorsNameTheirLine) {
-  EXPECT_EQ(error("Dim f As FolderItem = GetFolderItem(\"/nonexistent-qvr-dir/x\")\n\nDim s As BinaryStream = BinaryStream.Open(f)\n"),
-            "test.qvr:3: uncaught IOException: BinaryStream.Open cannot open \"/nonexistent-qvr-dir/x\": No such file or "
-            "directory\n");
-  EXPECT_EQ(error("Dim p As New Picture(2, 2)\nDim g As Graphics = p\n"),
-            "test.qvr:2:21: error: \"g\" expects a Graphics but got an instance of Picture\n");
-  EXPECT_EQ(error("Dim d As New Dictionary\nPrint d.Value(\"missing\")\n"),
-            "test.qvr:2: uncaught KeyNotFoundException: the Dictionary has no key \"missing\"\n");
-  EXPECT_EQ(error("Dim p As New Picture(2, 0)\n"),
-            "test.qvr:1: uncaught InvalidArgumentException: a Picture cannot be 2 by 0 pixels (each side 1 to 32768)\n");
+  expectAll({
+      {"Dim f As FolderItem = GetFolderItem(\"/nonexistent-qvr-dir/x\")\n\nDim s As BinaryStream = BinaryStream.Open(f)\n",
+       "test.qvr:3: uncaught IOException: BinaryStream.Open cannot open \"/nonexistent-qvr-dir/x\": No such file or directory\n"},
+      {"Dim p As New Picture(2, 2)\nDim g As Graphics = p\n", "test.qvr:2:21: error: \"g\" expects a Graphics but got an instance of Picture\n"},
+      {"Dim d As New Dictionary\nPrint d.Value(\"missing\")\n", "test.qvr:2: uncaught KeyNotFoundException: the Dictionary has no key \"missing\"\n"},
+      {"Dim p As New Picture(2, 0)\n",
+       "test.qvr:1: uncaught InvalidArgumentException: a Picture cannot be 2 by 0 pixels (each side 1 to 32768)\n"},
+  });
 }
 
 // Picture.Save, ToData and the older GetData in every format, read back by Picture.Open and FromData and by an
@@ -135,16 +100,13 @@ TEST(HostLibrary, PicturesSavedAndOpened) {
       options.kind = kind;
       host::Runtime rt(options);
       const std::string program =
-          "Dim p As New Picture(40, 30, 32)\n"
-          "p.Graphics.ForeColor = &cE01020\n"
-          "p.Graphics.FillRect(0, 0, 20, 30)\n"
+          "Dim p As New Picture(40, 30, 32)\np.Graphics.ForeColor = &cE01020\np.Graphics.FillRect(0, 0, 20, 30)\n"
           "p.Save(GetFolderItem(\"" + path + "\"), Picture.SaveAs" + f.format + ")\n"
           "Dim fromFile As Picture = Picture.Open(GetFolderItem(\"" + path + "\"))\n"
           "Dim fromData As Picture = Picture.FromData(p.ToData(Picture.SaveAs" + f.format + ", Picture.QualityMax))\n"
           "Dim older As Picture = Picture.FromData(p.GetData(Picture.Format" + f.format + "))\n"
           "For Each q As Picture In Array(fromFile, fromData, GetFolderItem(\"" + path + "\").OpenAsPicture, older)\n"
-          "  Dim c As Color = q.RGBSurface.Pixel(5, 5)\n"
-          "  Dim w As Color = q.RGBSurface.Pixel(30, 5)\n"
+          "  Dim c As Color = q.RGBSurface.Pixel(5, 5)\n  Dim w As Color = q.RGBSurface.Pixel(30, 5)\n"
           "  Print Str(q.Width) + \"x\" + Str(q.Height) + \" \" + Str(c.Red) + \" \" + Str(c.Green) + \" \" + Str(w.Blue)\n"
           "Next\n";
       langtest::Outcome o = langtest::runIn(rt, program);
@@ -200,8 +162,7 @@ TEST(HostLibrary, PicturesSavedAndOpened) {
   EXPECT_EQ(output("Print Str(GetFolderItem(\"" + missing + "\").OpenAsPicture Is Nil)\n"), "True\n");
   // The older saving form: a FolderItem given the picture, PNG as the most compatible format.
   EXPECT_EQ(output("Dim f As FolderItem = GetFolderItem(\"" + folder.path("old.png") + "\")\n"
-                   "f.SaveAsPicture(New Picture(3, 2, 32))\n"
-                   "f.SaveAsPicture(New Picture(5, 4, 32), FolderItem.SaveAsJPEG)\n"
+                   "f.SaveAsPicture(New Picture(3, 2, 32))\nf.SaveAsPicture(New Picture(5, 4, 32), FolderItem.SaveAsJPEG)\n"
                    "Print Str(Picture.Open(f).Width)\n"),
             "5\n");
   EXPECT_EQ(support::DecodeIndependently(support::ReadBytes(folder.path("old.png"))).format, "JPEG");
@@ -212,53 +173,23 @@ TEST(HostLibrary, PicturesSavedAndOpened) {
 // line endings, condensing and underlining.
 TEST(HostLibrary, TextDrawnAndMeasured) {
   const std::string program =
-      "Function Ink(p As Picture) As String\n"
-      "  Dim left As Integer = 9999\n"
-      "  Dim top As Integer = 9999\n"
-      "  Dim right As Integer = -1\n"
-      "  Dim bottom As Integer = -1\n"
-      "  For y As Integer = 0 To p.Height - 1\n"
-      "    For x As Integer = 0 To p.Width - 1\n"
-      "      If p.RGBSurface.Pixel(x, y).Green < 128 Then\n"
-      "        left = Min(left, x)\n"
-      "        right = Max(right, x)\n"
-      "        top = Min(top, y)\n"
-      "        bottom = Max(bottom, y)\n"
-      "      End If\n"
-      "    Next\n"
-      "  Next\n"
-      "  Return Str(left) + \" \" + Str(top) + \" \" + Str(right) + \" \" + Str(bottom)\n"
-      "End Function\n"
-      "Function Fresh() As Picture\n"
-      "  Dim p As New Picture(200, 80, 32)\n"
-      "  p.Graphics.ForeColor = &cFF0000\n"
-      "  p.Graphics.TextSize = 20\n"
-      "  Return p\n"
-      "End Function\n"
-      "Dim p As Picture = Fresh\n"
-      "Dim g As Graphics = p.Graphics\n"
-      "Print Ink(p)\n"
-      "g.DrawString(\"Hxg\", 10, 40)\n"
-      "Print Ink(p)\n"
+      "Function Ink(p As Picture) As String\n  Dim left As Integer = 9999\n  Dim top As Integer = 9999\n"
+      "  Dim right As Integer = -1\n  Dim bottom As Integer = -1\n  For y As Integer = 0 To p.Height - 1\n"
+      "    For x As Integer = 0 To p.Width - 1\n      If p.RGBSurface.Pixel(x, y).Green < 128 Then\n        left = Min(left, x)\n"
+      "        right = Max(right, x)\n        top = Min(top, y)\n        bottom = Max(bottom, y)\n      End If\n    Next\n"
+      "  Next\n  Return Str(left) + \" \" + Str(top) + \" \" + Str(right) + \" \" + Str(bottom)\nEnd Function\n"
+      "Function Fresh() As Picture\n  Dim p As New Picture(200, 80, 32)\n  p.Graphics.ForeColor = &cFF0000\n"
+      "  p.Graphics.TextSize = 20\n  Return p\nEnd Function\nDim p As Picture = Fresh\nDim g As Graphics = p.Graphics\n"
+      "Print Ink(p)\ng.DrawString(\"Hxg\", 10, 40)\nPrint Ink(p)\n"
       "Print Str(g.StringWidth(\"Hxg\")) + \" \" + Str(g.TextAscent) + \" \" + Str(g.TextHeight)\n"
-      "Dim regular As Double = g.StringWidth(\"Hello\")\n"
-      "g.TextSize = 40\n"
-      "Dim doubled As Double = g.StringWidth(\"Hello\")\n"
-      "g.TextSize = 20\n"
-      "g.Bold = True\n"
+      "Dim regular As Double = g.StringWidth(\"Hello\")\ng.TextSize = 40\nDim doubled As Double = g.StringWidth(\"Hello\")\n"
+      "g.TextSize = 20\ng.Bold = True\n"
       "Print Str(doubled / regular > 1.9 And doubled / regular < 2.1) + \" \" + Str(g.StringWidth(\"Hello\") > regular)\n"
       "g.Bold = False\n"
       "Print Str(g.StringHeight(\"one two three\", 0) / g.TextHeight) + \" \" + Str(g.StringHeight(\"one two three\", 60) / g.TextHeight) + \" \" + Str(g.StringHeight(\"one\" + EndOfLine + \"two\", 0) / g.TextHeight)\n"
-      "p = Fresh\n"
-      "p.Graphics.DrawString(\"one two three\", 10, 20, 60)\n"
-      "Print Ink(p)\n"
-      "p = Fresh\n"
-      "p.Graphics.DrawString(\"a long line that cannot fit\", 10, 20, 60, True)\n"
-      "Print Ink(p)\n"
-      "p = Fresh\n"
-      "p.Graphics.Underline = True\n"
-      "p.Graphics.DrawString(\"xx\", 10, 20)\n"
-      "p.Graphics.DrawString(\"\", 10, 60)\n"
+      "p = Fresh\np.Graphics.DrawString(\"one two three\", 10, 20, 60)\nPrint Ink(p)\np = Fresh\n"
+      "p.Graphics.DrawString(\"a long line that cannot fit\", 10, 20, 60, True)\nPrint Ink(p)\np = Fresh\n"
+      "p.Graphics.Underline = True\np.Graphics.DrawString(\"xx\", 10, 20)\np.Graphics.DrawString(\"\", 10, 60)\n"
       "Print Ink(p)\n";
   for (host::AppKind kind : {host::AppKind::Desktop, host::AppKind::Console}) {
     host::Options options;

@@ -6,8 +6,11 @@
 
 #include <host/runtime.h>
 
+#include <gtest/gtest.h>
+
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace langtest {
 
@@ -48,6 +51,29 @@ inline std::string error(const std::string& source, bool plugins = false) {
   Outcome o = run(source, plugins);
   if (o.status == 0) return "ran: " + o.out;
   return o.err;
+}
+
+// A table row: a program and what it prints, or the message it fails with.
+struct Case {
+  std::string source, expected;
+};
+
+// Runs each case in rt, checking what it printed (or reported, when it failed; with
+// bothStreams, its output, "|" and its error output) and that it left no host object or
+// string alive.
+inline void expectAll(host::Runtime& rt, const std::vector<Case>& cases, bool bothStreams = false) {
+  for (const Case& c : cases) {
+    Outcome o = runIn(rt, c.source);
+    EXPECT_EQ(bothStreams ? o.out + "|" + o.err : o.status == 0 ? o.out : o.err, c.expected) << c.source;
+    EXPECT_EQ(o.leakedObjects, 0u) << c.source;
+    EXPECT_EQ(o.leakedStrings, 0u) << c.source;
+  }
+}
+
+inline void expectAll(const std::vector<Case>& cases, bool plugins = false, bool bothStreams = false) {
+  host::Runtime rt;
+  if (plugins) rt.loadStandardPlugins();
+  expectAll(rt, cases, bothStreams);
 }
 
 }  // namespace langtest

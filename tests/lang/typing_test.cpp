@@ -5,33 +5,7 @@
 
 #include <gtest/gtest.h>
 
-using langtest::error;
-using langtest::output;
-
-namespace {
-
-struct Case {
-  const char* source;
-  const char* expected;
-};
-
-// Runs each case in one runtime (with the plugins when asked), checking output or error.
-void expectAll(host::Runtime& rt, const std::vector<Case>& cases) {
-  for (const Case& c : cases) {
-    langtest::Outcome o = langtest::runIn(rt, c.source);
-    EXPECT_EQ(o.status == 0 ? o.out : o.err, c.expected) << c.source;
-    EXPECT_EQ(o.leakedObjects, 0u) << c.source;
-    EXPECT_EQ(o.leakedStrings, 0u) << c.source;
-  }
-}
-
-void expectAll(const std::vector<Case>& cases, bool plugins = false) {
-  host::Runtime rt;
-  if (plugins) rt.loadStandardPlugins();
-  expectAll(rt, cases);
-}
-
-}  // namespace
+using langtest::expectAll;
 
 TEST(HostIdioms, TheIssuesProgramsRunWithThePlugins) {
   expectAll(
