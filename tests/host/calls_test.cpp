@@ -81,15 +81,11 @@ TEST_F(HostTest, OverloadsAreChosenByArgumentTypes) {
   Value o = rt().newInstance("TestBase");
   Value derived = rt().newInstance("TestDerived");
   Value leaf = rt().newInstance("TestLeaf", {integer(1)});
-  EXPECT_EQ(text(rt().call(o, "Kind", {integer(1)})), "integer");
-  EXPECT_EQ(text(rt().call(o, "Kind", {Value::ofInt32(1)})), "integer");  // nearest numeric type
-  EXPECT_EQ(text(rt().call(o, "Kind", {Value::ofDouble(1)})), "double");
-  EXPECT_EQ(text(rt().call(o, "Kind", {Value::ofSingle(1)})), "double");
-  EXPECT_EQ(text(rt().call(o, "Kind", {str("x")})), "string");
-  EXPECT_EQ(text(rt().call(o, "Kind", {Value::ofBoolean(true)})), "boolean");
-  EXPECT_EQ(text(rt().call(o, "Kind", {o})), "TestBase");
-  EXPECT_EQ(text(rt().call(o, "Kind", {derived})), "TestDerived");
-  EXPECT_EQ(text(rt().call(o, "Kind", {leaf})), "TestDerived");  // closest superclass wins
+  // Int32 and Single take the nearest numeric type; the closest superclass wins.
+  for (const auto& [argument, kind] : std::vector<std::pair<Value, const char*>>{
+           {integer(1), "integer"}, {Value::ofInt32(1), "integer"}, {Value::ofDouble(1), "double"}, {Value::ofSingle(1), "double"},
+           {str("x"), "string"}, {Value::ofBoolean(true), "boolean"}, {o, "TestBase"}, {derived, "TestDerived"}, {leaf, "TestDerived"}})
+    EXPECT_EQ(text(rt().call(o, "Kind", {argument})), kind) << kind;
   // A subclass's member hides the superclass member with the same parameters.
   EXPECT_EQ(text(rt().call(derived, "Kind", {derived})), "TestDerived (in TestDerived)");
   EXPECT_EQ(text(rt().call(derived, "Kind", {o})), "TestBase");
@@ -102,15 +98,17 @@ TEST_F(HostTest, OverloadsAreChosenByArgumentTypes) {
   EXPECT_EQ(rt().callShared("TestBase", "Twice", {integer(21)}).integer, 42);
   EXPECT_DOUBLE_EQ(rt().callShared("TestBase", "Twice", {Value::ofDouble(1.25)}).real, 2.5);
   // No fit at all.
-  EXPECT_THROW(rt().call(o, "Kind", {}), std::invalid_argument);
-  EXPECT_THROW(rt().call(o, "Add", {str("1")}), std::invalid_argument);
-  EXPECT_THROW(rt().call(o, "Add", {integer(1), integer(2), integer(3)}), std::invalid_argument);
-  EXPECT_THROW(rt().call(o, "NoSuchMethod"), std::invalid_argument);
+  for (const auto& [member, arguments] : std::vector<std::pair<const char*, std::vector<Value>>>{
+           {"Kind", {}}, {"Add", {str("1")}}, {"Add", {integer(1), integer(2), integer(3)}}, {"NoSuchMethod", {}}})
+    EXPECT_THROW(rt().call(o, member, arguments), std::invalid_argument) << member;
   EXPECT_THROW(rt().callShared("NoSuchClass", "Twice", {integer(1)}), std::invalid_argument);
   EXPECT_THROW(rt().call(o, "Kind(x as Variant) as String", {Value::nil()}), std::invalid_argument);
+  // Calls on Nil raise NilObjectException; on a value that is no object, they do not fit.
+  EXPECT_EQ(Raised([&] { rt().call(Value::nil(), "Add", {integer(1)}); }).rfind("NilObjectException: ", 0), 0u);
+  EXPECT_THROW(rt().call(integer(1), "Add"), std::invalid_argument);
 }
 
-TEST_F(HostTest, MissingArgumentsTakeTheirDefaults) {
+TEST_F(HostTest, MissingArgumentsTakeTheirDefaultsAndConstantsTheirTypes) {
   load();
   Value o = rt().newInstance("TestBase");
   EXPECT_EQ(rt().call(o, "Add", {integer(1)}).integer, 6);
@@ -118,9 +116,19 @@ TEST_F(HostTest, MissingArgumentsTakeTheirDefaults) {
   EXPECT_EQ(text(rt().call(o, "Defaults", {integer(1), str("x")})), "1|x|1.50|1|nil");
   EXPECT_EQ(text(rt().call(o, "Defaults", {integer(1), str("x"), integer(3), Value::ofBoolean(false), o})),
             "1|x|3.00|0|object");
+  // Constants have their declared types.
+  Value answer = rt().constant("TestBase", "Answer");
+  EXPECT_EQ(answer.kind, Value::Kind::Integer);
+  EXPECT_EQ(answer.integer, 42);
+  EXPECT_EQ(rt().constant("TestBase", "pi").kind, Value::Kind::Double);
+  EXPECT_DOUBLE_EQ(rt().constant("TestBase", "Pi").real, 3.25);
+  EXPECT_EQ(text(rt().constant("TestBase", "Greeting")), "hello");
+  EXPECT_TRUE(rt().constant("TestBase", "Enabled").boolean);
+  EXPECT_EQ(rt().constant("TestLeaf", "Answer").integer, 42);  // inherited
+  EXPECT_THROW(rt().constant("TestBase", "Nothing"), std::invalid_argument);
 }
 
-TEST_F(HostTest, AssignableMethodsCallTheirSetters) {
+TEST_F(HostTest, AssignableMethodsCallTheirSettersAndPluginsReadAndWritePropertiesByName) {
   load();
   Value o = rt().newInstance("TestBase");
   // Setter-only form: "Item(index as Integer, assigns value as String)".
@@ -133,6 +141,15 @@ TEST_F(HostTest, AssignableMethodsCallTheirSetters) {
   EXPECT_EQ(rt().call(o, "Slot", {integer(1)}).integer, 0);
   EXPECT_THROW(rt().assign(o, "Slot", {integer(2)}, str("no")), std::invalid_argument);
   EXPECT_THROW(rt().assign(o, "Add", {integer(2)}, integer(1)), std::invalid_argument);
+  // Plugins read and write properties by name.
+  rt().set(o, "Count", integer(3));
+  rt().set(o, "Scale", Value::ofDouble(4));
+  rt().set(o, "Flag", Value::ofBoolean(true));
+  rt().set(o, "Ratio", Value::ofSingle(5));
+  rt().set(o, "Handle", integer(6));
+  // Six entry points answer true, the unknown property false; Scale is doubled.
+  EXPECT_EQ(rt().call(o, "ReadNumbers", {o}).integer, 6 * 1000000 + 3 * 10000 + 4 * 100 + 10 + 5 + 6);
+  EXPECT_DOUBLE_EQ(rt().get(o, "Scale").real, 8);
 }
 
 TEST_F(HostTest, PropertiesReadAndWriteThroughAccessorsAndMarkers) {
@@ -187,32 +204,6 @@ TEST_F(HostTest, PropertiesReadAndWriteThroughAccessorsAndMarkers) {
   EXPECT_EQ(rt().get(o, "Self").object.get(), o.object.get());
 }
 
-TEST_F(HostTest, PluginsReadAndWritePropertiesByName) {
-  load();
-  Value o = rt().newInstance("TestBase");
-  rt().set(o, "Count", integer(3));
-  rt().set(o, "Scale", Value::ofDouble(4));
-  rt().set(o, "Flag", Value::ofBoolean(true));
-  rt().set(o, "Ratio", Value::ofSingle(5));
-  rt().set(o, "Handle", integer(6));
-  // Six entry points answer true, the unknown property false; Scale is doubled.
-  EXPECT_EQ(rt().call(o, "ReadNumbers", {o}).integer, 6 * 1000000 + 3 * 10000 + 4 * 100 + 10 + 5 + 6);
-  EXPECT_DOUBLE_EQ(rt().get(o, "Scale").real, 8);
-}
-
-TEST_F(HostTest, ConstantsHaveTheirDeclaredTypes) {
-  load();
-  Value answer = rt().constant("TestBase", "Answer");
-  EXPECT_EQ(answer.kind, Value::Kind::Integer);
-  EXPECT_EQ(answer.integer, 42);
-  EXPECT_EQ(rt().constant("TestBase", "pi").kind, Value::Kind::Double);
-  EXPECT_DOUBLE_EQ(rt().constant("TestBase", "Pi").real, 3.25);
-  EXPECT_EQ(text(rt().constant("TestBase", "Greeting")), "hello");
-  EXPECT_TRUE(rt().constant("TestBase", "Enabled").boolean);
-  EXPECT_EQ(rt().constant("TestLeaf", "Answer").integer, 42);  // inherited
-  EXPECT_THROW(rt().constant("TestBase", "Nothing"), std::invalid_argument);
-}
-
 TEST_F(HostTest, ConstructorsRunRootFirstAndDestructorsMostDerivedFirst) {
   load();
   clearLog();
@@ -253,10 +244,4 @@ TEST_F(HostTest, ConstructorsRunRootFirstAndDestructorsMostDerivedFirst) {
     EXPECT_EQ(bytes[i], 0) << i;
   }
   EXPECT_EQ(base.object.get()->classWord, nullptr);
-}
-
-TEST_F(HostTest, CallsOnNilRaiseNilObjectException) {
-  load();
-  EXPECT_EQ(Raised([&] { rt().call(Value::nil(), "Add", {integer(1)}); }).rfind("NilObjectException: ", 0), 0u);
-  EXPECT_THROW(rt().call(integer(1), "Add"), std::invalid_argument);
 }

@@ -36,7 +36,7 @@ TEST_F(HostTest, PluginsFillAndReadArrays) {
   EXPECT_DOUBLE_EQ(d[1].real, 2.5);
 }
 
-TEST_F(HostTest, ArraysOfEveryElementTypeKeepTheirValues) {
+TEST_F(HostTest, ArraysOfEveryElementTypeKeepTheirValuesAndReleaseThem) {
   load();
   struct Case {
     host::ArrayElementType type;
@@ -60,10 +60,6 @@ TEST_F(HostTest, ArraysOfEveryElementTypeKeepTheirValues) {
                                                                                                      : c.value.kind);
   }
   EXPECT_THROW(rt().array(static_cast<host::ArrayElementType>(99)), std::invalid_argument);
-}
-
-TEST_F(HostTest, ArraysReleaseTheirElements) {
-  load();
   size_t objects = rt().liveObjects();
   {
     Value element = rt().newInstance("TestBase");
@@ -115,8 +111,8 @@ TEST_F(HostTest, MemoryBlockMembersWorkForHostCodeAndPlugins) {
 
 TEST_F(HostTest, LoadedMethodsAreRealCFunctions) {
   load();
-  auto loadObject = reinterpret_cast<void* (*)(void*, const char*)>(rt().entryPoint("REALLoadObjectMethod"));
-  auto loadGlobal = reinterpret_cast<void* (*)(void*, const char*)>(rt().entryPoint("REALLoadGlobalMethod"));
+  auto loadObject = entry<void* (*)(void*, const char*)>("REALLoadObjectMethod");
+  auto loadGlobal = entry<void* (*)(void*, const char*)>("REALLoadGlobalMethod");
   ASSERT_TRUE(loadObject && loadGlobal);
   Value o = rt().newInstance("TestLeaf", {integer(1)});
   host::ClassInfo* base = rt().findClass("TestBase");

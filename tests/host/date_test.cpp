@@ -78,22 +78,13 @@ TEST_F(DateTest, ANewGMTOffsetShowsTheSameMomentElsewhere) {
   EXPECT_DOUBLE_EQ(rt().get(copy, "GMTOffset").real, 0.5);
 }
 
-TEST_F(DateTest, TheLocalOffsetComesFromTheZoneAtThatDate) {
+TEST_F(DateTest, TheLocalOffsetComesFromTheZoneAtThatDateAndANewDateIsNow) {
   load();
-  std::tm tm{};
-  tm.tm_year = 112;
-  tm.tm_mon = 2;
-  tm.tm_mday = 4;
-  tm.tm_hour = 5;
-  tm.tm_min = 6;
-  tm.tm_sec = 7;
-  tm.tm_isdst = -1;
+  std::tm tm{};  // 2012-03-04 05:06:07, with daylight saving time as the zone has it then
+  tm.tm_year = 112, tm.tm_mon = 2, tm.tm_mday = 4, tm.tm_hour = 5, tm.tm_min = 6, tm.tm_sec = 7, tm.tm_isdst = -1;
   ASSERT_NE(std::mktime(&tm), static_cast<std::time_t>(-1));
   EXPECT_DOUBLE_EQ(rt().get(date(2012, 3, 4, 5, 6, 7), "GMTOffset").real, double(tm.tm_gmtoff) / 3600);
-}
-
-TEST_F(DateTest, ANewDateWithoutArgumentsIsNow) {
-  load();
+  // A new Date without arguments is now.
   std::time_t before = std::time(nullptr);
   host::Value d = rt().newInstance("Date");
   std::time_t after = std::time(nullptr);

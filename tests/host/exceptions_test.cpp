@@ -46,7 +46,7 @@ TEST_F(HostTest, TheResultOfARaisingFunctionIsDropped) {
   EXPECT_STREQ(e->what(), "NilObjectException: Memoryblock is nil");
 }
 
-TEST_F(HostTest, ThrownPlatformObjectsAreReportedNotFatal) {
+TEST_F(HostTest, ThrownPlatformObjectsAreReportedNotFatalAndHostCodeMakesExceptions) {
   load();
   Value o = rt().newInstance("TestBase");
   auto thrown = Caught<host::ThrownObject>([&] { rt().call(o, "ThrowPlatform"); });
@@ -58,10 +58,7 @@ TEST_F(HostTest, ThrownPlatformObjectsAreReportedNotFatal) {
   EXPECT_THROW(rt().call(o, "Fail", {str("IllegalCastException"), str("x")}), host::HostException);
   EXPECT_THROW(rt().call(o, "NoSuchMethod"), std::invalid_argument);
   for (int i = 0; i < 3; ++i) EXPECT_THROW(rt().call(o, "ThrowPlatform"), host::ThrownObject);
-}
-
-TEST_F(HostTest, ExceptionsCanBeMadeAndRaisedByHostCode) {
-  load();
+  // Host code makes exceptions and sets their properties.
   Value e = rt().newInstance("OutOfMemoryException");
   rt().set(e, "Message", str("made by host code"));
   rt().set(e, "ErrorNumber", integer(12));

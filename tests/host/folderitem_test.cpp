@@ -25,7 +25,7 @@ class FolderItemTest : public HostTest {
   const std::string dir_ = folder_.path();
 };
 
-TEST_F(FolderItemTest, PathsNamesAndParents) {
+TEST_F(FolderItemTest, PathsNamesParentsAndChildrenThatNeedNotExist) {
   load();
   write("a.txt", "hello");
   host::Value f = item(dir_ + "/./sub/../a.txt");
@@ -43,10 +43,6 @@ TEST_F(FolderItemTest, PathsNamesAndParents) {
   EXPECT_TRUE(rt().get(root, "Parent").isNil());
   EXPECT_EQ(text(rt().get(root, "Name")), "");
   EXPECT_EQ(path(rt().folderItem("relative/../x")), path(rt().newInstance("FolderItem")) + "/x");
-}
-
-TEST_F(FolderItemTest, ChildrenNeedNotExist) {
-  load();
   host::Value folder = item(dir_);
   host::Value child = rt().call(folder, "Child", {str("missing.png")});
   EXPECT_EQ(path(child), dir_ + "/missing.png");
@@ -99,7 +95,7 @@ TEST_F(FolderItemTest, DeleteRenameAndCreateAsFolder) {
   EXPECT_EQ(path(folder), dir_ + "/folder");
 }
 
-TEST_F(FolderItemTest, AnExistingItemIsHandedOverAsAnFSRef) {
+TEST_F(FolderItemTest, ItemsAreHandedOverAsAnFSRefOrAParentAndANameButNotToAForeignThread) {
   load();
   write("pic.png", "x");
   EXPECT_EQ(text(handOver("RefPath", {item(dir_ + "/pic.png")})), dir_ + "/pic.png");
@@ -107,16 +103,21 @@ TEST_F(FolderItemTest, AnExistingItemIsHandedOverAsAnFSRef) {
   EXPECT_EQ(text(handOver("RefPath", {item("/")})), "/");
   EXPECT_EQ(text(handOver("RefPath", {item(dir_ + "/missing")})), "");
   EXPECT_EQ(text(handOver("RefPath", {host::Value::nil()})), "");
-}
-
-TEST_F(FolderItemTest, AMissingItemIsHandedOverAsItsParentAndName) {
-  load();
   EXPECT_EQ(text(handOver("ParentRefAndName", {item(dir_ + "/caf\xC3\xA9.png")})), dir_ + "|caf\xC3\xA9.png");
   EXPECT_EQ(text(handOver("ParentRefAndName", {item(dir_ + "/nowhere/x.png")})), "") << "the parent must exist";
   EXPECT_EQ(text(handOver("ParentRefAndName", {item("/")})), "") << "the root has no parent";
+  auto toRef = entry<bool (*)(void*, void*, void*)>("REALFSRefFromFolderItem");
+  ASSERT_NE(toRef, nullptr);
+  host::Value f = item(dir_);
+  unsigned char ref[80] = {};
+  bool made = true;
+  std::thread([&] { made = toRef(f.object.get(), ref, nullptr); }).join();
+  EXPECT_FALSE(made);
+  EXPECT_EQ(rt().foreignThreadCalls(), 1u);
+  EXPECT_TRUE(toRef(f.object.get(), ref, nullptr));
 }
 
-TEST_F(FolderItemTest, AFolderItemComesBackFromAParentAndAName) {
+TEST_F(FolderItemTest, AFolderItemComesBackFromAParentAndANameAndFSSpecsGoBothWays) {
   load();
   host::Value folder = item(dir_);
   host::Value made = handOver("FromParent", {folder, str("new.png"), integer(7)});
@@ -129,10 +130,6 @@ TEST_F(FolderItemTest, AFolderItemComesBackFromAParentAndAName) {
   EXPECT_TRUE(handOver("FromParent", {folder, str(""), integer(0)}).isNil());
   EXPECT_TRUE(handOver("FromParent", {folder, str("x"), integer(256)}).isNil());
   EXPECT_TRUE(handOver("FromParent", {item(dir_ + "/missing"), str("x"), integer(1)}).isNil());
-}
-
-TEST_F(FolderItemTest, FSSpecsGoBothWaysForItemsThatExistOrNot) {
-  load();
   write("there", "");
   for (const std::string& p : {dir_ + "/there", dir_ + "/not-there", dir_, std::string("/")})
     EXPECT_EQ(path(handOver("FileSpecRoundTrip", {item(p)})), p);
@@ -145,19 +142,6 @@ TEST_F(FolderItemTest, FSSpecsGoBothWaysForItemsThatExistOrNot) {
   EXPECT_TRUE(handOver("FileSpecRoundTrip", {item(dir_ + "/" + longName)}).isNil()) << "an FSSpec holds 63 bytes";
   EXPECT_TRUE(handOver("FileSpecRoundTrip", {item(dir_ + "/no/such")}).isNil());
   EXPECT_TRUE(handOver("FileSpecRoundTrip", {host::Value::nil()}).isNil());
-}
-
-TEST_F(FolderItemTest, NoHandOverFromAForeignThread) {
-  load();
-  auto toRef = reinterpret_cast<bool (*)(void*, void*, void*)>(rt().entryPoint("REALFSRefFromFolderItem"));
-  ASSERT_NE(toRef, nullptr);
-  host::Value f = item(dir_);
-  unsigned char ref[80] = {};
-  bool made = true;
-  std::thread([&] { made = toRef(f.object.get(), ref, nullptr); }).join();
-  EXPECT_FALSE(made);
-  EXPECT_EQ(rt().foreignThreadCalls(), 1u);
-  EXPECT_TRUE(toRef(f.object.get(), ref, nullptr));
 }
 
 }  // namespace

@@ -36,6 +36,11 @@ class HostTest : public ::testing::Test {
   host::Value integer(int64_t v) { return host::Value::ofInteger(v); }
   host::Value str(const char* text) { return rt().string(text); }
   std::string text(const host::Value& v) { return rt().utf8(v); }
+  // An entry point as plugins resolve it, as a function of type F.
+  template <class F>
+  F entry(const char* name) {
+    return reinterpret_cast<F>(rt().entryPoint(name));
+  }
   std::string log() { return text(rt().callShared("TestBase", "Log")); }
   void clearLog() { rt().callShared("TestBase", "ClearLog"); }
 

@@ -12,6 +12,9 @@ namespace {
 
 class PictureTest : public HostTest {
  protected:
+  static constexpr const char* kDrawPicture =
+      "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, sx as Integer = 0, "
+      "sy as Integer = 0, sw as Integer = -10000, sh as Integer = -10000)";
   Value picture(int64_t w, int64_t h, int64_t depth = 0) {
     return depth ? rt().newInstance("Picture", {integer(w), integer(h), integer(depth)})
                  : rt().newInstance("Picture", {integer(w), integer(h)});
@@ -30,132 +33,124 @@ class PictureTest : public HostTest {
 
 TEST_F(PictureTest, GraphicsDrawWhereTheHostExpects) {
   load();
-  {
-    Value p = picture(4, 3);
-    EXPECT_TRUE(rt().get(p, "HasAlphaChannel").boolean);
-    EXPECT_EQ(pixel(p, 2, 1), 0xFF000000u);  // transparent
-    fill(p, 0x00FF0000, 1, 0, 2, 1);         // opaque red across the top row
-    EXPECT_EQ(pixel(p, 1, 0), 0x00FF0000u);
-    EXPECT_EQ(pixel(p, 2, 0), 0x00FF0000u);
-    EXPECT_EQ(pixel(p, 3, 0), 0xFF000000u);
-    EXPECT_EQ(pixel(p, 1, 1), 0xFF000000u);
-    // The drawing colour is the picture's: a second Graphics sees it.
-    EXPECT_EQ(rt().get(rt().get(p, "Graphics"), "ForeColor").integer, 0x00FF0000);
-    Value surface = rt().get(p, "RGBSurface");
-    rt().assign(surface, "Pixel", {integer(0), integer(2)}, Value::ofColor(0x800000FF));  // half-transparent blue
-    uint32_t half = pixel(p, 0, 2);
-    EXPECT_EQ(half & 0xFF, 0xFFu);
-    EXPECT_NEAR(double(half >> 24), 128, 1);
-    rt().call(rt().get(p, "Graphics"), "ClearRect", {Value::ofDouble(0), Value::ofDouble(0), Value::ofDouble(4), Value::ofDouble(1)});
-    EXPECT_EQ(pixel(p, 1, 0), 0xFF000000u);
-    EXPECT_THROW(pixel(p, 4, 0), host::HostException);
-    EXPECT_THROW(rt().call(p, "Mask"), host::HostException);  // alpha pictures have no mask
+  Value p = picture(4, 3);
+  EXPECT_TRUE(rt().get(p, "HasAlphaChannel").boolean);
+  EXPECT_EQ(pixel(p, 2, 1), 0xFF000000u);  // transparent
+  fill(p, 0x00FF0000, 1, 0, 2, 1);         // opaque red across the top row
+  EXPECT_EQ(pixel(p, 1, 0), 0x00FF0000u);
+  EXPECT_EQ(pixel(p, 2, 0), 0x00FF0000u);
+  EXPECT_EQ(pixel(p, 3, 0), 0xFF000000u);
+  EXPECT_EQ(pixel(p, 1, 1), 0xFF000000u);
+  // The drawing colour is the picture's: a second Graphics sees it.
+  EXPECT_EQ(rt().get(rt().get(p, "Graphics"), "ForeColor").integer, 0x00FF0000);
+  Value surface = rt().get(p, "RGBSurface");
+  rt().assign(surface, "Pixel", {integer(0), integer(2)}, Value::ofColor(0x800000FF));  // half-transparent blue
+  uint32_t half = pixel(p, 0, 2);
+  EXPECT_EQ(half & 0xFF, 0xFFu);
+  EXPECT_NEAR(double(half >> 24), 128, 1);
+  rt().call(rt().get(p, "Graphics"), "ClearRect", {Value::ofDouble(0), Value::ofDouble(0), Value::ofDouble(4), Value::ofDouble(1)});
+  EXPECT_EQ(pixel(p, 1, 0), 0xFF000000u);
+  EXPECT_THROW(pixel(p, 4, 0), host::HostException);
+  EXPECT_THROW(rt().call(p, "Mask"), host::HostException);  // alpha pictures have no mask
 
-    Value white = picture(2, 2, 32);
-    EXPECT_FALSE(rt().get(white, "HasAlphaChannel").boolean);
-    EXPECT_EQ(pixel(white, 1, 1), 0x00FFFFFFu);
-    EXPECT_THROW(picture(0, 5), host::HostException);
-    EXPECT_THROW(picture(2, 2, 7), host::HostException);
-  }
+  Value white = picture(2, 2, 32);
+  EXPECT_FALSE(rt().get(white, "HasAlphaChannel").boolean);
+  EXPECT_EQ(pixel(white, 1, 1), 0x00FFFFFFu);
+  EXPECT_THROW(picture(0, 5), host::HostException);
+  EXPECT_THROW(picture(2, 2, 7), host::HostException);
 }
 
 TEST_F(PictureTest, DrawPictureScalesClipsAndMasks) {
   load();
-  {
-    Value source = picture(2, 2, 32);
-    fill(source, 0x0000FF00, 0, 0, 1, 2);  // left column green, right column white
-    Value mask = rt().call(source, "Mask");
-    EXPECT_EQ(pixel(mask, 0, 0), 0u);  // a new mask is black: opaque
-    fill(mask, 0x00FFFFFF, 0, 1, 2, 1);  // bottom row clear
+  Value source = picture(2, 2, 32);
+  fill(source, 0x0000FF00, 0, 0, 1, 2);  // left column green, right column white
+  Value mask = rt().call(source, "Mask");
+  EXPECT_EQ(pixel(mask, 0, 0), 0u);  // a new mask is black: opaque
+  fill(mask, 0x00FFFFFF, 0, 1, 2, 1);  // bottom row clear
 
-    Value target = picture(4, 4);
-    Value g = rt().get(target, "Graphics");
-    rt().call(g, "DrawPicture", {source, Value::ofDouble(0), Value::ofDouble(0), Value::ofDouble(4), Value::ofDouble(4)});
-    EXPECT_EQ(pixel(target, 0, 0), 0x0000FF00u);
-    EXPECT_EQ(pixel(target, 3, 0), 0x00FFFFFFu);
-    EXPECT_EQ(pixel(target, 0, 3), 0xFF000000u);  // masked away
-    // A source rectangle: only the right column, drawn 1:1 at (3, 0).
-    Value other = picture(4, 4);
-    rt().call(rt().get(other, "Graphics"), "DrawPicture",
-              {source, Value::ofDouble(3), Value::ofDouble(0), Value::ofDouble(1), Value::ofDouble(1), Value::ofDouble(1),
-               Value::ofDouble(0), Value::ofDouble(1), Value::ofDouble(1)});
-    EXPECT_EQ(pixel(other, 3, 0), 0x00FFFFFFu);
-    EXPECT_EQ(pixel(other, 2, 0), 0xFF000000u);
-    EXPECT_THROW(rt().call(g, "DrawPicture", {Value::nil(), Value::ofDouble(0), Value::ofDouble(0)}), host::HostException);
-  }
+  Value target = picture(4, 4);
+  Value g = rt().get(target, "Graphics");
+  rt().call(g, "DrawPicture", {source, Value::ofDouble(0), Value::ofDouble(0), Value::ofDouble(4), Value::ofDouble(4)});
+  EXPECT_EQ(pixel(target, 0, 0), 0x0000FF00u);
+  EXPECT_EQ(pixel(target, 3, 0), 0x00FFFFFFu);
+  EXPECT_EQ(pixel(target, 0, 3), 0xFF000000u);  // masked away
+  // A source rectangle: only the right column, drawn 1:1 at (3, 0).
+  Value other = picture(4, 4);
+  rt().call(rt().get(other, "Graphics"), "DrawPicture",
+            {source, Value::ofDouble(3), Value::ofDouble(0), Value::ofDouble(1), Value::ofDouble(1), Value::ofDouble(1),
+             Value::ofDouble(0), Value::ofDouble(1), Value::ofDouble(1)});
+  EXPECT_EQ(pixel(other, 3, 0), 0x00FFFFFFu);
+  EXPECT_EQ(pixel(other, 2, 0), 0xFF000000u);
+  EXPECT_THROW(rt().call(g, "DrawPicture", {Value::nil(), Value::ofDouble(0), Value::ofDouble(0)}), host::HostException);
 }
 
 TEST_F(PictureTest, TheCGContextHandOverDrawsIntoThePicture) {
   load();
-  {
-    Value p = picture(5, 4);
-    Value g = rt().get(p, "Graphics");
-    Value type = rt().constant("Graphics", "HandleTypeCGContextRef");
-    auto context = reinterpret_cast<CGContextRef>(static_cast<intptr_t>(rt().call(g, "Handle", {type}).integer));
-    ASSERT_NE(context, nullptr);
-    EXPECT_EQ(CGBitmapContextGetWidth(context), 5u);
-    EXPECT_EQ(CGBitmapContextGetAlphaInfo(context), kCGImageAlphaPremultipliedFirst);
-    // Core Graphics' origin is the bottom-left corner: (0, 0, 2, 1) is the host's bottom row.
-    CGContextSetRGBFillColor(context, 0, 0, 1, 1);
-    CGContextFillRect(context, CGRectMake(0, 0, 2, 1));
-    EXPECT_EQ(pixel(p, 0, 3), 0x000000FFu);
-    EXPECT_EQ(pixel(p, 1, 3), 0x000000FFu);
-    EXPECT_EQ(pixel(p, 0, 0), 0xFF000000u);
-    // And host drawing shows in the context's memory: A R G B bytes, row 0 on top.
-    fill(p, 0x00112233, 4, 0, 1, 1);
-    auto* bytes = static_cast<unsigned char*>(CGBitmapContextGetData(context)) + 4 * 4;
-    EXPECT_EQ(bytes[0], 0xFF);
-    EXPECT_EQ(bytes[1], 0x11);
-    EXPECT_EQ(bytes[3], 0x33);
-    EXPECT_THROW(rt().call(g, "Handle", {integer(99)}), host::HostException);
-  }
+  Value p = picture(5, 4);
+  Value g = rt().get(p, "Graphics");
+  Value type = rt().constant("Graphics", "HandleTypeCGContextRef");
+  auto context = reinterpret_cast<CGContextRef>(static_cast<intptr_t>(rt().call(g, "Handle", {type}).integer));
+  ASSERT_NE(context, nullptr);
+  EXPECT_EQ(CGBitmapContextGetWidth(context), 5u);
+  EXPECT_EQ(CGBitmapContextGetAlphaInfo(context), kCGImageAlphaPremultipliedFirst);
+  // Core Graphics' origin is the bottom-left corner: (0, 0, 2, 1) is the host's bottom row.
+  CGContextSetRGBFillColor(context, 0, 0, 1, 1);
+  CGContextFillRect(context, CGRectMake(0, 0, 2, 1));
+  EXPECT_EQ(pixel(p, 0, 3), 0x000000FFu);
+  EXPECT_EQ(pixel(p, 1, 3), 0x000000FFu);
+  EXPECT_EQ(pixel(p, 0, 0), 0xFF000000u);
+  // And host drawing shows in the context's memory: A R G B bytes, row 0 on top.
+  fill(p, 0x00112233, 4, 0, 1, 1);
+  auto* bytes = static_cast<unsigned char*>(CGBitmapContextGetData(context)) + 4 * 4;
+  EXPECT_EQ(bytes[0], 0xFF);
+  EXPECT_EQ(bytes[1], 0x11);
+  EXPECT_EQ(bytes[3], 0x33);
+  EXPECT_THROW(rt().call(g, "Handle", {integer(99)}), host::HostException);
 }
 
 TEST_F(PictureTest, PluginsReachPicturesThroughEntryPoints) {
   load();
-  {
-    auto newPicture = reinterpret_cast<host::ObjectHeader* (*)(int32_t, int32_t, int32_t)>(rt().entryPoint("newPicture"));
-    auto lock = reinterpret_cast<bool (*)(host::ObjectHeader*, void*, uint32_t)>(rt().entryPoint("REALLockPictureDescription"));
-    auto mask = reinterpret_cast<host::ObjectHeader* (*)(host::ObjectHeader*, bool)>(rt().entryPoint("REALGetPictureMask"));
-    auto graphics = reinterpret_cast<host::ObjectHeader* (*)(host::ObjectHeader*)>(rt().entryPoint("pluginPictureGraphicsGetter"));
-    auto copyImage = reinterpret_cast<CGImageRef (*)(host::ObjectHeader*)>(rt().entryPoint("REALCopyPictureCGImage"));
-    Value alpha = Value::ofObject(host::ObjectRef::adopt(newPicture(3, 2, 0)));
-    Value plain = Value::ofObject(host::ObjectRef::adopt(newPicture(3, 2, 32)));
-    EXPECT_EQ(newPicture(0, 2, 32), nullptr);
-    EXPECT_FALSE(rt().exceptionPending());
-    EXPECT_TRUE(rt().get(alpha, "HasAlphaChannel").boolean);
-    EXPECT_EQ(alpha.object.get()->refCount, 1);
+  auto newPicture = entry<host::ObjectHeader* (*)(int32_t, int32_t, int32_t)>("newPicture");
+  auto lock = entry<bool (*)(host::ObjectHeader*, void*, uint32_t)>("REALLockPictureDescription");
+  auto mask = entry<host::ObjectHeader* (*)(host::ObjectHeader*, bool)>("REALGetPictureMask");
+  auto graphics = entry<host::ObjectHeader* (*)(host::ObjectHeader*)>("pluginPictureGraphicsGetter");
+  auto copyImage = entry<CGImageRef (*)(host::ObjectHeader*)>("REALCopyPictureCGImage");
+  Value alpha = Value::ofObject(host::ObjectRef::adopt(newPicture(3, 2, 0)));
+  Value plain = Value::ofObject(host::ObjectRef::adopt(newPicture(3, 2, 32)));
+  EXPECT_EQ(newPicture(0, 2, 32), nullptr);
+  EXPECT_FALSE(rt().exceptionPending());
+  EXPECT_TRUE(rt().get(alpha, "HasAlphaChannel").boolean);
+  EXPECT_EQ(alpha.object.get()->refCount, 1);
 
-    struct {
-      int32_t type, unused;
-      void* data;
-      int32_t width, height;
-    } description{};
-    ASSERT_TRUE(lock(plain.object.get(), &description, 8));
-    EXPECT_EQ(description.type, 8);
-    EXPECT_EQ(description.width, 3);
-    auto context = static_cast<CGContextRef>(description.data);
-    EXPECT_EQ(CGBitmapContextGetAlphaInfo(context), kCGImageAlphaNoneSkipFirst);
-    EXPECT_FALSE(lock(plain.object.get(), &description, 10));
+  struct {
+    int32_t type, unused;
+    void* data;
+    int32_t width, height;
+  } description{};
+  ASSERT_TRUE(lock(plain.object.get(), &description, 8));
+  EXPECT_EQ(description.type, 8);
+  EXPECT_EQ(description.width, 3);
+  auto context = static_cast<CGContextRef>(description.data);
+  EXPECT_EQ(CGBitmapContextGetAlphaInfo(context), kCGImageAlphaNoneSkipFirst);
+  EXPECT_FALSE(lock(plain.object.get(), &description, 10));
 
-    EXPECT_EQ(mask(alpha.object.get(), true), nullptr);
-    EXPECT_EQ(mask(plain.object.get(), false), nullptr);
-    Value made = Value::ofObject(host::ObjectRef::adopt(mask(plain.object.get(), true)));
-    ASSERT_TRUE(made.object);
-    EXPECT_EQ(made.object.get(), rt().call(plain, "Mask").object.get());
-    fill(made, 0x00FFFFFF, 0, 0, 1, 2);  // the left column clear
-    CGImageRef image = copyImage(plain.object.get());
-    ASSERT_NE(image, nullptr);
-    EXPECT_EQ(CGImageGetWidth(image), 3u);
-    Value target = picture(3, 2);
-    Value g = Value::ofObject(host::ObjectRef::adopt(graphics(target.object.get())));
-    auto targetContext = reinterpret_cast<CGContextRef>(
-        static_cast<intptr_t>(rt().call(g, "Handle", {rt().constant("Graphics", "HandleTypeCGContextRef")}).integer));
-    CGContextDrawImage(targetContext, CGRectMake(0, 0, 3, 2), image);
-    CGImageRelease(image);
-    EXPECT_EQ(pixel(target, 0, 0), 0xFF000000u);
-    EXPECT_EQ(pixel(target, 2, 1), 0x00FFFFFFu);
-  }
+  EXPECT_EQ(mask(alpha.object.get(), true), nullptr);
+  EXPECT_EQ(mask(plain.object.get(), false), nullptr);
+  Value made = Value::ofObject(host::ObjectRef::adopt(mask(plain.object.get(), true)));
+  ASSERT_TRUE(made.object);
+  EXPECT_EQ(made.object.get(), rt().call(plain, "Mask").object.get());
+  fill(made, 0x00FFFFFF, 0, 0, 1, 2);  // the left column clear
+  CGImageRef image = copyImage(plain.object.get());
+  ASSERT_NE(image, nullptr);
+  EXPECT_EQ(CGImageGetWidth(image), 3u);
+  Value target = picture(3, 2);
+  Value g = Value::ofObject(host::ObjectRef::adopt(graphics(target.object.get())));
+  auto targetContext = reinterpret_cast<CGContextRef>(
+      static_cast<intptr_t>(rt().call(g, "Handle", {rt().constant("Graphics", "HandleTypeCGContextRef")}).integer));
+  CGContextDrawImage(targetContext, CGRectMake(0, 0, 3, 2), image);
+  CGImageRelease(image);
+  EXPECT_EQ(pixel(target, 0, 0), 0xFF000000u);
+  EXPECT_EQ(pixel(target, 2, 1), 0x00FFFFFFu);
 }
 
 // Console and web applications keep every Picture in the host row buffer: Graphics,
@@ -165,107 +160,94 @@ TEST_F(PictureTest, ConsolePicturesLiveInTheRowBuffer) {
   host::Options options;
   options.kind = host::AppKind::Console;
   load(options);
-  {
-    auto lock = reinterpret_cast<bool (*)(host::ObjectHeader*, void*, uint32_t)>(rt().entryPoint("REALLockPictureDescription"));
-    auto lockAny = reinterpret_cast<bool (*)(host::ObjectHeader*, void*)>(rt().entryPoint("lockPictureDescription"));
-    auto unlock = reinterpret_cast<void (*)(host::ObjectHeader*)>(rt().entryPoint("unlockPictureDescription"));
-    Value p = picture(3, 2);
-    EXPECT_FALSE(rt().get(p, "HasAlphaChannel").boolean) << "row buffer pictures have no alpha channel";
-    EXPECT_EQ(pixel(p, 2, 1), 0x00FFFFFFu);
-    fill(p, 0x00112233, 1, 1, 2, 1);
-    Value mask = rt().call(p, "Mask");
-    fill(mask, 0x00FFFFFF, 2, 0, 1, 2);  // the right column clear
-    Value target = picture(3, 2, 32);
-    fill(target, 0x000000FF, 0, 0, 3, 2);
-    rt().call(rt().get(target, "Graphics"), "DrawPicture", {p, Value::ofDouble(0), Value::ofDouble(0)});
-    EXPECT_EQ(pixel(target, 1, 1), 0x00112233u);
-    EXPECT_EQ(pixel(target, 0, 0), 0x00FFFFFFu);
-    EXPECT_EQ(pixel(target, 2, 1), 0x000000FFu) << "masked away";
+  auto lock = entry<bool (*)(host::ObjectHeader*, void*, uint32_t)>("REALLockPictureDescription");
+  auto lockAny = entry<bool (*)(host::ObjectHeader*, void*)>("lockPictureDescription");
+  auto unlock = entry<void (*)(host::ObjectHeader*)>("unlockPictureDescription");
+  Value p = picture(3, 2);
+  EXPECT_FALSE(rt().get(p, "HasAlphaChannel").boolean) << "row buffer pictures have no alpha channel";
+  EXPECT_EQ(pixel(p, 2, 1), 0x00FFFFFFu);
+  fill(p, 0x00112233, 1, 1, 2, 1);
+  Value mask = rt().call(p, "Mask");
+  fill(mask, 0x00FFFFFF, 2, 0, 1, 2);  // the right column clear
+  Value target = picture(3, 2, 32);
+  fill(target, 0x000000FF, 0, 0, 3, 2);
+  rt().call(rt().get(target, "Graphics"), "DrawPicture", {p, Value::ofDouble(0), Value::ofDouble(0)});
+  EXPECT_EQ(pixel(target, 1, 1), 0x00112233u);
+  EXPECT_EQ(pixel(target, 0, 0), 0x00FFFFFFu);
+  EXPECT_EQ(pixel(target, 2, 1), 0x000000FFu) << "masked away";
 
-    struct {
-      int32_t type, unused;
-      uintptr_t* data;
-      int32_t width, height;
-    } description{};
-    EXPECT_FALSE(lock(p.object.get(), &description, 8));
-    ASSERT_TRUE(lock(p.object.get(), &description, 10));
-    EXPECT_EQ(description.type, 10);
-    EXPECT_EQ(description.width, 3);
-    EXPECT_EQ(description.height, 2);
-    uintptr_t* record = description.data;
-    EXPECT_EQ(record[0], 0u);
-    EXPECT_EQ(record[1], 3u);
-    EXPECT_EQ(record[2], 2u);
-    EXPECT_NE(record[1806], 0u);
-    auto rows = reinterpret_cast<unsigned char**>(record[1807]);
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(rows[1]) + 4, 3), "\x33\x22\x11") << "B, G, R";
-    EXPECT_NE(rows[1] - rows[0], 12) << "rows are reached through the table";
-    unlock(p.object.get());
-    ASSERT_TRUE(lockAny(p.object.get(), &description));
-    EXPECT_EQ(description.type, 8);
-    auto context = reinterpret_cast<CGContextRef>(description.data);
-    EXPECT_EQ(CGBitmapContextGetData(context), rows[0]);
-    EXPECT_EQ(CGBitmapContextGetBitmapInfo(context), uint32_t(kCGImageAlphaNoneSkipFirst | kCGBitmapByteOrder32Little));
-    unlock(p.object.get());
-    host::PictureCounts counts = rt().pictureCounts(p);
-    EXPECT_EQ(counts.descriptionLocks, 2u);
-    EXPECT_EQ(counts.descriptionUnlocks, 2u);
-  }
+  struct {
+    int32_t type, unused;
+    uintptr_t* data;
+    int32_t width, height;
+  } description{};
+  EXPECT_FALSE(lock(p.object.get(), &description, 8));
+  ASSERT_TRUE(lock(p.object.get(), &description, 10));
+  EXPECT_EQ(description.type, 10);
+  EXPECT_EQ(description.width, 3);
+  EXPECT_EQ(description.height, 2);
+  uintptr_t* record = description.data;
+  EXPECT_EQ(record[0], 0u);
+  EXPECT_EQ(record[1], 3u);
+  EXPECT_EQ(record[2], 2u);
+  EXPECT_NE(record[1806], 0u);
+  auto rows = reinterpret_cast<unsigned char**>(record[1807]);
+  EXPECT_EQ(std::string(reinterpret_cast<char*>(rows[1]) + 4, 3), "\x33\x22\x11") << "B, G, R";
+  EXPECT_NE(rows[1] - rows[0], 12) << "rows are reached through the table";
+  unlock(p.object.get());
+  ASSERT_TRUE(lockAny(p.object.get(), &description));
+  EXPECT_EQ(description.type, 8);
+  auto context = reinterpret_cast<CGContextRef>(description.data);
+  EXPECT_EQ(CGBitmapContextGetData(context), rows[0]);
+  EXPECT_EQ(CGBitmapContextGetBitmapInfo(context), uint32_t(kCGImageAlphaNoneSkipFirst | kCGBitmapByteOrder32Little));
+  unlock(p.object.get());
+  host::PictureCounts counts = rt().pictureCounts(p);
+  EXPECT_EQ(counts.descriptionLocks, 2u);
+  EXPECT_EQ(counts.descriptionUnlocks, 2u);
 }
 
 // Pictures from a plugin's buffer in each pixel type, and the DrawPicture plugins load
 // by its declaration (unless the knob hides it).
 TEST_F(PictureTest, BuffersAndTheLoadableDrawPicture) {
   load();
-  {
-    auto build = reinterpret_cast<host::ObjectHeader* (*)(intptr_t, intptr_t, int32_t, const void*, intptr_t)>(
-        rt().entryPoint("REALBuildPictureFromBuffer"));
-    struct Case {
-      int32_t type;
-      std::string pixel;  // the buffer's one pixel for opaque 0x102030
-      bool alpha;
-    };
-    for (const Case& c : {Case{1, std::string("\x10\x20\x30", 3), false}, Case{2, std::string("\x30\x20\x10", 3), false},
-                          Case{3, std::string("\x00\x10\x20\x30", 4), false}, Case{4, std::string("\x30\x20\x10\x00", 4), false},
-                          Case{5, std::string("\xFF\x10\x20\x30", 4), true}}) {
-      std::string row = c.pixel + std::string(8, '\x7F');  // a pixel and padding
-      std::string buffer = row + row;
-      Value p = Value::ofObject(host::ObjectRef::adopt(build(1, 2, c.type, buffer.data(), intptr_t(row.size()))));
-      ASSERT_FALSE(p.isNil()) << c.type;
-      EXPECT_EQ(pixel(p, 0, 0), 0x102030u) << c.type;
-      EXPECT_EQ(pixel(p, 0, 1), 0x102030u) << c.type;
-      EXPECT_EQ(rt().get(p, "HasAlphaChannel").boolean, c.alpha) << c.type;
-    }
-    EXPECT_EQ(build(1, 1, 9, "abcd", 4), nullptr);
-    EXPECT_EQ(build(2, 1, 3, "abcd", 4), nullptr) << "rows shorter than their pixels";
-
-    auto load = reinterpret_cast<void* (*)(host::ObjectHeader*, const char*)>(rt().entryPoint("REALLoadObjectMethod"));
-    const char* declaration =
-        "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, sx as Integer = 0, "
-        "sy as Integer = 0, sw as Integer = -10000, sh as Integer = -10000)";
-    Value source = picture(2, 2, 32), target = picture(4, 4, 32);
-    fill(source, 0x00FF0000, 0, 0, 2, 2);
-    Value g = rt().get(target, "Graphics");
-    auto draw = reinterpret_cast<void (*)(host::ObjectHeader*, host::ObjectHeader*, intptr_t, intptr_t, intptr_t, intptr_t,
-                                          intptr_t, intptr_t, intptr_t, intptr_t)>(load(g.object.get(), declaration));
-    ASSERT_NE(draw, nullptr);
-    draw(g.object.get(), source.object.get(), 1, 1, 2, 2, 0, 0, -10000, -10000);
-    EXPECT_EQ(pixel(target, 1, 1), 0x00FF0000u);
-    EXPECT_EQ(pixel(target, 2, 2), 0x00FF0000u);
-    EXPECT_EQ(pixel(target, 3, 3), 0x00FFFFFFu);
+  auto build = entry<host::ObjectHeader* (*)(intptr_t, intptr_t, int32_t, const void*, intptr_t)>("REALBuildPictureFromBuffer");
+  struct Case {
+    int32_t type;
+    std::string pixel;  // the buffer's one pixel for opaque 0x102030
+    bool alpha;
+  };
+  for (const Case& c : {Case{1, std::string("\x10\x20\x30", 3), false}, Case{2, std::string("\x30\x20\x10", 3), false},
+                        Case{3, std::string("\x00\x10\x20\x30", 4), false}, Case{4, std::string("\x30\x20\x10\x00", 4), false},
+                        Case{5, std::string("\xFF\x10\x20\x30", 4), true}}) {
+    std::string row = c.pixel + std::string(8, '\x7F');  // a pixel and padding
+    std::string buffer = row + row;
+    Value p = Value::ofObject(host::ObjectRef::adopt(build(1, 2, c.type, buffer.data(), intptr_t(row.size()))));
+    ASSERT_FALSE(p.isNil()) << c.type;
+    EXPECT_EQ(pixel(p, 0, 0), 0x102030u) << c.type;
+    EXPECT_EQ(pixel(p, 0, 1), 0x102030u) << c.type;
+    EXPECT_EQ(rt().get(p, "HasAlphaChannel").boolean, c.alpha) << c.type;
   }
+  EXPECT_EQ(build(1, 1, 9, "abcd", 4), nullptr);
+  EXPECT_EQ(build(2, 1, 3, "abcd", 4), nullptr) << "rows shorter than their pixels";
+
+  auto load = entry<void* (*)(host::ObjectHeader*, const char*)>("REALLoadObjectMethod");
+  Value source = picture(2, 2, 32), target = picture(4, 4, 32);
+  fill(source, 0x00FF0000, 0, 0, 2, 2);
+  Value g = rt().get(target, "Graphics");
+  auto draw = reinterpret_cast<void (*)(host::ObjectHeader*, host::ObjectHeader*, intptr_t, intptr_t, intptr_t, intptr_t,
+                                        intptr_t, intptr_t, intptr_t, intptr_t)>(load(g.object.get(), kDrawPicture));
+  ASSERT_NE(draw, nullptr);
+  draw(g.object.get(), source.object.get(), 1, 1, 2, 2, 0, 0, -10000, -10000);
+  EXPECT_EQ(pixel(target, 1, 1), 0x00FF0000u);
+  EXPECT_EQ(pixel(target, 2, 2), 0x00FF0000u);
+  EXPECT_EQ(pixel(target, 3, 3), 0x00FFFFFFu);
 }
 
 TEST_F(PictureTest, DrawPictureCanBeKeptFromPlugins) {
   host::Options options;
   options.drawPictureLoadable = false;
   load(options);
-  {
-    auto load = reinterpret_cast<void* (*)(host::ObjectHeader*, const char*)>(rt().entryPoint("REALLoadObjectMethod"));
-    Value g = rt().get(picture(2, 2), "Graphics");
-    EXPECT_EQ(load(g.object.get(),
-                   "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, sx as Integer = "
-                   "0, sy as Integer = 0, sw as Integer = -10000, sh as Integer = -10000)"),
-              nullptr);
-  }
+  auto load = entry<void* (*)(host::ObjectHeader*, const char*)>("REALLoadObjectMethod");
+  Value g = rt().get(picture(2, 2), "Graphics");
+  EXPECT_EQ(load(g.object.get(), kDrawPicture), nullptr);
 }

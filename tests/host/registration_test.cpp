@@ -97,7 +97,7 @@ TEST_F(HostTest, MissingVersionEntryPointGivesLayout9) {
   EXPECT_FALSE(rt().callShared("TestBase", "Missing", {str("PluginRegisterClass")}).boolean);
 }
 
-TEST_F(HostTest, ForSystemUseHoldsEachClassesDataOffset) {
+TEST_F(HostTest, ForSystemUseHoldsEachClassesDataOffsetAndAPluginLoadsOnce) {
   load();
   host::ClassInfo* base = rt().findClass("TestBase");
   host::ClassInfo* derived = rt().findClass("TestDerived");
@@ -116,6 +116,10 @@ TEST_F(HostTest, ForSystemUseHoldsEachClassesDataOffset) {
   EXPECT_EQ(leaf->superclass, derived);
   EXPECT_TRUE(leaf->isA(base));
   EXPECT_FALSE(base->isA(leaf));
+  // A plugin loads once per process.
+  EXPECT_THROW(rt().loadPlugin(QVR_HOST_TEST_PLUGIN), std::logic_error);
+  EXPECT_THROW(host::Runtime second, std::logic_error);  // one runtime at a time
+  EXPECT_THROW(rt().loadPlugin("/nonexistent/libnothing.so"), std::runtime_error);
 }
 
 TEST_F(HostTest, ClassesListBuiltInClassesFirst) {
@@ -170,21 +174,7 @@ TEST_F(HostTest, HostWithoutRegistrationGetsNoClasses) {
   for (host::ClassInfo* cls : rt().classes()) EXPECT_TRUE(cls->builtIn) << cls->name;
 }
 
-TEST_F(HostTest, APluginLoadsOncePerProcess) {
-  load();
-  EXPECT_THROW(rt().loadPlugin(QVR_HOST_TEST_PLUGIN), std::logic_error);
-  EXPECT_THROW(host::Runtime second, std::logic_error);  // one runtime at a time
-  EXPECT_THROW(rt().loadPlugin("/nonexistent/libnothing.so"), std::runtime_error);
-}
-
-TEST(HostLibrary, DirectoryComesFromTheEnvironment) {
-  ::setenv("QVR_LIB_DIR", "/some/where", 1);
-  EXPECT_EQ(host::Runtime::libraryDirectory(), "/some/where");
-  ::unsetenv("QVR_LIB_DIR");
-  EXPECT_FALSE(host::Runtime::libraryDirectory().empty());
-}
-
-TEST(HostLibrary, SystemVersionIsPublishedBeforePluginsLoad) {
+TEST(HostLibrary, SystemVersionIsPublishedBeforePluginsLoadAndTheFolderComesFromTheEnvironment) {
   host::Options options;
   options.systemMajor = 10;
   options.systemMinor = 6;
@@ -194,4 +184,9 @@ TEST(HostLibrary, SystemVersionIsPublishedBeforePluginsLoad) {
   const char* published = std::getenv("QVR_SYSTEM_VERSION");
   ASSERT_NE(published, nullptr);
   EXPECT_STREQ(published, "10.6");
+  // The library folder comes from the environment.
+  ::setenv("QVR_LIB_DIR", "/some/where", 1);
+  EXPECT_EQ(host::Runtime::libraryDirectory(), "/some/where");
+  ::unsetenv("QVR_LIB_DIR");
+  EXPECT_FALSE(host::Runtime::libraryDirectory().empty());
 }

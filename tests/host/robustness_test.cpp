@@ -8,68 +8,59 @@
 
 using host::Value;
 
-namespace {
-
-template <class F>
-F entry(host::Runtime& rt, const char* name) {
-  return reinterpret_cast<F>(rt.entryPoint(name));
-}
-
-}  // namespace
-
 TEST_F(HostTest, EntryPointsIgnoreNullAndForeignPointers) {
   load();
   alignas(16) unsigned char foreign[64] = {};
   void* stranger = foreign;
 
-  entry<void (*)(void*)>(rt(), "REALLockObject")(nullptr);
-  entry<void (*)(void*)>(rt(), "REALUnlockObject")(stranger);
-  entry<void (*)(void*)>(rt(), "REALLockString")(stranger);
-  entry<void (*)(void*)>(rt(), "REALUnlockString")(nullptr);
-  EXPECT_EQ(entry<void* (*)(const char*)>(rt(), "PluginNewInstance")(nullptr), nullptr);
-  EXPECT_EQ(entry<void* (*)(const char*)>(rt(), "PluginNewInstance")("NoSuchClass"), nullptr);
-  EXPECT_EQ(entry<void* (*)(const char*)>(rt(), "pluginObjectType")("NoSuchClass"), nullptr);
-  EXPECT_EQ(entry<int (*)(void*, void*)>(rt(), "RuntimeObjectIsa")(stranger, nullptr), 0);
-  EXPECT_EQ(entry<void* (*)(const char*, int32_t)>(rt(), "REALBuildString")(nullptr, 5), nullptr);
-  EXPECT_EQ(entry<void* (*)(const char*, int32_t)>(rt(), "REALBuildString")("x", -1), nullptr);
-  EXPECT_EQ(entry<uint32_t (*)(void*)>(rt(), "REALGetStringEncoding")(stranger), host::kEncodingUnknown);
-  entry<void (*)(void*, uint32_t)>(rt(), "REALSetStringEncoding")(stranger, 0);
-  EXPECT_EQ(entry<void* (*)(void*, uint32_t)>(rt(), "REALConvertString")(stranger, host::kEncodingUTF8), nullptr);
-  EXPECT_EQ(entry<int (*)(void*, uint32_t, void*)>(rt(), "PluginGetStringData")(stranger, 0, foreign), 0);
-  entry<void (*)(void*)>(rt(), "PluginDisposeStringData")(nullptr);
-  EXPECT_STREQ(entry<const char* (*)(void*)>(rt(), "StringGetCString")(stranger), "");
-  EXPECT_EQ(entry<void* (*)(void*, int32_t)>(rt(), "REALGetStringCFString")(stranger, 0), nullptr);
-  EXPECT_EQ(entry<void* (*)(void*, const char*)>(rt(), "REALLoadGlobalMethod")(nullptr, "NoSuch() as Integer"), nullptr);
-  EXPECT_EQ(entry<void* (*)(void*, const char*)>(rt(), "REALLoadGlobalMethod")(nullptr, "not a (declaration"), nullptr);
-  EXPECT_EQ(entry<void* (*)(void*, const char*)>(rt(), "REALLoadGlobalMethod")(nullptr, nullptr), nullptr);
-  EXPECT_EQ(entry<void* (*)(void*, const char*)>(rt(), "REALLoadObjectMethod")(stranger, "Byte(o as Integer) as Integer"), nullptr);
+  entry<void (*)(void*)>("REALLockObject")(nullptr);
+  entry<void (*)(void*)>("REALUnlockObject")(stranger);
+  entry<void (*)(void*)>("REALLockString")(stranger);
+  entry<void (*)(void*)>("REALUnlockString")(nullptr);
+  EXPECT_EQ(entry<void* (*)(const char*)>("PluginNewInstance")(nullptr), nullptr);
+  EXPECT_EQ(entry<void* (*)(const char*)>("PluginNewInstance")("NoSuchClass"), nullptr);
+  EXPECT_EQ(entry<void* (*)(const char*)>("pluginObjectType")("NoSuchClass"), nullptr);
+  EXPECT_EQ(entry<int (*)(void*, void*)>("RuntimeObjectIsa")(stranger, nullptr), 0);
+  EXPECT_EQ(entry<void* (*)(const char*, int32_t)>("REALBuildString")(nullptr, 5), nullptr);
+  EXPECT_EQ(entry<void* (*)(const char*, int32_t)>("REALBuildString")("x", -1), nullptr);
+  EXPECT_EQ(entry<uint32_t (*)(void*)>("REALGetStringEncoding")(stranger), host::kEncodingUnknown);
+  entry<void (*)(void*, uint32_t)>("REALSetStringEncoding")(stranger, 0);
+  EXPECT_EQ(entry<void* (*)(void*, uint32_t)>("REALConvertString")(stranger, host::kEncodingUTF8), nullptr);
+  EXPECT_EQ(entry<int (*)(void*, uint32_t, void*)>("PluginGetStringData")(stranger, 0, foreign), 0);
+  entry<void (*)(void*)>("PluginDisposeStringData")(nullptr);
+  EXPECT_STREQ(entry<const char* (*)(void*)>("StringGetCString")(stranger), "");
+  EXPECT_EQ(entry<void* (*)(void*, int32_t)>("REALGetStringCFString")(stranger, 0), nullptr);
+  EXPECT_EQ(entry<void* (*)(void*, const char*)>("REALLoadGlobalMethod")(nullptr, "NoSuch() as Integer"), nullptr);
+  EXPECT_EQ(entry<void* (*)(void*, const char*)>("REALLoadGlobalMethod")(nullptr, "not a (declaration"), nullptr);
+  EXPECT_EQ(entry<void* (*)(void*, const char*)>("REALLoadGlobalMethod")(nullptr, nullptr), nullptr);
+  EXPECT_EQ(entry<void* (*)(void*, const char*)>("REALLoadObjectMethod")(stranger, "Byte(o as Integer) as Integer"), nullptr);
   int32_t number = 0;
-  EXPECT_EQ(entry<int (*)(void*, const char*, int32_t*)>(rt(), "REALGetPropValueInt")(stranger, "Size", &number), 0);
-  EXPECT_EQ(entry<int (*)(void*, const char*, int32_t)>(rt(), "REALSetPropValueInt")(nullptr, "Size", 1), 0);
-  entry<void (*)(void*)>(rt(), "RuntimeRaiseException")(stranger);
+  EXPECT_EQ(entry<int (*)(void*, const char*, int32_t*)>("REALGetPropValueInt")(stranger, "Size", &number), 0);
+  EXPECT_EQ(entry<int (*)(void*, const char*, int32_t)>("REALSetPropValueInt")(nullptr, "Size", 1), 0);
+  entry<void (*)(void*)>("RuntimeRaiseException")(stranger);
   EXPECT_FALSE(rt().exceptionPending());
-  EXPECT_EQ(entry<void* (*)(int32_t, int32_t)>(rt(), "RuntimeArrayCreateSingleDimBoundedArray")(99, 0), nullptr);
-  EXPECT_EQ(entry<void* (*)(int32_t, int32_t)>(rt(), "RuntimeArrayCreateSingleDimBoundedArray")(3, -2), nullptr);
-  EXPECT_EQ(entry<void* (*)(void*)>(rt(), "RuntimeArrayDirectGetInsertProc")(stranger), nullptr);
-  EXPECT_EQ(entry<void* (*)(void*)>(rt(), "RuntimeArrayDirectGetGetProc")(nullptr), nullptr);
-  EXPECT_EQ(entry<intptr_t (*)(void*)>(rt(), "RuntimeUBound")(stranger), -1);
-  EXPECT_EQ(entry<void* (*)(int32_t)>(rt(), "newMemoryBlock")(-5), nullptr);
-  EXPECT_EQ(entry<void* (*)(void*)>(rt(), "memoryBlockGetPtr")(stranger), nullptr);
-  EXPECT_EQ(entry<intptr_t (*)(void*)>(rt(), "memoryBlockGetSize")(stranger), 0);
+  EXPECT_EQ(entry<void* (*)(int32_t, int32_t)>("RuntimeArrayCreateSingleDimBoundedArray")(99, 0), nullptr);
+  EXPECT_EQ(entry<void* (*)(int32_t, int32_t)>("RuntimeArrayCreateSingleDimBoundedArray")(3, -2), nullptr);
+  EXPECT_EQ(entry<void* (*)(void*)>("RuntimeArrayDirectGetInsertProc")(stranger), nullptr);
+  EXPECT_EQ(entry<void* (*)(void*)>("RuntimeArrayDirectGetGetProc")(nullptr), nullptr);
+  EXPECT_EQ(entry<intptr_t (*)(void*)>("RuntimeUBound")(stranger), -1);
+  EXPECT_EQ(entry<void* (*)(int32_t)>("newMemoryBlock")(-5), nullptr);
+  EXPECT_EQ(entry<void* (*)(void*)>("memoryBlockGetPtr")(stranger), nullptr);
+  EXPECT_EQ(entry<intptr_t (*)(void*)>("memoryBlockGetSize")(stranger), 0);
   // A non-array object and a non-block object are refused the same way.
   Value o = rt().newInstance("TestBase");
-  EXPECT_EQ(entry<void* (*)(void*)>(rt(), "RuntimeArrayDirectGetInsertProc")(o.object.get()), nullptr);
-  EXPECT_EQ(entry<void* (*)(void*)>(rt(), "memoryBlockGetPtr")(o.object.get()), nullptr);
+  EXPECT_EQ(entry<void* (*)(void*)>("RuntimeArrayDirectGetInsertProc")(o.object.get()), nullptr);
+  EXPECT_EQ(entry<void* (*)(void*)>("memoryBlockGetPtr")(o.object.get()), nullptr);
   // A class record of an unknown layout is refused.
   size_t classes = rt().classes().size();
   uintptr_t record[29] = {7, reinterpret_cast<uintptr_t>("Stray")};
-  entry<void (*)(void*)>(rt(), "PluginRegisterClass")(record);
-  entry<void (*)(void*)>(rt(), "PluginRegisterClass")(nullptr);
+  entry<void (*)(void*)>("PluginRegisterClass")(record);
+  entry<void (*)(void*)>("PluginRegisterClass")(nullptr);
   // So is a second class of a name already taken, and one whose superclass is unknown.
   uintptr_t again[29] = {12, reinterpret_cast<uintptr_t>("TestBase")};
-  entry<void (*)(void*)>(rt(), "PluginRegisterClass")(again);
+  entry<void (*)(void*)>("PluginRegisterClass")(again);
   uintptr_t orphan[29] = {12, reinterpret_cast<uintptr_t>("Orphan"), reinterpret_cast<uintptr_t>("NoSuchBase")};
-  entry<void (*)(void*)>(rt(), "PluginRegisterClass")(orphan);
+  entry<void (*)(void*)>("PluginRegisterClass")(orphan);
   EXPECT_EQ(rt().classes().size(), classes);
   EXPECT_EQ(rt().findClass("Stray"), nullptr);
   EXPECT_EQ(rt().findClass("Orphan"), nullptr);
@@ -79,9 +70,9 @@ TEST_F(HostTest, ArrayProceduresRaiseOutOfBounds) {
   load();
   Value array = rt().array(host::kArrayInt32, {Value::ofInt32(1)});
   auto get = reinterpret_cast<void (*)(void*, int32_t, void*)>(
-      entry<void* (*)(void*)>(rt(), "RuntimeArrayDirectGetGetProc")(array.object.get()));
+      entry<void* (*)(void*)>("RuntimeArrayDirectGetGetProc")(array.object.get()));
   auto insert = reinterpret_cast<void (*)(void*, int32_t, int32_t)>(
-      entry<void* (*)(void*)>(rt(), "RuntimeArrayDirectGetInsertProc")(array.object.get()));
+      entry<void* (*)(void*)>("RuntimeArrayDirectGetInsertProc")(array.object.get()));
   int32_t value = 42;
   get(array.object.get(), 5, &value);
   EXPECT_EQ(value, 0);
@@ -93,7 +84,7 @@ TEST_F(HostTest, ArrayProceduresRaiseOutOfBounds) {
   insert(array.object.get(), 1, 9);  // appending is fine
   get(array.object.get(), 1, &value);
   EXPECT_EQ(value, 9);
-  EXPECT_EQ(entry<intptr_t (*)(void*)>(rt(), "RuntimeUBound")(array.object.get()), 1);
+  EXPECT_EQ(entry<intptr_t (*)(void*)>("RuntimeUBound")(array.object.get()), 1);
 }
 
 TEST(HostStandardPlugins, LoadTheImagePluginFromTheLibraryFolder) {

@@ -89,7 +89,7 @@ TEST_F(HostTest, PluginsReadStringBytesInTheEncodingTheyAsk) {
   EXPECT_EQ(rt().encoding(retagged), host::kEncodingASCII);
 }
 
-TEST_F(HostTest, StringEntryPointsAnswerEncodingTextAndLength) {
+TEST_F(HostTest, StringEntryPointsAnswerEncodingTextAndLengthAndResultsAreCountedAndReleased) {
   load();
   Value o = rt().newInstance("TestBase");
   // REALGetStringEncoding | StringGetCString | LenB through REALLoadGlobalMethod.
@@ -102,11 +102,7 @@ TEST_F(HostTest, StringEntryPointsAnswerEncodingTextAndLength) {
   EXPECT_EQ(rt().call(o, "PlatformLength", {rt().string(kCafeMacRoman, host::kEncodingUnknown)}).integer, 4);
   EXPECT_EQ(rt().call(o, "PlatformLength", {rt().string("\xF0\x9F\x98\x80", host::kEncodingUTF8)}).integer, 2);
   EXPECT_EQ(rt().call(o, "PlatformLength", {Value::nil()}).integer, -2);
-}
-
-TEST_F(HostTest, StringResultsAreCountedAndReleased) {
-  load();
-  Value o = rt().newInstance("TestBase");
+  // String results are counted and released.
   size_t before = rt().liveStrings();
   {
     Value a = rt().call(o, "Describe", {str("x")});
@@ -117,3 +113,4 @@ TEST_F(HostTest, StringResultsAreCountedAndReleased) {
   for (int i = 0; i < 50; ++i) rt().call(o, "Describe", {str("repeat")});
   EXPECT_EQ(rt().liveStrings(), before);
 }
+

@@ -8,72 +8,68 @@ using host::Value;
 
 TEST_F(HostTest, VariantsBoxValuesAndPluginsReadThem) {
   load();
-  {
-    Value boxed = rt().variant(str("12.5"));
-    EXPECT_EQ(rt().classOf(boxed)->name, "Variant");
-    EXPECT_EQ(rt().get(boxed, "Type").integer, 8);
-    EXPECT_DOUBLE_EQ(rt().get(boxed, "DoubleValue").real, 12.5);
-    EXPECT_EQ(rt().get(boxed, "IntegerValue").integer, 12);
-    EXPECT_EQ(rt().callGlobal("VarType", {integer(3)}).integer, 3);
-    EXPECT_EQ(rt().callGlobal("VarType", {Value::ofBoolean(true)}).integer, 11);
-    EXPECT_EQ(rt().callGlobal("VarType", {Value::nil()}).integer, 0);
-    EXPECT_EQ(rt().callGlobal("VarType", {rt().array(host::kArrayString)}).integer, 0x1008);
-    // Objects are their own Variants.
-    Value block = rt().memoryBlock("ab", 2);
-    EXPECT_EQ(rt().variant(block).object.get(), block.object.get());
-    EXPECT_EQ(rt().callGlobal("VarType", {block}).integer, 9);
+  Value boxed = rt().variant(str("12.5"));
+  EXPECT_EQ(rt().classOf(boxed)->name, "Variant");
+  EXPECT_EQ(rt().get(boxed, "Type").integer, 8);
+  EXPECT_DOUBLE_EQ(rt().get(boxed, "DoubleValue").real, 12.5);
+  EXPECT_EQ(rt().get(boxed, "IntegerValue").integer, 12);
+  EXPECT_EQ(rt().callGlobal("VarType", {integer(3)}).integer, 3);
+  EXPECT_EQ(rt().callGlobal("VarType", {Value::ofBoolean(true)}).integer, 11);
+  EXPECT_EQ(rt().callGlobal("VarType", {Value::nil()}).integer, 0);
+  EXPECT_EQ(rt().callGlobal("VarType", {rt().array(host::kArrayString)}).integer, 0x1008);
+  // Objects are their own Variants.
+  Value block = rt().memoryBlock("ab", 2);
+  EXPECT_EQ(rt().variant(block).object.get(), block.object.get());
+  EXPECT_EQ(rt().callGlobal("VarType", {block}).integer, 9);
 
-    // The entry points: a new Variant with one reference for the plugin, read back.
-    auto int32ToVariant = reinterpret_cast<host::ObjectHeader* (*)(int32_t)>(rt().entryPoint("Int32ToVariant"));
-    auto stringToVariant = reinterpret_cast<host::ObjectHeader* (*)(host::StringObject*)>(rt().entryPoint("StringToVariant"));
-    auto toDouble = reinterpret_cast<double (*)(host::ObjectHeader*)>(rt().entryPoint("VariantToDouble"));
-    auto toString = reinterpret_cast<host::StringObject* (*)(host::ObjectHeader*)>(rt().entryPoint("VariantToString"));
-    Value seven = Value::ofObject(host::ObjectRef::adopt(int32ToVariant(7)));
-    EXPECT_EQ(seven.object.get()->refCount, 1);
-    EXPECT_EQ(rt().unboxed(seven).kind, Value::Kind::Int32);
-    EXPECT_DOUBLE_EQ(toDouble(seven.object.get()), 7.0);
-    Value text = Value::ofObject(host::ObjectRef::adopt(stringToVariant(str("x7").string.get())));
-    Value back = Value::ofString(host::StringRef::adopt(toString(text.object.get())));
-    EXPECT_EQ(this->text(back), "x7");
-    EXPECT_EQ(this->text(Value::ofString(host::StringRef::adopt(toString(seven.object.get())))), "7");
-  }
+  // The entry points: a new Variant with one reference for the plugin, read back.
+  auto int32ToVariant = entry<host::ObjectHeader* (*)(int32_t)>("Int32ToVariant");
+  auto stringToVariant = entry<host::ObjectHeader* (*)(host::StringObject*)>("StringToVariant");
+  auto toDouble = entry<double (*)(host::ObjectHeader*)>("VariantToDouble");
+  auto toString = entry<host::StringObject* (*)(host::ObjectHeader*)>("VariantToString");
+  Value seven = Value::ofObject(host::ObjectRef::adopt(int32ToVariant(7)));
+  EXPECT_EQ(seven.object.get()->refCount, 1);
+  EXPECT_EQ(rt().unboxed(seven).kind, Value::Kind::Int32);
+  EXPECT_DOUBLE_EQ(toDouble(seven.object.get()), 7.0);
+  Value text = Value::ofObject(host::ObjectRef::adopt(stringToVariant(str("x7").string.get())));
+  Value back = Value::ofString(host::StringRef::adopt(toString(text.object.get())));
+  EXPECT_EQ(this->text(back), "x7");
+  EXPECT_EQ(this->text(Value::ofString(host::StringRef::adopt(toString(seven.object.get())))), "7");
 }
 
 TEST_F(HostTest, DictionaryKeysCompareAsTheHostDoes) {
   load();
-  {
-    Value d = rt().newInstance("Dictionary");
-    rt().assign(d, "Value", {str("Name")}, str("first"));
-    rt().assign(d, "Value", {str("NAME")}, str("second"));  // the same key
-    rt().assign(d, "Value", {integer(1)}, Value::ofDouble(2.5));
-    rt().assign(d, "Value", {Value::ofDouble(1.0)}, Value::ofBoolean(true));  // 1.0 is the key 1
-    Value block = rt().memoryBlock("z", 1);
-    rt().assign(d, "Value", {block}, block);
-    EXPECT_EQ(rt().get(d, "Count").integer, 3);
-    EXPECT_EQ(text(rt().unboxed(rt().call(d, "Value", {str("name")}))), "second");
-    EXPECT_TRUE(rt().unboxed(rt().call(d, "Value", {integer(1)})).boolean);
-    EXPECT_EQ(rt().call(d, "Value", {block}).object.get(), block.object.get());
-    EXPECT_TRUE(rt().call(d, "HasKey", {str("nAmE")}).boolean);
-    EXPECT_FALSE(rt().call(d, "HasKey", {str("1")}).boolean);  // a string is not the number
-    EXPECT_EQ(rt().unboxed(rt().call(d, "Lookup", {str("missing"), integer(-4)})).integer, -4);
+  Value d = rt().newInstance("Dictionary");
+  rt().assign(d, "Value", {str("Name")}, str("first"));
+  rt().assign(d, "Value", {str("NAME")}, str("second"));  // the same key
+  rt().assign(d, "Value", {integer(1)}, Value::ofDouble(2.5));
+  rt().assign(d, "Value", {Value::ofDouble(1.0)}, Value::ofBoolean(true));  // 1.0 is the key 1
+  Value block = rt().memoryBlock("z", 1);
+  rt().assign(d, "Value", {block}, block);
+  EXPECT_EQ(rt().get(d, "Count").integer, 3);
+  EXPECT_EQ(text(rt().unboxed(rt().call(d, "Value", {str("name")}))), "second");
+  EXPECT_TRUE(rt().unboxed(rt().call(d, "Value", {integer(1)})).boolean);
+  EXPECT_EQ(rt().call(d, "Value", {block}).object.get(), block.object.get());
+  EXPECT_TRUE(rt().call(d, "HasKey", {str("nAmE")}).boolean);
+  EXPECT_FALSE(rt().call(d, "HasKey", {str("1")}).boolean);  // a string is not the number
+  EXPECT_EQ(rt().unboxed(rt().call(d, "Lookup", {str("missing"), integer(-4)})).integer, -4);
 
-    // Keys in the order they were first added, the first spelling kept.
-    auto keys = rt().arrayElements(rt().call(d, "Keys"));
-    ASSERT_EQ(keys.size(), 3u);
-    EXPECT_EQ(text(rt().unboxed(keys[0])), "Name");
-    EXPECT_EQ(rt().unboxed(keys[1]).integer, 1);
-    EXPECT_EQ(text(rt().unboxed(rt().call(d, "Key", {integer(0)}))), "Name");
+  // Keys in the order they were first added, the first spelling kept.
+  auto keys = rt().arrayElements(rt().call(d, "Keys"));
+  ASSERT_EQ(keys.size(), 3u);
+  EXPECT_EQ(text(rt().unboxed(keys[0])), "Name");
+  EXPECT_EQ(rt().unboxed(keys[1]).integer, 1);
+  EXPECT_EQ(text(rt().unboxed(rt().call(d, "Key", {integer(0)}))), "Name");
 
-    rt().call(d, "Remove", {str("NAME")});
-    EXPECT_EQ(rt().get(d, "Count").integer, 2);
-    EXPECT_EQ(Raised([&] { rt().call(d, "Value", {str("Name")}); }),
-              "KeyNotFoundException: the Dictionary has no key \"Name\"");
-    EXPECT_THROW(rt().call(d, "Remove", {integer(99)}), host::HostException);
-    EXPECT_THROW(rt().call(d, "Key", {integer(2)}), host::HostException);
-    auto values = rt().arrayElements(rt().call(d, "Values"));
-    ASSERT_EQ(values.size(), 2u);
-    EXPECT_EQ(values[1].object.get(), block.object.get());
-    rt().call(d, "RemoveAll");
-    EXPECT_EQ(rt().get(d, "Count").integer, 0);
-  }
+  rt().call(d, "Remove", {str("NAME")});
+  EXPECT_EQ(rt().get(d, "Count").integer, 2);
+  EXPECT_EQ(Raised([&] { rt().call(d, "Value", {str("Name")}); }),
+            "KeyNotFoundException: the Dictionary has no key \"Name\"");
+  EXPECT_THROW(rt().call(d, "Remove", {integer(99)}), host::HostException);
+  EXPECT_THROW(rt().call(d, "Key", {integer(2)}), host::HostException);
+  auto values = rt().arrayElements(rt().call(d, "Values"));
+  ASSERT_EQ(values.size(), 2u);
+  EXPECT_EQ(values[1].object.get(), block.object.get());
+  rt().call(d, "RemoveAll");
+  EXPECT_EQ(rt().get(d, "Count").integer, 0);
 }

@@ -44,19 +44,15 @@ void log(const std::string& event) {
 // ---- records, in layout 12
 
 struct Property {
-  const char* group;
-  const char* name;
-  const char* type;
+  const char *group, *name, *type;
   uintptr_t flags;
-  void* getter;
-  void* setter;
+  void *getter, *setter;
   intptr_t param;
   uintptr_t editor, enumCount, enumEntries, attributeCount, attributes;
 };
 
 struct Method {
-  void* function;
-  void* setterFunction;
+  void *function, *setterFunction;
   const char* declaration;
   uintptr_t flags, attributeCount, attributes;
 };
@@ -68,12 +64,9 @@ struct Constant {
 
 struct ClassDefinition {
   uintptr_t version;
-  const char* name;
-  const char* superName;
-  uintptr_t dataSize;
-  uintptr_t forSystemUse;
-  void* constructor;
-  void* destructor;
+  const char *name, *superName;
+  uintptr_t dataSize, forSystemUse;
+  void *constructor, *destructor;
   Property* properties;
   uintptr_t propertyCount;
   Method* methods;
@@ -86,8 +79,7 @@ struct ClassDefinition {
   void* attributes;
   uintptr_t attributeCount;
   Constant* constants;
-  uintptr_t constantCount;
-  uintptr_t mFlags;
+  uintptr_t constantCount, mFlags;
   Property* sharedProperties;
   uintptr_t sharedPropertyCount;
   Method* sharedMethods;
