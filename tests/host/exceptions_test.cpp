@@ -4,7 +4,7 @@
 
 using host::Value;
 
-TEST_F(HostTest, RaisedExceptionsAreThrownAfterTheFunctionReturns) {
+TEST_F(HostTest, RaisedExceptionsAreThrownAfterTheFunctionReturnsWhichResultIsDropped) {
   load();
   Value o = rt().newInstance("TestBase");
   {
@@ -29,11 +29,7 @@ TEST_F(HostTest, RaisedExceptionsAreThrownAfterTheFunctionReturns) {
   for (std::string name : {"NilObjectException", "IllegalCastException", "UnsupportedOperationException",
                            "OutOfMemoryException", "OutOfBoundsException", "RuntimeException"})
     EXPECT_EQ(Raised([&] { rt().call(o, "Fail", {str(name.c_str()), Value::nil()}); }), name + ": ");
-}
-
-TEST_F(HostTest, TheResultOfARaisingFunctionIsDropped) {
-  load();
-  Value o = rt().newInstance("TestBase");
+  // The result of a raising function is dropped.
   EXPECT_THROW(rt().call(o, "FailWithResult"), host::HostException);
   EXPECT_FALSE(rt().exceptionPending());
   // The next call is not affected.

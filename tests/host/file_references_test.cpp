@@ -61,7 +61,7 @@ class FileReferences : public ::testing::Test {
   std::string dir_;
 };
 
-TEST_F(FileReferences, ExistingObjectsOnlyAndTheSamePathBack) {
+TEST_F(FileReferences, ExistingObjectsOnlyTheSamePathBackAndTheRootIsNodeTwo) {
   Boolean isDirectory = true;
   FSRef r;
   ASSERT_EQ(FSPathMakeRef(reinterpret_cast<const UInt8*>((dir_ + "/./file").c_str()), &r, &isDirectory), noErr);
@@ -72,26 +72,24 @@ TEST_F(FileReferences, ExistingObjectsOnlyAndTheSamePathBack) {
   EXPECT_EQ(FSPathMakeRef(reinterpret_cast<const UInt8*>(""), &r, nullptr), paramErr);
   UInt8 small[4];
   EXPECT_EQ(FSRefMakePath(&r, small, sizeof small), paramErr);
-}
-
-TEST_F(FileReferences, AReferenceDiesWithItsObject) {
-  FSRef r = ref(dir_ + "/file");
-  ASSERT_EQ(rename((dir_ + "/file").c_str(), (dir_ + "/moved").c_str()), 0);
-  EXPECT_EQ(pathOf(r), "<none>");
-  std::ofstream(dir_ + "/file") << "new";
-  UInt8 buffer[4096];
-  EXPECT_EQ(FSRefMakePath(&r, buffer, sizeof buffer), fnfErr) << "another object at the same path";
-  FSRef moved = ref(dir_ + "/moved");
-  ASSERT_EQ(unlink((dir_ + "/moved").c_str()), 0);
-  EXPECT_EQ(FSRefMakePath(&moved, buffer, sizeof buffer), fnfErr);
-  FSRef garbage;
-  std::memset(&garbage, 0x5A, sizeof garbage);
-  EXPECT_EQ(FSRefMakePath(&garbage, buffer, sizeof buffer), paramErr);
+  // The root is node 2 without a parent.
+  FSRef root = ref("/");
+  FSCatalogInfo info;
+  FSRef parent;
+  std::memset(&parent, 0x11, sizeof parent);
+  FSSpec fileSpec;
+  ASSERT_EQ(FSGetCatalogInfo(&root, kFSCatInfoNodeID | kFSCatInfoParentDirID, &info, nullptr, &fileSpec, &parent), noErr);
+  EXPECT_EQ(info.nodeID, 2u);
+  EXPECT_EQ(info.parentDirID, 1u);
   FSRef zero = {};
-  EXPECT_EQ(FSGetCatalogInfo(&zero, kFSCatInfoNodeID, nullptr, nullptr, nullptr, nullptr), paramErr);
+  EXPECT_EQ(std::memcmp(&parent, &zero, sizeof zero), 0);
+  EXPECT_EQ(fileSpec.parID, fsRtParID);
+  FSRef back;
+  ASSERT_EQ(FSpMakeFSRef(&fileSpec, &back), noErr);
+  EXPECT_EQ(pathOf(back), "/");
 }
 
-TEST_F(FileReferences, CatalogInformationNamesNodesAndParents) {
+TEST_F(FileReferences, CatalogInformationNamesNodesAndParentsAndAReferenceDiesWithItsObject) {
   FSRef file = ref(dir_ + "/file"), folder = ref(dir_);
   FSCatalogInfo info, folderInfo;
   HFSUniStr255 name;
@@ -118,23 +116,21 @@ TEST_F(FileReferences, CatalogInformationNamesNodesAndParents) {
   FSCatalogInfo againInfo;
   ASSERT_EQ(FSGetCatalogInfo(&again, kFSCatInfoNodeID, &againInfo, nullptr, nullptr, nullptr), noErr);
   EXPECT_EQ(againInfo.nodeID, info.nodeID);
-}
-
-TEST_F(FileReferences, TheRootIsNodeTwoWithoutAParent) {
-  FSRef root = ref("/");
-  FSCatalogInfo info;
-  FSRef parent;
-  std::memset(&parent, 0x11, sizeof parent);
-  FSSpec fileSpec;
-  ASSERT_EQ(FSGetCatalogInfo(&root, kFSCatInfoNodeID | kFSCatInfoParentDirID, &info, nullptr, &fileSpec, &parent), noErr);
-  EXPECT_EQ(info.nodeID, 2u);
-  EXPECT_EQ(info.parentDirID, 1u);
+  // A reference dies with its object.
+  FSRef r = ref(dir_ + "/file");
+  ASSERT_EQ(rename((dir_ + "/file").c_str(), (dir_ + "/moved").c_str()), 0);
+  EXPECT_EQ(pathOf(r), "<none>");
+  std::ofstream(dir_ + "/file") << "new";
+  UInt8 buffer[4096];
+  EXPECT_EQ(FSRefMakePath(&r, buffer, sizeof buffer), fnfErr) << "another object at the same path";
+  FSRef moved = ref(dir_ + "/moved");
+  ASSERT_EQ(unlink((dir_ + "/moved").c_str()), 0);
+  EXPECT_EQ(FSRefMakePath(&moved, buffer, sizeof buffer), fnfErr);
+  FSRef garbage;
+  std::memset(&garbage, 0x5A, sizeof garbage);
+  EXPECT_EQ(FSRefMakePath(&garbage, buffer, sizeof buffer), paramErr);
   FSRef zero = {};
-  EXPECT_EQ(std::memcmp(&parent, &zero, sizeof zero), 0);
-  EXPECT_EQ(fileSpec.parID, fsRtParID);
-  FSRef back;
-  ASSERT_EQ(FSpMakeFSRef(&fileSpec, &back), noErr);
-  EXPECT_EQ(pathOf(back), "/");
+  EXPECT_EQ(FSGetCatalogInfo(&zero, kFSCatInfoNodeID, nullptr, nullptr, nullptr, nullptr), paramErr);
 }
 
 TEST_F(FileReferences, FSSpecsMayNameMissingItemsInExistingFolders) {

@@ -31,7 +31,7 @@ class PictureTest : public HostTest {
 
 }  // namespace
 
-TEST_F(PictureTest, GraphicsDrawWhereTheHostExpects) {
+TEST_F(PictureTest, GraphicsDrawWhereTheHostExpectsAndDrawPictureScalesClipsAndMasks) {
   load();
   Value p = picture(4, 3);
   EXPECT_TRUE(rt().get(p, "HasAlphaChannel").boolean);
@@ -58,10 +58,6 @@ TEST_F(PictureTest, GraphicsDrawWhereTheHostExpects) {
   EXPECT_EQ(pixel(white, 1, 1), 0x00FFFFFFu);
   EXPECT_THROW(picture(0, 5), host::HostException);
   EXPECT_THROW(picture(2, 2, 7), host::HostException);
-}
-
-TEST_F(PictureTest, DrawPictureScalesClipsAndMasks) {
-  load();
   Value source = picture(2, 2, 32);
   fill(source, 0x0000FF00, 0, 0, 1, 2);  // left column green, right column white
   Value mask = rt().call(source, "Mask");

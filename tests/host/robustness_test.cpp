@@ -8,7 +8,7 @@
 
 using host::Value;
 
-TEST_F(HostTest, EntryPointsIgnoreNullAndForeignPointers) {
+TEST_F(HostTest, EntryPointsIgnoreNullAndForeignPointersAndArrayProceduresRaiseOutOfBounds) {
   load();
   alignas(16) unsigned char foreign[64] = {};
   void* stranger = foreign;
@@ -64,10 +64,7 @@ TEST_F(HostTest, EntryPointsIgnoreNullAndForeignPointers) {
   EXPECT_EQ(rt().classes().size(), classes);
   EXPECT_EQ(rt().findClass("Stray"), nullptr);
   EXPECT_EQ(rt().findClass("Orphan"), nullptr);
-}
-
-TEST_F(HostTest, ArrayProceduresRaiseOutOfBounds) {
-  load();
+  // Array procedures raise OutOfBoundsException past the end.
   Value array = rt().array(host::kArrayInt32, {Value::ofInt32(1)});
   auto get = reinterpret_cast<void (*)(void*, int32_t, void*)>(
       entry<void* (*)(void*)>("RuntimeArrayDirectGetGetProc")(array.object.get()));

@@ -15,7 +15,7 @@ const char kCafeUTF16[] = "c\0a\0f\0\xE9\0";  // little-endian code units
 
 }  // namespace
 
-TEST_F(HostTest, StringObjectsHaveTheDocumentedWords) {
+TEST_F(HostTest, StringObjectsHaveTheDocumentedWordsAndConvertBetweenEncodings) {
   load();
   Value s = rt().string("hello", host::kEncodingUTF8);
   auto* words = reinterpret_cast<uintptr_t*>(s.string.get());
@@ -32,10 +32,6 @@ TEST_F(HostTest, StringObjectsHaveTheDocumentedWords) {
     EXPECT_EQ(words[0], 2u);
   }
   EXPECT_EQ(words[0], 1u);
-}
-
-TEST_F(HostTest, StringsConvertBetweenEncodings) {
-  load();
   Value o = rt().newInstance("TestBase");
   Value utf8 = rt().string(kCafeUTF8, host::kEncodingUTF8);
   auto convert = [&](const Value& s, uint32_t encoding) { return rt().call(o, "Convert", {s, integer(encoding)}); };
@@ -68,28 +64,7 @@ TEST_F(HostTest, StringsConvertBetweenEncodings) {
   EXPECT_EQ(convert(utf8, 0x12345).string.get(), nullptr);
 }
 
-TEST_F(HostTest, PluginsReadStringBytesInTheEncodingTheyAsk) {
-  load();
-  Value o = rt().newInstance("TestBase");
-  Value utf16 = rt().string(std::string(kCafeUTF16, 8), host::kEncodingUTF16);
-  auto bytesIn = [&](const Value& s, uint32_t encoding) {
-    return rt().memoryBlockBytes(rt().call(o, "BytesIn", {s, integer(encoding)}));
-  };
-  EXPECT_EQ(bytesIn(utf16, host::kEncodingUTF8), kCafeUTF8);
-  EXPECT_EQ(bytesIn(utf16, host::kEncodingMacRoman), kCafeMacRoman);
-  EXPECT_EQ(bytesIn(utf16, host::kEncodingUnknown), std::string(kCafeUTF16, 8));  // the string's own bytes
-  EXPECT_EQ(bytesIn(rt().string(kCafeMacRoman, host::kEncodingMacRoman), host::kEncodingUTF16),
-            std::string(kCafeUTF16, 8));
-  EXPECT_EQ(bytesIn(rt().string("plain", host::kEncodingASCII), host::kEncodingUTF8), "plain");
-  // Strings the plugin builds are tagged as it says; untagged ones are 0xFFFF.
-  Value described = rt().call(o, "Describe", {utf16});
-  EXPECT_EQ(rt().bytes(described), std::string("<") + kCafeUTF8 + ">");
-  EXPECT_EQ(rt().encoding(described), host::kEncodingUTF8);
-  Value retagged = rt().call(o, "Retag", {rt().string("x", host::kEncodingUTF8), integer(host::kEncodingASCII)});
-  EXPECT_EQ(rt().encoding(retagged), host::kEncodingASCII);
-}
-
-TEST_F(HostTest, StringEntryPointsAnswerEncodingTextAndLengthAndResultsAreCountedAndReleased) {
+TEST_F(HostTest, StringEntryPointsAnswerEncodingTextLengthAndBytesAndResultsAreCounted) {
   load();
   Value o = rt().newInstance("TestBase");
   // REALGetStringEncoding | StringGetCString | LenB through REALLoadGlobalMethod.
@@ -112,5 +87,22 @@ TEST_F(HostTest, StringEntryPointsAnswerEncodingTextAndLengthAndResultsAreCounte
   EXPECT_EQ(rt().liveStrings(), before);
   for (int i = 0; i < 50; ++i) rt().call(o, "Describe", {str("repeat")});
   EXPECT_EQ(rt().liveStrings(), before);
+  // Plugins read string bytes in the encoding they ask.
+  Value utf16 = rt().string(std::string(kCafeUTF16, 8), host::kEncodingUTF16);
+  auto bytesIn = [&](const Value& s, uint32_t encoding) {
+    return rt().memoryBlockBytes(rt().call(o, "BytesIn", {s, integer(encoding)}));
+  };
+  EXPECT_EQ(bytesIn(utf16, host::kEncodingUTF8), kCafeUTF8);
+  EXPECT_EQ(bytesIn(utf16, host::kEncodingMacRoman), kCafeMacRoman);
+  EXPECT_EQ(bytesIn(utf16, host::kEncodingUnknown), std::string(kCafeUTF16, 8));  // the string's own bytes
+  EXPECT_EQ(bytesIn(rt().string(kCafeMacRoman, host::kEncodingMacRoman), host::kEncodingUTF16),
+            std::string(kCafeUTF16, 8));
+  EXPECT_EQ(bytesIn(rt().string("plain", host::kEncodingASCII), host::kEncodingUTF8), "plain");
+  // Strings the plugin builds are tagged as it says; untagged ones are 0xFFFF.
+  Value described = rt().call(o, "Describe", {utf16});
+  EXPECT_EQ(rt().bytes(described), std::string("<") + kCafeUTF8 + ">");
+  EXPECT_EQ(rt().encoding(described), host::kEncodingUTF8);
+  Value retagged = rt().call(o, "Retag", {rt().string("x", host::kEncodingUTF8), integer(host::kEncodingASCII)});
+  EXPECT_EQ(rt().encoding(retagged), host::kEncodingASCII);
 }
 

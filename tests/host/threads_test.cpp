@@ -41,7 +41,7 @@ TEST_F(ThreadsTest, TheRuntimesThreadIsAHostThreadAndOthersRunOnlyWhenTheBatonCo
   EXPECT_EQ(rt().runningThreads(), 0u);
 }
 
-TEST_F(ThreadsTest, TheBatonGoesRoundInTheOrderThreadsStarted) {
+TEST_F(ThreadsTest, TheBatonGoesRoundInTheOrderThreadsStartedAndRunThreadsUntilStops) {
   load();
   std::string order;
   std::vector<size_t> ids;
@@ -58,10 +58,7 @@ TEST_F(ThreadsTest, TheBatonGoesRoundInTheOrderThreadsStarted) {
   order += '.';
   for (size_t id : ids) rt().joinThread(id);
   EXPECT_EQ(order, "abc.abc.");
-}
-
-TEST_F(ThreadsTest, RunThreadsUntilStopsWhenDoneOrWhenNothingIsLeft) {
-  load();
+  // RunThreadsUntil stops when done or when nothing is left.
   int advances = 0;
   size_t id = rt().startThread([&] {
     while (advances < 10) {
