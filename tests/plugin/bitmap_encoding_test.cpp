@@ -5,7 +5,6 @@
 // kind the conversions carry; and what a loaded image reports of itself.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -17,6 +16,7 @@ namespace {
 using host::Value;
 using support::DecodedImage;
 using support::DecodeIndependently;
+using support::MadeByPillow;
 
 const char kClass[] = "NSBitmapImageRepQVR";
 
@@ -30,15 +30,6 @@ std::string Tool(const std::string& bytes, std::string command) {
   std::string output = support::Output(command + " 2>&1");
   while (!output.empty() && output.back() == '\n') output.pop_back();
   return output;
-}
-
-// The bytes a Python program with Pillow writes to the file `out`.
-std::string Made(const std::string& program) {
-  support::TempFolder folder;
-  const std::string command = "/usr/bin/python3 -c \"import sys; from PIL import Image, ImageCms; out = sys.argv[1]; " +
-                              program + "\" " + folder.path("made");
-  EXPECT_EQ(std::system(command.c_str()), 0) << program;
-  return support::ReadBytes(folder.path("made"));
 }
 
 std::string Pillow(const std::string& bytes, const std::string& program) {
@@ -57,7 +48,7 @@ class BitmapEncoding : public support::PluginTest {
  protected:
   // A 32 x 16 representation: a gradient, the right quarter fully transparent.
   Value Rep() {
-    const std::string png = Made("im = Image.new('RGBA', (32, 16)); im.putdata([(x * 8, y * 16, 255 - x * 4, "
+    const std::string png = MadeByPillow("im = Image.new('RGBA', (32, 16)); im.putdata([(x * 8, y * 16, 255 - x * 4, "
                                  "0 if x >= 24 else 255) for y in range(16) for x in range(32)]); im.save(out, 'PNG')");
     return runtime_->callShared(kClass, "imageRepWithData", {Block(png)});
   }
@@ -147,7 +138,7 @@ TEST_F(BitmapEncoding, EveryEncoderWithoutAndWithProperties) {
 
   // A colour profile and EXIF survive the round trip, for Pillow and for the platform.
   const std::string profile =
-      Made("open(out, 'wb').write(ImageCms.ImageCmsProfile(ImageCms.createProfile('sRGB')).tobytes())");
+      MadeByPillow("open(out, 'wb').write(ImageCms.ImageCmsProfile(ImageCms.createProfile('sRGB')).tobytes())");
   ASSERT_GT(profile.size(), 128u);
   for (const char* member : {"PNGRepresentation", "JPEGRepresentation", "TIFFRepresentation"}) {
     SCOPED_TRACE(member);
@@ -167,7 +158,6 @@ TEST_F(BitmapEncoding, EveryEncoderWithoutAndWithProperties) {
     }
   }
 }
-
 
 // Any number a Variant holds, as a double (Booleans as 0 and 1).
 double Number(const Value& v) {
@@ -213,10 +203,10 @@ TEST_F(BitmapEncoding, PropertiesByKeyBothWaysAndWhatALoadedImageReports) {
   EXPECT_EQ(Utf8(runtime.unboxed(runtime.call(exif, "Value", {Text("Make")}))), "Set Here");
 
   // What loaded images report: progressive scans, and an animation's frames and loops.
-  const std::string progressive = Made("Image.new('RGB', (16, 16), (9, 99, 199)).save(out, 'JPEG', progressive=True)");
+  const std::string progressive = MadeByPillow("Image.new('RGB', (16, 16), (9, 99, 199)).save(out, 'JPEG', progressive=True)");
   Value loaded = runtime.callShared(kClass, "imageRepWithData", {Block(progressive)});
   EXPECT_EQ(Number(get(loaded, "NSImageProgressive")), 1);
-  const std::string gif = Made("f = [Image.new('RGB', (8, 8), (60 * i, 0, 0)) for i in range(3)]; f[0].save(out, 'GIF', "
+  const std::string gif = MadeByPillow("f = [Image.new('RGB', (8, 8), (60 * i, 0, 0)) for i in range(3)]; f[0].save(out, 'GIF', "
                                "save_all=True, append_images=f[1:], duration=[100, 200, 300], loop=5)");
   Value animation = runtime.callShared(kClass, "imageRepWithData", {Block(gif)});
   EXPECT_EQ(Number(get(animation, "NSImageFrameCount")), 3);

@@ -4,7 +4,6 @@
 // without that conversion, and for pictures that are nil.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 
 #include "support/plugin_fixture.h"
@@ -16,11 +15,6 @@ using host::Value;
 class BitmapPicture : public support::PluginTest {
  protected:
   Value Int(int64_t v) { return Value::ofInteger(v); }
-  void Fill(const Value& picture, uint32_t colour, int x, int y, int w, int h) {
-    Value g = runtime_->get(picture, "Graphics");
-    runtime_->set(g, "DrawingColor", Value::ofColor(colour));
-    runtime_->call(g, "FillRect", {Int(x), Int(y), Int(w), Int(h)});
-  }
   // The representation's pixel (x, y) as RGBA, read where bitmapData points.
   std::string Pixel(const Value& rep, int x, int y) {
     const auto* data = static_cast<const unsigned char*>(runtime_->get(rep, "bitmapData").pointer);
@@ -40,8 +34,8 @@ struct Way {
   host::AppKind kind;
   bool withoutHostImages;
 };
-void PrintTo(const Way& way, std::ostream* os) { *os << way.name; }
 
+void PrintTo(const Way& way, std::ostream* os) { *os << way.name; }
 class EveryWay : public BitmapPicture, public ::testing::WithParamInterface<Way> {};
 
 // A 6 x 4 picture, red on the left half, blue on the right, whose mask makes the top row
@@ -81,7 +75,7 @@ INSTANTIATE_TEST_SUITE_P(BitmapPicture, EveryWay,
                          ::testing::Values(Way{"Desktop", host::AppKind::Desktop, false},
                                            Way{"DesktopWithoutHostImages", host::AppKind::Desktop, true},
                                            Way{"Console", host::AppKind::Console, false}),
-                         [](const ::testing::TestParamInfo<Way>& info) { return std::string(info.param.name); });
+                         support::ByName());
 
 TEST_F(BitmapPicture, RecordedAsItsWrapperMarkedAsTakingAPictureAndNilRaises) {
   host::Runtime& runtime = Probe();

@@ -3,8 +3,6 @@
 // ours; and the threaded twins, which must give the same bytes.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 #include "support/independent_decoder.h"
 #include "support/plugin_fixture.h"
 
@@ -13,6 +11,7 @@ namespace {
 using host::Value;
 using support::DecodeIndependently;
 using support::DecodedImage;
+using support::SamplesNear;
 
 class Encoding : public support::PluginTest {
  protected:
@@ -29,17 +28,6 @@ class Encoding : public support::PluginTest {
     return block.isNil() ? std::string() : runtime_->memoryBlockBytes(block);
   }
 };
-
-// Within tolerance of (r, g, b, a), for lossy formats.
-::testing::AssertionResult Near(const DecodedImage& image, int x, int y, int r, int g, int b, int a, int tolerance) {
-  const uint8_t* p = image.at(x, y);
-  const int want[4] = {r, g, b, a};
-  for (int i = 0; i < 4; ++i)
-    if (std::abs(int(p[i]) - want[i]) > tolerance)
-      return ::testing::AssertionFailure() << "pixel (" << x << ", " << y << ") is " << int(p[0]) << "," << int(p[1])
-                                           << "," << int(p[2]) << "," << int(p[3]);
-  return ::testing::AssertionSuccess();
-}
 
 TEST_F(Encoding, OpaqueFormatsShowWhiteWhereTransparentOthersKeepTransparency) {
   Probe();
@@ -65,11 +53,11 @@ TEST_F(Encoding, OpaqueFormatsShowWhiteWhereTransparentOthersKeepTransparency) {
     EXPECT_EQ(decoded.width, 32);
     EXPECT_EQ(decoded.height, 16);
     for (int y : {0, 7, 15}) {
-      EXPECT_TRUE(Near(decoded, 3, y, 255, 0, 0, 255, c.tolerance));
+      EXPECT_TRUE(SamplesNear(decoded.at(3, y), {255, 0, 0, 255}, c.tolerance)) << "at (3, " << y << ")";
       if (c.keepsTransparency) {
         EXPECT_EQ(decoded.at(28, y)[3], 0) << "transparent at (28, " << y << ")";
       } else {
-        EXPECT_TRUE(Near(decoded, 28, y, 255, 255, 255, 255, c.tolerance));
+        EXPECT_TRUE(SamplesNear(decoded.at(28, y), {255, 255, 255, 255}, c.tolerance)) << "at (28, " << y << ")";
       }
     }
   }
@@ -86,7 +74,7 @@ TEST_F(Encoding, TIFFCompressionEmptyImagesAndInstancesWithoutImage) {
   ASSERT_TRUE(lzw.ok) << lzw.error;
   EXPECT_EQ(lzw.format, "TIFF");
   EXPECT_EQ(lzw.compression, "tiff_lzw");
-  EXPECT_TRUE(Near(lzw, 3, 3, 255, 0, 0, 255, 0));
+  EXPECT_TRUE(SamplesNear(lzw.at(3, 3), {255, 0, 0, 255}, 0));
   EXPECT_EQ(lzw.at(28, 3)[3], 0);
   DecodedImage plain = DecodeIndependently(Encode(image, "TIFFRepresentation"));
   ASSERT_TRUE(plain.ok) << plain.error;

@@ -15,12 +15,7 @@ using host::AppKind;
 using host::Value;
 
 // One way the host can be set up: storage, system minor version, missing entry points.
-struct HostSetup {
-  const char* name;
-  AppKind kind;
-  int systemMinor;
-  std::set<std::string> missing;
-};
+struct HostSetup { const char* name; AppKind kind; int systemMinor; std::set<std::string> missing; };
 
 const HostSetup kSetups[] = {
     {"Desktop", AppKind::Desktop, 9, {}},
@@ -44,11 +39,6 @@ class Pictures : public support::PluginTest {
   static Value Int(int64_t v) { return Value::ofInteger(v); }
   Value Picture(int64_t w, int64_t h, int64_t depth = 32) {
     return depth ? rt().newInstance("Picture", {Int(w), Int(h), Int(depth)}) : rt().newInstance("Picture", {Int(w), Int(h)});
-  }
-  void Fill(const Value& p, uint32_t color, double x, double y, double w, double h) {
-    Value g = rt().get(p, "Graphics");
-    rt().set(g, "DrawingColor", Value::ofColor(color));
-    rt().call(g, "FillRect", {Value::ofDouble(x), Value::ofDouble(y), Value::ofDouble(w), Value::ofDouble(h)});
   }
   uint32_t Pixel(const Value& p, int64_t x, int64_t y) {
     return uint32_t(rt().call(rt().get(p, "RGBSurface"), "Pixel", {Int(x), Int(y)}).integer);
@@ -85,7 +75,6 @@ class Pictures : public support::PluginTest {
 };
 
 void PrintTo(const HostSetup& setup, std::ostream* os) { *os << setup.name; }
-
 class EverySetup : public Pictures, public ::testing::WithParamInterface<HostSetup> {};
 
 // A picture with every pixel different (opaque), and the same picture back from an image.
@@ -178,17 +167,12 @@ TEST_P(EverySetup, CopyPictureRectClipsAndReadsUpward) {
   EXPECT_EQ(Size(rt().call(ImageOf(40000, 1, {0, 0, 0, 255}), "CopyMask")), "nil");
 }
 
-INSTANTIATE_TEST_SUITE_P(Storages, EverySetup, ::testing::ValuesIn(kSetups),
-                         [](const ::testing::TestParamInfo<HostSetup>& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Storages, EverySetup, ::testing::ValuesIn(kSetups), support::ByName());
 
 // The editor by storage: formats, the storage flags, the cache cleared once after
 // writing and never after reading, every description lock given back.
-struct EditorCase {
-  const char* name;
-  AppKind kind;
-  int64_t depth;
-  const char* read;  // what OpenEditor answers for a read-only open of a new 3 x 2 picture
-};
+// read: what OpenEditor answers for a read-only open of a new 3 x 2 picture.
+struct EditorCase { const char* name; AppKind kind; int64_t depth; const char* read; };
 void PrintTo(const EditorCase& c, std::ostream* os) { *os << c.name; }
 class Editors : public Pictures, public ::testing::WithParamInterface<EditorCase> {};
 
@@ -213,7 +197,7 @@ INSTANTIATE_TEST_SUITE_P(Storages, Editors,
                                            EditorCase{"DesktopAlpha", AppKind::Desktop, 0, "2 3x2 16 past-end-is-base 0,0,0"},
                                            EditorCase{"Console", AppKind::Console, 32, "8 3x2 12 past-end-is-base 255,255,255"},
                                            EditorCase{"Web", AppKind::Web, 0, "8 3x2 12 past-end-is-base 255,255,255"}),
-                         [](const ::testing::TestParamInfo<EditorCase>& info) { return std::string(info.param.name); });
+                         support::ByName());
 
 // A desktop picture the host will not describe is read through a 32-bit copy, never
 // written.
@@ -249,11 +233,7 @@ INSTANTIATE_TEST_SUITE_P(Bits, NarrowContexts, ::testing::Values(24, 16));
 
 // OwnCopy copies rows between row buffer pictures of one size, and nothing else;
 // GraphicsDrawPicture falls back to it when DrawPicture cannot be loaded.
-struct CopyCase {
-  const char* name;
-  AppKind kind;
-  bool loadable;
-};
+struct CopyCase { const char* name; AppKind kind; bool loadable; };
 void PrintTo(const CopyCase& c, std::ostream* os) { *os << c.name; }
 class RowCopies : public Pictures, public ::testing::WithParamInterface<CopyCase> {};
 
@@ -288,16 +268,11 @@ INSTANTIATE_TEST_SUITE_P(Hosts, RowCopies,
                                            CopyCase{"ConsoleWithoutDrawPicture", AppKind::Console, false},
                                            CopyCase{"Desktop", AppKind::Desktop, true},
                                            CopyCase{"DesktopWithoutDrawPicture", AppKind::Desktop, false}),
-                         [](const ::testing::TestParamInfo<CopyCase>& info) { return std::string(info.param.name); });
+                         support::ByName());
 
 // CreateCGImageInternal: the host's image on 10.7, its own from the bitmap context
 // before, the mask inverted onto it; no image where neither way works.
-struct ImageCase {
-  const char* name;
-  AppKind kind;
-  int minor;
-  bool image;
-};
+struct ImageCase { const char* name; AppKind kind; int minor; bool image; };
 void PrintTo(const ImageCase& c, std::ostream* os) { *os << c.name; }
 class CoreGraphicsImages : public Pictures, public ::testing::WithParamInterface<ImageCase> {};
 
@@ -319,6 +294,6 @@ INSTANTIATE_TEST_SUITE_P(Systems, CoreGraphicsImages,
                                            ImageCase{"DesktopOn10_6", AppKind::Desktop, 6, true},
                                            ImageCase{"Console", AppKind::Console, 7, true},
                                            ImageCase{"ConsoleOn10_6", AppKind::Console, 6, false}),
-                         [](const ::testing::TestParamInfo<ImageCase>& info) { return std::string(info.param.name); });
+                         support::ByName());
 
 }  // namespace

@@ -4,25 +4,17 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdlib>
 
 #include "support/plugin_fixture.h"
 
 namespace {
 
 using host::Value;
+using support::MadeByPillow;
 
 class Representations : public support::PluginTest {
  protected:
   void SetUp() override { Probe(); }
-
-  // Runs a Pillow script with the folder as sys.argv[1] and reads the file it wrote.
-  std::string Made(const std::string& script, const std::string& name) {
-    const std::string command = "cd " + dir_ + " && /usr/bin/python3 -c \"import sys; from PIL import Image, "
-                                "TiffImagePlugin\n" + script + "\" " + dir_;
-    EXPECT_EQ(std::system(command.c_str()), 0) << script;
-    return support::ReadBytes(folder_.path(name));
-  }
   Value Image(const std::string& bytes) {
     return runtime_->callShared("NSImageQVR", "imageWithData(data as memoryblock) as NSImageQVR", {Block(bytes)});
   }
@@ -47,27 +39,20 @@ class Representations : public support::PluginTest {
     }
     return text;
   }
-
-  support::TempFolder folder_;
-  const std::string dir_ = folder_.path();
 };
 
 TEST_F(Representations, MultiPageTIFFsAndIconFilesHaveOneRepresentationPerImage) {
-  const std::string tiff = Made(
+  const std::string tiff = MadeByPillow(
       "pages = [Image.new('RGB', s, (200, 10 * i, 30)) for i, s in enumerate([(30, 20), (10, 40), (64, 8)])]\n"
-      "pages[0].save(sys.argv[1] + '/pages.tiff', save_all=True, append_images=pages[1:])", "pages.tiff");
-  const std::string icoPNG = Made(
-      "Image.new('RGBA', (128, 128), (0, 90, 200, 255)).save(sys.argv[1] + '/png.ico', sizes=[(16, 16), (32, 32), "
-      "(128, 128)])", "png.ico");
-  const std::string icoBMP = Made(
-      "Image.new('RGBA', (48, 48), (0, 90, 200, 128)).save(sys.argv[1] + '/bmp.ico', sizes=[(16, 16), (48, 48)], "
-      "bitmap_format='bmp')", "bmp.ico");
-  for (int size : {16, 32, 128})
-    Made("Image.new('RGBA', (" + std::to_string(size) + ", " + std::to_string(size) +
-             "), (250, 0, 0, 255)).save(sys.argv[1] + '/" + std::to_string(size) + ".png')",
-         std::to_string(size) + ".png");
-  ASSERT_EQ(std::system(("cd " + dir_ + " && png2icns icon.icns 16.png 32.png 128.png > /dev/null").c_str()), 0);
-  const std::string icns = support::ReadBytes(folder_.path("icon.icns"));
+      "pages[0].save(out, 'TIFF', save_all=True, append_images=pages[1:])");
+  const std::string icoPNG = MadeByPillow(
+      "Image.new('RGBA', (128, 128), (0, 90, 200, 255)).save(out, 'ICO', sizes=[(16, 16), (32, 32), (128, 128)])");
+  const std::string icoBMP = MadeByPillow(
+      "Image.new('RGBA', (48, 48), (0, 90, 200, 128)).save(out, 'ICO', sizes=[(16, 16), (48, 48)], "
+      "bitmap_format='bmp')");
+  const std::string icns = support::MadeBy(
+      "/usr/bin/python3 -c \"from PIL import Image\nfor s in (16, 32, 128): Image.new('RGBA', (s, s), (250, 0, 0, "
+      "255)).save('%d.png' % s)\" && png2icns icon.icns 16.png 32.png 128.png > /dev/null", "icon.icns");
 
   const std::vector<std::array<std::string, 3>> table = {
       // file, measurements, representations
@@ -117,11 +102,11 @@ TEST_F(Representations, TheMinimumTakesZeroForNoValueYet) {
 }
 
 TEST_F(Representations, EXIFDataArrivesAsADictionary) {
-  const std::string jpeg = Made(
+  const std::string jpeg = MadeByPillow(
       "ex = Image.Exif(); ex[0x010F] = 'QVR Camera'; ex[0x8769] = {0x829a: TiffImagePlugin.IFDRational(1, 250), "
       "0x829d: TiffImagePlugin.IFDRational(28, 10), 0x9003: '2024:01:02 03:04:05', 0x8827: 400}\n"
-      "Image.new('RGB', (40, 30), (200, 100, 50)).save(sys.argv[1] + '/photo.jpg', exif=ex)", "photo.jpg");
-  const std::string png = Made("Image.new('RGB', (4, 3)).save(sys.argv[1] + '/plain.png')", "plain.png");
+      "Image.new('RGB', (40, 30), (200, 100, 50)).save(out, 'JPEG', exif=ex)");
+  const std::string png = MadeByPillow("Image.new('RGB', (4, 3)).save(out, 'PNG')");
   Value exif = runtime_->get(Image(jpeg), "EXIFData");
   ASSERT_EQ(support::ClassName(*runtime_, exif), "Dictionary");
   auto value = [&](const char* key) { return runtime_->unboxed(runtime_->call(exif, "Value", {Text(key)})); };
@@ -135,7 +120,7 @@ TEST_F(Representations, EXIFDataArrivesAsADictionary) {
 }
 
 TEST_F(Representations, TheBaseClassForwardsToItsRepresentation) {
-  const std::string png = Made("Image.new('RGBA', (5, 7)).save(sys.argv[1] + '/a.png')", "a.png");
+  const std::string png = MadeByPillow("Image.new('RGBA', (5, 7)).save(out, 'PNG')");
   Value rep = runtime_->arrayElements(runtime_->call(Image(png), "representations")).at(0);
   host::Runtime& rt = *runtime_;
   EXPECT_EQ(Int(rep, "pixelsWide"), 5);

@@ -3,6 +3,7 @@
 // integer, with several operations and opacities, read back by its pixels.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdlib>
 
 #include "support/plugin_fixture.h"
@@ -11,9 +12,7 @@ namespace {
 
 using host::Value;
 
-struct RGBA {
-  int r, g, b, a;
-};
+using RGBA = std::array<int, 4>;  // premultiplied
 
 class ScalingDrawing : public support::PluginTest {
  protected:
@@ -24,7 +23,7 @@ class ScalingDrawing : public support::PluginTest {
     for (int y = 0; y < height; ++y)
       for (int x = 0; x < width; ++x) {
         RGBA p = paint(x, y);
-        const char px[4] = {char(p.r), char(p.g), char(p.b), char(p.a)};
+        const char px[4] = {char(p[0]), char(p[1]), char(p[2]), char(p[3])};
         bytes.replace((size_t(y) * width + x) * 4, 4, px, 4);
       }
     return Shared("ImageFromPixels", {Value::ofInteger(width), Value::ofInteger(height), Block(bytes)});
@@ -41,12 +40,9 @@ class ScalingDrawing : public support::PluginTest {
 
 // Pixel (x, y) of RGBA bytes rows width wide, within tolerance of want.
 ::testing::AssertionResult PixelNear(const std::string& bytes, int width, int x, int y, RGBA want, int tolerance = 2) {
-  const uint8_t* p = reinterpret_cast<const uint8_t*>(bytes.data()) + (size_t(y) * width + x) * 4;
-  if (std::abs(p[0] - want.r) > tolerance || std::abs(p[1] - want.g) > tolerance ||
-      std::abs(p[2] - want.b) > tolerance || std::abs(p[3] - want.a) > tolerance)
-    return ::testing::AssertionFailure() << "pixel (" << x << ", " << y << ") is " << int(p[0]) << "," << int(p[1])
-                                         << "," << int(p[2]) << "," << int(p[3]);
-  return ::testing::AssertionSuccess();
+  return support::SamplesNear(reinterpret_cast<const uint8_t*>(bytes.data()) + (size_t(y) * width + x) * 4, want,
+                              tolerance)
+         << " at (" << x << ", " << y << ")";
 }
 
 const RGBA kRed{255, 0, 0, 255}, kBlue{0, 0, 255, 255}, kClear{0, 0, 0, 0};

@@ -94,7 +94,6 @@ const Setup kSetups[] = {
 };
 
 void PrintTo(const Setup& setup, std::ostream* out) { *out << setup.name; }
-
 class Variants : public support::PluginTest, public ::testing::WithParamInterface<Setup> {
  protected:
   void SetUp() override {
@@ -259,7 +258,6 @@ TEST_P(Variants, HostValuesBecomePlatformObjects) {
   EXPECT_EQ(Shared("RoundTrip", {values[4].first}).object.get(), values[4].first.object.get());
 }
 
-INSTANTIATE_TEST_SUITE_P(Setups, Variants, ::testing::ValuesIn(kSetups),
-                         [](const ::testing::TestParamInfo<Setup>& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Setups, Variants, ::testing::ValuesIn(kSetups), support::ByName());
 
 }  // namespace

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstdlib>
 #include <cstring>
 
 #include "support/plugin_host.h"
@@ -20,6 +22,21 @@ T DataWord(const host::Value& object, size_t offset) {
   std::memcpy(&value, reinterpret_cast<const char*>(object.object.get()) + 24 + offset, sizeof value);
   return value;
 }
+
+// Whether the four samples at p are each within tolerance of want (r, g, b, a).
+inline ::testing::AssertionResult SamplesNear(const uint8_t* p, std::array<int, 4> want, int tolerance) {
+  for (int i = 0; i < 4; ++i)
+    if (std::abs(int(p[i]) - want[i]) > tolerance)
+      return ::testing::AssertionFailure() << "samples " << int(p[0]) << "," << int(p[1]) << "," << int(p[2]) << ","
+                                           << int(p[3]);
+  return ::testing::AssertionSuccess();
+}
+
+// Names a parameterized test after its parameter's name field.
+struct ByName {
+  template <class P>
+  std::string operator()(const ::testing::TestParamInfo<P>& info) const { return info.param.name; }
+};
 
 class PluginTest : public ::testing::Test {
  protected:
@@ -44,6 +61,13 @@ class PluginTest : public ::testing::Test {
     return none;
   }
   std::string Utf8(const host::Value& value) { return runtime_->utf8(value); }
+  // Fills a rectangle of a Picture with a colour, through its Graphics.
+  void Fill(const host::Value& picture, uint32_t colour, double x, double y, double w, double h) {
+    host::Value g = runtime_->get(picture, "Graphics");
+    runtime_->set(g, "DrawingColor", host::Value::ofColor(colour));
+    runtime_->call(g, "FillRect", {host::Value::ofDouble(x), host::Value::ofDouble(y), host::Value::ofDouble(w),
+                                   host::Value::ofDouble(h)});
+  }
 
   void TearDown() override {
     if (!runtime_) return;

@@ -1,6 +1,8 @@
 // Helpers for suites that drive plugins through the host.
 #include "support/plugin_host.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -120,6 +122,19 @@ std::string Output(const std::string& command) {
     pclose(pipe);
   }
   return output;
+}
+
+std::string MadeBy(const std::string& command, const std::string& file) {
+  TempFolder folder;
+  const std::string line = "cd " + folder.path() + " && " + command;
+  if (std::system(line.c_str()) != 0) ADD_FAILURE() << "failed: " << command;
+  return ReadBytes(folder.path(file));
+}
+
+std::string MadeByPillow(const std::string& program) {
+  return MadeBy("/usr/bin/python3 -c \"from PIL import Image, ImageCms, TiffImagePlugin\nout = 'made'\n" + program +
+                    "\"",
+                "made");
 }
 
 }  // namespace support

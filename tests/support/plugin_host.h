@@ -75,5 +75,11 @@ class TempFolder {
 std::string ReadBytes(const std::string& path);
 // What a shell command prints on its standard output, as it is.
 std::string Output(const std::string& command);
+// Runs a shell command in a fresh folder (its working folder) and gives the bytes of the
+// file it wrote there, "" when it wrote none.
+std::string MadeBy(const std::string& command, const std::string& file);
+// The same for a Python program with Pillow's Image, ImageCms and TiffImagePlugin
+// imported, which writes the file named by `out`.
+std::string MadeByPillow(const std::string& program);
 
 }  // namespace support
