@@ -185,7 +185,18 @@ TEST_F(BitmapRep, ColorSpaceCGImageAndRetagging) {
   EXPECT_TRUE(runtime.call(rep, "bitmapImageRepByRetaggingWithColorSpace", {Value::nil()}).isNil());
 }
 
-TEST_F(BitmapRep, FactoriesRefuseWhatIsNoImage) {
+TEST_F(BitmapRep, WithoutTheSiblingPluginNoWrappersAndNoCGImageClass) {
+  host::Options options;
+  options.siblings = false;
+  host::Runtime& runtime = Start(options);
+  Value rep = Shared("imageRepWithData", {Block(PillowFiles().bytes["bmp"])});
+  ASSERT_FALSE(rep.isNil());
+  EXPECT_TRUE(runtime.get(rep, "colorSpace").isNil());
+  EXPECT_TRUE(runtime.get(rep, "CGImage").isNil());
+  EXPECT_EQ(Raised([&] { Shared("imageRepWithCGImage", {rep}); }), "IllegalCastException: CGImage must be a CGImageQVR!");
+}
+
+TEST_F(BitmapRep, FactoriesRefuseWhatIsNoImageAndAnEmptyInstanceAnswersNothing) {
   host::Runtime& runtime = Start();
   for (const Value& wrong : {Value::nil(), runtime.newInstance("NSImageQVR"), runtime.newInstance("NSSizeQVR")})
     EXPECT_EQ(Raised([&] { Shared("imageRepWithCGImage", {wrong}); }),
@@ -203,21 +214,6 @@ TEST_F(BitmapRep, FactoriesRefuseWhatIsNoImage) {
     EXPECT_EQ(Raised([&] { rep = Shared("imageRepWithCGImageRef", {Value::ofInteger(wrong)}); }), "");
     EXPECT_TRUE(rep.isNil()) << wrong;
   }
-}
-
-TEST_F(BitmapRep, WithoutTheSiblingPluginNoWrappersAndNoCGImageClass) {
-  host::Options options;
-  options.siblings = false;
-  host::Runtime& runtime = Start(options);
-  Value rep = Shared("imageRepWithData", {Block(PillowFiles().bytes["bmp"])});
-  ASSERT_FALSE(rep.isNil());
-  EXPECT_TRUE(runtime.get(rep, "colorSpace").isNil());
-  EXPECT_TRUE(runtime.get(rep, "CGImage").isNil());
-  EXPECT_EQ(Raised([&] { Shared("imageRepWithCGImage", {rep}); }), "IllegalCastException: CGImage must be a CGImageQVR!");
-}
-
-TEST_F(BitmapRep, AnInstanceWithoutARepresentationAnswersNothing) {
-  host::Runtime& runtime = Start();
   Value none = runtime.newInstance(kClass, {Block("junk")});
   for (const char* property : {"bitsPerPixel", "bytesPerRow", "bytesPerPlane", "samplesPerPixel", "numberOfPlanes",
                                "bitmapFormat"})

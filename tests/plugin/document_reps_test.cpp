@@ -4,8 +4,6 @@
 // platform object, nil for no data, and pages drawn into Pictures read back by pixels.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <fstream>
 #include <functional>
 #include <sstream>
 #include <string>
@@ -15,17 +13,6 @@
 namespace {
 
 using support::PluginTest;
-
-std::string Made(const std::string& command, const std::string& output) {
-  char pattern[] = "/tmp/qvr-docs-XXXXXX";
-  std::string folder = mkdtemp(pattern);
-  EXPECT_EQ(std::system(("cd " + folder + " && " + command + " 2>/dev/null").c_str()), 0) << command;
-  std::ifstream in(folder + "/" + output, std::ios::binary);
-  std::stringstream bytes;
-  bytes << in.rdbuf();
-  EXPECT_EQ(std::system(("rm -rf " + folder).c_str()), 0);
-  return bytes.str();
-}
 
 const char kTwoPagesCommand[] =
     "printf '%%!PS\\n<< /PageSize [200 100] >> setpagedevice 1 0 0 setrgbcolor 0 0 100 100 rectfill showpage\\n"
@@ -38,7 +25,6 @@ const char kFigure[] =
 
 class DocumentReps : public PluginTest {
  protected:
-  host::Value Block(const std::string& bytes) { return runtime_->memoryBlock(bytes.data(), bytes.size()); }
   // X, Y, Width and Height of an NSRectQVR.
   std::string Rect(const host::Value& rect) {
     if (rect.isNil()) return "nil";
@@ -69,7 +55,7 @@ class DocumentReps : public PluginTest {
 
 TEST_F(DocumentReps, PdfPagesBoundsDataAndIdentity) {
   host::Runtime& runtime = Probe();
-  std::string pdf = Made(kTwoPagesCommand, "two.pdf");
+  std::string pdf = support::MadeBy(kTwoPagesCommand, "two.pdf");
   host::Value rep = runtime.callShared("NSPDFImageRepQVR", "imageRepWithData", {Block(pdf)});
   ASSERT_FALSE(rep.isNil());
   EXPECT_EQ(support::ClassName(runtime, rep), "NSPDFImageRepQVR");
@@ -117,7 +103,8 @@ TEST_F(DocumentReps, EpsBoxPdfFormAndIdentity) {
 
 TEST_F(DocumentReps, PictFrameDataAndPixels) {
   host::Runtime& runtime = Probe();
-  std::string pict = Made("convert -size 8x6 xc:'#3366cc' -fill '#ff8800' -draw 'rectangle 0,0 3,2' -depth 8 PICT:p.pict",
+  std::string pict =
+      support::MadeBy("convert -size 8x6 xc:'#3366cc' -fill '#ff8800' -draw 'rectangle 0,0 3,2' -depth 8 PICT:p.pict",
                           "p.pict");
   host::Value rep = runtime.callShared("NSPICTImageRepQVR", "imageRepWithData", {Block(pict)});
   ASSERT_FALSE(rep.isNil());
@@ -163,7 +150,7 @@ TEST_F(DocumentReps, RectanglesAreNilWithoutTheSiblingPlugin) {
   EXPECT_FALSE(runtime.call(rep, "pdfImage").isNil());
 }
 
-TEST_F(DocumentReps, TypeListsNamedImagesAndPasteboard) {
+TEST_F(DocumentReps, TypeListsAndNamedImages) {
   host::Runtime& runtime = Probe();
   for (const char* list : {"imageUnfilteredFileTypes", "imageUnfilteredPasteboardTypes", "imageFileTypes",
                            "imagePasteboardTypes", "imageTypes", "imageUnfilteredTypes"}) {
@@ -204,11 +191,6 @@ TEST_F(DocumentReps, TypeListsNamedImagesAndPasteboard) {
     EXPECT_EQ(Utf8(value), std::string("NS") + name);
     EXPECT_FALSE(runtime.callShared("NSImageQVR", "imageNamed", {value}).isNil()) << name;
   }
-  // The general pasteboard, empty and then holding a PNG.
-  EXPECT_FALSE(runtime.callShared("NSImageQVR", "canInitWithPasteboard").boolean);
-  std::string png = Made("convert -size 2x2 xc:red p.png", "p.png");
-  ASSERT_TRUE(runtime.callShared("ImageProbeQVR", "PutPNGOnPasteboard", {runtime.string(png, host::kEncodingUnknown)}).boolean);
-  EXPECT_TRUE(runtime.callShared("NSImageQVR", "canInitWithPasteboard").boolean);
 }
 
 }  // namespace

@@ -13,7 +13,6 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <thread>
 
@@ -284,8 +283,10 @@ TEST_F(ImageCreation, URLsOverHTTP) {
 TEST_F(ImageCreation, ImageFromThePasteboard) {
   host::Runtime& runtime = Probe();
   ImageFolder folder;
+  EXPECT_FALSE(runtime.callShared("NSImageQVR", "canInitWithPasteboard").boolean) << "an empty pasteboard";
   ASSERT_TRUE(runtime.callShared("ImageProbeQVR", "PutPNGOnPasteboard",
                                  {runtime.string(folder.bytes("image.png"), host::kEncodingUnknown)}).boolean);
+  EXPECT_TRUE(runtime.callShared("NSImageQVR", "canInitWithPasteboard").boolean);
   host::Value image = runtime.newInstance("NSImageQVR");
   EXPECT_TRUE(runtime.call(image, "initWithPasteboard").boolean);
   EXPECT_EQ(Pixels(image), folder.source());

@@ -4,8 +4,6 @@
 // points (a host without a version function is the NoVersion boundary).
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "support/plugin_fixture.h"
 
 namespace {
@@ -64,7 +62,7 @@ INSTANTIATE_TEST_SUITE_P(VersionBoundaries, LayoutNegotiation,
                                            Boundary{0.0, 9}),
                          BoundaryName);
 
-TEST_F(PluginTest, ClassesArriveInOrderWithTheirDataAndHandles) {
+TEST_F(PluginTest, ClassesArriveInOrderWithTheirDataAndHandlesAndNewInstancesAreEmpty) {
   host::Runtime& runtime = Start();
   std::vector<std::string> expected(std::begin(kImageClasses), std::end(kImageClasses));
   EXPECT_EQ(ImageClassesInOrder(runtime), expected);
@@ -102,10 +100,8 @@ TEST_F(PluginTest, ClassesArriveInOrderWithTheirDataAndHandles) {
   ASSERT_EQ(base->methods.size(), 2u);
   EXPECT_EQ(base->methods[0].declarationText, "Constructor");
   EXPECT_EQ(base->methods[0].flags, 0x84u);
-}
 
-TEST_F(PluginTest, NewInstancesHoldNothingAndDieQuietly) {
-  host::Runtime& runtime = Start();
+  // New instances hold nothing and die quietly.
   for (const char* name : kImageClasses) {
     // The bitmap and document classes have constructors of their own; empty data makes
     // them hold nothing.
@@ -150,7 +146,7 @@ INSTANTIATE_TEST_SUITE_P(Hosts, MissingAtStart,
                          ::testing::Values(MissingCase{"NoRegistration", 2013.03, "PluginRegisterClass", 0, 12},
                                            MissingCase{"NoRegistrationLayout9", 2011.0, "PluginRegisterClass", 0, 9},
                                            MissingCase{"NoVersionRegistration", 2013.03, "RegisterPluginVersion", 6, 12}),
-                         [](const ::testing::TestParamInfo<MissingCase>& info) { return std::string(info.param.name); });
+                         support::ByName());
 
 TEST_F(PluginTest, ConsoleAndNoSiblingHostsGetTheSameClasses) {
   host::Options options;

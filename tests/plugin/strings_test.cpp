@@ -37,7 +37,7 @@ class StringPaths : public PluginTest, public ::testing::WithParamInterface<int>
   std::string Units(const host::Value& s) { return Utf8(Shared("PlatformUnits", {s})); }
 };
 
-TEST_P(StringPaths, EveryEncodingReadsAsTheSameText) {
+TEST_P(StringPaths, EveryEncodingReadsAsTheSameTextAndComesBackAsUtf8) {
   host::Runtime& runtime = StartPath();
   EXPECT_EQ(Units(runtime.string("A\xC3\xA9", host::kEncodingUTF8)), "0041 00e9");
   EXPECT_EQ(Units(runtime.string("A\x8E", host::kEncodingMacRoman)), "0041 00e9");
@@ -49,10 +49,7 @@ TEST_P(StringPaths, EveryEncodingReadsAsTheSameText) {
   EXPECT_EQ(Units(runtime.string(std::string_view(utf16, 6), host::kEncodingUTF16)), "0061 263a 007a");
   // Nil is no platform string; an empty host string is none either or an empty one.
   EXPECT_EQ(Units(host::Value::ofString(host::StringRef())), "null");
-}
-
-TEST_P(StringPaths, RoundTripsComeBackAsUtf8) {
-  host::Runtime& runtime = StartPath();
+  // Round trips come back as UTF-8.
   host::Value back = Shared("RoundTrip", {runtime.string("gr\xC3\xBC\xC3\x9F \xE2\x98\xBA", host::kEncodingUTF8)});
   EXPECT_EQ(runtime.bytes(back), "gr\xC3\xBC\xC3\x9F \xE2\x98\xBA");
   EXPECT_EQ(runtime.encoding(back), host::kEncodingUTF8);
@@ -61,10 +58,9 @@ TEST_P(StringPaths, RoundTripsComeBackAsUtf8) {
   EXPECT_EQ(runtime.encoding(fromRoman), host::kEncodingUTF8);
 }
 
-INSTANTIATE_TEST_SUITE_P(ReadPaths, StringPaths, ::testing::Values(0, 1, 2, 3),
-                         PathName);
+INSTANTIATE_TEST_SUITE_P(ReadPaths, StringPaths, ::testing::Values(0, 1, 2, 3), PathName);
 
-TEST_F(PluginTest, PlatformStringsOfAnyLengthGiveTheSameHostString) {
+TEST_F(PluginTest, PlatformStringsOfAnyLengthStringDataArraysAndDecomposition) {
   host::Runtime& runtime = Probe();
   // 99 units go through the stack buffer, 100 through a heap buffer; U+263A takes three
   // UTF-8 bytes, so 100 of them need 300 bytes.
@@ -83,6 +79,17 @@ TEST_F(PluginTest, PlatformStringsOfAnyLengthGiveTheSameHostString) {
   EXPECT_EQ(runtime.bytes(cut), "a");
   host::Value onlyNul = Shared("StringFromUnits", {Text("0000")});
   EXPECT_FALSE(onlyNul.string);
+
+  // String data from the host, string arrays filled in enumeration order, normalization form D.
+  host::Value result = Shared("StringData", {runtime.string("\xC3\xA9", host::kEncodingUTF8),
+                                             host::Value::ofInteger(host::kEncodingUTF16)});
+  EXPECT_EQ(Utf8(result), "enc=100 len=2 bytes=e900 tail=00000000");
+  EXPECT_EQ(Utf8(Shared("FillAndJoin", {Text("a,b,c")})), "ubound=2:a|b|c");
+  EXPECT_EQ(Utf8(Shared("FillAndJoin", {Text("\xC3\xA9t\xC3\xA9")})), "ubound=0:\xC3\xA9t\xC3\xA9");
+  // An empty element is the host's empty string, inserted all the same.
+  EXPECT_EQ(Utf8(Shared("FillAndJoin", {Text("x,,y")})), "ubound=2:x||y");
+  EXPECT_EQ(Utf8(Shared("DecomposedUnits", {Text("\xC3\xA9")})), "0065 0301");
+  EXPECT_EQ(Utf8(Shared("DecomposedUnits", {Text("a")})), "0061");
 }
 
 TEST_F(PluginTest, StringDataFallbackCopiesTheBytesWithFourZeroBytes) {
@@ -110,27 +117,6 @@ TEST_F(PluginTest, StringDataFallbackNeedsLenB) {
   EXPECT_EQ(Utf8(result), "false");
   // Without any way to read bytes a host string gives no platform string.
   EXPECT_EQ(Utf8(Shared("PlatformUnits", {runtime.string("abc")})), "null");
-}
-
-TEST_F(PluginTest, StringDataFromTheHost) {
-  host::Runtime& runtime = Probe();
-  host::Value result = Shared("StringData", {runtime.string("\xC3\xA9", host::kEncodingUTF8),
-                                             host::Value::ofInteger(host::kEncodingUTF16)});
-  EXPECT_EQ(Utf8(result), "enc=100 len=2 bytes=e900 tail=00000000");
-}
-
-TEST_F(PluginTest, StringArraysFillInEnumerationOrder) {
-  Probe();
-  EXPECT_EQ(Utf8(Shared("FillAndJoin", {Text("a,b,c")})), "ubound=2:a|b|c");
-  EXPECT_EQ(Utf8(Shared("FillAndJoin", {Text("\xC3\xA9t\xC3\xA9")})), "ubound=0:\xC3\xA9t\xC3\xA9");
-  // An empty element is the host's empty string, inserted all the same.
-  EXPECT_EQ(Utf8(Shared("FillAndJoin", {Text("x,,y")})), "ubound=2:x||y");
-}
-
-TEST_F(PluginTest, NormalizationFormDDecomposes) {
-  Probe();
-  EXPECT_EQ(Utf8(Shared("DecomposedUnits", {Text("\xC3\xA9")})), "0065 0301");
-  EXPECT_EQ(Utf8(Shared("DecomposedUnits", {Text("a")})), "0061");
 }
 
 }  // namespace

@@ -41,19 +41,6 @@ REALstring OpenEditor(REALpicture p, bool read, bool write) {
 // Which storage the process has settled on.
 REALstring StorageFlags() { return Text(std::string(IsDesktop ? "desktop" : "") + (IsConsole ? "console" : "")); }
 
-// Sets pixel (x, y) through a writer: red, green, blue by the writer's format.
-bool WritePixel(REALpicture p, intptr_t x, intptr_t y, intptr_t rgb) {
-  PictureWriter writer;
-  if (!writer.GetPictureEditor(p, 0, 1)) return false;
-  writer.SelectRow(int32_t(y));
-  PictureChannels c = PictureChannelsOf(writer.format);
-  unsigned char* pixel = writer.current + 4 * x;
-  pixel[c.red] = uint8_t(rgb >> 16);
-  pixel[c.green] = uint8_t(rgb >> 8);
-  pixel[c.blue] = uint8_t(rgb);
-  return true;
-}
-
 bool OwnCopyOf(REALpicture dest, REALpicture src, intptr_t w, intptr_t h, intptr_t sw, intptr_t sh) {
   return OwnCopy(dest, src, 0, 0, int(w), int(h), 0, 0, int(sw), int(sh));
 }
@@ -108,7 +95,6 @@ REALmemoryBlock RepresentationSamples(REALobject image) {
 REALmethodDefinition PictureProbeSharedMethods[] = {
     SHARED(OpenEditor, "OpenEditor(p as Picture, read as Boolean, write as Boolean) as String"),
     SHARED(StorageFlags, "StorageFlags() as String"),
-    SHARED(WritePixel, "WritePixel(p as Picture, x as Integer, y as Integer, rgb as Integer) as Boolean"),
     SHARED(OwnCopyOf, "OwnCopy(dest as Picture, src as Picture, w as Integer, h as Integer, sw as Integer, sh as Integer) as Boolean"),
     SHARED(DrawPicture, "DrawPicture(dest as Picture, src as Picture, w as Integer, h as Integer) as Boolean"),
     SHARED(CGImagePixels, "CGImagePixels(p as Picture, mask as Picture) as MemoryBlock"),
