@@ -330,8 +330,10 @@ int fitScore(Runtime::Impl& impl, const HostType& type, const Value& value) {
     case TypeKind::Void:
       return -1;
     case TypeKind::String:
+      // A Nil passes as the null string, but an object overload beside a String one
+      // takes it: the host's compiler gives Nil only to object parameters.
       if (k == Value::Kind::String) return 0;
-      return k == Value::Kind::Nil ? 1 : -1;
+      return k == Value::Kind::Nil ? 3 : -1;
     case TypeKind::Boolean:
       return k == Value::Kind::Boolean ? 0 : -1;
     case TypeKind::Color:
