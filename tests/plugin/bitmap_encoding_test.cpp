@@ -67,11 +67,7 @@ TEST_F(BitmapEncoding, EveryEncoderWithoutAndWithProperties) {
   host::Runtime& runtime = Start();
   Value rep = Rep();
   ASSERT_FALSE(rep.isNil());
-  struct Case {
-    const char* member;
-    const char* format;
-    bool keepsAlpha;
-  };
+  struct Case { const char* member; const char* format; bool keepsAlpha; };
   for (const Case& c : {Case{"PNGRepresentation", "PNG", true}, Case{"GIFRepresentation", "GIF", true},
                         Case{"BMPRepresentation", "BMP", true}, Case{"JPEGRepresentation", "JPEG", false},
                         Case{"TIFFRepresentation", "TIFF", true}}) {

@@ -29,11 +29,7 @@ class BitmapPicture : public support::PluginTest {
 };
 
 // One way to an image: the host's own conversion (of either storage), and ours without it.
-struct Way {
-  const char* name;
-  host::AppKind kind;
-  bool withoutHostImages;
-};
+struct Way { const char* name; host::AppKind kind; bool withoutHostImages; };
 
 void PrintTo(const Way& way, std::ostream* os) { *os << way.name; }
 class EveryWay : public BitmapPicture, public ::testing::WithParamInterface<Way> {};

@@ -118,15 +118,11 @@ TEST_F(DocumentReps, PictFrameDataAndPixels) {
 
 TEST_F(DocumentReps, NoDataEmptyDataAndNoSibling) {
   host::Runtime& runtime = Probe();
-  struct Case {
-    const char* cls;
-    const char* rect;
-    bool rectIsProperty;
-    const char* data;
-  } cases[] = {{"NSPDFImageRepQVR", "bounds", true, "PDFRepresentation"},
-               {"NSEPSImageRepQVR", "boundingBox", false, "EPSRepresentation"},
-               {"NSPICTImageRepQVR", "boundingBox", true, "PICTRepresentation"}};
-  for (const Case& c : cases) {
+  const struct { const char *cls, *rect; bool rectIsProperty; const char* data; } cases[] = {
+      {"NSPDFImageRepQVR", "bounds", true, "PDFRepresentation"},
+      {"NSEPSImageRepQVR", "boundingBox", false, "EPSRepresentation"},
+      {"NSPICTImageRepQVR", "boundingBox", true, "PICTRepresentation"}};
+  for (const auto& c : cases) {
     host::Value empty = runtime.newInstance(c.cls, {Block("")});
     EXPECT_EQ(runtime.get(empty, "Handle").integer, 0) << c.cls;
     host::Value rect = c.rectIsProperty ? runtime.get(empty, c.rect) : runtime.call(empty, c.rect);

@@ -38,12 +38,7 @@ TEST_F(Encoding, OpaqueFormatsShowWhiteWhereTransparentOthersKeepTransparency) {
   EXPECT_EQ(jpeg, Encode(image, "JPEGRepresentationWithCompressionFactor", {Value::ofDouble(0.8)}));
   EXPECT_NE(jpeg, Encode(image, "JPEGRepresentationWithCompressionFactor", {Value::ofDouble(0.3)}));
 
-  struct Case {
-    const char* member;
-    const char* format;
-    int tolerance;
-    bool keepsTransparency;
-  };
+  struct Case { const char* member; const char* format; int tolerance; bool keepsTransparency; };
   for (const Case& c : {Case{"JPEGRepresentation", "JPEG", 12, false}, Case{"BMPRepresentation", "BMP", 0, false},
                         Case{"PNGRepresentation", "PNG", 0, true}, Case{"GIFRepresentation", "GIF", 0, true}}) {
     SCOPED_TRACE(c.member);
@@ -104,11 +99,7 @@ TEST_F(Encoding, TIFFCompressionEmptyImagesAndInstancesWithoutImage) {
 TEST_F(Encoding, ThreadedTwinsGiveTheSameBytes) {
   host::Runtime& runtime = Probe();
   Value image = HalfTransparent();
-  struct Twin {
-    const char* direct;
-    const char* threaded;
-    std::vector<Value> args;
-  };
+  struct Twin { const char *direct, *threaded; std::vector<Value> args; };
   const Twin twins[] = {
       {"GIFRepresentation", "GIFRepresentationMT", {}},
       {"BMPRepresentation", "BMPRepresentationMT", {}},
@@ -143,11 +134,7 @@ TEST_F(Encoding, OpaqueBitmapsEncodeAsTheirDrawingOverWhiteWould) {
       rgb.append(p, 3);
       rgba.append(p, 4);
     }
-  struct Case {
-    const char* name;
-    double width, height;
-    bool flipped;
-  };
+  struct Case { const char* name; double width, height; bool flipped; };
   for (const Case& c : {Case{"own size", 40, 24, false}, Case{"scaled", 20, 12, false}, Case{"flipped", 40, 24, true}}) {
     SCOPED_TRACE(c.name);
     Value opaque = Shared("ImageFromPixels", {Value::ofInteger(40), Value::ofInteger(24), Block(rgb)});

@@ -14,7 +14,9 @@ enum Throw { kNothing = 0, kNSException = 1, kString = 2 };
 
 const char kLogLine[] = "A QVRProbeException: probe reason, Info: ";
 
-TEST_F(PluginTest, RaiseByClassAndMessage) {
+// Exceptions by class and message, unknown classes as RuntimeException, and the
+// out-of-bounds messages (the last needs all of the buffer's room).
+TEST_F(PluginTest, RaiseByClassAndMessageAndOutOfBounds) {
   Probe();
   auto e = Caught<host::HostException>(
       [&] { Shared("Raise", {Text("IllegalCastException"), Text("CGImage must be a CGImageQVR!")}); });
@@ -28,45 +30,26 @@ TEST_F(PluginTest, RaiseByClassAndMessage) {
   EXPECT_EQ(Raised([&] { Shared("Raise", {Text("NoSuchException"), Text("kept message")}); }),
             "RuntimeException: kept message")
       << "an unknown class falls back to RuntimeException";
-}
 
-TEST_F(PluginTest, HostThatCannotMakeExceptionsRaisesNothing) {
-  host::Options options;
-  options.missingEntryPoints = {"PluginNewInstance"};
-  host::Runtime& runtime = Probe(options);
-  EXPECT_NO_THROW(Shared("Raise", {Text("NilObjectException"), Text("lost")}));
-  EXPECT_FALSE(runtime.exceptionPending());
-}
-
-TEST_F(PluginTest, OutOfBoundsMessages) {
-  Probe();
-  const std::string longName(300, 'm');  // needs all of the buffer's room
-  struct Case {
-    int64_t value, count;
-    std::string method, message;
-  } cases[] = {
-      {-1, 3, "RepresentationWidth",
-       "Parameter index to method RepresentationWidth is too small. Range is 0 to 2, but value is -1."},
-      {5, 2, "RepresentationHeight",
-       "Parameter index to method RepresentationHeight is too big. Range is 0 to 1, but value is 5."},
-      {0, 0, "", "Parameter index to method ? is too big. Range is 0 to -1, but value is 0."},
+  const std::string longName(300, 'm');
+  const std::string head = "OutOfBoundsException: Parameter index to method ";
+  const struct { int64_t value, count; std::string method, message; } cases[] = {
+      {-1, 3, "RepresentationWidth", "RepresentationWidth is too small. Range is 0 to 2, but value is -1."},
+      {5, 2, "RepresentationHeight", "RepresentationHeight is too big. Range is 0 to 1, but value is 5."},
+      {0, 0, "", "? is too big. Range is 0 to -1, but value is 0."},
       {INT64_MIN, INT64_MAX, "M",
-       "Parameter index to method M is too small. Range is 0 to 9223372036854775806, but value is "
-       "-9223372036854775808."},
-      {7, 1, longName, "Parameter index to method " + longName + " is too big. Range is 0 to 0, but value is 7."},
+       "M is too small. Range is 0 to 9223372036854775806, but value is -9223372036854775808."},
+      {7, 1, longName, longName + " is too big. Range is 0 to 0, but value is 7."},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     EXPECT_EQ(Raised([&] {
                 Shared("RaiseOutOfBounds", {host::Value::ofInteger(c.value), host::Value::ofInteger(c.count), Text(c.method)});
               }),
-              "OutOfBoundsException: " + c.message);
+              head + c.message);
   }
 }
 
-struct GuardCase {
-  int form;
-  bool siblings;
-};
+struct GuardCase { int form; bool siblings; };
 
 std::string GuardCaseName(const ::testing::TestParamInfo<GuardCase>& info) {
   const char* names[] = {"Full", "Pooled", "InitAndSimple", "Simple", "InitOnly"};
@@ -85,12 +68,27 @@ class GuardForms : public PluginTest, public ::testing::WithParamInterface<Guard
   }
 };
 
-TEST_P(GuardForms, CompletedBodyGivesItsResult) {
+// A completed body gives its result; objects other than platform exceptions reach the
+// host unchanged, not logged as a platform exception; the pool is released either way.
+// Without the sibling plugin CocoaInit leaves the instances unset.
+TEST_P(GuardForms, CompletedBodyAndOtherThrownObjects) {
   StartCase();
   support::StderrCapture log;
   EXPECT_EQ(Run(GetParam().form, kNothing).integer, 42);
-  EXPECT_EQ(support::CountContaining(log.lines(), "QVRProbeException"), 0u);
   EXPECT_EQ(Shared("PoolProbesAlive").integer, 0);
+  auto thrown = Caught<host::ThrownObject>([&] { Run(GetParam().form, kString); });
+  ASSERT_TRUE(thrown) << "nothing thrown";
+  EXPECT_EQ(thrown->object(), Shared("LastThrown").pointer);
+  EXPECT_NE(thrown->className().find("String"), std::string::npos) << thrown->className();
+  std::vector<std::string> lines = log.lines();
+  EXPECT_EQ(support::CountContaining(lines, "QVRProbeException"), 0u);
+  EXPECT_EQ(support::CountContaining(lines, ", Info: "), 0u) << "not logged as a platform exception";
+  EXPECT_EQ(Shared("PoolProbesAlive").integer, 0) << "the guard's pool was released";
+  if (!GetParam().siblings) {
+    EXPECT_FALSE(Shared("InstancesReady").boolean);
+    EXPECT_FALSE(Shared("ExceptionsReady").boolean);
+    EXPECT_EQ(Shared("InstancesCount").integer, -1);
+  }
 }
 
 // The forms with an exception frame (Init only has none).
@@ -127,17 +125,9 @@ TEST_P(FramedGuardForms, UnconvertibleExceptionGivesTheNeutralResult) {
   EXPECT_EQ(result.integer, 0);
   EXPECT_EQ(support::CountContaining(log.lines(), kLogLine), 1u);
   EXPECT_EQ(Shared("PoolProbesAlive").integer, 0);
-}
-
-TEST_P(GuardForms, OtherThrownObjectsReachTheHostUnchanged) {
-  StartCase();
-  support::StderrCapture log;
-  auto thrown = Caught<host::ThrownObject>([&] { Run(GetParam().form, kString); });
-  ASSERT_TRUE(thrown) << "nothing thrown";
-  EXPECT_EQ(thrown->object(), Shared("LastThrown").pointer);
-  EXPECT_NE(thrown->className().find("String"), std::string::npos) << thrown->className();
-  EXPECT_EQ(support::CountContaining(log.lines(), ", Info: "), 0u) << "not logged as a platform exception";
-  EXPECT_EQ(Shared("PoolProbesAlive").integer, 0) << "the guard's pool was released";
+  // Nor can the plugin raise an exception of its own.
+  EXPECT_NO_THROW(Shared("Raise", {Text("NilObjectException"), Text("lost")}));
+  EXPECT_FALSE(runtime_->exceptionPending());
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryForm, GuardForms,
@@ -154,32 +144,20 @@ INSTANTIATE_TEST_SUITE_P(EveryFramedForm, FramedGuardForms,
                                            GuardCase{kInitSimple, false}, GuardCase{kSimple, false}),
                          GuardCaseName);
 
-TEST_F(PluginTest, InitOnlyLetsAPlatformExceptionThrough) {
+// The simple form does not run CocoaInit, which finds the sibling additions; the Init
+// only form has no exception frame and lets a platform exception through.
+TEST_F(PluginTest, CocoaInitAndTheInitOnlyForm) {
   Probe();
+  Shared("GuardForm", {host::Value::ofInteger(kSimple), host::Value::ofInteger(kNothing)});
+  EXPECT_FALSE(Shared("InstancesReady").boolean);
+  Shared("GuardForm", {host::Value::ofInteger(kInitSimple), host::Value::ofInteger(kNothing)});
+  EXPECT_TRUE(Shared("InstancesReady").boolean);
+  EXPECT_TRUE(Shared("ExceptionsReady").boolean);
   auto thrown = Caught<host::ThrownObject>(
       [&] { Shared("GuardForm", {host::Value::ofInteger(kInitOnly), host::Value::ofInteger(kNSException)}); });
   ASSERT_TRUE(thrown) << "nothing thrown";
   EXPECT_EQ(thrown->object(), Shared("LastThrown").pointer);
   EXPECT_EQ(thrown->className(), "NSException");
-}
-
-TEST_F(PluginTest, CocoaInitFindsTheSiblingAdditions) {
-  Probe();
-  Shared("GuardForm", {host::Value::ofInteger(kSimple), host::Value::ofInteger(kNothing)});
-  EXPECT_FALSE(Shared("InstancesReady").boolean) << "the simple form does not run CocoaInit";
-  Shared("GuardForm", {host::Value::ofInteger(kInitSimple), host::Value::ofInteger(kNothing)});
-  EXPECT_TRUE(Shared("InstancesReady").boolean);
-  EXPECT_TRUE(Shared("ExceptionsReady").boolean);
-}
-
-TEST_F(PluginTest, CocoaInitWithoutSiblingsLeavesInstancesUnset) {
-  host::Options options;
-  options.siblings = false;
-  Probe(options);
-  Shared("GuardForm", {host::Value::ofInteger(kFull), host::Value::ofInteger(kNothing)});
-  EXPECT_FALSE(Shared("InstancesReady").boolean);
-  EXPECT_FALSE(Shared("ExceptionsReady").boolean);
-  EXPECT_EQ(Shared("InstancesCount").integer, -1);
 }
 
 }  // namespace

@@ -211,12 +211,10 @@ TEST_F(ImageCreation, BadInputGivesNothing) {
   EXPECT_FALSE(runtime.exceptionPending());
 
   // The host hands "" over as its null string, which these refuse as they refuse nil.
-  const struct {
-    const char* declaration;
-    const char* message;
-  } kStringFactories[] = {{"imageWithData(data as string) as NSImageQVR", "String is empty"},
-                          {"imageWithContentsOfPath(path as string) as NSImageQVR", "Path is empty"},
-                          {"imageWithContentsOfURL(URL as string) as NSImageQVR", "URL is empty"}};
+  const struct { const char *declaration, *message; } kStringFactories[] = {
+      {"imageWithData(data as string) as NSImageQVR", "String is empty"},
+      {"imageWithContentsOfPath(path as string) as NSImageQVR", "Path is empty"},
+      {"imageWithContentsOfURL(URL as string) as NSImageQVR", "URL is empty"}};
   for (const auto& f : kStringFactories) {
     ExpectNilRaises(f.declaration, f.message);
     EXPECT_EQ(Raised([&] { Factory(f.declaration, {Text("")}); }), std::string("NilObjectException: ") + f.message);

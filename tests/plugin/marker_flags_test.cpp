@@ -20,10 +20,8 @@ uintptr_t MemberFlags(const host::ClassInfo* cls, const std::string& name) {
   return ~uintptr_t(0);
 }
 
-struct FlagCase {
-  std::optional<double> version;  // none: a host without a version function
-  uintptr_t classFlags, marked4, marked8, markedDrop, property;
-};
+// version: none for a host without a version function.
+struct FlagCase { std::optional<double> version; uintptr_t classFlags, marked4, marked8, markedDrop, property; };
 
 void PrintTo(const FlagCase& c, std::ostream* os) { *os << support::HostVersionName(c.version); }
 

@@ -22,10 +22,7 @@ std::vector<std::string> ImageClassesInOrder(const host::Runtime& runtime) {
   return names;
 }
 
-struct Boundary {
-  std::optional<double> version;
-  int layout;
-};
+struct Boundary { std::optional<double> version; int layout; };
 
 std::string BoundaryName(const ::testing::TestParamInfo<Boundary>& info) {
   return support::HostVersionName(info.param.version);
@@ -119,13 +116,7 @@ TEST_F(PluginTest, ClassesArriveInOrderWithTheirDataAndHandlesAndNewInstancesAre
 
 // Hosts that lack an entry point of the start: no classes without registration (in either
 // layout), and no crash; the classes all the same without version registration.
-struct MissingCase {
-  const char* name;
-  double version;
-  const char* missing;
-  size_t classes;
-  int layout;
-};
+struct MissingCase { const char* name; double version; const char* missing; size_t classes; int layout; };
 
 class MissingAtStart : public PluginTest, public ::testing::WithParamInterface<MissingCase> {};
 

@@ -76,12 +76,7 @@ std::string HostText(host::Runtime& rt, const Value& given) {
   return cls;
 }
 
-struct Setup {
-  const char* name;
-  bool siblings;
-  std::optional<double> version;
-  std::set<std::string> missing;
-};
+struct Setup { const char* name; bool siblings; std::optional<double> version; std::set<std::string> missing; };
 
 const Setup kSetups[] = {
     {"Siblings", true, 2013.03, {}},
