@@ -155,7 +155,7 @@ TEST_F(BitmapRep, DataInEveryFormatTheConstructorAndTheFactory) {
   }
 }
 
-TEST_F(BitmapRep, ColorSpaceCGImageAndRetagging) {
+TEST_F(BitmapRep, ColorSpaceCGImageRetaggingAndWhatTheFactoriesRefuse) {
   host::Runtime& runtime = Start();
   Value rep = Shared("imageRepWithData", {Block(PillowFiles().bytes["png"])});
   Value space = runtime.get(rep, "colorSpace");
@@ -183,21 +183,7 @@ TEST_F(BitmapRep, ColorSpaceCGImageAndRetagging) {
   EXPECT_TRUE(runtime.call(rep, "bitmapImageRepByRetaggingWithColorSpace",
                            {runtime.callShared("NSColorSpaceQVR", "DeviceGrayColorSpace")}).isNil());
   EXPECT_TRUE(runtime.call(rep, "bitmapImageRepByRetaggingWithColorSpace", {Value::nil()}).isNil());
-}
-
-TEST_F(BitmapRep, WithoutTheSiblingPluginNoWrappersAndNoCGImageClass) {
-  host::Options options;
-  options.siblings = false;
-  host::Runtime& runtime = Start(options);
-  Value rep = Shared("imageRepWithData", {Block(PillowFiles().bytes["bmp"])});
-  ASSERT_FALSE(rep.isNil());
-  EXPECT_TRUE(runtime.get(rep, "colorSpace").isNil());
-  EXPECT_TRUE(runtime.get(rep, "CGImage").isNil());
-  EXPECT_EQ(Raised([&] { Shared("imageRepWithCGImage", {rep}); }), "IllegalCastException: CGImage must be a CGImageQVR!");
-}
-
-TEST_F(BitmapRep, FactoriesRefuseWhatIsNoImageAndAnEmptyInstanceAnswersNothing) {
-  host::Runtime& runtime = Start();
+  // The factories refuse what is no image; an empty instance answers nothing.
   for (const Value& wrong : {Value::nil(), runtime.newInstance("NSImageQVR"), runtime.newInstance("NSSizeQVR")})
     EXPECT_EQ(Raised([&] { Shared("imageRepWithCGImage", {wrong}); }),
               "IllegalCastException: CGImage must be a CGImageQVR!")
@@ -208,11 +194,11 @@ TEST_F(BitmapRep, FactoriesRefuseWhatIsNoImageAndAnEmptyInstanceAnswersNothing) 
             "NilObjectException: CGImage is nil");
   // A number that names no image (made up, or a live object of another kind) gives no
   // representation instead of being taken for one.
-  Value image = runtime.newInstance("NSImageQVR");
-  for (int64_t wrong : {int64_t{12345}, runtime.get(image, "Handle").integer}) {
-    Value rep;
-    EXPECT_EQ(Raised([&] { rep = Shared("imageRepWithCGImageRef", {Value::ofInteger(wrong)}); }), "");
-    EXPECT_TRUE(rep.isNil()) << wrong;
+  Value other = runtime.newInstance("NSImageQVR");
+  for (int64_t wrong : {int64_t{12345}, runtime.get(other, "Handle").integer}) {
+    Value none;
+    EXPECT_EQ(Raised([&] { none = Shared("imageRepWithCGImageRef", {Value::ofInteger(wrong)}); }), "");
+    EXPECT_TRUE(none.isNil()) << wrong;
   }
   Value none = runtime.newInstance(kClass, {Block("junk")});
   for (const char* property : {"bitsPerPixel", "bytesPerRow", "bytesPerPlane", "samplesPerPixel", "numberOfPlanes",
@@ -225,6 +211,17 @@ TEST_F(BitmapRep, FactoriesRefuseWhatIsNoImageAndAnEmptyInstanceAnswersNothing) 
   EXPECT_TRUE(runtime.call(none, "TIFFRepresentation as Memoryblock").isNil());
   EXPECT_FALSE(runtime.call(none, "canBeCompressedUsing", {Value::ofInteger(1)}).boolean);
   EXPECT_TRUE(runtime.call(none, "bitmapImageRepByRetaggingWithColorSpace", {Value::nil()}).isNil());
+}
+
+TEST_F(BitmapRep, WithoutTheSiblingPluginNoWrappersAndNoCGImageClass) {
+  host::Options options;
+  options.siblings = false;
+  host::Runtime& runtime = Start(options);
+  Value rep = Shared("imageRepWithData", {Block(PillowFiles().bytes["bmp"])});
+  ASSERT_FALSE(rep.isNil());
+  EXPECT_TRUE(runtime.get(rep, "colorSpace").isNil());
+  EXPECT_TRUE(runtime.get(rep, "CGImage").isNil());
+  EXPECT_EQ(Raised([&] { Shared("imageRepWithCGImage", {rep}); }), "IllegalCastException: CGImage must be a CGImageQVR!");
 }
 
 }  // namespace

@@ -43,7 +43,7 @@ class Conversions : public support::PluginTest {
 const std::string kPrecomposed = "caf\xC3\xA9.png";   // U+00E9
 const std::string kDecomposed = "cafe\xCC\x81.png";   // e, U+0301
 
-TEST_F(Conversions, MemoryBlocksAndDataAreCopiesBothWays) {
+TEST_F(Conversions, CopiesBothWaysAndDatesInTheLocalZone) {
   Probe();
   EXPECT_EQ(Call("NewDataLength", {Block("")}).integer, -1) << "an empty block gives nil";
   EXPECT_EQ(Call("NewDataLength", {Value::nil()}).integer, -1);
@@ -59,21 +59,18 @@ TEST_F(Conversions, MemoryBlocksAndDataAreCopiesBothWays) {
   EXPECT_FALSE(runtime_->exceptionPending());
   EXPECT_EQ(Bytes(Call("DataOfLength", {Value::ofInteger(1)})), std::string(1, '\0'));
   ExpectOutOfMemory(0x7FFFFFFF);
-}
-
-TEST_F(Conversions, ABlockTheHostCannotMakeIsAnOutOfMemoryException) {
-  Probe(Without({"newMemoryBlock"}));
-  ExpectOutOfMemory(3);
-}
-
-TEST_F(Conversions, DatesKeepTheirWallClockFieldsInTheLocalZone) {
-  Probe();
+  // Dates keep their wall-clock fields in the local zone.
   auto integer = [](int64_t v) { return Value::ofInteger(v); };
   Value date = runtime_->newInstance("Date", {integer(2012), integer(3), integer(4), integer(5), integer(6), integer(7)});
   // 05:06:07 in Berlin (UTC+1 in March) is 04:06:07 UTC, 1330833967 seconds after 1970.
   EXPECT_EQ(Utf8(Call("CalendarDateOf", {date, Text("Europe/Berlin")})), "2012-03-04 05:06:07 Europe/Berlin 1330833967");
   EXPECT_EQ(Utf8(Call("CalendarDateOf", {date, Text("Asia/Tokyo")})), "2012-03-04 05:06:07 Asia/Tokyo 1330805167");
   EXPECT_EQ(Utf8(Call("CalendarDateOf", {Value::nil(), Text("")})), "nil");
+}
+
+TEST_F(Conversions, ABlockTheHostCannotMakeIsAnOutOfMemoryException) {
+  Probe(Without({"newMemoryBlock"}));
+  ExpectOutOfMemory(3);
 }
 
 TEST_F(Conversions, FolderItemsAndFileURLsConvertBothWays) {

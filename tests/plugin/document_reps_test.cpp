@@ -79,7 +79,7 @@ TEST_F(DocumentReps, PdfPagesBoundsDataAndIdentity) {
   EXPECT_EQ(runtime.get(constructed, "pageCount").integer, 2);
 }
 
-TEST_F(DocumentReps, EpsBoxPdfFormAndIdentity) {
+TEST_F(DocumentReps, EpsAndPictBoxesDataAndPixels) {
   host::Runtime& runtime = Probe();
   host::Value rep = runtime.callShared("NSEPSImageRepQVR", "imageRepWithData", {Block(kFigure)});
   ASSERT_FALSE(rep.isNil());
@@ -99,21 +99,19 @@ TEST_F(DocumentReps, EpsBoxPdfFormAndIdentity) {
   EXPECT_EQ(pixel(40, 50), "255 0 0 255");
   EXPECT_EQ(pixel(160, 80), "0 0 255 255");
   EXPECT_EQ(pixel(160, 20), "255 0 0 255");
-}
 
-TEST_F(DocumentReps, PictFrameDataAndPixels) {
-  host::Runtime& runtime = Probe();
+  // A PICT: its frame, its data, and its pixels.
   std::string pict =
       support::MadeBy("convert -size 8x6 xc:'#3366cc' -fill '#ff8800' -draw 'rectangle 0,0 3,2' -depth 8 PICT:p.pict",
                           "p.pict");
-  host::Value rep = runtime.callShared("NSPICTImageRepQVR", "imageRepWithData", {Block(pict)});
-  ASSERT_FALSE(rep.isNil());
-  EXPECT_EQ(Rect(runtime.get(rep, "boundingBox")), "0 0 8 6 ");
-  EXPECT_EQ(runtime.memoryBlockBytes(runtime.call(rep, "PICTRepresentation")), pict);
-  host::Value image = runtime.callShared("NSImageQVR", "imageWithData", {Block(pict)});
-  auto pixel = Drawn(image, 8, 6);
-  EXPECT_EQ(pixel(1, 1), "255 136 0 255");
-  EXPECT_EQ(pixel(6, 4), "51 102 204 255");
+  host::Value pictRep = runtime.callShared("NSPICTImageRepQVR", "imageRepWithData", {Block(pict)});
+  ASSERT_FALSE(pictRep.isNil());
+  EXPECT_EQ(Rect(runtime.get(pictRep, "boundingBox")), "0 0 8 6 ");
+  EXPECT_EQ(runtime.memoryBlockBytes(runtime.call(pictRep, "PICTRepresentation")), pict);
+  host::Value pictImage = runtime.callShared("NSImageQVR", "imageWithData", {Block(pict)});
+  auto pictPixel = Drawn(pictImage, 8, 6);
+  EXPECT_EQ(pictPixel(1, 1), "255 136 0 255");
+  EXPECT_EQ(pictPixel(6, 4), "51 102 204 255");
 }
 
 TEST_F(DocumentReps, NoDataEmptyDataAndNoSibling) {

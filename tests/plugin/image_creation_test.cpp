@@ -5,16 +5,13 @@
 // HTTP.
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include <csignal>
 
+#include <algorithm>
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <thread>
 
 #include "support/plugin_fixture.h"
 
@@ -42,6 +39,7 @@ class ImageFolder {
     jpegPixels_ = decoded.substr(decoded.size() - source_.size());
   }
   std::string path(const std::string& name) const { return folder_.path(name); }
+  void write(const std::string& name, const std::string& bytes) const { folder_.write(name, bytes); }
   std::string bytes(const std::string& name) const { return support::ReadBytes(path(name)); }
   // RGB bytes, rows from the top: the source, and the JPEG as djpeg decodes it.
   const std::string& source() const { return source_; }
@@ -56,67 +54,45 @@ class ImageFolder {
   std::string source_, jpegPixels_;
 };
 
-// Serves a PNG on 127.0.0.1 at an ephemeral port, on a thread of its own that never
-// touches the host.
+// Serves a folder's image.png on 127.0.0.1 at an ephemeral port, from a Python process
+// that never touches the host: /image.png, /moved (a redirect to it), /garbage (a body
+// that is no image), 404 for anything else. Each request is a line of requests.log.
 class LoopbackServer {
  public:
-  explicit LoopbackServer(std::string png) : png_(std::move(png)) {
-    listener_ = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    listen(listener_, 8);
-    getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length);
-    port_ = ntohs(address.sin_port);
-    thread_ = std::thread([this] { Serve(); });
+  explicit LoopbackServer(const ImageFolder& folder) : folder_(folder) {
+    folder.write("server.py", R"(import http.server, os
+class Handler(http.server.BaseHTTPRequestHandler):
+    def do_GET(self):
+        with open('requests.log', 'a') as log: log.write(self.path + '\n')
+        status, body = {'/image.png': (200, open('image.png', 'rb').read()), '/moved': (302, b''),
+                        '/garbage': (200, b'this is no image at all')}.get(self.path, (404, b'not here'))
+        self.send_response(status)
+        if status == 302: self.send_header('Location', '/image.png')
+        self.send_header('Content-Length', str(len(body)))
+        self.end_headers()
+        self.wfile.write(body)
+    def log_message(self, *arguments): pass
+server = http.server.HTTPServer(('127.0.0.1', 0), Handler)
+print(server.server_port, os.getpid(), flush=True)
+server.serve_forever()
+)");
+    pipe_ = popen(("cd " + folder.path("") + " && exec /usr/bin/python3 server.py").c_str(), "r");
+    if (pipe_ == nullptr || std::fscanf(pipe_, "%d %d", &port_, &pid_) != 2) ADD_FAILURE() << "no server";
   }
   ~LoopbackServer() {
-    stop_ = true;
-    thread_.join();
-    close(listener_);
+    if (pid_ > 0) kill(pid_, SIGTERM);
+    if (pipe_ != nullptr) pclose(pipe_);
   }
   std::string url(const std::string& path) const { return "http://127.0.0.1:" + std::to_string(port_) + path; }
-  int requests() const { return requests_; }
+  int requests() const {
+    const std::string log = folder_.bytes("requests.log");
+    return int(std::count(log.begin(), log.end(), '\n'));
+  }
 
  private:
-  void Serve() {
-    while (!stop_) {
-      pollfd waiting{listener_, POLLIN, 0};
-      if (poll(&waiting, 1, 50) <= 0) continue;
-      int client = accept(listener_, nullptr, nullptr);
-      if (client < 0) continue;
-      std::string request;
-      char buffer[1024];
-      while (request.find("\r\n\r\n") == std::string::npos) {
-        ssize_t got = read(client, buffer, sizeof buffer);
-        if (got <= 0) break;
-        request.append(buffer, static_cast<size_t>(got));
-      }
-      ++requests_;
-      // /image.png, /moved (a redirect to it), /garbage (a body that is no image), or 404.
-      std::string path = request.substr(4, request.find(' ', 4) - 4);
-      std::string status = "200 OK", body = "this is no image at all", head;
-      if (path == "/image.png") body = png_, head = "Content-Type: image/png\r\n";
-      else if (path == "/moved") status = "302 Found", body.clear(), head = "Location: /image.png\r\n";
-      else if (path != "/garbage") status = "404 Not Found", body = "not here";
-      std::string reply = "HTTP/1.1 " + status + "\r\n" + head + "Content-Length: " + std::to_string(body.size()) +
-                          "\r\nConnection: close\r\n\r\n" + body;
-      for (size_t sent = 0; sent < reply.size();) {
-        ssize_t wrote = write(client, reply.data() + sent, reply.size() - sent);
-        if (wrote <= 0) break;
-        sent += static_cast<size_t>(wrote);
-      }
-      close(client);
-    }
-  }
-  std::string png_;
-  int listener_ = -1;
-  int port_ = 0;
-  std::atomic<bool> stop_{false};
-  std::atomic<int> requests_{0};
-  std::thread thread_;
+  const ImageFolder& folder_;
+  FILE* pipe_ = nullptr;
+  int port_ = 0, pid_ = 0;
 };
 
 class ImageCreation : public PluginTest {
@@ -264,7 +240,7 @@ TEST_F(ImageCreation, ImagesFromCGImages) {
 TEST_F(ImageCreation, URLsOverHTTP) {
   host::Runtime& runtime = Probe();
   ImageFolder folder;
-  LoopbackServer server(folder.bytes("image.png"));
+  LoopbackServer server(folder);
   host::Value fetched = Factory("imageWithContentsOfURL", {Text(server.url("/image.png"))});
   ASSERT_FALSE(fetched.isNil());
   EXPECT_EQ(Pixels(fetched), folder.source());
@@ -332,7 +308,7 @@ TEST_F(ImageCreation, MemoryBlocksAndFolderItems) {
 TEST_F(ImageCreation, ThreadedFactoriesGiveWhatTheDirectOnesGive) {
   host::Runtime& runtime = Probe();
   ImageFolder folder;
-  LoopbackServer server(folder.bytes("image.png"));
+  LoopbackServer server(folder);
   for (const char* format : {"png", "jpg", "bmp"}) {
     SCOPED_TRACE(format);
     const std::string name = std::string("image.") + format;

@@ -70,7 +70,7 @@ TEST_F(ScalingDrawing, ProportionalScalingKeepsTheLongerSide) {
   EXPECT_TRUE(runtime_->call(none, "imageByFadingToFraction", {Value::ofDouble(0.5)}).isNil());
 }
 
-TEST_F(ScalingDrawing, CopiesFadingAndFlipping) {
+TEST_F(ScalingDrawing, CopiesFadingFlippingNamesAndSizes) {
   host::Runtime& runtime = Probe();
   // Top half red, bottom half blue (rows from the top).
   Value image = Image(8, 8, [](int, int y) { return y < 4 ? kRed : kBlue; });
@@ -100,6 +100,18 @@ TEST_F(ScalingDrawing, CopiesFadingAndFlipping) {
   std::string flippedPixels = Pixels(flipped);
   EXPECT_TRUE(PixelNear(flippedPixels, 8, 3, 0, kBlue));
   EXPECT_TRUE(PixelNear(flippedPixels, 8, 3, 7, kRed));
+  // Names are unique; sizes are set.
+  Value named = Plain(4, 4, kRed), other = Plain(4, 4, kBlue);
+  EXPECT_TRUE(runtime.call(named, "setName", {Text("encoding-test-image")}).boolean);
+  EXPECT_FALSE(runtime.call(other, "setName", {Text("encoding-test-image")}).boolean) << "names are unique";
+  EXPECT_TRUE(runtime.call(named, "setName", {Text("")}).boolean) << "the empty string takes the name away";
+  EXPECT_TRUE(runtime.call(other, "setName", {Text("encoding-test-image")}).boolean);
+  runtime.call(named, "setSize", {Value::ofDouble(10.5), Value::ofDouble(20)});
+  EXPECT_EQ(Geometry(named), "10.5 x 20");
+
+  Value none = WithoutImage();
+  EXPECT_FALSE(runtime.call(none, "setName", {Text("x")}).boolean);
+  runtime.call(none, "setSize", {Value::ofDouble(1), Value::ofDouble(1)});
 }
 
 // A loaded JPEG drawn at a much smaller size is decoded again at a reduced size (DCT
@@ -133,21 +145,6 @@ TEST_F(ScalingDrawing, JPEGScaledDownDecodesSmallerWithTheSameResult) {
     for (size_t i = 0; i < pixels[0].size(); ++i) total += std::abs(uint8_t(pixels[0][i]) - uint8_t(pixels[1][i]));
     EXPECT_LT(total / pixels[0].size(), 1.0);
   }
-}
-
-TEST_F(ScalingDrawing, NamesAndSizes) {
-  host::Runtime& runtime = Probe();
-  Value image = Plain(4, 4, kRed), other = Plain(4, 4, kBlue);
-  EXPECT_TRUE(runtime.call(image, "setName", {Text("encoding-test-image")}).boolean);
-  EXPECT_FALSE(runtime.call(other, "setName", {Text("encoding-test-image")}).boolean) << "names are unique";
-  EXPECT_TRUE(runtime.call(image, "setName", {Text("")}).boolean) << "the empty string takes the name away";
-  EXPECT_TRUE(runtime.call(other, "setName", {Text("encoding-test-image")}).boolean);
-  runtime.call(image, "setSize", {Value::ofDouble(10.5), Value::ofDouble(20)});
-  EXPECT_EQ(Geometry(image), "10.5 x 20");
-
-  Value none = WithoutImage();
-  EXPECT_FALSE(runtime.call(none, "setName", {Text("x")}).boolean);
-  runtime.call(none, "setSize", {Value::ofDouble(1), Value::ofDouble(1)});
 }
 
 TEST_F(ScalingDrawing, DrawsIntoAHostContextWithOperationsAndOpacities) {

@@ -15,7 +15,7 @@ using support::DataWord;
 using support::PluginTest;
 using host::Value;
 
-TEST_F(PluginTest, GeometryValuesAreStoredAsThirtyTwoBitFields) {
+TEST_F(PluginTest, GeometryValuesAndCoreFoundationWrappersKeepThePlatformLayout) {
   host::Runtime& runtime = Start();
   Value size = runtime.newInstance("NSSizeQVR", {Value::ofDouble(1.1), Value::ofDouble(2.5)});
   EXPECT_EQ(DataWord<float>(size, 0), 1.1f);
@@ -46,6 +46,16 @@ TEST_F(PluginTest, GeometryValuesAreStoredAsThirtyTwoBitFields) {
   Value clamped = runtime.newInstance("NSRangeQVR", {Value::ofInteger(-5), Value::ofInteger(int64_t(1) << 40)});
   EXPECT_EQ(runtime.get(clamped, "Location").integer, 0);
   EXPECT_EQ(runtime.get(clamped, "Length").integer, 0xFFFFFFFF);
+  // The Core Foundation wrappers carry their tag.
+  Value object = runtime.newInstance("CFObjectQVR");
+  EXPECT_EQ(DataWord<void*>(object, 0), nullptr);
+  EXPECT_EQ(DataWord<uint32_t>(object, 8), 0x52424346u);
+  const unsigned char tagBytes[] = {0x46, 0x43, 0x42, 0x52};
+  EXPECT_EQ(std::memcmp(reinterpret_cast<const char*>(object.object.get()) + 32, tagBytes, 4), 0);
+  EXPECT_EQ(runtime.get(object, "TypeID").integer, 0);
+  Value image = runtime.newInstance("CGImageQVR");
+  EXPECT_EQ(runtime.get(image, "Width").integer, 0);
+  EXPECT_EQ(runtime.classOf(image)->dataOffset, 24u);
 }
 
 TEST_F(PluginTest, ColoursAreOneWrapperPerPlatformColour) {
@@ -82,19 +92,6 @@ TEST_F(PluginTest, ColoursAreOneWrapperPerPlatformColour) {
   Value none = runtime.newInstance("NSColorQVR");
   EXPECT_EQ(runtime.get(none, "RedComponent").real, 0.0);
   EXPECT_TRUE(runtime.get(none, "ColorSpace").isNil());
-}
-
-TEST_F(PluginTest, CoreFoundationWrappersCarryTheirTag) {
-  host::Runtime& runtime = Start();
-  Value object = runtime.newInstance("CFObjectQVR");
-  EXPECT_EQ(DataWord<void*>(object, 0), nullptr);
-  EXPECT_EQ(DataWord<uint32_t>(object, 8), 0x52424346u);
-  const unsigned char tagBytes[] = {0x46, 0x43, 0x42, 0x52};
-  EXPECT_EQ(std::memcmp(reinterpret_cast<const char*>(object.object.get()) + 32, tagBytes, 4), 0);
-  EXPECT_EQ(runtime.get(object, "TypeID").integer, 0);
-  Value image = runtime.newInstance("CGImageQVR");
-  EXPECT_EQ(runtime.get(image, "Width").integer, 0);
-  EXPECT_EQ(runtime.classOf(image)->dataOffset, 24u);
 }
 
 TEST_F(PluginTest, FoundationWrappersGiveTheMembersOneExpects) {
