@@ -5,57 +5,13 @@
 #include "host_fixture.h"
 
 #include <cstring>
+#include <tuple>
 
 using host::Value;
 
 TEST_F(HostTest, CallsPassAndReturnEveryTypeObjectsWithOneReference) {
   load();
   Value o = rt().newInstance("TestBase");
-  EXPECT_EQ(rt().call(o, "Add", {integer(40), integer(2)}).integer, 42);
-  EXPECT_EQ(rt().call(o, "Add", {integer(-10), integer(4)}).kind, Value::Kind::Integer);
-  EXPECT_EQ(rt().call(o, "Add", {integer(int64_t(1) << 40), integer(1)}).integer, (int64_t(1) << 40) + 1);
-
-  Value i32 = rt().call(o, "AddInt32", {Value::ofInt32(-7), Value::ofInt32(3)});
-  EXPECT_EQ(i32.kind, Value::Kind::Int32);
-  EXPECT_EQ(i32.integer, -4);
-  Value i64 = rt().call(o, "AddInt64", {integer(int64_t(3) << 50), integer(5)});
-  EXPECT_EQ(i64.kind, Value::Kind::Int64);
-  EXPECT_EQ(i64.integer, (int64_t(3) << 50) + 5);
-
-  Value d = rt().call(o, "Half", {Value::ofDouble(5.0)});
-  EXPECT_EQ(d.kind, Value::Kind::Double);
-  EXPECT_DOUBLE_EQ(d.real, 2.5);
-  Value f = rt().call(o, "HalfSingle", {Value::ofSingle(3.0f)});
-  EXPECT_EQ(f.kind, Value::Kind::Single);
-  EXPECT_FLOAT_EQ(float(f.real), 1.5f);
-
-  EXPECT_FALSE(rt().call(o, "Negate", {Value::ofBoolean(true)}).boolean);
-  EXPECT_TRUE(rt().call(o, "Negate", {Value::ofBoolean(false)}).boolean);
-
-  Value c = rt().call(o, "InvertColor", {Value::ofColor(0x00FF00)});
-  EXPECT_EQ(c.kind, Value::Kind::Color);
-  EXPECT_EQ(c.integer, 0xFF00FF);
-
-  char buffer[8];
-  Value p = rt().call(o, "OffsetPtr", {Value::ofPtr(buffer), integer(3)});
-  EXPECT_EQ(p.kind, Value::Kind::Ptr);
-  EXPECT_EQ(p.pointer, buffer + 3);
-  // A MemoryBlock passed for a Ptr gives the address of its bytes.
-  Value block = rt().memoryBlock("abcd", 4);
-  Value q = rt().call(o, "OffsetPtr", {block, integer(1)});
-  EXPECT_EQ(*static_cast<char*>(q.pointer), 'b');
-
-  EXPECT_EQ(text(rt().call(o, "Describe", {str("abc")})), "<abc>");
-  EXPECT_EQ(text(rt().call(o, "Describe", {Value::nil()})), "<>");  // Nil is the empty string
-
-  // Arguments of every register class in one call, in order.
-  Value mixed = rt().call(o, "Mixed", {Value::ofInt32(-3), Value::ofDouble(2.25), Value::ofSingle(0.5f),
-                                        Value::ofBoolean(true), integer(int64_t(1) << 33), str("s"), o, integer(9)});
-  EXPECT_EQ(text(mixed), "-3|2.250|0.500|1|8589934592|s|object|9");
-  // Integers convert to the declared numeric types.
-  mixed = rt().call(o, "Mixed", {integer(1), integer(2), integer(3), Value::ofBoolean(false), integer(4), str(""),
-                                 Value::nil(), integer(5)});
-  EXPECT_EQ(text(mixed), "1|2.000|3.000|0|4||nil|5");
   // Object results come with one reference.
   size_t before = rt().liveObjects();
   {
@@ -70,6 +26,41 @@ TEST_F(HostTest, CallsPassAndReturnEveryTypeObjectsWithOneReference) {
   }
   EXPECT_EQ(rt().liveObjects(), before);
   EXPECT_EQ(o.object.get()->refCount, 1);
+  // Each parameter and result type; Integers convert to the declared numeric types.
+  const struct {
+    const char* member;
+    std::vector<Value> args;
+    std::string result;
+  } calls[] = {
+      {"Add", {integer(40), integer(2)}, "Integer 42"},
+      {"Add", {integer(-10), integer(4)}, "Integer -6"},
+      {"Add", {integer(int64_t(1) << 40), integer(1)}, "Integer 1099511627777"},
+      {"AddInt32", {Value::ofInt32(-7), Value::ofInt32(3)}, "Int32 -4"},
+      {"AddInt64", {integer(int64_t(3) << 50), integer(5)}, "Int64 3377699720527877"},
+      {"Half", {Value::ofDouble(5.0)}, "Double 2.5"},
+      {"HalfSingle", {Value::ofSingle(3.0f)}, "Single 1.5"},
+      {"Negate", {Value::ofBoolean(true)}, "Boolean false"},
+      {"Negate", {Value::ofBoolean(false)}, "Boolean true"},
+      {"InvertColor", {Value::ofColor(0x00FF00)}, "Color ff00ff"},
+      {"Describe", {str("abc")}, "String <abc>"},
+      {"Describe", {Value::nil()}, "String <>"},  // Nil is the empty string
+      // Arguments of every register class in one call, in order.
+      {"Mixed", {Value::ofInt32(-3), Value::ofDouble(2.25), Value::ofSingle(0.5f), Value::ofBoolean(true),
+                 integer(int64_t(1) << 33), str("s"), o, integer(9)},
+       "String -3|2.250|0.500|1|8589934592|s|object|9"},
+      {"Mixed", {integer(1), integer(2), integer(3), Value::ofBoolean(false), integer(4), str(""), Value::nil(), integer(5)},
+       "String 1|2.000|3.000|0|4||nil|5"},
+  };
+  for (const auto& c : calls) EXPECT_EQ(shown(rt().call(o, c.member, c.args)), c.result) << c.member;
+
+  char buffer[8];
+  Value p = rt().call(o, "OffsetPtr", {Value::ofPtr(buffer), integer(3)});
+  EXPECT_EQ(p.kind, Value::Kind::Ptr);
+  EXPECT_EQ(p.pointer, buffer + 3);
+  // A MemoryBlock passed for a Ptr gives the address of its bytes.
+  Value block = rt().memoryBlock("abcd", 4);
+  Value q = rt().call(o, "OffsetPtr", {block, integer(1)});
+  EXPECT_EQ(*static_cast<char*>(q.pointer), 'b');
 }
 
 TEST_F(HostTest, OverloadsAreChosenByArgumentTypes) {
@@ -112,21 +103,61 @@ TEST_F(HostTest, MissingArgumentsTakeTheirDefaultsAndConstantsTheirTypes) {
   EXPECT_EQ(text(rt().call(o, "Defaults", {integer(1), str("x")})), "1|x|1.50|1|nil");
   EXPECT_EQ(text(rt().call(o, "Defaults", {integer(1), str("x"), integer(3), Value::ofBoolean(false), o})),
             "1|x|3.00|0|object");
-  // Constants have their declared types.
-  Value answer = rt().constant("TestBase", "Answer");
-  EXPECT_EQ(answer.kind, Value::Kind::Integer);
-  EXPECT_EQ(answer.integer, 42);
-  EXPECT_EQ(rt().constant("TestBase", "pi").kind, Value::Kind::Double);
-  EXPECT_DOUBLE_EQ(rt().constant("TestBase", "Pi").real, 3.25);
-  EXPECT_EQ(text(rt().constant("TestBase", "Greeting")), "hello");
-  EXPECT_TRUE(rt().constant("TestBase", "Enabled").boolean);
-  EXPECT_EQ(rt().constant("TestLeaf", "Answer").integer, 42);  // inherited
+  // Constants have their declared types (names without case); subclasses inherit them.
+  for (const auto& [cls, name, value] : {std::tuple{"TestBase", "Answer", "Integer 42"}, {"TestBase", "pi", "Double 3.25"},
+                                         {"TestBase", "Greeting", "String hello"}, {"TestBase", "Enabled", "Boolean true"},
+                                         {"TestLeaf", "Answer", "Integer 42"}})
+    EXPECT_EQ(shown(rt().constant(cls, name)), value) << name;
   EXPECT_THROW(rt().constant("TestBase", "Nothing"), std::invalid_argument);
 }
 
-TEST_F(HostTest, AssignableMethodsCallTheirSettersAndPluginsReadAndWritePropertiesByName) {
+TEST_F(HostTest, PropertiesReadAndWriteThroughAccessorsMarkersAssignableMethodsAndPlugins) {
   load();
   Value o = rt().newInstance("TestBase");
+  EXPECT_EQ(shown(rt().get(o, "Scale")), "Double 1");  // set by the class constructor
+  EXPECT_EQ(shown(rt().get(o, "Big")), "Int64 7000");  // the getter receives its param
+  // Marker properties read and write the instance data at their offset.
+  EXPECT_EQ(rt().get(o, "Handle").integer, 0);
+  rt().set(o, "handle", integer(0x1234));
+  EXPECT_EQ(rt().get(o, "HANDLE").integer, 0x1234);
+  intptr_t stored;
+  std::memcpy(&stored, reinterpret_cast<unsigned char*>(o.object.get()) + 24, sizeof stored);
+  EXPECT_EQ(stored, 0x1234);
+  // A String marker property holds a reference of its own.
+  {
+    Value tag = str("tagged");
+    rt().set(o, "Tag", tag);
+    EXPECT_EQ(tag.string.get()->refCount, 2);
+  }
+  EXPECT_EQ(text(rt().get(o, "Tag")), "tagged");
+  // An object marker property too; setting the object itself must not free it.
+  {
+    Value other = rt().newInstance("TestDerived");
+    rt().set(o, "Partner", other);
+    EXPECT_EQ(other.object.get()->refCount, 2);
+  }
+  EXPECT_EQ(rt().classOf(rt().get(o, "Partner"))->name, "TestDerived");
+  // Each property set and read back: markers and accessor functions of each type.
+  const struct {
+    const char* name;
+    Value value;
+    std::string after;
+  } sets[] = {{"Tag", str("again"), "String again"},       {"Partner", Value::nil(), "nil"},
+              {"Scale", Value::ofDouble(2.5), "Double 2.5"}, {"Ratio", Value::ofDouble(0.25), "Single 0.25"},
+              {"Count", integer(-9), "Int32 -9"},          {"Flag", Value::ofBoolean(true), "Boolean true"},
+              {"Name", str("12345"), "String name:5"}};
+  for (const auto& s : sets) {
+    rt().set(o, s.name, s.value);
+    EXPECT_EQ(shown(rt().get(o, s.name)), s.after) << s.name;
+  }
+  // Read-only, of the wrong type, unknown.
+  EXPECT_THROW(rt().set(o, "Big", integer(1)), std::invalid_argument);
+  EXPECT_THROW(rt().set(o, "Count", str("x")), std::invalid_argument);
+  EXPECT_THROW(rt().set(o, "Partner", str("no")), std::invalid_argument);
+  EXPECT_THROW(rt().get(o, "NoSuchProperty"), std::invalid_argument);
+  // A method without arguments reads like a property.
+  EXPECT_EQ(rt().get(o, "Self").object.get(), o.object.get());
+
   // Setter-only form: "Item(index as Integer, assigns value as String)".
   rt().assign(o, "Item", {integer(3)}, str("abcd"));
   EXPECT_EQ(rt().get(o, "Handle").integer, 304);
@@ -146,58 +177,6 @@ TEST_F(HostTest, AssignableMethodsCallTheirSettersAndPluginsReadAndWriteProperti
   // Six entry points answer true, the unknown property false; Scale is doubled.
   EXPECT_EQ(rt().call(o, "ReadNumbers", {o}).integer, 6 * 1000000 + 3 * 10000 + 4 * 100 + 10 + 5 + 6);
   EXPECT_DOUBLE_EQ(rt().get(o, "Scale").real, 8);
-}
-
-TEST_F(HostTest, PropertiesReadAndWriteThroughAccessorsAndMarkers) {
-  load();
-  Value o = rt().newInstance("TestBase");
-  // Marker properties read and write the instance data at their offset.
-  EXPECT_EQ(rt().get(o, "Handle").integer, 0);
-  rt().set(o, "handle", integer(0x1234));
-  EXPECT_EQ(rt().get(o, "HANDLE").integer, 0x1234);
-  auto* data = reinterpret_cast<unsigned char*>(o.object.get()) + 24;
-  intptr_t stored;
-  std::memcpy(&stored, data, sizeof stored);
-  EXPECT_EQ(stored, 0x1234);
-  // A String marker property holds a reference of its own.
-  {
-    Value tag = str("tagged");
-    rt().set(o, "Tag", tag);
-    EXPECT_EQ(tag.string.get()->refCount, 2);
-  }
-  EXPECT_EQ(text(rt().get(o, "Tag")), "tagged");
-  rt().set(o, "Tag", str("again"));
-  EXPECT_EQ(text(rt().get(o, "Tag")), "again");
-  // An object marker property too; setting the object itself must not free it.
-  {
-    Value other = rt().newInstance("TestDerived");
-    rt().set(o, "Partner", other);
-    EXPECT_EQ(other.object.get()->refCount, 2);
-  }
-  EXPECT_EQ(rt().classOf(rt().get(o, "Partner"))->name, "TestDerived");
-  EXPECT_THROW(rt().set(o, "Partner", str("no")), std::invalid_argument);
-  rt().set(o, "Partner", Value::nil());
-  EXPECT_TRUE(rt().get(o, "Partner").isNil());
-
-  // Accessor functions of each type.
-  EXPECT_DOUBLE_EQ(rt().get(o, "Scale").real, 1.0);  // set by the class constructor
-  rt().set(o, "Scale", Value::ofDouble(2.5));
-  EXPECT_DOUBLE_EQ(rt().get(o, "Scale").real, 2.5);
-  rt().set(o, "Ratio", Value::ofDouble(0.25));
-  EXPECT_EQ(rt().get(o, "Ratio").kind, Value::Kind::Single);
-  EXPECT_FLOAT_EQ(float(rt().get(o, "Ratio").real), 0.25f);
-  rt().set(o, "Count", integer(-9));
-  EXPECT_EQ(rt().get(o, "Count").integer, -9);
-  rt().set(o, "Flag", Value::ofBoolean(true));
-  EXPECT_TRUE(rt().get(o, "Flag").boolean);
-  EXPECT_EQ(rt().get(o, "Big").integer, 7000);  // the getter receives its param
-  EXPECT_THROW(rt().set(o, "Big", integer(1)), std::invalid_argument);  // read-only
-  rt().set(o, "Name", str("12345"));
-  EXPECT_EQ(text(rt().get(o, "Name")), "name:5");
-  EXPECT_THROW(rt().get(o, "NoSuchProperty"), std::invalid_argument);
-  EXPECT_THROW(rt().set(o, "Count", str("x")), std::invalid_argument);
-  // A method without arguments reads like a property.
-  EXPECT_EQ(rt().get(o, "Self").object.get(), o.object.get());
 }
 
 TEST_F(HostTest, ConstructorsRunRootFirstAndDestructorsMostDerivedFirst) {

@@ -6,45 +6,31 @@
 
 using host::Declaration;
 
+namespace {
+
+// A parsed declaration written back in one form: "name(assigns a() T = default, ...) R()".
+std::string Canonical(const Declaration& d) {
+  std::string out = d.name + "(";
+  for (const host::Parameter& p : d.parameters) {
+    out += (&p == &d.parameters.front() ? "" : ", ") + std::string(p.assigns ? "assigns " : "") + p.name +
+           (p.isArray ? "() " : " ") + p.type + (p.defaultValue ? " = " + *p.defaultValue : "");
+  }
+  return out + ")" + (d.returnType.empty() ? "" : " " + d.returnType) + (d.returnsArray ? "()" : "");
+}
+
+}  // namespace
+
 TEST(Declarations, ParseNamesParametersDefaultsAndResults) {
-  Declaration d = Declaration::parse("CopyPictureRect(x as integer, y as Integer, CGColorSpace as Variant = nil) as picture");
-  EXPECT_EQ(d.name, "CopyPictureRect");
-  ASSERT_EQ(d.parameters.size(), 3u);
-  EXPECT_EQ(d.parameters[0].name, "x");
-  EXPECT_EQ(d.parameters[0].type, "integer");
-  EXPECT_FALSE(d.parameters[0].defaultValue);
-  EXPECT_EQ(d.parameters[2].type, "Variant");
-  EXPECT_EQ(*d.parameters[2].defaultValue, "nil");
-  EXPECT_EQ(d.returnType, "picture");
-  EXPECT_FALSE(d.returnsArray);
-
-  d = Declaration::parse("  CopyMask   as   picture ");
-  EXPECT_EQ(d.name, "CopyMask");
-  EXPECT_TRUE(d.parameters.empty());
-  EXPECT_EQ(d.returnType, "picture");
-
-  d = Declaration::parse("Join(items() as String, sep as String = \", \") as String()");
-  ASSERT_EQ(d.parameters.size(), 2u);
-  EXPECT_TRUE(d.parameters[0].isArray);
-  EXPECT_EQ(*d.parameters[1].defaultValue, "\", \"");
-  EXPECT_TRUE(d.returnsArray);
-  EXPECT_EQ(d.returnType, "String");
-
-  d = Declaration::parse("Value(key As Variant, Assigns _value As Variant)");
-  ASSERT_EQ(d.parameters.size(), 2u);
-  EXPECT_TRUE(d.parameters[1].assigns);
-  EXPECT_EQ(d.parameters[1].name, "_value");
-  EXPECT_TRUE(d.returnType.empty());
-
-  d = Declaration::parse("LenB( s as string ) as integer");
-  EXPECT_EQ(d.name, "LenB");
-  EXPECT_EQ(d.parameters[0].type, "string");
-
-  d = Declaration::parse("Constructor()");
-  EXPECT_TRUE(d.parameters.empty());
-  d = Declaration::parse("Scale(factor as Double = -1.5e3, ByRef n as Int32 = &h10)");
-  EXPECT_EQ(*d.parameters[0].defaultValue, "-1.5e3");
-  EXPECT_EQ(*d.parameters[1].defaultValue, "&h10");
+  for (const auto& [text, parsed] : std::vector<std::pair<const char*, const char*>>{
+           {"CopyPictureRect(x as integer, y as Integer, CGColorSpace as Variant = nil) as picture",
+            "CopyPictureRect(x integer, y Integer, CGColorSpace Variant = nil) picture"},
+           {"  CopyMask   as   picture ", "CopyMask() picture"},
+           {"Join(items() as String, sep as String = \", \") as String()", "Join(items() String, sep String = \", \") String()"},
+           {"Value(key As Variant, Assigns _value As Variant)", "Value(key Variant, assigns _value Variant)"},
+           {"LenB( s as string ) as integer", "LenB(s string) integer"},
+           {"Constructor()", "Constructor()"},
+           {"Scale(factor as Double = -1.5e3, ByRef n as Int32 = &h10)", "Scale(factor Double = -1.5e3, n Int32 = &h10)"}})
+    EXPECT_EQ(Canonical(Declaration::parse(text)), parsed) << text;
 }
 
 TEST(Declarations, RejectMalformedText) {

@@ -2,6 +2,7 @@
 // records as the host reads them in layouts 9 to 12, forSystemUse, the class table, the
 // resolver's missing entry points and the once-per-process rule.
 #include "host_fixture.h"
+#include "support/plugin_host.h"
 
 #include <cstdlib>
 
@@ -18,84 +19,72 @@ Options withVersion(std::optional<double> version) {
 
 }  // namespace
 
-TEST_F(HostTest, Layout12RecordsAreReadWithTheirStrides) {
-  load(withVersion(2013.03));
-  EXPECT_EQ(rt().registeredPluginVersion(), 12);
+// A host version, the layout the plugin registers in for it, and that layout's record
+// sizes in words: the class record, a property, a method and a constant record.
+struct Layout {
+  std::optional<double> version;
+  int layout;
+  size_t words, propertyWords, methodWords, constantWords;
+};
+
+class Layouts : public HostTest, public ::testing::WithParamInterface<Layout> {};
+
+TEST_P(Layouts, RecordsAreReadWithTheirStridesAndEveryMemberWorks) {
+  const Layout& l = GetParam();
+  load(withVersion(l.version));
+  EXPECT_EQ(rt().registeredPluginVersion(), l.layout);
+  EXPECT_EQ(rt().callShared("TestBase", "Layout").integer, l.layout);
+  EXPECT_EQ(rt().callShared("TestBase", "HostVersion").real, l.version.value_or(0.0));
+  EXPECT_EQ(rt().callShared("TestBase", "Missing", {str("REALGetRBVersion")}).boolean, !l.version);
+  EXPECT_FALSE(rt().callShared("TestBase", "Missing", {str("PluginRegisterClass")}).boolean);
   host::ClassInfo* base = rt().findClass("testbase");
   ASSERT_NE(base, nullptr);
-  EXPECT_EQ(base->layout, 12);
-  EXPECT_EQ(base->recordWords.size(), 29u);
-  EXPECT_EQ(base->propertyRecordSize, 12 * sizeof(void*));
-  EXPECT_EQ(base->methodRecordSize, 6 * sizeof(void*));
-  EXPECT_EQ(base->constantRecordSize, 5 * sizeof(void*));
-  EXPECT_EQ(base->properties.size(), 9u);
-  EXPECT_EQ(base->methods.size(), 41u);
-  EXPECT_EQ(base->sharedMethods.size(), 9u);
-  EXPECT_EQ(base->constants.size(), 4u);
+  EXPECT_EQ(base->layout, l.layout);
+  ASSERT_EQ(base->recordWords.size(), l.words);
+  EXPECT_EQ(base->recordWords[0], uintptr_t(l.layout));
+  EXPECT_EQ(base->propertyRecordSize, l.propertyWords * sizeof(void*));
+  EXPECT_EQ(base->methodRecordSize, l.methodWords * sizeof(void*));
+  EXPECT_EQ(base->constantRecordSize, l.constantWords * sizeof(void*));
+  EXPECT_EQ(base->flags, 4u);
+  if (l.layout == 9) {  // words 16-17 are cleared; the counts stand where the narrower record has them
+    EXPECT_EQ(base->recordWords[16] + base->recordWords[17], 0u);
+    EXPECT_EQ(base->recordWords[8], 9u);    // property count
+    EXPECT_EQ(base->recordWords[10], 41u);  // method count
+    EXPECT_EQ(base->recordWords[19], 4u);   // constant count
+    EXPECT_EQ(base->recordWords[24], 9u);   // shared method count
+  }
+  // Every member survived its record: names, declarations, accessors, values.
+  ASSERT_EQ(base->properties.size(), 9u);
+  ASSERT_EQ(base->methods.size(), 41u);
+  ASSERT_EQ(base->sharedMethods.size(), 9u);
+  ASSERT_EQ(base->constants.size(), 4u);
   EXPECT_EQ(base->properties[1].name, "Tag");
   EXPECT_EQ(base->properties[7].param, 7);
-  EXPECT_EQ(base->methods.back().declarationText, "MakeFragile() as TestFragile");
-  EXPECT_EQ(base->sharedMethods.back().declaration.name, "ArmFragile");
-  EXPECT_EQ(base->constants[2].name, "Greeting");
-  EXPECT_EQ(base->constants[2].value, "\"hello\"");
-  EXPECT_EQ(base->flags, 4u);
-  EXPECT_EQ(rt().callShared("TestBase", "Layout").integer, 12);
-}
-
-TEST_F(HostTest, Layout9RecordsAreReadWithTheNarrowStrides) {
-  load(withVersion(2011.9));
-  EXPECT_EQ(rt().registeredPluginVersion(), 9);
-  host::ClassInfo* base = rt().findClass("TestBase");
-  ASSERT_NE(base, nullptr);
-  EXPECT_EQ(base->layout, 9);
-  ASSERT_EQ(base->recordWords.size(), 25u);
-  EXPECT_EQ(base->propertyRecordSize, 10 * sizeof(void*));
-  EXPECT_EQ(base->methodRecordSize, 4 * sizeof(void*));
-  EXPECT_EQ(base->constantRecordSize, 3 * sizeof(void*));
-  EXPECT_EQ(base->recordWords[0], 9u);
-  EXPECT_EQ(base->recordWords[16], 0u);
-  EXPECT_EQ(base->recordWords[17], 0u);
-  EXPECT_EQ(base->recordWords[8], 9u);   // property count
-  EXPECT_EQ(base->recordWords[10], 41u);  // method count
-  EXPECT_EQ(base->recordWords[19], 4u);   // constant count
-  EXPECT_EQ(base->recordWords[24], 9u);   // shared method count
-  // Every member survived the narrower records: names, declarations, accessors.
-  ASSERT_EQ(base->properties.size(), 9u);
-  EXPECT_EQ(base->properties[8].name, "Name");
-  EXPECT_EQ(base->properties[8].type, "String");
-  ASSERT_EQ(base->methods.size(), 41u);
+  EXPECT_EQ(base->properties[8].name + " as " + base->properties[8].type, "Name as String");
   EXPECT_EQ(base->methods[23].declarationText, "Slot(index as Integer) as Integer");
   EXPECT_NE(base->methods[23].setterFunction, nullptr);
-  ASSERT_EQ(base->constants.size(), 4u);
+  EXPECT_EQ(base->methods.back().declarationText, "MakeFragile() as TestFragile");
+  EXPECT_EQ(base->sharedMethods.back().declaration.name, "ArmFragile");
+  EXPECT_EQ(base->constants[2].name + " = " + base->constants[2].value, "Greeting = \"hello\"");
   EXPECT_EQ(base->constants[3].name, "Enabled");
-  EXPECT_EQ(base->sharedMethods.size(), 9u);
-  // And they work.
-  Value object = rt().newInstance("TestBase");
-  EXPECT_EQ(rt().call(object, "Add", {integer(2), integer(3)}).integer, 5);
-  EXPECT_EQ(text(rt().get(object, "Name")), "name:0");
-  EXPECT_EQ(rt().constant("TestBase", "Pi").real, 3.25);
-  EXPECT_EQ(rt().callShared("TestBase", "Layout").integer, 9);
-}
-
-TEST_F(HostTest, Layouts10And11AreReadLikeLayout12) {
-  load(withVersion(2013.0));
-  EXPECT_EQ(rt().registeredPluginVersion(), 11);
   host::ClassInfo* derived = rt().findClass("TestDerived");
-  ASSERT_NE(derived, nullptr);
-  EXPECT_EQ(derived->layout, 11);
-  EXPECT_EQ(derived->recordWords.size(), 29u);
+  EXPECT_EQ(derived->layout, l.layout);
   EXPECT_EQ(derived->methods.size(), 3u);
+  // And they work.
   Value object = rt().newInstance("TestDerived");
+  EXPECT_EQ(rt().call(object, "Add", {integer(2), integer(3)}).integer, 5);
   EXPECT_EQ(rt().call(object, "Extra").integer, 7);
+  EXPECT_EQ(text(rt().get(object, "Name")), "name:-1");
+  EXPECT_EQ(rt().constant("TestBase", "Pi").real, 3.25);
 }
 
-TEST_F(HostTest, MissingVersionEntryPointGivesLayout9) {
-  load(withVersion(std::nullopt));
-  EXPECT_EQ(rt().callShared("TestBase", "HostVersion").real, 0.0);
-  EXPECT_EQ(rt().callShared("TestBase", "Layout").integer, 9);
-  EXPECT_TRUE(rt().callShared("TestBase", "Missing", {str("REALGetRBVersion")}).boolean);
-  EXPECT_FALSE(rt().callShared("TestBase", "Missing", {str("PluginRegisterClass")}).boolean);
-}
+// 2013r3 and later read layout 12; 2013 layout 11, 2012 layout 10; older hosts and hosts
+// without a version entry point layout 9.
+INSTANTIATE_TEST_SUITE_P(HostVersions, Layouts,
+                         ::testing::Values(Layout{2013.03, 12, 29, 12, 6, 5}, Layout{2013.0, 11, 29, 12, 6, 5},
+                                           Layout{2012.5, 10, 29, 12, 6, 5}, Layout{2011.9, 9, 25, 10, 4, 3},
+                                           Layout{std::nullopt, 9, 25, 10, 4, 3}),
+                         [](const auto& info) { return support::HostVersionName(info.param.version); });
 
 TEST_F(HostTest, ForSystemUseHoldsEachClassesDataOffsetAndAPluginLoadsOnce) {
   load();
@@ -122,32 +111,31 @@ TEST_F(HostTest, ForSystemUseHoldsEachClassesDataOffsetAndAPluginLoadsOnce) {
   EXPECT_THROW(rt().loadPlugin("/nonexistent/libnothing.so"), std::runtime_error);
 }
 
-TEST_F(HostTest, ClassesListBuiltInClassesFirst) {
+// Each kind of application has its own application class among the built-in classes.
+class AppKinds : public HostTest, public ::testing::WithParamInterface<std::pair<host::AppKind, std::string>> {};
+
+TEST_P(AppKinds, ClassesListBuiltInClassesFirstWithTheApplicationClassOfTheKind) {
   Options options;
-  options.kind = host::AppKind::Console;
+  options.kind = GetParam().first;
   load(options);
   auto classes = rt().classes();
   ASSERT_GE(classes.size(), 3u);
   EXPECT_TRUE(classes.front()->builtIn);
   EXPECT_EQ(classes[classes.size() - 3]->name, "TestBase");
   EXPECT_EQ(classes.back()->name, "TestLeaf");
-  EXPECT_NE(rt().findClass("ConsoleApplication"), nullptr);
-  EXPECT_EQ(rt().findClass("Application"), nullptr);
-  EXPECT_EQ(rt().findClass("WebApplication"), nullptr);
-  EXPECT_NE(rt().findClass("RuntimeException"), nullptr);
-  EXPECT_NE(rt().findClass("outofboundsexception"), nullptr);
-  EXPECT_NE(rt().findClass("MemoryBlock"), nullptr);
-}
-
-TEST_F(HostTest, ApplicationClassFollowsTheKind) {
-  Options options;
-  options.kind = host::AppKind::Web;
-  load(options);
-  EXPECT_NE(rt().findClass("WebApplication"), nullptr);
-  EXPECT_EQ(rt().findClass("Application"), nullptr);
+  for (const char* name : {"Application", "ConsoleApplication", "WebApplication"})
+    EXPECT_EQ(rt().findClass(name) != nullptr, name == GetParam().second) << name;
+  for (const char* name : {"RuntimeException", "outofboundsexception", "MemoryBlock"})
+    EXPECT_NE(rt().findClass(name), nullptr) << name;
   Value object = rt().newInstance("TestBase");
   EXPECT_TRUE(rt().call(object, "IsA", {object, str("TestBase")}).boolean);
 }
+
+INSTANTIATE_TEST_SUITE_P(Kinds, AppKinds,
+                         ::testing::Values(std::pair{host::AppKind::Desktop, std::string("Application")},
+                                           std::pair{host::AppKind::Console, std::string("ConsoleApplication")},
+                                           std::pair{host::AppKind::Web, std::string("WebApplication")}),
+                         [](const auto& info) { return info.param.second; });
 
 TEST_F(HostTest, MissingEntryPointsResolveToNull) {
   Options options;
