@@ -3,8 +3,6 @@
 // semantics, and the string and number built-ins that work with them.
 #include "lang_support.h"
 
-#include <gtest/gtest.h>
-
 using langtest::expectAll;
 
 TEST(Arrays, BuiltGrownIndexedSortedAndSharedByReference) {

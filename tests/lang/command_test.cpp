@@ -2,55 +2,40 @@
 // host knobs reaching the program (a host without the sibling plugin has no sibling
 // classes, so a program that names one is told so before it runs).
 #include "lang_support.h"
+#include "support/plugin_host.h"
 
-#include <gtest/gtest.h>
+// A command line ("program" stands for a small program file), its status and what each
+// stream must contain. One test a command line, as the plugins load once per process.
+struct CommandLine {
+  std::string name;
+  std::vector<std::string> args;
+  int status;
+  std::string out, err;
+};
 
-#include <cstdio>
-#include <fstream>
-#include <unistd.h>
+void PrintTo(const CommandLine& line, std::ostream* os) { *os << line.name; }
 
-namespace {
+class Command : public ::testing::TestWithParam<CommandLine> {};
 
-std::string writeProgram(const std::string& text) {
-  char path[] = "/tmp/qvr-lang-test-XXXXXX";
-  int fd = mkstemp(path);
-  if (fd >= 0) close(fd);
-  std::ofstream(path) << text;
-  return path;
-}
-
-}  // namespace
-
-TEST(Command, RunsAProgramFile) {
-  std::string path = writeProgram("Dim s As New NSSizeQVR(3, 4)\nPrint Str(s.Width * s.Height)\n");
+TEST_P(Command, RunsAndAnswers) {
+  support::TempFolder folder;
+  folder.write("p.qvr", "Dim s As New NSSizeQVR(3, 4)\nPrint Str(s.Width * s.Height)\n");
+  std::vector<std::string> args = GetParam().args;
+  for (std::string& arg : args)
+    if (arg == "program") arg = folder.path("p.qvr");
   std::ostringstream out, err;
-  EXPECT_EQ(qvrlang::runCommand({path}, out, err), 0) << err.str();
-  EXPECT_EQ(out.str(), "12\n");
-  std::remove(path.c_str());
+  EXPECT_EQ(qvrlang::runCommand(args, out, err), GetParam().status) << err.str();
+  EXPECT_NE(out.str().find(GetParam().out), std::string::npos) << out.str();
+  EXPECT_NE(err.str().find(GetParam().err), std::string::npos) << err.str();
 }
 
-TEST(Command, WithoutSiblingsTheirClassesAreUnknown) {
-  std::string path = writeProgram("Dim s As New NSSizeQVR(3, 4)\n");
-  std::ostringstream out, err;
-  EXPECT_EQ(qvrlang::runCommand({"--no-siblings", path}, out, err), 1);
-  EXPECT_NE(err.str().find(":1:14: error: unknown type \"NSSizeQVR\""), std::string::npos) << err.str();
-  std::remove(path.c_str());
-}
-
-TEST(Command, WithoutAProgramRunsTheEmbeddedExample) {
-  std::ostringstream out, err;
-  EXPECT_EQ(qvrlang::runCommand({}, out, err), 0) << err.str();
-  EXPECT_NE(out.str().find("MemoryBlock"), std::string::npos);
-  EXPECT_NE(out.str().find("NSSizeQVR: 64 x 48"), std::string::npos) << out.str();
-}
-
-TEST(Command, BadOptionsAndMissingProgramFiles) {
-  std::ostringstream out, err;
-  EXPECT_EQ(qvrlang::runCommand({"--frobnicate"}, out, err), 2);
-  EXPECT_NE(err.str().find("usage: qvr run"), std::string::npos);
-  EXPECT_EQ(qvrlang::runCommand({"--host-version", "soon"}, out, err), 2);
-  EXPECT_EQ(qvrlang::runCommand({"a.qvr", "b.qvr"}, out, err), 2);
-  err.str("");
-  EXPECT_EQ(qvrlang::runCommand({"/nonexistent/x.qvr"}, out, err), 2);
-  EXPECT_NE(err.str().find("cannot read"), std::string::npos);
-}
+INSTANTIATE_TEST_SUITE_P(
+    Lines, Command,
+    ::testing::Values(CommandLine{"ProgramFile", {"program"}, 0, "12\n", ""},
+                      CommandLine{"WithoutSiblings", {"--no-siblings", "program"}, 1, "", ":1:14: error: unknown type \"NSSizeQVR\""},
+                      CommandLine{"EmbeddedExample", {}, 0, "NSSizeQVR: 64 x 48", ""},
+                      CommandLine{"UnknownOption", {"--frobnicate"}, 2, "", "usage: qvr run"},
+                      CommandLine{"BadHostVersion", {"--host-version", "soon"}, 2, "", ""},
+                      CommandLine{"TwoPrograms", {"a.qvr", "b.qvr"}, 2, "", ""},
+                      CommandLine{"MissingProgram", {"/nonexistent/x.qvr"}, 2, "", "cannot read"}),
+    [](const auto& info) { return info.param.name; });

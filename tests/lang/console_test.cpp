@@ -4,8 +4,6 @@
 // Array(...). Each case is a program and what it prints: its output, "|", its error output.
 #include "lang_support.h"
 
-#include <gtest/gtest.h>
-
 namespace {
 
 // Every case here shows both streams.

@@ -2,8 +2,6 @@
 // exactly its checked-in expected output. Also the embedded example of `qvr run`.
 #include "lang_support.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <fstream>
 #include <sstream>

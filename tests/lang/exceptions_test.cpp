@@ -3,8 +3,6 @@
 // interpreter itself, and uncaught exceptions reported with class, message and line.
 #include "lang_support.h"
 
-#include <gtest/gtest.h>
-
 TEST(Exceptions, CaughtByClassWithFinallyOnEveryWayOut) {
   langtest::expectAll({
       {"Try\n  Raise New NilObjectException\nCatch e As OutOfBoundsException\n  Print \"wrong\"\n"

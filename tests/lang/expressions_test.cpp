@@ -2,8 +2,6 @@
 // joining and case-insensitive comparison, Boolean and bitwise operators, literals.
 #include "lang_support.h"
 
-#include <gtest/gtest.h>
-
 using langtest::expectAll;
 
 TEST(Precedence, PowerNegationMultiplicationAdditionNotComparisonAndOr) {

@@ -3,8 +3,6 @@
 // between two methods, and the order in which things happen.
 #include "lang_support.h"
 
-#include <gtest/gtest.h>
-
 TEST(Flow, ExitContinueReturnAndRaiseAcrossTryLoopsAndMethods) {
   langtest::expectAll({
       {"For i As Integer = 1 To 5\n  Try\n    If i = 2 Then Exit For\n    Print \"body \" + Str(i)\n  Finally\n"

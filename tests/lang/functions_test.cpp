@@ -2,8 +2,6 @@
 // ByRef, optional and default parameters, overloads chosen by argument types.
 #include "lang_support.h"
 
-#include <gtest/gtest.h>
-
 TEST(Functions, CallsParametersOverloadsAndResults) {
   langtest::expectAll({
       // Recursion, and definitions after their use.

@@ -3,8 +3,6 @@
 // class name, identity of wrappers, and runs that leave no host object or string alive.
 #include "lang_support.h"
 
-#include <gtest/gtest.h>
-
 TEST(HostClasses, OverloadsPropertiesMethodsSharedMembersAndNothingLeftAlive) {
   host::Runtime rt;
   rt.loadStandardPlugins();

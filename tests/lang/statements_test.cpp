@@ -2,8 +2,6 @@
 // Continue, Select Case with values, ranges and Is, line continuation and comments.
 #include "lang_support.h"
 
-#include <gtest/gtest.h>
-
 using langtest::expectAll;
 
 TEST(Declarations, DimVarAsNewScopeAndConstants) {

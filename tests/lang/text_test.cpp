@@ -3,8 +3,6 @@
 // the Format patterns for numbers.
 #include "lang_support.h"
 
-#include <gtest/gtest.h>
-
 TEST(Text, SearchReplaceFieldsTrimCaseComparisonAndFormat) {
   langtest::expectAll({
       {"Print Replace(\"a-A-a\", \"A\", \"x\") + \" \" + ReplaceAll(\"a-A-a\", \"A\", \"x\") + \" \" + \"Hello\".Replace(\"L\", \"_\")\n",

@@ -3,8 +3,6 @@
 // of its own, overloads chosen by declared types, and the features refused by name.
 #include "lang_support.h"
 
-#include <gtest/gtest.h>
-
 using langtest::expectAll;
 
 TEST(HostIdioms, TheIssuesProgramsRunWithThePlugins) {

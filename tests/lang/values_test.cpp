@@ -3,8 +3,6 @@
 // Val make of them.
 #include "lang_support.h"
 
-#include <gtest/gtest.h>
-
 TEST(Values, WidthsPrecisionColoursVariantsAndTheirText) {
   langtest::expectAll({
       // Unsigned and narrow types wrap; Single keeps single precision.
