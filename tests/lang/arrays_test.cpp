@@ -5,7 +5,7 @@
 
 using langtest::expectAll;
 
-TEST(Arrays, BuiltGrownIndexedSortedAndSharedByReference) {
+TEST(Arrays, BuiltGrownIndexedSortedSharedByReferenceAndOfObjectsWithNothingLeftAlive) {
   expectAll({
       {"Dim a(3) As Integer\nDim s(1) As String\nPrint Str(UBound(a)) + Str(a.LastIndex) + Str(a.Count) + Str(a(3))\n"
        "Print \"[\" + s(1) + \"]\"\nDim e() As Double\nPrint Str(e.LastIndex)\n",
@@ -32,11 +32,7 @@ TEST(Arrays, BuiltGrownIndexedSortedAndSharedByReference) {
       {"Dim a() As Integer = Array(1, 2)\nDim b() As Integer = Array(1)\na.SortWith(b)\n",
        "test.qvr:3: uncaught OutOfBoundsException: SortWith: the arrays have 2 and 1 elements\n"},
       {"Dim parts() As String = Split(\"a,b,,c\", \",\")\nPrint Str(parts.Count) + \" \" + Join(parts, \"|\")\n", "4 a|b||c\n"},
-  });
-}
-
-TEST(Arrays, OfObjectsAndVariantsWithNothingLeftAlive) {
-  expectAll({
+      // Arrays of objects and Variants; nothing is left alive.
       {"Dim blocks() As MemoryBlock\nblocks.Append New MemoryBlock(1)\nblocks.Append Nil\nblocks.Append New MemoryBlock(3)\n"
        "Dim total As Integer\nFor Each b As MemoryBlock In blocks\n  If b <> Nil Then total = total + b.Size\nNext\n"
        "Print Str(total) + \" \" + Str(blocks.IndexOf(blocks(2))) + \" \" + Str(blocks(1) Is Nil)\n"

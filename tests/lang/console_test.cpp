@@ -59,7 +59,7 @@ TEST(Console, SystemStdOutStdErrAppAndQuit) {
   });
 }
 
-TEST(Console, TextEncodingsConvertAndCompare) {
+TEST(Console, TextEncodingsAndNumbersConvert) {
   expectAll({
       {"Dim s As String = \"Grüße\"\nPrint s.Encoding.InternetName + \" \" + Str(s.Encoding = Encodings.UTF8) + \" \" + Str(s.Encoding <> Encodings.ASCII)\n"
        "Dim latin As String = ConvertEncoding(s, Encodings.WindowsLatin1)\n"
@@ -74,11 +74,7 @@ TEST(Console, TextEncodingsConvertAndCompare) {
        "UTF-16LE 256 5 8000100 True False macintosh True\n|"},
       {"Print ConvertEncoding(\"x\", Nil)\n", "|test.qvr:1: uncaught NilObjectException: ConvertEncoding was given a Nil TextEncoding\n"},
       {"Dim n As Integer = Encodings.UTF8\n", "|test.qvr:1:30: error: \"n\" expects an Integer but got a TextEncoding\n"},
-  });
-}
-
-TEST(Console, NumbersFromAndToText) {
-  expectAll({
+      // Numbers from and to text.
       {"Dim d As Double = -2.7\nDim i As Integer = d\nDim j As Integer = 2.7\n"
        "Print Str(i) + \" \" + Str(j) + \" \" + Str(Integer.FromString(\" 42 \") + 1) + \" \" + Str(Double.FromString(\"2.5e1\")) + \" \" + "
        "Str(CType(3.9, Integer)) + \" \" + CStr(7) + \" \" + (8).ToString + \" \" + Format(1.5, \"0.00\") + \" \" + Str(Val(\"12kg\")) + \" \" + Str(Color.RGB(1, 2, 3).Blue) + \" \" + "

@@ -1,9 +1,9 @@
 // The example programs in examples/: each runs with the plugins loaded and prints
 // exactly its checked-in expected output. Also the embedded example of `qvr run`.
 #include "lang_support.h"
+#include "support/plugin_host.h"
 
 #include <cstdlib>
-#include <fstream>
 #include <sstream>
 
 namespace {
@@ -14,16 +14,9 @@ std::string examplesDirectory() {
   return here.substr(0, here.rfind("/tests/")) + "/examples";
 }
 
-std::string readFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream buffer;
-  buffer << in.rdbuf();
-  return buffer.str();
-}
-
 void expectExample(const std::string& name, host::Options options = {}) {
   const std::string dir = examplesDirectory();
-  const std::string expected = readFile(dir + "/" + name + ".expected");
+  const std::string expected = support::ReadBytes(dir + "/" + name + ".expected");
   ASSERT_FALSE(expected.empty()) << "no expected output for " << name << " in " << dir;
   host::Runtime rt(options);
   rt.loadStandardPlugins();

@@ -39,20 +39,6 @@ inline Outcome run(const std::string& source, bool plugins = false) {
   return runIn(rt, source);
 }
 
-// What a program printed, expecting it to run to its end.
-inline std::string output(const std::string& source, bool plugins = false) {
-  Outcome o = run(source, plugins);
-  if (o.status != 0) return "status " + std::to_string(o.status) + ": " + o.err;
-  return o.out;
-}
-
-// The message of a program that fails.
-inline std::string error(const std::string& source, bool plugins = false) {
-  Outcome o = run(source, plugins);
-  if (o.status == 0) return "ran: " + o.out;
-  return o.err;
-}
-
 // A table row: a program and what it prints, or the message it fails with.
 struct Case {
   std::string source, expected;

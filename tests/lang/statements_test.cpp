@@ -4,7 +4,7 @@
 
 using langtest::expectAll;
 
-TEST(Declarations, DimVarAsNewScopeAndConstants) {
+TEST(Statements, DeclarationsScopeConstantsAndIfInBothForms) {
   expectAll({
       {"Dim a, b As Integer\nVar s As String = \"x\", d As Double = 1.5\nDim t As Boolean\nPrint Str(a + b) + s + Str(d) + Str(t)\n",
        "0x1.5False\n"},
@@ -13,11 +13,7 @@ TEST(Declarations, DimVarAsNewScopeAndConstants) {
       {"Dim x As Integer\nDim x As String\n", "test.qvr:2:5: error: \"x\" is already declared\n"},
       {"Const kLimit = 10\nPrint Str(kLimit * 2)\n", "20\n"},
       {"Const kLimit = 10\nkLimit = 5\n", "test.qvr:2:1: error: \"kLimit\" is a constant\n"},
-  });
-}
-
-TEST(If, BlockFormWithElseIfAndElseAndSingleLineForm) {
-  expectAll({
+      // If in block form with ElseIf and Else, and in one line.
       {"For i As Integer = 1 To 4\n  If i = 1 Then\n    Print \"one\"\n  ElseIf i = 2 Then\n    Print \"two\"\n  Else If i = 3 Then\n"
        "    Print \"three\"\n  Else\n    Print \"many\"\n  End If\nNext\n",
        "one\ntwo\nthree\nmany\n"},
@@ -25,7 +21,7 @@ TEST(If, BlockFormWithElseIfAndElseAndSingleLineForm) {
   });
 }
 
-TEST(Loops, ForWhileDoExitContinueAndForEach) {
+TEST(Statements, LoopsSelectCaseAndLayout) {
   expectAll({
       {"Dim s As String\nFor i As Integer = 1 To 10 Step 4\ns = s + Str(i)\nNext\n"
        "For i As Integer = 10 DownTo 1 Step 3\ns = s + \",\" + Str(i)\nNext i\n"
@@ -46,11 +42,7 @@ TEST(Loops, ForWhileDoExitContinueAndForEach) {
       {"Dim a() As Integer = Array(1, 2, 3, 4, 5, 6)\nFor i As Integer = 0 To a.LastIndex\n  a.Remove(i)\nNext\n"
        "Print Str(a.Count) + \" \" + Str(a(0)) + Str(a(1)) + Str(a(2))\n",
        "3 246\n"},
-  });
-}
-
-TEST(SelectCase, ValuesRangesIsIsAAndStringsWithoutCase) {
-  expectAll({
+      // Select Case with values, ranges and Is.
       {"Function Size(n As Integer) As String\n"
        "  Select Case n\n  Case 0\n    Return \"zero\"\n  Case 1, 2\n    Return \"small\"\n  Case 3 To 9\n    Return \"medium\"\n"
        "  Case Is >= 100\n    Return \"huge\"\n  Case Else\n    Return \"large\"\n  End Select\nEnd Function\n"
@@ -64,11 +56,7 @@ TEST(SelectCase, ValuesRangesIsIsAAndStringsWithoutCase) {
        "key, runtime or dictionary, runtime or dictionary, other\n"},
       {"Select Case 1\nCase IsA Nothing\nEnd Select\n", "test.qvr:2:6: error: unknown class \"Nothing\"\n"},
       {"Select Case \"PNG\"\nCase \"jpeg\", \"jpg\"\nPrint \"j\"\nCase \"png\"\nPrint \"p\"\nEnd Select\n", "p\n"},
-  });
-}
-
-TEST(Layout, CommentsContinuationsKeywordCaseByteOrderMarkAndWindowsLineEnds) {
-  expectAll({
+      // Comments, continued lines, keywords in any case, a byte order mark, Windows line ends.
       {"' a comment\n// another\nREM and another\nDIM x AS INTEGER = 1 + _\n  2 ' trailing\n"
        "if X = 3 then PRINT \"three\" // trailing\n#Pragma DisableBackgroundTasks\n",
        "three\n"},

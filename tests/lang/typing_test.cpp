@@ -78,17 +78,13 @@ TEST(HostIdioms, ParamArrayTakesTheRemainingArguments) {
   });
 }
 
-TEST(HostIdioms, StringsAndMemoryBlocksConvertIntoEachOther) {
+TEST(HostIdioms, ConversionsCastsAndOverloadsFollowDeclaredTypes) {
   expectAll({
       {"Function Bytes(m As MemoryBlock) As String\n  Return m\nEnd Function\nDim mb As MemoryBlock = \"abc\"\n"
        "Dim s As String = mb\nPrint Str(mb.Size) + \" \" + s + \" \" + Bytes(\"xy\") + \" \" + Str(Len(Bytes(mb)))\n",
        "3 abc xy 3\n"},
       {"Dim mb As MemoryBlock\nDim s As String = mb\nPrint \"[\" + s + \"]\"\n", "[]\n"},
-  });
-}
-
-TEST(HostIdioms, CastsAndObjectsOfDeclaredClasses) {
-  expectAll({
+      // Casts and objects of declared classes.
       {"Dim o As Object\nDim d As Dictionary = Dictionary(o)\nPrint Str(d Is Nil)\n", "True\n"},
       {"Dim o As Object = New Dictionary\nTry\n  Dim m As MemoryBlock = MemoryBlock(o)\nCatch e As IllegalCastException\n"
        "  Print e.Message\nEnd Try\n",
@@ -103,11 +99,7 @@ TEST(HostIdioms, CastsAndObjectsOfDeclaredClasses) {
       {"Dim n As Integer = CType(\"5\", Integer)\n", "test.qvr:1:26: error: CType cannot convert a String to an Integer\n"},
       {"Dim d As Dictionary = Dictionary(1, 2)\n",
        "test.qvr:1:23: error: \"Dictionary\" is a class; make an instance with New Dictionary(...), or cast one value with Dictionary(value)\n"},
-  });
-}
-
-TEST(HostIdioms, OverloadsFollowDeclaredTypes) {
-  expectAll({
+      // Overloads follow declared types.
       {"Sub Show(o As Dictionary)\n  Print \"dictionary\"\nEnd Sub\nSub Show(m As MemoryBlock)\n  Print \"memoryblock\"\nEnd Sub\n"
        "Dim m As MemoryBlock\nDim d As Dictionary\nShow m\nShow d\n",
        "memoryblock\ndictionary\n"},
