@@ -22,6 +22,31 @@ struct PageLayout {
   uint16_t* extra = nullptr;
 };
 
+// A few bytes of TIFF can declare strips that are not there, or pages that all share one
+// strip, and libtiff then hands out blank rows for every declared pixel. So beyond the
+// first 4 MiB of samples, the pages together must bring a byte of file for every 4,096
+// bytes of samples they declare: more than LZW, Deflate or JPEG packs a real picture into.
+// Fax coding is the exception: a blank line costs one bit however wide it is, so a byte
+// of it may stand for as many sample bytes as the widest line holds.
+constexpr int64_t kFreeSampleBytes = int64_t(4) << 20;
+
+int64_t sample_bytes(const PageLayout& page) {
+  return (int64_t(page.width) * page.height * page.samples * std::max<int64_t>(page.bits, 1) + 7) / 8;
+}
+
+int64_t sample_bytes_per_file_byte(const PageLayout& page) {
+  switch (page.compression) {
+    case COMPRESSION_CCITTRLE:
+    case COMPRESSION_CCITTRLEW:
+    case COMPRESSION_CCITTFAX3:
+    case COMPRESSION_CCITTFAX4:
+    case COMPRESSION_JBIG:
+      return kMaxDimension;
+    default:
+      return 4096;
+  }
+}
+
 bool read_layout(TIFF* tif, PageLayout& page) {
   if (!TIFFGetField(tif, TIFFTAG_IMAGEWIDTH, &page.width) || !TIFFGetField(tif, TIFFTAG_IMAGELENGTH, &page.height))
     return false;
@@ -139,10 +164,17 @@ bool tiff_decode(const uint8_t* data, size_t size, std::vector<Frame>& pages) {
   TIFF* tif = tiff_open_memory(stream, "rm");
   if (tif == nullptr) return false;
   bool ok = true;
+  int64_t declared = 0, file_bytes_needed = 0;
   do {
     PageLayout page;
     Frame frame;
     if (!read_layout(tif, page)) {
+      ok = false;
+      break;
+    }
+    declared += sample_bytes(page);
+    file_bytes_needed += sample_bytes(page) / sample_bytes_per_file_byte(page);
+    if (declared > kFreeSampleBytes && file_bytes_needed > int64_t(size)) {
       ok = false;
       break;
     }
