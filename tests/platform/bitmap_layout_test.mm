@@ -136,7 +136,7 @@ TEST_F(BitmapLayout, CopiesOwnTheirPixels) {
   std::vector<unsigned char> memory(12, 7);
   unsigned char* planes[1] = {memory.data()};
   NSBitmapImageRep* rep = Make(planes, 2, 2, 8, 3, NO, NO, NSCalibratedRGBColorSpace, 0, 6, 0);
-  [rep setProperty:NSImageGamma withValue:[NSNumber numberWithDouble:0.5]];
+  [rep setProperty:NSImageGamma withValue:Num(0.5)];
   NSBitmapImageRep* copy = [[rep copy] autorelease];
   EXPECT_NE([copy bitmapData], memory.data());
   memory[0] = 1;

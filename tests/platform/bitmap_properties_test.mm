@@ -6,13 +6,7 @@
 
 namespace {
 
-class BitmapProperties : public CodecTest {
- protected:
-  // What a Python program with Pillow prints about the file written from data.
-  std::string Pillow(NSData* data, const std::string& extension, const std::string& program) {
-    return PillowSays(Temporary(data, extension), program);
-  }
-};
+class BitmapProperties : public CodecTest {};
 
 std::string Hex(NSData* data) {
   static const char digits[] = "0123456789abcdef";
@@ -22,21 +16,10 @@ std::string Hex(NSData* data) {
   return hex;
 }
 
-// A real sRGB profile, made by Pillow's colour management module.
-NSData* SRGBProfile() {
-  FILE* f = popen("/usr/bin/python3 -c \"import sys; from PIL import ImageCms; "
-                  "sys.stdout.buffer.write(ImageCms.ImageCmsProfile(ImageCms.createProfile('sRGB')).tobytes())\"",
-                  "r");
-  NSMutableData* profile = [NSMutableData data];
-  char buffer[4096];
-  size_t n;
-  while (f != nullptr && (n = fread(buffer, 1, sizeof buffer, f)) > 0) [profile appendBytes:buffer length:n];
-  if (f != nullptr) pclose(f);
-  return profile;
-}
-
 TEST_F(BitmapProperties, ICCProfileIsEmbeddedAndReadBackInPNGJPEGAndTIFF) {
-  NSData* profile = SRGBProfile();
+  // A real sRGB profile, made by Pillow's colour management module.
+  NSData* profile =
+      MadeByPillow("open(out, 'wb').write(ImageCms.ImageCmsProfile(ImageCms.createProfile('sRGB')).tobytes())");
   ASSERT_GT([profile length], 128u);
   struct Case {
     NSBitmapImageFileType type;
@@ -62,8 +45,8 @@ TEST_F(BitmapProperties, ICCProfileIsEmbeddedAndReadBackInPNGJPEGAndTIFF) {
 
 TEST_F(BitmapProperties, EXIFIsWrittenIntoTIFFAndReadBack) {
   NSDictionary* exif = [NSDictionary
-      dictionaryWithObjectsAndKeys:@"Writer Test", @"Make", @"Model 9", @"Model", [NSNumber numberWithDouble:0.5],
-                                   @"ExposureTime", [NSNumber numberWithInt:200], @"ISOSpeedRatings",
+      dictionaryWithObjectsAndKeys:@"Writer Test", @"Make", @"Model 9", @"Model", Num(0.5),
+                                   @"ExposureTime", Num(200), @"ISOSpeedRatings",
                                    @"2024:01:02 03:04:05", @"DateTimeOriginal", nil];
   const TestPicture first = MakeTestPicture(40, 30, 3), more[] = {MakeTestPicture(20, 10, 1), MakeTestPicture(30, 12, 3)};
   NSBitmapImageRep* rep = MakeRep(first);
@@ -76,7 +59,7 @@ TEST_F(BitmapProperties, EXIFIsWrittenIntoTIFFAndReadBack) {
         [NSBitmapImageRep TIFFRepresentationOfImageRepsInArray:reps usingCompression:compression factor:0],
         [MakeRep(first) representationUsingType:NSTIFFFileType
                                      properties:[NSDictionary dictionaryWithObjectsAndKeys:exif, NSImageEXIFData,
-                                                     [NSNumber numberWithInt:int(compression)],
+                                                     Num(int(compression)),
                                                      NSImageCompressionMethod, nil]]};
     for (NSData* tiff : tiffs) {
       NSArray* pages = [NSBitmapImageRep imageRepsWithData:tiff];
@@ -143,10 +126,10 @@ TEST_F(BitmapProperties, CompressionFactorTradesSizeForQualityInJPEGAndTIFF) {
     // JPEG's whole range, ends included; JPEG inside TIFF in its middle.
     for (float factor : type == NSJPEGFileType ? std::vector<float>{0.0f, 0.1f, 0.5f, 0.9f, 1.0f}
                                                : std::vector<float>{0.1f, 0.5f, 0.9f}) {
-      NSMutableDictionary* properties = [NSMutableDictionary dictionaryWithObject:[NSNumber numberWithFloat:factor]
+      NSMutableDictionary* properties = [NSMutableDictionary dictionaryWithObject:Num(factor)
                                                                            forKey:NSImageCompressionFactor];
       if (type == NSTIFFFileType)
-        [properties setObject:[NSNumber numberWithInt:NSTIFFCompressionJPEG] forKey:NSImageCompressionMethod];
+        [properties setObject:Num(NSTIFFCompressionJPEG) forKey:NSImageCompressionMethod];
       NSData* data = [rep representationUsingType:type properties:properties];
       TestPicture independent;
       ASSERT_TRUE(DecodeWithCommand(

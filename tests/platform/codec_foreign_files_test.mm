@@ -4,8 +4,6 @@
    disposal. Each read by us and by Pillow, and the pixels compared. */
 #import "platform/codec_support.h"
 
-#include <unistd.h>
-
 namespace {
 
 struct Variant {
@@ -30,10 +28,8 @@ TestPicture AsRGBA(NSBitmapImageRep* rep) {
 
 TEST_P(CodecForeignFiles, ReadsLikePillow) {
   const Variant& v = GetParam();
-  const std::string path = "/tmp/qvr-foreign-" + std::to_string(getpid()) + "-" + v.name;
-  files_.push_back(path);
-  ASSERT_EQ(std::system(("OUT=" + path + "; " + v.command + " 2>/dev/null").c_str()), 0) << v.command;
-  NSBitmapImageRep* rep = [NSBitmapImageRep imageRepWithData:ReadFile(path)];
+  const std::string path = Path(v.name);
+  NSBitmapImageRep* rep = [NSBitmapImageRep imageRepWithData:Made("OUT=" + path + "; " + v.command, v.name)];
   ASSERT_NE(rep, nil) << v.name;
   TestPicture ours = AsRGBA(rep), theirs;
   if (v.decoder != nullptr) {  // a netpbm reader: grey or RGB, opaque

@@ -48,11 +48,6 @@ TestPicture AsRGBA(const TestPicture& picture);
 
 // What a shell command prints, without its last newlines.
 std::string Output(const std::string& command);
-// What a Python program with Pillow prints about the file at path (opened as `im`).
-std::string PillowSays(const std::string& path, const std::string& program);
-
-// Writes data to a fresh temporary file with the extension; returns its path.
-std::string WriteTemporaryFile(NSData* data, const std::string& extension);
 // Runs a command that prints a PNM picture (P5 grey or P6 RGB) and reads it.
 bool DecodeWithCommand(const std::string& command, TestPicture& out);
 // Reads a file with Pillow as RGBA.
@@ -62,6 +57,14 @@ NSData* ReadFile(const std::string& path);
 NSData* DataOf(const std::string& bytes);
 NSData* DataOf(const std::vector<uint8_t>& bytes);
 NSDictionary* One(id value, NSString* key);
+// A dictionary of {key, value} pairs, and a number.
+NSDictionary* Dict(std::initializer_list<std::pair<id, id>> entries);
+NSNumber* Num(double value);
+// Each entry of `expected` in an EXIF dictionary: strings equal, numbers within 1e-9.
+void ExpectEXIF(NSDictionary* exif, NSDictionary* expected);
+
+// The value of a SHORT tag in the first IFD of a TIFF file, read straight from the bytes.
+int FirstIFDTag(NSData* tiff, uint16_t wanted);
 
 // The representation encoded as type and read back; a nil on either step fails the test.
 NSBitmapImageRep* Reread(NSBitmapImageRep* rep, NSBitmapImageFileType type, NSDictionary* properties = nil);
@@ -69,20 +72,27 @@ NSBitmapImageRep* Reread(NSBitmapImageRep* rep, NSBitmapImageFileType type, NSDi
 using S = std::vector<NSUInteger>;
 S Samples(NSBitmapImageRep* rep, NSInteger x, NSInteger y);
 
-// An autorelease pool for the length of a test, and temporary files removed after it.
+// An autorelease pool and a temporary folder for the length of a test.
 class CodecTest : public ::testing::Test {
  protected:
-  void SetUp() override { pool_ = [[NSAutoreleasePool alloc] init]; }
-  void TearDown() override {
-    for (const std::string& path : files_) std::remove(path.c_str());
-    [pool_ drain];
-  }
-  std::string Temporary(NSData* data, const std::string& extension) {
-    files_.push_back(WriteTemporaryFile(data, extension));
-    return files_.back();
-  }
+  void SetUp() override;
+  void TearDown() override;
+  // A file of the test's folder.
+  std::string Path(const std::string& name) const { return dir_ + "/" + name; }
+  void Write(const std::string& name, const std::string& bytes) const;
+  // Data written to a new file of the folder with the extension; its path.
+  std::string Temporary(NSData* data, const std::string& extension);
+  // Runs a shell command in the folder (its errors dropped) and gives the bytes of the file
+  // it wrote there; a command that fails fails the test.
+  NSData* Made(const std::string& command, const std::string& file);
+  // The same for a Python program with Pillow's Image, ImageCms and TiffImagePlugin
+  // imported, which writes the file named by `out`.
+  NSData* MadeByPillow(const std::string& program);
+  // What a Python program with Pillow prints about the file written from data (opened as `im`).
+  std::string Pillow(NSData* data, const std::string& extension, const std::string& program);
   NSAutoreleasePool* pool_ = nil;
-  std::vector<std::string> files_;
+  std::string dir_;
+  int files_ = 0;
 };
 
 #endif

@@ -8,6 +8,8 @@
 #include <cstring>
 #include <unistd.h>
 
+#include <fstream>
+
 TestPicture MakeTestPicture(int width, int height, int samples) {
   TestPicture p{width, height, samples, std::vector<uint8_t>(size_t(width) * height * samples)};
   const int colours = samples >= 3 ? 3 : 1;
@@ -129,20 +131,41 @@ std::string Output(const std::string& command) {
   return output;
 }
 
-std::string PillowSays(const std::string& path, const std::string& program) {
-  return Output("/usr/bin/python3 -c \"import sys; from PIL import Image; im = Image.open(sys.argv[1]); " + program +
-                "\" " + path + " 2>&1");
+void CodecTest::SetUp() {
+  pool_ = [[NSAutoreleasePool alloc] init];
+  char pattern[] = "/tmp/qvr-codec-XXXXXX";
+  ASSERT_NE(mkdtemp(pattern), nullptr);
+  dir_ = pattern;
 }
 
-std::string WriteTemporaryFile(NSData* data, const std::string& extension) {
-  char path[] = "/tmp/qvr-codec-XXXXXX";
-  const int fd = mkstemp(path);
-  if (fd < 0) return "";
-  close(fd);
-  std::string named = std::string(path) + extension;
-  rename(path, named.c_str());
-  [data writeToFile:[NSString stringWithUTF8String:named.c_str()] atomically:NO];
-  return named;
+void CodecTest::TearDown() {
+  EXPECT_EQ(std::system(("rm -rf " + dir_).c_str()), 0);
+  [pool_ drain];
+}
+
+void CodecTest::Write(const std::string& name, const std::string& bytes) const {
+  std::ofstream(Path(name), std::ios::binary) << bytes;
+}
+
+std::string CodecTest::Temporary(NSData* data, const std::string& extension) {
+  const std::string path = Path("file" + std::to_string(++files_) + extension);
+  [data writeToFile:[NSString stringWithUTF8String:path.c_str()] atomically:NO];
+  return path;
+}
+
+NSData* CodecTest::Made(const std::string& command, const std::string& file) {
+  EXPECT_EQ(std::system(("cd " + dir_ + " && " + command + " 2>/dev/null").c_str()), 0) << command;
+  return ReadFile(Path(file));
+}
+
+NSData* CodecTest::MadeByPillow(const std::string& program) {
+  return Made("/usr/bin/python3 -c \"from PIL import Image, ImageCms, TiffImagePlugin\nout = 'made'\n" + program + "\"",
+              "made");
+}
+
+std::string CodecTest::Pillow(NSData* data, const std::string& extension, const std::string& program) {
+  return Output("/usr/bin/python3 -c \"import sys; from PIL import Image; im = Image.open(sys.argv[1]); " + program +
+                "\" " + Temporary(data, extension) + " 2>&1");
 }
 
 namespace {
@@ -205,6 +228,43 @@ NSData* ReadFile(const std::string& path) {
 NSData* DataOf(const std::string& bytes) { return [NSData dataWithBytes:bytes.data() length:bytes.size()]; }
 NSData* DataOf(const std::vector<uint8_t>& bytes) { return [NSData dataWithBytes:bytes.data() length:bytes.size()]; }
 NSDictionary* One(id value, NSString* key) { return [NSDictionary dictionaryWithObject:value forKey:key]; }
+NSNumber* Num(double value) { return [NSNumber numberWithDouble:value]; }
+
+NSDictionary* Dict(std::initializer_list<std::pair<id, id>> entries) {
+  NSMutableDictionary* dictionary = [NSMutableDictionary dictionary];
+  for (const auto& [key, value] : entries) [dictionary setObject:value forKey:key];
+  return dictionary;
+}
+
+void ExpectEXIF(NSDictionary* exif, NSDictionary* expected) {
+  NSArray* keys = [expected allKeys];
+  for (NSUInteger i = 0; i < [keys count]; ++i) {
+    NSString* key = [keys objectAtIndex:i];
+    id want = [expected objectForKey:key], got = [exif objectForKey:key];
+    if ([want isKindOfClass:[NSNumber class]])
+      EXPECT_NEAR([got doubleValue], [want doubleValue], 1e-9) << [key UTF8String];
+    else
+      EXPECT_TRUE([got isEqual:want]) << [key UTF8String] << ": " << [[got description] UTF8String];
+  }
+}
+
+int FirstIFDTag(NSData* tiff, uint16_t wanted) {
+  const uint8_t* d = static_cast<const uint8_t*>([tiff bytes]);
+  const size_t n = [tiff length];
+  if (n < 8) return -1;
+  const bool little = d[0] == 'I';
+  auto u16 = [&](size_t at) { return little ? d[at] | d[at + 1] << 8 : d[at] << 8 | d[at + 1]; };
+  auto u32 = [&](size_t at) { return little ? uint32_t(u16(at)) | uint32_t(u16(at + 2)) << 16
+                                            : uint32_t(u16(at)) << 16 | uint32_t(u16(at + 2)); };
+  const size_t ifd = u32(4);
+  if (ifd + 2 > n) return -1;
+  const int count = u16(ifd);
+  for (int i = 0; i < count && ifd + 2 + 12 * (i + 1) <= n; ++i) {
+    const size_t entry = ifd + 2 + 12 * size_t(i);
+    if (u16(entry) == wanted) return u16(entry + 8);
+  }
+  return -1;
+}
 
 NSBitmapImageRep* Reread(NSBitmapImageRep* rep, NSBitmapImageFileType type, NSDictionary* properties) {
   NSData* data = [rep representationUsingType:type properties:properties];

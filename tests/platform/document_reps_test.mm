@@ -5,33 +5,13 @@
 #import "drawing_pixels.h"
 
 #include <stdlib.h>
-#include <unistd.h>
 
 #include <fstream>
 #include <sstream>
 
 namespace {
 
-class DocumentReps : public CodecTest {
- protected:
-  void SetUp() override {
-    CodecTest::SetUp();
-    char pattern[] = "/tmp/qvr-documents-XXXXXX";
-    ASSERT_TRUE(mkdtemp(pattern) != nullptr);
-    dir_ = pattern;
-  }
-  void TearDown() override {
-    ASSERT_EQ(system(("rm -rf " + dir_).c_str()), 0);
-    CodecTest::TearDown();
-  }
-  std::string Path(const std::string& name) { return dir_ + "/" + name; }
-  void Write(const std::string& name, const std::string& text) { std::ofstream(Path(name), std::ios::binary) << text; }
-  NSData* Make(const std::string& command, const std::string& output) {
-    EXPECT_EQ(system(("cd " + dir_ + " && " + command + " 2>/dev/null").c_str()), 0) << command;
-    return ReadFile(Path(output));
-  }
-  std::string dir_;
-};
+class DocumentReps : public CodecTest {};
 
 /* The representation drawn with -draw into a transparent context of its size times scale
    (autoreleased). */
@@ -65,7 +45,7 @@ const char kTwoPages[] =
 
 TEST_F(DocumentReps, PdfPagesBoundsAndPixelsAtTwoScales) {
   Write("two.ps", kTwoPages);
-  NSData* pdf = Make("gs -q -dSAFER -dBATCH -dNOPAUSE -sDEVICE=pdfwrite -sOutputFile=two.pdf two.ps", "two.pdf");
+  NSData* pdf = Made("gs -q -dSAFER -dBATCH -dNOPAUSE -sDEVICE=pdfwrite -sOutputFile=two.pdf two.ps", "two.pdf");
   ASSERT_TRUE([NSPDFImageRep canInitWithData:pdf]);
   NSPDFImageRep* rep = [NSPDFImageRep imageRepWithData:pdf];
   ASSERT_TRUE(rep != nil);
@@ -188,11 +168,8 @@ std::string OneBitPict(const std::vector<std::string>& rows) {
 }
 
 TEST_F(DocumentReps, PictPixelsEqualTheSamePictureFromPng) {
-  ASSERT_EQ(system(("cd " + dir_ +
-                    " && convert -size 40x30 gradient:red-blue -depth 8 -fill yellow -draw 'rectangle 5,5 15,20' rgb.png"
-                    " && pngtopnm rgb.png | ppmquant 64 > few.ppm && pnmtopng few.ppm > few.png")
-                       .c_str()),
-            0);
+  Made("convert -size 40x30 gradient:red-blue -depth 8 -fill yellow -draw 'rectangle 5,5 15,20' rgb.png"
+       " && pngtopnm rgb.png | ppmquant 64 > few.ppm && pnmtopng few.ppm > few.png", "few.png");
   struct Case {
     const char* what;
     std::string command, output, png;
@@ -203,7 +180,7 @@ TEST_F(DocumentReps, PictPixelsEqualTheSamePictureFromPng) {
        "mono.pict", "mono.png"},
   };
   for (const Case& c : cases) {
-    NSData* pict = Make(c.command, c.output);
+    NSData* pict = Made(c.command, c.output);
     ASSERT_TRUE([NSPICTImageRep canInitWithData:pict]) << c.what;
     NSPICTImageRep* rep = [NSPICTImageRep imageRepWithData:pict];
     ASSERT_TRUE(rep != nil) << c.what;
@@ -222,8 +199,8 @@ TEST_F(DocumentReps, PictPixelsEqualTheSamePictureFromPng) {
   for (const std::string& row : rows)
     for (char c : row) pbm += c == '#' ? "1 " : "0 ";
   Write("bits.pbm", pbm);
-  ASSERT_EQ(system(("cd " + dir_ + " && pnmtopng bits.pbm > bits.png").c_str()), 0);
   TestPicture expected;
+  Made("pnmtopng bits.pbm > bits.png", "bits.png");
   ASSERT_TRUE(DecodeWithPillow(Path("bits.png"), expected));
   NSPICTImageRep* rep = [NSPICTImageRep imageRepWithData:DataOf(pict)];
   ASSERT_TRUE(rep != nil);
@@ -257,8 +234,8 @@ TEST_F(DocumentReps, PictShapes) {
 
 TEST_F(DocumentReps, DamagedInputNeverCrashes) {
   Write("two.ps", kTwoPages);
-  NSData* pdf = Make("gs -q -dSAFER -dBATCH -dNOPAUSE -sDEVICE=pdfwrite -sOutputFile=two.pdf two.ps", "two.pdf");
-  NSData* pict = Make("convert -size 30x20 gradient:red-blue PICT:g.pict", "g.pict");
+  NSData* pdf = Made("gs -q -dSAFER -dBATCH -dNOPAUSE -sDEVICE=pdfwrite -sOutputFile=two.pdf two.ps", "two.pdf");
+  NSData* pict = Made("convert -size 30x20 gradient:red-blue PICT:g.pict", "g.pict");
   NSData* eps = [NSData dataWithBytes:kFigure length:strlen(kFigure)];
   const Class classes[] = {[NSPDFImageRep class], [NSPICTImageRep class], [NSEPSImageRep class]};
   NSData* inputs[] = {pdf, pict, eps};

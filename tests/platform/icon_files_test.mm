@@ -4,7 +4,6 @@
    alpha) is known; icons with PNG images and Apple icon files come from Pillow and
    png2icns, one colour per size. */
 #include <array>
-#include <cstdlib>
 #include <functional>
 
 #import "platform/codec_support.h"
@@ -133,24 +132,20 @@ TEST_F(IconFiles, BitmapImagesOfEveryDepthKeepTheirPixelsAndMasks) {
 }
 
 TEST_F(IconFiles, PNGIconsAndAppleIconFilesGiveOneRepresentationPerSize) {
-  char pattern[] = "/tmp/qvr-icons-XXXXXX";
-  ASSERT_NE(mkdtemp(pattern), nullptr);
-  const std::string dir = pattern;
-  const std::string script = "cd " + dir + " && /usr/bin/python3 -c \"from PIL import Image\n"
-                             "Image.new('RGBA', (32, 32), (30, 120, 220, 200)).save('png.ico', sizes=[(16, 16), (32, 32)])\n"
-                             "for s, c in [(16, (250, 0, 0)), (32, (0, 250, 0)), (128, (0, 0, 250))]:\n"
-                             "  Image.new('RGBA', (s, s), c + (255,)).save(str(s) + '.png')\n"
-                             "Image.new('RGBA', (256, 256), (1, 2, 3, 255)).save('pillow.icns')\n"
-                             // A JPEG 2000 element, then one of the newer sizes holding neither format.
-                             "import io, struct\nb = io.BytesIO()\n"
-                             "Image.new('RGB', (128, 128), (10, 200, 30)).save(b, 'JPEG2000')\n"
-                             "d = b'ic07' + struct.pack('>I', 8 + len(b.getvalue())) + b.getvalue() + b'ic08' + struct.pack('>I', 16) + bytes(8)\n"
-                             "open('jp2.icns', 'wb').write(b'icns' + struct.pack('>I', 8 + len(d)) + d)\n\" && "
-                             "png2icns icon.icns 16.png 32.png 128.png > /dev/null";
-  ASSERT_EQ(std::system(script.c_str()), 0);
-  NSData *ico = ReadFile(dir + "/png.ico"), *icns = ReadFile(dir + "/icon.icns"), *pillowIcns = ReadFile(dir + "/pillow.icns"),
-         *jp2Icns = ReadFile(dir + "/jp2.icns");
-  [[maybe_unused]] int removed = std::system(("rm -rf " + dir).c_str());
+  NSData* ico = Made("/usr/bin/python3 -c \"from PIL import Image\n"
+                     "Image.new('RGBA', (32, 32), (30, 120, 220, 200)).save('png.ico', sizes=[(16, 16), (32, 32)])\n"
+                     "for s, c in [(16, (250, 0, 0)), (32, (0, 250, 0)), (128, (0, 0, 250))]:\n"
+                     "  Image.new('RGBA', (s, s), c + (255,)).save(str(s) + '.png')\n"
+                     "Image.new('RGBA', (256, 256), (1, 2, 3, 255)).save('pillow.icns')\n"
+                     // A JPEG 2000 element, then one of the newer sizes holding neither format.
+                     "import io, struct\nb = io.BytesIO()\n"
+                     "Image.new('RGB', (128, 128), (10, 200, 30)).save(b, 'JPEG2000')\n"
+                     "d = b'ic07' + struct.pack('>I', 8 + len(b.getvalue())) + b.getvalue() + b'ic08' + struct.pack('>I', 16) + bytes(8)\n"
+                     "open('jp2.icns', 'wb').write(b'icns' + struct.pack('>I', 8 + len(d)) + d)\n\" && "
+                     "png2icns icon.icns 16.png 32.png 128.png > /dev/null",
+                     "png.ico");
+  NSData *icns = ReadFile(Path("icon.icns")), *pillowIcns = ReadFile(Path("pillow.icns"));
+  NSData* jp2Icns = ReadFile(Path("jp2.icns"));
 
   NSArray* reps = Representations(ico);
   ASSERT_EQ([reps count], 2u);
