@@ -53,8 +53,6 @@ INSTANTIATE_TEST_SUITE_P(EveryFormat, CodecCorruptInput,
                          ::testing::Values(NSTIFFFileType, NSBMPFileType, NSGIFFileType, NSJPEGFileType,
                                            NSPNGFileType, NSJPEG2000FileType));
 
-NSData* Bytes(std::initializer_list<uint8_t> bytes) { return DataOf(std::vector<uint8_t>(bytes)); }
-
 TEST(CodecDamagedHeaders, GiveNil) {
   NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
   // Signatures alone, or with nonsense after them; no bytes, no data, text.

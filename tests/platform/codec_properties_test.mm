@@ -12,19 +12,24 @@ namespace {
 
 class CodecProperties : public CodecTest {};
 
-bool Contains(NSData* data, const void* bytes, size_t length) {
-  return [data rangeOfData:[NSData dataWithBytes:bytes length:length] options:0 range:NSMakeRange(0, [data length])]
-             .location != NSNotFound;
+bool Contains(NSData* data, NSData* part) {
+  return [data rangeOfData:part options:0 range:NSMakeRange(0, [data length])].location != NSNotFound;
+}
+
+// Whether a colour (three samples) is an entry of a table of R, G, B entries.
+bool InTable(NSData* table, const uint8_t* rgb) {
+  for (NSUInteger at = 0; at + 3 <= [table length]; at += 3)
+    if (std::memcmp(static_cast<const uint8_t*>([table bytes]) + at, rgb, 3) == 0) return true;
+  return false;
 }
 
 TEST_F(CodecProperties, JPEGProgressiveWritesProgressiveScans) {
   NSBitmapImageRep* rep = MakeRep(MakeTestPicture(64, 64, 3));
-  const uint8_t progressive[2] = {0xFF, 0xC2}, baseline[2] = {0xFF, 0xC0};
-  NSData* plain = [rep representationUsingType:NSJPEGFileType properties:nil];
+  NSData *progressive = Bytes({0xFF, 0xC2}), *plain = [rep representationUsingType:NSJPEGFileType properties:nil];
   NSData* scans = [rep representationUsingType:NSJPEGFileType properties:One(Num(YES), NSImageProgressive)];
-  EXPECT_TRUE(Contains(plain, baseline, 2));
-  EXPECT_FALSE(Contains(plain, progressive, 2));
-  EXPECT_TRUE(Contains(scans, progressive, 2));
+  EXPECT_TRUE(Contains(plain, Bytes({0xFF, 0xC0})));
+  EXPECT_FALSE(Contains(plain, progressive));
+  EXPECT_TRUE(Contains(scans, progressive));
   NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:scans];
   EXPECT_TRUE([[back valueForProperty:NSImageProgressive] boolValue]);
   TestPicture independent;
@@ -38,8 +43,7 @@ TEST_F(CodecProperties, PNGInterlaceAndGammaAreWrittenAndReadBack) {
                                              properties:Dict({{NSImageInterlaced, Num(YES)}, {NSImageGamma, Num(0.45455)}})];
   ASSERT_GT([png length], 28u);
   EXPECT_EQ(static_cast<const uint8_t*>([png bytes])[28], 1);  // IHDR interlace method: Adam7
-  const uint8_t gamma[8] = {'g', 'A', 'M', 'A', 0x00, 0x00, 0xB1, 0x8F};  // 45455
-  EXPECT_TRUE(Contains(png, gamma, 8));
+  EXPECT_TRUE(Contains(png, Bytes({'g', 'A', 'M', 'A', 0x00, 0x00, 0xB1, 0x8F})));  // 45455
   NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:png];
   EXPECT_EQ(MaxDifference(ReadRep(back), picture), 0);
   EXPECT_TRUE([[back valueForProperty:NSImageInterlaced] boolValue]);
@@ -79,25 +83,18 @@ TEST_F(CodecProperties, GIFTransparencyThresholdOrDither) {
     return double(opaque) / (p.pixels.size() / 4);
   };
   EXPECT_EQ(opaqueShare(Reread(rep, NSGIFFileType)), 0.0);
-  EXPECT_NEAR(opaqueShare(Reread(rep, NSGIFFileType, One(Num(YES), NSImageDitherTransparency))), 0.4,
-              0.05);
+  EXPECT_NEAR(opaqueShare(Reread(rep, NSGIFFileType, One(Num(YES), NSImageDitherTransparency))), 0.4, 0.05);
 }
 
 TEST_F(CodecProperties, GIFColourTableAndInterlace) {
-  const uint8_t table[12] = {0, 0, 0, 255, 255, 255, 255, 0, 0, 0, 0, 255};
-  NSDictionary* properties = [NSDictionary dictionaryWithObjectsAndKeys:[NSData dataWithBytes:table length:12],
-                                                                        NSImageRGBColorTable, Num(YES),
-                                                                        NSImageInterlaced, nil];
-  TestPicture picture = MakeTestPicture(33, 40, 3);
-  NSData* gif = [MakeRep(picture) representationUsingType:NSGIFFileType properties:properties];
+  NSData* table = Bytes({0, 0, 0, 255, 255, 255, 255, 0, 0, 0, 0, 255});
+  NSData* gif = [MakeRep(MakeTestPicture(33, 40, 3))
+      representationUsingType:NSGIFFileType
+                   properties:Dict({{NSImageRGBColorTable, table}, {NSImageInterlaced, Num(YES)}})];
   NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:gif];
   EXPECT_TRUE([[back valueForProperty:NSImageInterlaced] boolValue]);
   TestPicture pixels = ReadRep(back);
-  for (size_t i = 0; i < pixels.pixels.size(); i += 3) {
-    bool inTable = false;
-    for (int c = 0; c < 4; ++c) inTable |= std::memcmp(&pixels.pixels[i], table + 3 * c, 3) == 0;
-    ASSERT_TRUE(inTable) << i;
-  }
+  for (size_t i = 0; i < pixels.pixels.size(); i += 3) ASSERT_TRUE(InTable(table, &pixels.pixels[i])) << i;
   TestPicture independent;
   ASSERT_TRUE(DecodeWithCommand("giftopnm " + Temporary(gif, ".gif"), independent));
   EXPECT_EQ(MaxDifference(independent, pixels), 0);  // the interlaced rows land where they belong
@@ -136,9 +133,7 @@ TEST_F(CodecProperties, GIFAnimationFramesDurationsLoopsAndColourTable) {
   ASSERT_TRUE([table isKindOfClass:[NSData class]]);
   ASSERT_EQ([table length] % 3, 0u);
   const TestPicture shown = ReadRep(animation);
-  for (size_t p = 0; p < shown.pixels.size(); p += 3)
-    ASSERT_NE([table rangeOfData:[NSData dataWithBytes:&shown.pixels[p] length:3] options:0
-                           range:NSMakeRange(0, [table length])].location, NSNotFound) << p;
+  for (size_t p = 0; p < shown.pixels.size(); p += 3) ASSERT_TRUE(InTable(table, &shown.pixels[p])) << p;
   // Showing frame 1, given a new duration and a loop count, it is written whole.
   [animation setProperty:NSImageCurrentFrame withValue:Num(1)];
   [animation setProperty:NSImageCurrentFrameDuration withValue:Num(0.5)];

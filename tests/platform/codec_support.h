@@ -56,9 +56,10 @@ bool DecodeWithPillow(const std::string& path, TestPicture& out);
 NSData* ReadFile(const std::string& path);
 NSData* DataOf(const std::string& bytes);
 NSData* DataOf(const std::vector<uint8_t>& bytes);
+NSData* Bytes(std::initializer_list<uint8_t> bytes);
 NSDictionary* One(id value, NSString* key);
 // A dictionary of {key, value} pairs, and a number.
-NSDictionary* Dict(std::initializer_list<std::pair<id, id>> entries);
+NSMutableDictionary* Dict(std::initializer_list<std::pair<id, id>> entries);
 NSNumber* Num(double value);
 // Each entry of `expected` in an EXIF dictionary: strings equal, numbers within 1e-9.
 void ExpectEXIF(NSDictionary* exif, NSDictionary* expected);

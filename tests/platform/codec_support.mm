@@ -227,10 +227,11 @@ NSData* ReadFile(const std::string& path) {
 
 NSData* DataOf(const std::string& bytes) { return [NSData dataWithBytes:bytes.data() length:bytes.size()]; }
 NSData* DataOf(const std::vector<uint8_t>& bytes) { return [NSData dataWithBytes:bytes.data() length:bytes.size()]; }
+NSData* Bytes(std::initializer_list<uint8_t> bytes) { return DataOf(std::vector<uint8_t>(bytes)); }
 NSDictionary* One(id value, NSString* key) { return [NSDictionary dictionaryWithObject:value forKey:key]; }
 NSNumber* Num(double value) { return [NSNumber numberWithDouble:value]; }
 
-NSDictionary* Dict(std::initializer_list<std::pair<id, id>> entries) {
+NSMutableDictionary* Dict(std::initializer_list<std::pair<id, id>> entries) {
   NSMutableDictionary* dictionary = [NSMutableDictionary dictionary];
   for (const auto& [key, value] : entries) [dictionary setObject:value forKey:key];
   return dictionary;

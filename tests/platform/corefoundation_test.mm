@@ -1,7 +1,11 @@
 /* Core Foundation over Foundation's objects: dictionaries with null callbacks (identity keys,
-   no references) and with the kCFType ones (equal keys, retained and released), and the type
-   IDs that Foundation and Core Graphics objects answer through CFGetTypeID. */
+   no references) and with the kCFType ones (equal keys, retained and released), the type
+   IDs that Foundation and Core Graphics objects answer through CFGetTypeID, each type's its
+   own, and references counted alike by Core Foundation and Core Graphics. */
 #import "drawing_pixels.h"
+
+#include <iterator>
+#include <set>
 
 namespace {
 
@@ -45,7 +49,7 @@ TEST_F(CoreFoundation, DictionariesHonourTheirCallbacks) {
   EXPECT_EQ([equalKey retainCount], 1u);
 }
 
-TEST_F(CoreFoundation, TypeIDsComeFromTheObjects) {
+TEST_F(CoreFoundation, TypeIDsComeFromTheObjectsAndAreDistinct) {
   const std::pair<CFTypeRef, CFTypeID> objects[] = {
       {@"text", CFStringGetTypeID()},
       {[NSData data], CFDataGetTypeID()},
@@ -66,6 +70,20 @@ TEST_F(CoreFoundation, TypeIDsComeFromTheObjects) {
       {Pooled(CGColorCreateGenericRGB(1, 0, 0, 1)), CGColorGetTypeID()},
   };
   for (const auto& [object, type] : objects) EXPECT_EQ(CFGetTypeID(object), type) << [[(id)object description] UTF8String];
+  /* Every type has an identifier of its own, also the Core Graphics types not made here. */
+  const CFTypeID ids[] = {CFStringGetTypeID(), CFDataGetTypeID(), CFArrayGetTypeID(), CFDictionaryGetTypeID(),
+                          CFNumberGetTypeID(), CFBooleanGetTypeID(), CFURLGetTypeID(), CFDateGetTypeID(),
+                          CGImageGetTypeID(), CGContextGetTypeID(), CGColorSpaceGetTypeID(), CGColorGetTypeID(),
+                          CGDataProviderGetTypeID(), CGDataConsumerGetTypeID(), CGLayerGetTypeID(), CGFontGetTypeID(),
+                          CGPSConverterGetTypeID()};
+  EXPECT_EQ(std::set<CFTypeID>(std::begin(ids), std::end(ids)).size(), std::size(ids));
+  /* CFRetain and CFRelease count the same references as the Core Graphics functions. */
+  CGImageRef image = RGBAImage(1, 1, {0, 0, 0, 255});
+  const CFIndex before = CFGetRetainCount(image);
+  CFRetain(image);
+  EXPECT_EQ(CFGetRetainCount(image), before + 1);
+  CGImageRelease(image);
+  EXPECT_EQ(CFGetRetainCount(image), before);
 }
 
 }  // namespace

@@ -1,7 +1,13 @@
 /* Bitmap contexts: every memory layout the imaging code uses, filled and read back byte by
    byte; the origin at the bottom left with memory row 0 on top; the getters; images made
-   from contexts; and the layouts and arguments a context refuses. */
+   from contexts; the layouts and arguments a context refuses; and the current path, filled
+   and stroked, checked by the alpha it leaves in an alpha-only context (rows top first):
+   the fill rules, stroke widths, caps and the convenience calls, and a path that is emptied
+   by painting it. */
 #import "drawing_pixels.h"
+
+#include <functional>
+#include <string>
 
 namespace {
 
@@ -60,11 +66,10 @@ TEST_F(BitmapContext, OriginIsBottomLeftAndMemoryRowZeroIsTheTop) {
   CGContextRef context = ARGBContext(4, 4);
   CGContextSetRGBFillColor(context, 1, 0, 0, 1);
   CGContextFillRect(context, CGRectMake(0, 0, 1, 1));
-  EXPECT_EQ(PixelAt(context, 0, 3), (RGBA{255, 0, 0, 255})) << "user (0, 0) is the last memory row";
-  EXPECT_EQ(PixelAt(context, 0, 0), (RGBA{0, 0, 0, 0}));
   CGContextSetRGBFillColor(context, 0, 0, 1, 1);
   CGContextFillRect(context, CGRectMake(3, 3, 1, 1));
-  EXPECT_EQ(PixelAt(context, 3, 0), (RGBA{0, 0, 255, 255}));
+  /* User (0, 0) is in the last memory row, (3, 3) in the first. */
+  ExpectPixels(context, {{0, 3, {255, 0, 0, 255}}, {0, 0, {0, 0, 0, 0}}, {3, 0, {0, 0, 255, 255}}});
 }
 
 TEST_F(BitmapContext, TransformsAndStateAreSavedAndRestored) {
@@ -105,13 +110,11 @@ TEST_F(BitmapContext, GettersDescribeTheMemory) {
   CGColorSpaceRef space = Pooled(CGColorSpaceCreateDeviceRGB());
   CGContextRef context = Pooled(CGBitmapContextCreate(NULL, 7, 3, 8, 0, space, kCGImageAlphaPremultipliedLast));
   EXPECT_EQ((std::vector<size_t>{CGBitmapContextGetWidth(context), CGBitmapContextGetHeight(context),
-                                 CGBitmapContextGetBitsPerPixel(context), CGBitmapContextGetBitsPerComponent(context)}),
-            (std::vector<size_t>{7, 3, 32, 8}));
+                                 CGBitmapContextGetBitsPerPixel(context), CGBitmapContextGetBitsPerComponent(context),
+                                 CGBitmapContextGetAlphaInfo(context), CGBitmapContextGetBitmapInfo(context)}),
+            (std::vector<size_t>{7, 3, 32, 8, kCGImageAlphaPremultipliedLast, kCGImageAlphaPremultipliedLast}));
   EXPECT_GE(CGBitmapContextGetBytesPerRow(context), 28u);
-  EXPECT_EQ(CGBitmapContextGetAlphaInfo(context), kCGImageAlphaPremultipliedLast);
-  EXPECT_EQ(CGBitmapContextGetBitmapInfo(context), (CGBitmapInfo)kCGImageAlphaPremultipliedLast);
   EXPECT_EQ(CGBitmapContextGetColorSpace(context), space);
-  ASSERT_TRUE(CGBitmapContextGetData(context) != NULL);
   const uint8_t* data = (const uint8_t*)CGBitmapContextGetData(context);
   for (size_t i = 0; i < CGBitmapContextGetBytesPerRow(context) * 3; i++) ASSERT_EQ(data[i], 0) << "new memory is clear";
 }
@@ -122,9 +125,8 @@ TEST_F(BitmapContext, ImagesCopyThePixelsOfTheirMoment) {
   CGImageRef image = Pooled(CGBitmapContextCreateImage(context));
   ASSERT_TRUE(image != NULL);
   FillContext(context, 1, 0, 0, 1);
-  EXPECT_EQ(CGImageGetWidth(image), 3u);
-  EXPECT_EQ(CGImageGetHeight(image), 2u);
-  EXPECT_EQ(CGImageGetBitmapInfo(image), CGBitmapContextGetBitmapInfo(context));
+  EXPECT_EQ((std::vector<size_t>{CGImageGetWidth(image), CGImageGetHeight(image), CGImageGetBitmapInfo(image)}),
+            (std::vector<size_t>{3, 2, CGBitmapContextGetBitmapInfo(context)}));
   const uint8_t* p = CFDataGetBytePtr(Pooled(CGDataProviderCopyData(CGImageGetDataProvider(image))));
   EXPECT_EQ(p[0], 255) << "blue, in B G R A order";
   EXPECT_EQ(p[2], 0);
@@ -137,14 +139,18 @@ TEST_F(BitmapContext, ImagesCopyThePixelsOfTheirMoment) {
 TEST_F(BitmapContext, RefusesWhatItCannotDraw) {
   CGColorSpaceRef rgb = Pooled(CGColorSpaceCreateDeviceRGB());
   uint8_t memory[64];
-  EXPECT_TRUE(CGBitmapContextCreate(NULL, 0, 4, 8, 0, rgb, kCGImageAlphaPremultipliedLast) == NULL);
-  EXPECT_TRUE(CGBitmapContextCreate(NULL, 4, 4, 16, 0, rgb, kCGImageAlphaPremultipliedLast) == NULL);
-  EXPECT_TRUE(CGBitmapContextCreate(memory, 4, 4, 8, 8, rgb, kCGImageAlphaPremultipliedLast) == NULL)
-      << "rows shorter than the pixels";
-  EXPECT_TRUE(CGBitmapContextCreate(NULL, 4, 4, 8, 0, NULL, kCGImageAlphaPremultipliedLast) == NULL);
-  EXPECT_TRUE(CGBitmapContextCreate(NULL, 4, 4, 8, 0, rgb, kCGImageAlphaPremultipliedLast | kCGBitmapFloatComponents) ==
-              NULL);
-  EXPECT_TRUE(CGBitmapContextCreate(NULL, 4, 4, 8, 0, rgb, 9) == NULL);
+  const uint32_t last = kCGImageAlphaPremultipliedLast;
+  /* No width, 16 bits, rows shorter than the pixels, no colour space, float components, no such alpha. */
+  const struct {
+    void* data;
+    size_t width, bits, row;
+    CGColorSpaceRef space;
+    uint32_t info;
+  } refused[] = {{NULL, 0, 8, 0, rgb, last},    {NULL, 4, 16, 0, rgb, last}, {memory, 4, 8, 8, rgb, last},
+                 {NULL, 4, 8, 0, NULL, last},   {NULL, 4, 8, 0, rgb, last | kCGBitmapFloatComponents},
+                 {NULL, 4, 8, 0, rgb, 9}};
+  for (const auto& c : refused)
+    EXPECT_TRUE(CGBitmapContextCreate(c.data, c.width, 4, c.bits, c.row, c.space, c.info) == NULL) << "case " << &c - refused;
   EXPECT_TRUE(Pooled(CGBitmapContextCreate(NULL, 4, 4, 8, 0, NULL, kCGImageAlphaOnly)) != NULL)
       << "alpha-only contexts need no colour space";
   /* Functions given NULL or objects of another type do nothing. */
@@ -192,6 +198,96 @@ TEST_F(BitmapContext, ReleaseCallbackGetsTheCallersMemoryBack) {
   CFRelease(context);
   EXPECT_EQ(released, 1);
   EXPECT_EQ(seen, memory.data());
+}
+
+struct PathCase {
+  const char* name;
+  std::function<void(CGContextRef)> draw;
+  const char* map; /* 8 x 6, top row first: '#' full, '.' empty, '+' partial, '?' anything */
+};
+
+TEST_F(BitmapContext, PathsPaintTheirArea) {
+  /* A rectangle with a smaller one inside it, turned the same way. */
+  static const auto nested = [](CGContextRef c) {
+    CGContextAddRect(c, CGRectMake(0, 0, 8, 6));
+    CGContextAddRect(c, CGRectMake(2, 2, 4, 2));
+  };
+  const PathCase cases[] = {
+      {"even-odd leaves the inner square empty", [](CGContextRef c) { nested(c), CGContextEOFillPath(c); },
+       "########" "########" "##....##" "##....##" "########" "########"},
+      {"non-zero fills it", [](CGContextRef c) { nested(c), CGContextFillPath(c); },
+       "########" "########" "########" "########" "########" "########"},
+      {"a triangle of whole-pixel corners is not its bounding box",
+       [](CGContextRef c) {
+         CGContextMoveToPoint(c, 0, 0);
+         CGContextAddLineToPoint(c, 8, 0);
+         CGContextAddLineToPoint(c, 0, 6);
+         CGContextClosePath(c);
+         CGContextFillPath(c);
+       },
+       "++......" "#++....." "##++...." "####++.." "#####++." "######++"},
+      {"a two-unit stroke centred on its rectangle's edges",
+       [](CGContextRef c) { CGContextStrokeRectWithWidth(c, CGRectMake(1, 1, 6, 4), 2); },
+       "########" "########" "##....##" "##....##" "########" "########"},
+      {"butt and square caps",
+       [](CGContextRef c) {
+         CGContextSetLineWidth(c, 2);
+         const CGPoint butt[] = {CGPointMake(2, 5), CGPointMake(6, 5)};
+         CGContextStrokeLineSegments(c, butt, 2);
+         CGContextSetLineCap(c, kCGLineCapSquare);
+         const CGPoint square[] = {CGPointMake(2, 1), CGPointMake(6, 1)};
+         CGContextStrokeLineSegments(c, square, 2);
+       },
+       "..####.." "..####.." "........" "........" ".######." ".######."},
+      {"an ellipse: its middle full, its corners empty",
+       [](CGContextRef c) { CGContextFillEllipseInRect(c, CGRectMake(0, 0, 8, 6)); },
+       ".??????." "????????" "?######?" "?######?" "????????" ".??????."},
+      {"a stroked ellipse is hollow",
+       [](CGContextRef c) { CGContextStrokeEllipseInRect(c, CGRectMake(1, 1, 6, 4)); },
+       "????????" "????????" "???..???" "???..???" "????????" "????????"},
+      {"a line needs a current point; an empty path paints nothing",
+       [](CGContextRef c) {
+         CGContextAddLineToPoint(c, 8, 6);
+         CGContextSetLineWidth(c, 4);
+         CGContextStrokePath(c);
+         CGContextFillPath(c);
+       },
+       "........" "........" "........" "........" "........" "........"},
+  };
+  for (const PathCase& pc : cases) {
+    SCOPED_TRACE(pc.name);
+    std::vector<uint8_t> alpha(8 * 6, 0);
+    CGContextRef c = Pooled(CGBitmapContextCreate(alpha.data(), 8, 6, 8, 8, NULL, kCGImageAlphaOnly));
+    ASSERT_TRUE(c != NULL);
+    pc.draw(c);
+    EXPECT_TRUE(CGContextIsPathEmpty(c));
+    std::string got;
+    for (uint8_t a : alpha) got += a == 255 ? '#' : a == 0 ? '.' : '+';
+    for (size_t i = 0; i < got.size(); i++)
+      if (pc.map[i] != '?' && pc.map[i] != got[i]) {
+        ADD_FAILURE() << "at (" << i % 8 << ", " << i / 8 << "): " << got;
+        break;
+      }
+  }
+}
+
+TEST_F(BitmapContext, TheStrokeColourAndWidthAreStateSavedAndRestored) {
+  uint32_t pixels[4 * 4] = {0};
+  CGColorSpaceRef space = Pooled(CGColorSpaceCreateDeviceRGB());
+  CGContextRef c = Pooled(CGBitmapContextCreate(pixels, 4, 4, 8, 16, space,
+                                                kCGImageAlphaPremultipliedFirst | kCGBitmapByteOrder32Little));
+  CGContextSetRGBFillColor(c, 1, 0, 0, 1);
+  CGContextSaveGState(c);
+  CGContextSetGrayStrokeColor(c, 0, 1);
+  CGContextSetLineWidth(c, 8);
+  CGContextRestoreGState(c);
+  CGContextStrokeRect(c, CGRectMake(0, 0, 4, 4));  // one unit, black, centred on the edges
+  EXPECT_EQ(pixels[1], 0x80000000u);               // half of an edge pixel, black
+  EXPECT_EQ(pixels[5], 0u);                        // inside: untouched
+  CGContextMoveToPoint(c, 0, 0);
+  EXPECT_FALSE(CGContextIsPathEmpty(c));
+  CGContextBeginPath(c);
+  EXPECT_TRUE(CGContextIsPathEmpty(c));
 }
 
 }  // namespace
