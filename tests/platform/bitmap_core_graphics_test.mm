@@ -1,7 +1,9 @@
 /* Bitmap representations meeting Core Graphics and the graphics context: CGImage of the
    pixels and a representation drawn from a CGImage, drawing into the current context with
-   a compositing operation, a fraction, a source rectangle and flipped contexts, and colour
-   space tags and conversions. */
+   a compositing operation, a fraction, a source rectangle and flipped contexts, colour
+   space tags and conversions, and graphics contexts over representations of every meshed
+   8-bit layout (RGB with and without alpha, alpha first, straight alpha, grey with and
+   without alpha), and the layouts that give none. */
 #import "platform/codec_support.h"
 
 namespace {
@@ -142,6 +144,55 @@ TEST_F(BitmapCoreGraphics, ColourSpacesTagsAndConversions) {
   [again getPixel:rgbPixel atX:3 y:2];
   EXPECT_EQ(rgbPixel[0], greyPixel[0]);
   EXPECT_EQ(rgbPixel[2], greyPixel[0]);
+}
+
+/* Graphics contexts over representations of every meshed 8-bit layout: orange at alpha 0.5
+   copied into the bottom-left pixel and opaque blue into the top-right one land in the
+   representation's own pixels, upright. */
+TEST_F(BitmapCoreGraphics, ContextsOverEveryMeshedLayoutDrawIntoItsPixels) {
+  const std::vector<Probe> rgba = {{0, 1, {255, 128, 0, 128}}, {2, 0, {0, 0, 255, 255}}, {1, 0, {0, 0, 0, 0}}};
+  const struct {
+    NSInteger samples;
+    BOOL alpha;
+    NSString* space;
+    NSBitmapFormat format;
+    std::vector<Probe> probes;
+    int tolerance;
+  } cases[] = {
+      {4, YES, NSCalibratedRGBColorSpace, 0, rgba, 3},
+      {4, YES, NSCalibratedRGBColorSpace, NSAlphaFirstBitmapFormat, rgba, 3},
+      {4, YES, NSCalibratedRGBColorSpace, NSAlphaNonpremultipliedBitmapFormat, rgba, 3},
+      {4, YES, NSCalibratedRGBColorSpace, NSAlphaFirstBitmapFormat | NSAlphaNonpremultipliedBitmapFormat, rgba, 3},
+      // No alpha to keep: premultiplied over black.
+      {3, NO, NSDeviceRGBColorSpace, 0, {{0, 1, {128, 64, 0, 255}}, {2, 0, {0, 0, 255, 255}}}, 2},
+      {1, NO, NSCalibratedWhiteColorSpace, 0, {{2, 0, {29, 29, 29, 255}}}, 2},  // blue's luminance
+      {2, YES, NSDeviceWhiteColorSpace, 0, {{2, 0, {29, 29, 29, 255}}, {0, 1, {153, 153, 153, 128}}}, 3},
+  };
+  for (const auto& c : cases) {
+    NSBitmapImageRep* rep = NewBitmap(3, 2, 8, c.samples, c.alpha, c.space, c.format);
+    DrawInto(rep, NO, [] {
+      [[NSColor colorWithCalibratedRed:1 green:0.5 blue:0 alpha:0.5] set];
+      NSRectFill(NSMakeRect(0, 0, 1, 1));
+      [[NSColor blueColor] set];
+      NSRectFill(NSMakeRect(2, 1, 1, 1));
+    });
+    for (const Probe& p : c.probes)
+      EXPECT_TRUE(Near(ColourAt(rep, p.x, p.row), p.colour, c.tolerance))
+          << c.samples << " samples, format " << c.format << ", at " << p.x << ", " << p.row;
+  }
+  // The context names its representation and draws into its memory.
+  NSBitmapImageRep* rep = Canvas(3, 2);
+  NSGraphicsContext* context = [NSGraphicsContext graphicsContextWithBitmapImageRep:rep];
+  EXPECT_EQ([[context attributes] objectForKey:NSGraphicsContextDestinationAttributeName], rep);
+  EXPECT_FALSE([context isFlipped]);
+  EXPECT_FALSE([context isDrawingToScreen]);
+  EXPECT_EQ(CGBitmapContextGetData((CGContextRef)[context graphicsPort]), (void*)[rep bitmapData]);
+  // Layouts that cannot be drawn into give no context.
+  NSBitmapImageRep* refused[] = {NewBitmap(2, 2, 16, 4, YES, NSCalibratedRGBColorSpace),
+                                 NewBitmap(2, 2, 8, 3, NO, NSCalibratedRGBColorSpace, 0, YES), nil,
+                                 (NSBitmapImageRep*)@"text"};  // 16 bits, planar, nil, not a representation
+  ASSERT_TRUE(refused[0] != nil && refused[1] != nil);
+  for (NSBitmapImageRep* r : refused) EXPECT_TRUE([NSGraphicsContext graphicsContextWithBitmapImageRep:r] == nil) << r;
 }
 
 }  // namespace
