@@ -82,7 +82,7 @@ TEST_F(BitmapRep, ConstantsInTableOrderAndPropertyKeys) {
   EXPECT_EQ(Utf8(runtime.callShared("FrameProbeQVR", "AbsentPropertyKeys")), "");
 }
 
-TEST_F(BitmapRep, LayoutConstructorAndItsProperties) {
+TEST_F(BitmapRep, LayoutAndDataConstructorsAndTheirProperties) {
   host::Runtime& runtime = Start();
   struct Case {
     int width, height, bitsPerSample, samples;
@@ -124,10 +124,7 @@ TEST_F(BitmapRep, LayoutConstructorAndItsProperties) {
   EXPECT_EQ(FirstRow(back), std::string("\xff\x00\x00\x00\x00\xff", 6));
   // Only the compressions that fit: fax needs one bit per pixel.
   EXPECT_FALSE(runtime.call(rep, "canBeCompressedUsing", {Value::ofInteger(4)}).boolean);
-}
-
-TEST_F(BitmapRep, DataInEveryFormatTheConstructorAndTheFactory) {
-  host::Runtime& runtime = Start();
+  // Data in every format, through the constructor and the factory.
   PillowFiles files;
   for (const auto& [extension, bytes] : files.bytes) {
     SCOPED_TRACE(extension);

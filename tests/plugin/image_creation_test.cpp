@@ -254,7 +254,7 @@ TEST_F(ImageCreation, URLsOverHTTP) {
   EXPECT_EQ(server.requests(), 7);  // the redirect is followed with a second request
 }
 
-TEST_F(ImageCreation, ImageFromThePasteboard) {
+TEST_F(ImageCreation, ThePasteboardMemoryBlocksAndFolderItems) {
   host::Runtime& runtime = Probe();
   ImageFolder folder;
   EXPECT_FALSE(runtime.callShared("NSImageQVR", "canInitWithPasteboard").boolean) << "an empty pasteboard";
@@ -265,11 +265,6 @@ TEST_F(ImageCreation, ImageFromThePasteboard) {
   EXPECT_TRUE(runtime.call(image, "initWithPasteboard").boolean);
   EXPECT_EQ(Pixels(image), folder.source());
   EXPECT_EQ(Shared("InstancesCount").integer, 1);
-}
-
-TEST_F(ImageCreation, MemoryBlocksAndFolderItems) {
-  host::Runtime& runtime = Probe();
-  ImageFolder folder;
   std::string png = folder.bytes("image.png");
   host::Value block = runtime.memoryBlock(png.data(), png.size());
   host::Value fromBlock = Factory("imageWithData", {block});
@@ -334,12 +329,7 @@ TEST_F(ImageCreation, ThreadedFactoriesGiveWhatTheDirectOnesGive) {
   ExpectNilRaises("imageWithContentsOfFileMT", "Folderitem is nil");
   ExpectNilRaises("imageWithContentsOfPathMT", "Path is empty");
   ExpectNilRaises("imageWithContentsOfURLMT", "URL is empty");
-  EXPECT_EQ(runtime.foreignThreadCalls(), 0u) << "the workers never called the host";
-}
-
-TEST_F(ImageCreation, OtherHostThreadsRunWhileAThreadedFactoryLoads) {
-  host::Runtime& runtime = Probe();
-  ImageFolder folder;
+  // Other host threads run while a threaded factory loads.
   std::atomic<bool> stop{false};
   std::atomic<int> turns{0};
   size_t counter = runtime.startThread([&] {
@@ -355,7 +345,7 @@ TEST_F(ImageCreation, OtherHostThreadsRunWhileAThreadedFactoryLoads) {
   EXPECT_EQ(Pixels(image), Pixels(direct));
   stop = true;
   runtime.joinThread(counter);
-  EXPECT_EQ(runtime.foreignThreadCalls(), 0u);
+  EXPECT_EQ(runtime.foreignThreadCalls(), 0u) << "the workers never called the host";
 }
 
 }  // namespace

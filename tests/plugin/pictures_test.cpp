@@ -78,7 +78,7 @@ void PrintTo(const HostSetup& setup, std::ostream* os) { *os << setup.name; }
 class EverySetup : public Pictures, public ::testing::WithParamInterface<HostSetup> {};
 
 // A picture with every pixel different (opaque), and the same picture back from an image.
-TEST_P(EverySetup, OpaqueRoundTripIsExact) {
+TEST_P(EverySetup, OpaqueRoundTripIsExactAndMismatchedSizesGiveNil) {
   StartWith(GetParam());
   Value p = Picture(5, 3);
   for (int y = 0; y < 3; ++y)
@@ -97,10 +97,21 @@ TEST_P(EverySetup, OpaqueRoundTripIsExact) {
   }
   EXPECT_EQ(Pixels(rt().call(image, "CopyPictureRect", {Int(0), Int(0), Int(0), Int(0), Value::nil()})), Pixels(p));
   EXPECT_EQ(Pixels(rt().call(image, "CopyMask")), std::vector<uint32_t>(15, 0u)) << "an opaque image's mask is black";
+  // Mismatched sizes and nil pictures give no emptied and leave the instance empty.
+  Value square = Picture(10, 10), tall = Picture(10, 11);
+  Value emptied = Image(square);
+  EXPECT_NE(rt().get(emptied, "Handle").integer, 0);
+  EXPECT_FALSE(rt().call(emptied, "initWithPicture", {square, tall}).boolean);
+  EXPECT_EQ(rt().get(emptied, "Handle").integer, 0);
+  EXPECT_TRUE(rt().call(emptied, "initWithPicture", {square, Value::nil()}).boolean);
+  EXPECT_FALSE(rt().call(emptied, "initWithPicture", {Value::nil(), Value::nil()}).boolean);
+  EXPECT_EQ(rt().get(emptied, "Handle").integer, 0);
+  EXPECT_EQ(rt().get(Image(square, tall), "Handle").integer, 0);
+  for (const char* copy : {"CopyPicture", "CopyMask", "CopyPictureWithMask"}) EXPECT_TRUE(rt().call(emptied, copy).isNil());
 }
 
 // Black mask pixels are opaque, white ones transparent, grey ones premultiplied.
-TEST_P(EverySetup, MasksBecomePremultipliedAlphaAndComeBack) {
+TEST_P(EverySetup, MasksComeBackAndRectanglesClipAndReadUpward) {
   StartWith(GetParam());
   Value p = Picture(3, 2);
   Fill(p, 0x00FF0000, 0, 1, 3, 1);  // bottom row red, top row white
@@ -131,32 +142,13 @@ TEST_P(EverySetup, MasksBecomePremultipliedAlphaAndComeBack) {
   EXPECT_EQ(Pixel(back, 0, 1), 0xFF0000u);
   EXPECT_EQ(Pixels(rt().call(ImageOf(2, 2, {0, 0, 0, 0}), "CopyMask")), std::vector<uint32_t>(4, 0xFFFFFFu))
       << "a transparent image's mask is white";
-}
-
-// Mismatched sizes and nil pictures give no image and leave the instance empty.
-TEST_P(EverySetup, ImageAndMaskOfDifferentSizesGiveNil) {
-  StartWith(GetParam());
-  Value p = Picture(10, 10), tall = Picture(10, 11);
-  Value image = Image(p);
-  EXPECT_NE(rt().get(image, "Handle").integer, 0);
-  EXPECT_FALSE(rt().call(image, "initWithPicture", {p, tall}).boolean);
-  EXPECT_EQ(rt().get(image, "Handle").integer, 0);
-  EXPECT_TRUE(rt().call(image, "initWithPicture", {p, Value::nil()}).boolean);
-  EXPECT_FALSE(rt().call(image, "initWithPicture", {Value::nil(), Value::nil()}).boolean);
-  EXPECT_EQ(rt().get(image, "Handle").integer, 0);
-  EXPECT_EQ(rt().get(Image(p, tall), "Handle").integer, 0);
-  for (const char* copy : {"CopyPicture", "CopyMask", "CopyPictureWithMask"}) EXPECT_TRUE(rt().call(image, copy).isNil());
-}
-
-// Rectangles are clipped to the image, read in its own coordinates (y up), and refused
-// when negative or outside.
-TEST_P(EverySetup, CopyPictureRectClipsAndReadsUpward) {
-  StartWith(GetParam());
-  Value p = Picture(100, 50);
-  Fill(p, 0x000000FF, 0, 25, 100, 25);  // the bottom half blue, the top white
-  Value image = Image(p);
+  // Rectangles are clipped to the clipped, read in its own coordinates (y up), and refused
+  // when negative or outside.
+  Value halves = Picture(100, 50);
+  Fill(halves, 0x000000FF, 0, 25, 100, 25);  // the bottom half blue, the top white
+  Value clipped = Image(halves);
   auto rect = [&](int x, int y, int w, int h) {
-    return rt().call(image, "CopyPictureRect", {Int(x), Int(y), Int(w), Int(h), Value::nil()});
+    return rt().call(clipped, "CopyPictureRect", {Int(x), Int(y), Int(w), Int(h), Value::nil()});
   };
   EXPECT_EQ(Size(rect(80, 10, 50, 0)), "20 x 40");
   EXPECT_EQ(Size(rect(-1, 0, 10, 10)), "nil");

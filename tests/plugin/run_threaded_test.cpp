@@ -25,7 +25,7 @@ class ThreadedRunner : public support::PluginTest {
 
 const char kRan[] = "ran=1 name=NSImageLoad refused=0";
 
-TEST_F(ThreadedRunner, OtherHostThreadsAdvanceWhileTheWorkRunsAndRunWorkToo) {
+TEST_F(ThreadedRunner, HostThreadsAdvanceWhileWorkRunsAndFailuresAreQuiet) {
   host::Runtime& runtime = Probe();
   std::atomic<bool> stop{false};
   uint64_t otherYields = 0;
@@ -51,12 +51,8 @@ TEST_F(ThreadedRunner, OtherHostThreadsAdvanceWhileTheWorkRunsAndRunWorkToo) {
   EXPECT_EQ(Run(30), kRan);
   runtime.joinThread(other);
   EXPECT_EQ(otherResult, kRan);
-  EXPECT_EQ(runtime.foreignThreadCalls(), 0u);
-}
-
-TEST_F(ThreadedRunner, InstantWorkYieldsTwiceAndFailuresAreQuiet) {
-  host::Runtime& runtime = Probe();
-  uint64_t before = runtime.yieldCount();
+  // Instant work yields twice; failures are quiet.
+  before = runtime.yieldCount();
   EXPECT_EQ(Run(0), kRan);
   EXPECT_GE(runtime.yieldCount() - before, 2u);
 

@@ -58,43 +58,7 @@ TEST_F(PluginTest, GeometryValuesAndCoreFoundationWrappersKeepThePlatformLayout)
   EXPECT_EQ(runtime.classOf(image)->dataOffset, 24u);
 }
 
-TEST_F(PluginTest, ColoursAreOneWrapperPerPlatformColour) {
-  host::Runtime& runtime = Start();
-  Value color = runtime.newInstance("NSColorQVR", {Value::ofDouble(1), Value::ofDouble(0.5), Value::ofDouble(0.25),
-                                                   Value::ofDouble(0.75)});
-  // Like the host's event loop, every call into a plugin runs in an autorelease pool that
-  // is drained when the call returns: only the wrapper's own retain is left on the colour.
-  auto handle = reinterpret_cast<CFTypeRef>(static_cast<intptr_t>(runtime.get(color, "Handle").integer));
-  ASSERT_NE(handle, nullptr);
-  EXPECT_EQ(CFGetRetainCount(handle), 1);
-  EXPECT_NEAR(runtime.get(color, "RedComponent").real, 1.0, 1e-6);
-  EXPECT_NEAR(runtime.get(color, "GreenComponent").real, 0.5, 1e-6);
-  EXPECT_NEAR(runtime.get(color, "BlueComponent").real, 0.25, 1e-6);
-  EXPECT_NEAR(runtime.get(color, "AlphaComponent").real, 0.75, 1e-6);
-
-  Value grey = runtime.newInstance("NSColorQVR", {Value::ofDouble(0.5)});
-  EXPECT_NEAR(runtime.get(grey, "RedComponent").real, 0.5, 1e-6);
-  EXPECT_NEAR(runtime.get(grey, "AlphaComponent").real, 1.0, 1e-6);
-
-  Value white = runtime.callShared("NSColorQVR", "WhiteColor");
-  Value whiteAgain = runtime.callShared("NSColorQVR", "WhiteColor");
-  ASSERT_FALSE(white.isNil());
-  EXPECT_EQ(white.object.get(), whiteAgain.object.get());
-
-  Value space = runtime.callShared("NSColorSpaceQVR", "DeviceGrayColorSpace");
-  ASSERT_FALSE(space.isNil());
-  EXPECT_EQ(runtime.get(space, "NumberOfColorComponents").integer, 1);
-  EXPECT_EQ(runtime.callShared("NSColorSpaceQVR", "DeviceGrayColorSpace").object.get(), space.object.get());
-  Value rgb = runtime.callShared("NSColorSpaceQVR", "DeviceRGBColorSpace");
-  EXPECT_EQ(runtime.get(rgb, "NumberOfColorComponents").integer, 3);
-
-  // An empty colour reads as zeros and has no colour space.
-  Value none = runtime.newInstance("NSColorQVR");
-  EXPECT_EQ(runtime.get(none, "RedComponent").real, 0.0);
-  EXPECT_TRUE(runtime.get(none, "ColorSpace").isNil());
-}
-
-TEST_F(PluginTest, FoundationWrappersGiveTheMembersOneExpects) {
+TEST_F(PluginTest, FoundationWrappersAndColoursGiveTheMembersOneExpects) {
   host::Runtime& rt = Start();
   auto text = [&](const Value& self, const char* property) { return rt.utf8(rt.get(self, property)); };
   Value zone = rt.newInstance("NSTimeZoneQVR", {rt.string("Asia/Tokyo")});
@@ -123,6 +87,39 @@ TEST_F(PluginTest, FoundationWrappersGiveTheMembersOneExpects) {
   EXPECT_EQ(rt.get(rt.newInstance("CFNumberQVR", {Value::ofDouble(-1.25)}), "DoubleValue").real, -1.25);
   EXPECT_EQ(text(rt.newInstance("CFStringQVR", {rt.string("t")}), "StringValue"), "t");
   EXPECT_EQ(text(rt.newInstance("CFURLQVR", {rt.string("file:///tmp/a")}), "AbsoluteString"), "file:///tmp/a");
+  // Colours are one wrapper per platform colour.
+  Value color = rt.newInstance("NSColorQVR", {Value::ofDouble(1), Value::ofDouble(0.5), Value::ofDouble(0.25),
+                                                   Value::ofDouble(0.75)});
+  // Like the host's event loop, every call into a plugin runs in an autorelease pool that
+  // is drained when the call returns: only the wrapper's own retain is left on the colour.
+  auto handle = reinterpret_cast<CFTypeRef>(static_cast<intptr_t>(rt.get(color, "Handle").integer));
+  ASSERT_NE(handle, nullptr);
+  EXPECT_EQ(CFGetRetainCount(handle), 1);
+  EXPECT_NEAR(rt.get(color, "RedComponent").real, 1.0, 1e-6);
+  EXPECT_NEAR(rt.get(color, "GreenComponent").real, 0.5, 1e-6);
+  EXPECT_NEAR(rt.get(color, "BlueComponent").real, 0.25, 1e-6);
+  EXPECT_NEAR(rt.get(color, "AlphaComponent").real, 0.75, 1e-6);
+
+  Value grey = rt.newInstance("NSColorQVR", {Value::ofDouble(0.5)});
+  EXPECT_NEAR(rt.get(grey, "RedComponent").real, 0.5, 1e-6);
+  EXPECT_NEAR(rt.get(grey, "AlphaComponent").real, 1.0, 1e-6);
+
+  Value white = rt.callShared("NSColorQVR", "WhiteColor");
+  Value whiteAgain = rt.callShared("NSColorQVR", "WhiteColor");
+  ASSERT_FALSE(white.isNil());
+  EXPECT_EQ(white.object.get(), whiteAgain.object.get());
+
+  Value space = rt.callShared("NSColorSpaceQVR", "DeviceGrayColorSpace");
+  ASSERT_FALSE(space.isNil());
+  EXPECT_EQ(rt.get(space, "NumberOfColorComponents").integer, 1);
+  EXPECT_EQ(rt.callShared("NSColorSpaceQVR", "DeviceGrayColorSpace").object.get(), space.object.get());
+  Value rgb = rt.callShared("NSColorSpaceQVR", "DeviceRGBColorSpace");
+  EXPECT_EQ(rt.get(rgb, "NumberOfColorComponents").integer, 3);
+
+  // An empty colour reads as zeros and has no colour space.
+  Value none = rt.newInstance("NSColorQVR");
+  EXPECT_EQ(rt.get(none, "RedComponent").real, 0.0);
+  EXPECT_TRUE(rt.get(none, "ColorSpace").isNil());
 }
 
 TEST_F(PluginTest, SiblingClassesRegisterInLayoutNineToo) {
