@@ -57,7 +57,6 @@ TEST_F(DocumentReps, PdfPagesBoundsDataAndIdentity) {
   host::Runtime& runtime = Probe();
   std::string pdf = support::MadeBy(kTwoPagesCommand, "two.pdf");
   host::Value rep = runtime.callShared("NSPDFImageRepQVR", "imageRepWithData", {Block(pdf)});
-  ASSERT_FALSE(rep.isNil());
   EXPECT_EQ(support::ClassName(runtime, rep), "NSPDFImageRepQVR");
   EXPECT_EQ(runtime.get(rep, "pageCount").integer, 2);
   EXPECT_EQ(runtime.get(rep, "currentPage").integer, 0);
@@ -82,19 +81,16 @@ TEST_F(DocumentReps, PdfPagesBoundsDataAndIdentity) {
 TEST_F(DocumentReps, EpsAndPictBoxesDataAndPixels) {
   host::Runtime& runtime = Probe();
   host::Value rep = runtime.callShared("NSEPSImageRepQVR", "imageRepWithData", {Block(kFigure)});
-  ASSERT_FALSE(rep.isNil());
   EXPECT_EQ(Rect(runtime.call(rep, "boundingBox")), "10 20 100 50 ");
   EXPECT_EQ(runtime.memoryBlockBytes(runtime.call(rep, "EPSRepresentation")), kFigure);
   runtime.call(rep, "prepareGState");
   host::Value pdf = runtime.call(rep, "pdfImage");
-  ASSERT_FALSE(pdf.isNil());
   EXPECT_EQ(support::ClassName(runtime, pdf), "NSPDFImageRepQVR");
   EXPECT_EQ(runtime.call(rep, "pdfImage").object.get(), pdf.object.get()) << "the same host instance twice";
   EXPECT_EQ(Rect(runtime.get(pdf, "bounds")), "0 0 100 50 ");
   EXPECT_EQ(runtime.get(pdf, "pageCount").integer, 1);
   // The figure as an image, drawn at twice its size: red left half, blue bottom right.
   host::Value image = runtime.callShared("NSImageQVR", "imageWithData", {Block(kFigure)});
-  ASSERT_FALSE(image.isNil());
   auto pixel = Drawn(image, 200, 100);
   EXPECT_EQ(pixel(40, 50), "255 0 0 255");
   EXPECT_EQ(pixel(160, 80), "0 0 255 255");
@@ -105,7 +101,6 @@ TEST_F(DocumentReps, EpsAndPictBoxesDataAndPixels) {
       support::MadeBy("convert -size 8x6 xc:'#3366cc' -fill '#ff8800' -draw 'rectangle 0,0 3,2' -depth 8 PICT:p.pict",
                           "p.pict");
   host::Value pictRep = runtime.callShared("NSPICTImageRepQVR", "imageRepWithData", {Block(pict)});
-  ASSERT_FALSE(pictRep.isNil());
   EXPECT_EQ(Rect(runtime.get(pictRep, "boundingBox")), "0 0 8 6 ");
   EXPECT_EQ(runtime.memoryBlockBytes(runtime.call(pictRep, "PICTRepresentation")), pict);
   host::Value pictImage = runtime.callShared("NSImageQVR", "imageWithData", {Block(pict)});
@@ -139,7 +134,6 @@ TEST_F(DocumentReps, RectanglesAreNilWithoutTheSiblingPlugin) {
   options.siblings = false;
   host::Runtime& runtime = Probe(options);
   host::Value rep = runtime.callShared("NSEPSImageRepQVR", "imageRepWithData", {Block(kFigure)});
-  ASSERT_FALSE(rep.isNil());
   EXPECT_TRUE(runtime.call(rep, "boundingBox").isNil());
   EXPECT_FALSE(runtime.call(rep, "pdfImage").isNil());
 }

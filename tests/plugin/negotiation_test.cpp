@@ -105,7 +105,6 @@ TEST_F(PluginTest, ClassesArriveInOrderWithTheirDataAndHandlesAndNewInstancesAre
     const std::string kind(name);
     const bool fromData = kind != "NSImageQVR" && kind != "NSImageRepQVR";
     host::Value object = fromData ? runtime.newInstance(name, {runtime.memoryBlock("", 0)}) : runtime.newInstance(name);
-    ASSERT_FALSE(object.isNil()) << name;
     // NSImageQVR's Constructor gives every new instance an empty image of its own.
     if (std::string(name) == "NSImageQVR")
       EXPECT_NE(runtime.get(object, "Handle").integer, 0) << name;

@@ -63,7 +63,6 @@ TEST_F(Representations, MultiPageTIFFsAndIconFilesHaveOneRepresentationPerImage)
   };
   for (const auto& row : table) {
     Value image = Image(row[0]);
-    ASSERT_FALSE(image.isNil()) << row[2];
     EXPECT_EQ(Measurements(image), row[1]);
     EXPECT_EQ(Listed(image), row[2]);
     EXPECT_TRUE(runtime_->get(image, "EXIFData").isNil());
