@@ -44,6 +44,16 @@ std::string Hex(const std::string& bytes) {
   return hex;
 }
 
+// Any number a Variant holds, as a double (Booleans as 0 and 1).
+double Number(const Value& v) {
+  switch (v.kind) {
+    case Value::Kind::Double:
+    case Value::Kind::Single: return v.real;
+    case Value::Kind::Boolean: return v.boolean ? 1 : 0;
+    default: return double(v.integer);
+  }
+}
+
 class BitmapEncoding : public support::PluginTest {
  protected:
   // A 32 x 16 representation: a gradient, the right quarter fully transparent.
@@ -63,7 +73,7 @@ class BitmapEncoding : public support::PluginTest {
   }
 };
 
-TEST_F(BitmapEncoding, EveryEncoderWithoutAndWithProperties) {
+TEST_F(BitmapEncoding, EveryEncoderAndThePropertiesByKey) {
   host::Runtime& runtime = Start();
   Value rep = Rep();
   struct Case { const char* member; const char* format; bool keepsAlpha; };
@@ -150,21 +160,7 @@ TEST_F(BitmapEncoding, EveryEncoderWithoutAndWithProperties) {
       EXPECT_EQ(Pillow(data, "print(im.getexif()[271])"), "QVR Writer");
     }
   }
-}
-
-// Any number a Variant holds, as a double (Booleans as 0 and 1).
-double Number(const Value& v) {
-  switch (v.kind) {
-    case Value::Kind::Double:
-    case Value::Kind::Single: return v.real;
-    case Value::Kind::Boolean: return v.boolean ? 1 : 0;
-    default: return double(v.integer);
-  }
-}
-
-TEST_F(BitmapEncoding, PropertiesByKeyBothWaysAndWhatALoadedImageReports) {
-  host::Runtime& runtime = Start();
-  Value rep = Rep();
+  // Properties by key, both ways, and what a loaded image reports.
   auto get = [&](const Value& from, const char* key) {
     return runtime.unboxed(runtime.call(from, "valueForProperty", {Text(key)}));
   };

@@ -43,7 +43,7 @@ class Conversions : public support::PluginTest {
 const std::string kPrecomposed = "caf\xC3\xA9.png";   // U+00E9
 const std::string kDecomposed = "cafe\xCC\x81.png";   // e, U+0301
 
-TEST_F(Conversions, CopiesBothWaysAndDatesInTheLocalZone) {
+TEST_F(Conversions, DataDatesFolderItemsAndFileURLsConvertBothWays) {
   Probe();
   EXPECT_EQ(Call("NewDataLength", {Block("")}).integer, -1) << "an empty block gives nil";
   EXPECT_EQ(Call("NewDataLength", {Value::nil()}).integer, -1);
@@ -66,15 +66,7 @@ TEST_F(Conversions, CopiesBothWaysAndDatesInTheLocalZone) {
   EXPECT_EQ(Utf8(Call("CalendarDateOf", {date, Text("Europe/Berlin")})), "2012-03-04 05:06:07 Europe/Berlin 1330833967");
   EXPECT_EQ(Utf8(Call("CalendarDateOf", {date, Text("Asia/Tokyo")})), "2012-03-04 05:06:07 Asia/Tokyo 1330805167");
   EXPECT_EQ(Utf8(Call("CalendarDateOf", {Value::nil(), Text("")})), "nil");
-}
-
-TEST_F(Conversions, ABlockTheHostCannotMakeIsAnOutOfMemoryException) {
-  Probe(Without({"newMemoryBlock"}));
-  ExpectOutOfMemory(3);
-}
-
-TEST_F(Conversions, FolderItemsAndFileURLsConvertBothWays) {
-  Probe();
+  // FolderItems and file URLs convert both ways.
   EXPECT_EQ(UrlPath(dir_ + "/present.txt"), dir_ + "/present.txt");
   EXPECT_EQ(UrlPath(dir_), dir_);
   EXPECT_EQ(UrlPath(dir_ + "/" + kPrecomposed), dir_ + "/" + kDecomposed) << "a missing item's name, in form D";
@@ -86,6 +78,11 @@ TEST_F(Conversions, FolderItemsAndFileURLsConvertBothWays) {
   EXPECT_EQ(ItemPath(dir_ + "/" + std::string(300, 'a')), dir_ + "/" + std::string(255, 'a'));
   EXPECT_EQ(ItemPath(dir_ + "/no folder/x.png"), "nil");
   EXPECT_EQ(ItemPath("/"), "/");
+}
+
+TEST_F(Conversions, ABlockTheHostCannotMakeIsAnOutOfMemoryException) {
+  Probe(Without({"newMemoryBlock"}));
+  ExpectOutOfMemory(3);
 }
 
 // Each route on its own: with one hand-over entry point gone, only the items that the

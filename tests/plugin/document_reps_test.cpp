@@ -109,26 +109,6 @@ TEST_F(DocumentReps, EpsAndPictBoxesDataAndPixels) {
   EXPECT_EQ(pictPixel(6, 4), "51 102 204 255");
 }
 
-TEST_F(DocumentReps, NoDataEmptyDataAndNoSibling) {
-  host::Runtime& runtime = Probe();
-  const struct { const char *cls, *rect; bool rectIsProperty; const char* data; } cases[] = {
-      {"NSPDFImageRepQVR", "bounds", true, "PDFRepresentation"},
-      {"NSEPSImageRepQVR", "boundingBox", false, "EPSRepresentation"},
-      {"NSPICTImageRepQVR", "boundingBox", true, "PICTRepresentation"}};
-  for (const auto& c : cases) {
-    host::Value empty = runtime.newInstance(c.cls, {Block("")});
-    EXPECT_EQ(runtime.get(empty, "Handle").integer, 0) << c.cls;
-    host::Value rect = c.rectIsProperty ? runtime.get(empty, c.rect) : runtime.call(empty, c.rect);
-    EXPECT_EQ(Rect(rect), "0 0 0 0 ") << c.cls;
-    EXPECT_TRUE(runtime.call(empty, c.data).isNil()) << c.cls;
-    EXPECT_TRUE(runtime.callShared(c.cls, "imageRepWithData", {Block("not a picture")}).isNil()) << c.cls;
-    EXPECT_TRUE(runtime.callShared(c.cls, "imageRepWithData", {host::Value()}).isNil()) << c.cls;
-  }
-  host::Value plain = runtime.newInstance("NSEPSImageRepQVR", {Block("")});
-  EXPECT_TRUE(runtime.call(plain, "pdfImage").isNil());
-  EXPECT_EQ(runtime.get(runtime.newInstance("NSPDFImageRepQVR", {Block("")}), "pageCount").integer, 0);
-}
-
 TEST_F(DocumentReps, RectanglesAreNilWithoutTheSiblingPlugin) {
   host::Options options;
   options.siblings = false;
@@ -138,7 +118,7 @@ TEST_F(DocumentReps, RectanglesAreNilWithoutTheSiblingPlugin) {
   EXPECT_FALSE(runtime.call(rep, "pdfImage").isNil());
 }
 
-TEST_F(DocumentReps, TypeListsAndNamedImages) {
+TEST_F(DocumentReps, TypeListsNamedImagesAndInstancesWithoutData) {
   host::Runtime& runtime = Probe();
   for (const char* list : {"imageUnfilteredFileTypes", "imageUnfilteredPasteboardTypes", "imageFileTypes",
                            "imagePasteboardTypes", "imageTypes", "imageUnfilteredTypes"}) {
@@ -179,6 +159,23 @@ TEST_F(DocumentReps, TypeListsAndNamedImages) {
     EXPECT_EQ(Utf8(value), std::string("NS") + name);
     EXPECT_FALSE(runtime.callShared("NSImageQVR", "imageNamed", {value}).isNil()) << name;
   }
+  // No data and empty data make instances that hold nothing and give nil.
+  const struct { const char *cls, *rect; bool rectIsProperty; const char* data; } cases[] = {
+      {"NSPDFImageRepQVR", "bounds", true, "PDFRepresentation"},
+      {"NSEPSImageRepQVR", "boundingBox", false, "EPSRepresentation"},
+      {"NSPICTImageRepQVR", "boundingBox", true, "PICTRepresentation"}};
+  for (const auto& c : cases) {
+    host::Value empty = runtime.newInstance(c.cls, {Block("")});
+    EXPECT_EQ(runtime.get(empty, "Handle").integer, 0) << c.cls;
+    host::Value rect = c.rectIsProperty ? runtime.get(empty, c.rect) : runtime.call(empty, c.rect);
+    EXPECT_EQ(Rect(rect), "0 0 0 0 ") << c.cls;
+    EXPECT_TRUE(runtime.call(empty, c.data).isNil()) << c.cls;
+    EXPECT_TRUE(runtime.callShared(c.cls, "imageRepWithData", {Block("not a picture")}).isNil()) << c.cls;
+    EXPECT_TRUE(runtime.callShared(c.cls, "imageRepWithData", {host::Value()}).isNil()) << c.cls;
+  }
+  host::Value plain = runtime.newInstance("NSEPSImageRepQVR", {Block("")});
+  EXPECT_TRUE(runtime.call(plain, "pdfImage").isNil());
+  EXPECT_EQ(runtime.get(runtime.newInstance("NSPDFImageRepQVR", {Block("")}), "pageCount").integer, 0);
 }
 
 }  // namespace

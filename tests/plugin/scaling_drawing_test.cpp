@@ -47,30 +47,7 @@ class ScalingDrawing : public support::PluginTest {
 
 const RGBA kRed{255, 0, 0, 255}, kBlue{0, 0, 255, 255}, kClear{0, 0, 0, 0};
 
-TEST_F(ScalingDrawing, ProportionalScalingKeepsTheLongerSide) {
-  Probe();
-  Value landscape = Plain(200, 100, kRed), portrait = Plain(100, 200, kRed), square = Plain(100, 100, kRed);
-  EXPECT_EQ(Geometry(Scale(landscape, 100, 100)), "100 x 50");
-  EXPECT_EQ(Geometry(Scale(portrait, 100, 100)), "50 x 100");
-  EXPECT_EQ(Geometry(Scale(square, 300, 50)), "300 x 50") << "a square source fills the target";
-  EXPECT_EQ(Geometry(Scale(landscape, 50, 10)), "50 x 25") << "the other side may grow";
-  EXPECT_EQ(Geometry(runtime_->call(landscape, "imageByScalingToSize",
-                                    {Value::ofDouble(30), Value::ofDouble(70), Value::ofDouble(1),
-                                     Value::ofBoolean(false), Value::ofBoolean(false)})),
-            "30 x 70");
-
-  // A scaled copy shows the source's content; the source is left as it was.
-  Value half = Scale(landscape, 100, 100);
-  std::string pixels = Pixels(half);
-  EXPECT_TRUE(PixelNear(pixels, 100, 50, 25, kRed));
-  EXPECT_EQ(Geometry(landscape), "200 x 100");
-
-  Value none = WithoutImage();
-  EXPECT_TRUE(Scale(none, 10, 10).isNil());
-  EXPECT_TRUE(runtime_->call(none, "imageByFadingToFraction", {Value::ofDouble(0.5)}).isNil());
-}
-
-TEST_F(ScalingDrawing, CopiesFadingFlippingNamesAndSizes) {
+TEST_F(ScalingDrawing, ScaledFadedFlippedCopiesNamesAndSizes) {
   host::Runtime& runtime = Probe();
   // Top half red, bottom half blue (rows from the top).
   Value image = Image(8, 8, [](int, int y) { return y < 4 ? kRed : kBlue; });
@@ -111,6 +88,25 @@ TEST_F(ScalingDrawing, CopiesFadingFlippingNamesAndSizes) {
   Value none = WithoutImage();
   EXPECT_FALSE(runtime.call(none, "setName", {Text("x")}).boolean);
   runtime.call(none, "setSize", {Value::ofDouble(1), Value::ofDouble(1)});
+  // Proportional scaling keeps the longer side; an empty instance gives no copy.
+  Value landscape = Plain(200, 100, kRed), portrait = Plain(100, 200, kRed), square = Plain(100, 100, kRed);
+  EXPECT_EQ(Geometry(Scale(landscape, 100, 100)), "100 x 50");
+  EXPECT_EQ(Geometry(Scale(portrait, 100, 100)), "50 x 100");
+  EXPECT_EQ(Geometry(Scale(square, 300, 50)), "300 x 50") << "a square source fills the target";
+  EXPECT_EQ(Geometry(Scale(landscape, 50, 10)), "50 x 25") << "the other side may grow";
+  EXPECT_EQ(Geometry(runtime_->call(landscape, "imageByScalingToSize",
+                                    {Value::ofDouble(30), Value::ofDouble(70), Value::ofDouble(1),
+                                     Value::ofBoolean(false), Value::ofBoolean(false)})),
+            "30 x 70");
+
+  // A scaled copy shows the source's content; the source is left as it was.
+  Value half = Scale(landscape, 100, 100);
+  std::string pixels = Pixels(half);
+  EXPECT_TRUE(PixelNear(pixels, 100, 50, 25, kRed));
+  EXPECT_EQ(Geometry(landscape), "200 x 100");
+
+  EXPECT_TRUE(Scale(none, 10, 10).isNil());
+  EXPECT_TRUE(runtime_->call(none, "imageByFadingToFraction", {Value::ofDouble(0.5)}).isNil());
 }
 
 // A loaded JPEG drawn at a much smaller size is decoded again at a reduced size (DCT

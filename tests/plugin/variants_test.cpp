@@ -110,7 +110,7 @@ class Variants : public support::PluginTest, public ::testing::WithParamInterfac
   const std::string dir_ = folder_.path();
 };
 
-TEST_P(Variants, PlatformObjectsBecomeHostValues) {
+TEST_P(Variants, PlatformObjectsAndHostValuesConvertBothWays) {
   // kind, with the sibling plugin, without it ("=" the same).
   const std::vector<std::array<std::string, 3>> table = {
       {"nil", "nil", "="},
@@ -179,9 +179,7 @@ TEST_P(Variants, PlatformObjectsBecomeHostValues) {
     EXPECT_EQ(DataWord<uint32_t>(space, 8), 0x52424346u);
     EXPECT_EQ(runtime_->get(space, "NumberOfComponents").integer, 1);
   }
-}
-
-TEST_P(Variants, HostValuesBecomePlatformObjects) {
+  // And host values become platform objects.
   host::Runtime& rt = *runtime_;
   Value dictionary = rt.newInstance("Dictionary");
   rt.assign(dictionary, "Value", {Text("a")}, Value::nil());
@@ -192,7 +190,7 @@ TEST_P(Variants, HostValuesBecomePlatformObjects) {
   Value date = rt.newInstance("Date", {Value::ofInteger(2020), Value::ofInteger(2), Value::ofInteger(29),
                                        Value::ofInteger(23), Value::ofInteger(59), Value::ofInteger(58)});
   const std::string block("\0\1\2", 3);
-  const std::vector<std::pair<Value, std::string>> table = {
+  const std::vector<std::pair<Value, std::string>> hostTable = {
       {Value::nil(), "nil"},
       {rt.variant(Value::ofInt32(7)), "i:7"},
       {rt.variant(Value::ofInteger(int64_t(1) << 40)), "q:1099511627776"},
@@ -221,7 +219,7 @@ TEST_P(Variants, HostValuesBecomePlatformObjects) {
       {rt.array(host::kArrayObject, {rt.variant(Value::ofInt32(4)), rt.array(host::kArrayString, {Text("x")})}),
        "mutable[i:4, mutable[string:x]]"},
   };
-  for (const auto& row : table) EXPECT_EQ(ToPlatform(row.first), row.second) << row.second;
+  for (const auto& row : hostTable) EXPECT_EQ(ToPlatform(row.first), row.second) << row.second;
 
   // Instances of this plugin's classes give their platform object itself (numbers come
   // back in the smallest type Foundation here keeps them in).
