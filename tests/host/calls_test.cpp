@@ -9,7 +9,7 @@
 
 using host::Value;
 
-TEST_F(HostTest, CallsPassAndReturnEveryTypeObjectsWithOneReference) {
+TEST_F(HostTest, CallsPassAndReturnEveryTypeTakeDefaultsAndReadConstants) {
   load();
   Value o = rt().newInstance("TestBase");
   // Object results come with one reference.
@@ -50,6 +50,11 @@ TEST_F(HostTest, CallsPassAndReturnEveryTypeObjectsWithOneReference) {
        "String -3|2.250|0.500|1|8589934592|s|object|9"},
       {"Mixed", {integer(1), integer(2), integer(3), Value::ofBoolean(false), integer(4), str(""), Value::nil(), integer(5)},
        "String 1|2.000|3.000|0|4||nil|5"},
+      // Missing arguments take their defaults (42 is the constant Answer).
+      {"Add", {integer(1)}, "Integer 6"},
+      {"Defaults", {}, "String 42|hi, there|1.50|1|nil"},
+      {"Defaults", {integer(1), str("x")}, "String 1|x|1.50|1|nil"},
+      {"Defaults", {integer(1), str("x"), integer(3), Value::ofBoolean(false), o}, "String 1|x|3.00|0|object"},
   };
   for (const auto& c : calls) EXPECT_EQ(shown(rt().call(o, c.member, c.args)), c.result) << c.member;
 
@@ -61,6 +66,12 @@ TEST_F(HostTest, CallsPassAndReturnEveryTypeObjectsWithOneReference) {
   Value block = rt().memoryBlock("abcd", 4);
   Value q = rt().call(o, "OffsetPtr", {block, integer(1)});
   EXPECT_EQ(*static_cast<char*>(q.pointer), 'b');
+  // Constants have their declared types (names without case); subclasses inherit them.
+  for (const auto& [cls, name, value] : {std::tuple{"TestBase", "Answer", "Integer 42"}, {"TestBase", "pi", "Double 3.25"},
+                                         {"TestBase", "Greeting", "String hello"}, {"TestBase", "Enabled", "Boolean true"},
+                                         {"TestLeaf", "Answer", "Integer 42"}})
+    EXPECT_EQ(shown(rt().constant(cls, name)), value) << name;
+  EXPECT_THROW(rt().constant("TestBase", "Nothing"), std::invalid_argument);
 }
 
 TEST_F(HostTest, OverloadsAreChosenByArgumentTypes) {
@@ -93,22 +104,6 @@ TEST_F(HostTest, OverloadsAreChosenByArgumentTypes) {
   // Calls on Nil raise NilObjectException; on a value that is no object, they do not fit.
   EXPECT_EQ(Raised([&] { rt().call(Value::nil(), "Add", {integer(1)}); }).rfind("NilObjectException: ", 0), 0u);
   EXPECT_THROW(rt().call(integer(1), "Add"), std::invalid_argument);
-}
-
-TEST_F(HostTest, MissingArgumentsTakeTheirDefaultsAndConstantsTheirTypes) {
-  load();
-  Value o = rt().newInstance("TestBase");
-  EXPECT_EQ(rt().call(o, "Add", {integer(1)}).integer, 6);
-  EXPECT_EQ(text(rt().call(o, "Defaults")), "42|hi, there|1.50|1|nil");  // 42 is the constant Answer
-  EXPECT_EQ(text(rt().call(o, "Defaults", {integer(1), str("x")})), "1|x|1.50|1|nil");
-  EXPECT_EQ(text(rt().call(o, "Defaults", {integer(1), str("x"), integer(3), Value::ofBoolean(false), o})),
-            "1|x|3.00|0|object");
-  // Constants have their declared types (names without case); subclasses inherit them.
-  for (const auto& [cls, name, value] : {std::tuple{"TestBase", "Answer", "Integer 42"}, {"TestBase", "pi", "Double 3.25"},
-                                         {"TestBase", "Greeting", "String hello"}, {"TestBase", "Enabled", "Boolean true"},
-                                         {"TestLeaf", "Answer", "Integer 42"}})
-    EXPECT_EQ(shown(rt().constant(cls, name)), value) << name;
-  EXPECT_THROW(rt().constant("TestBase", "Nothing"), std::invalid_argument);
 }
 
 TEST_F(HostTest, PropertiesReadAndWriteThroughAccessorsMarkersAssignableMethodsAndPlugins) {

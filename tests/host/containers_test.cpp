@@ -8,7 +8,7 @@
 
 using host::Value;
 
-TEST_F(HostTest, PluginsFillAndReadArrays) {
+TEST_F(HostTest, PluginsFillAndReadArraysOfEveryElementTypeAndReleaseTheirValues) {
   load();
   Value o = rt().newInstance("TestBase");
   Value names = rt().call(o, "Names", {integer(3)});
@@ -34,10 +34,7 @@ TEST_F(HostTest, PluginsFillAndReadArrays) {
   ASSERT_EQ(d.size(), 2u);
   EXPECT_DOUBLE_EQ(d[0].real, 1.5);  // inserted at 0 after 2.5: shifted up
   EXPECT_DOUBLE_EQ(d[1].real, 2.5);
-}
-
-TEST_F(HostTest, ArraysOfEveryElementTypeKeepTheirValuesAndReleaseThem) {
-  load();
+  // Arrays of every element type keep their values and release them.
   struct Case {
     host::ArrayElementType type;
     Value value;
@@ -73,7 +70,7 @@ TEST_F(HostTest, ArraysOfEveryElementTypeKeepTheirValuesAndReleaseThem) {
   EXPECT_EQ(rt().liveObjects(), objects);
 }
 
-TEST_F(HostTest, MemoryBlocksPassBothWays) {
+TEST_F(HostTest, MemoryBlocksPassBothWaysAndTheirMembersWorkForHostCodeAndPlugins) {
   load();
   Value o = rt().newInstance("TestBase");
   Value block = rt().memoryBlock("\x01\x02\x03", 3);
@@ -86,11 +83,8 @@ TEST_F(HostTest, MemoryBlocksPassBothWays) {
   // A new block is zero-filled.
   Value fresh = rt().newInstance("MemoryBlock", {integer(16)});
   EXPECT_EQ(rt().memoryBlockBytes(fresh), std::string(16, '\0'));
-}
-
-TEST_F(HostTest, MemoryBlockMembersWorkForHostCodeAndPlugins) {
-  load();
-  Value block = rt().newInstance("MemoryBlock", {integer(4)});
+  // Members for host code.
+  block = rt().newInstance("MemoryBlock", {integer(4)});
   rt().assign(block, "Byte", {integer(2)}, integer(200));
   EXPECT_EQ(rt().call(block, "Byte", {integer(2)}).integer, 200);
   rt().assign(block, "Int32Value", {integer(0)}, Value::ofInt32(-2));
@@ -102,9 +96,7 @@ TEST_F(HostTest, MemoryBlockMembersWorkForHostCodeAndPlugins) {
   EXPECT_EQ(rt().memoryBlockBytes(block)[7], '\0');
   EXPECT_THROW(rt().call(block, "Byte", {integer(8)}), host::HostException);  // OutOfBoundsException
   EXPECT_THROW(rt().call(block, "Byte", {integer(-1)}), host::HostException);
-
   // A plugin loads the same members as C functions (libffi closures).
-  Value o = rt().newInstance("TestBase");
   EXPECT_EQ(rt().call(o, "BlockMembers", {block}).integer, 66 * 1000 + 1);
   EXPECT_EQ(rt().memoryBlockBytes(block).substr(0, 2), "AB");
 }

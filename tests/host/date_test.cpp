@@ -16,7 +16,7 @@ class DateTest : public HostTest {
   std::string sql(const host::Value& d) { return text(rt().get(d, "SQLDateTime")); }
 };
 
-TEST_F(DateTest, FieldsOfTheDateItWasMadeWithAlsoForAPluginByName) {
+TEST_F(DateTest, FieldsOfTheDateItWasMadeWithAlsoForAPluginByNameAndTheirTextForms) {
   load();
   host::Value d = date(2012, 3, 4, 5, 6, 7);
   const std::pair<const char*, int64_t> fields[] = {{"Year", 2012}, {"Month", 3},  {"Day", 4},      {"Hour", 5},
@@ -26,9 +26,26 @@ TEST_F(DateTest, FieldsOfTheDateItWasMadeWithAlsoForAPluginByName) {
   EXPECT_EQ(text(rt().get(d, "SQLDate")), "2012-03-04");
   EXPECT_EQ(text(rt().callShared("TestHandOver", "DateFields", {d})), "2012 3 4 5 6 7");
   EXPECT_EQ(text(rt().callShared("TestHandOver", "DateFields", {host::Value::nil()})), "");
+  // The SQL strings set, the host's default text forms, days and weeks of the year, and
+  // dates compared by the moment they show.
+  d = date(2013, 5, 17, 15, 4, 9);
+  rt().set(d, "SQLDate", str("2013-01-06"));
+  EXPECT_EQ(sql(d), "2013-01-06 15:04:09");
+  const std::pair<const char*, const char*> forms[] = {{"ShortDate", "1/6/13"}, {"AbbreviatedDate", "Jan 6, 2013"},
+                                                       {"LongDate", "Sunday, January 6, 2013"}, {"ShortTime", "3:04 PM"},
+                                                       {"LongTime", "3:04:09 PM"}};
+  for (const auto& [name, expected] : forms) EXPECT_EQ(text(rt().get(d, name)), expected) << name;
+  EXPECT_EQ(field(d, "DayOfYear"), 6);
+  EXPECT_EQ(field(d, "WeekOfYear"), 2);  // 2013 began on a Tuesday
+  rt().set(d, "SQLDateTime", str("2013-01-06 10:00"));
+  host::Value later = date(2013, 1, 6, 11);
+  rt().set(later, "GMTOffset", host::Value::ofDouble(rt().get(later, "GMTOffset").real + 1));  // the same moment an hour east
+  EXPECT_EQ(rt().call(d, "Operator_Compare", {date(2013, 1, 6, 10)}).integer, 0);
+  EXPECT_EQ(rt().call(d, "Operator_Compare", {date(2013, 1, 6, 11)}).integer, -1);
+  EXPECT_EQ(rt().call(later, "Operator_Compare", {date(2013, 1, 6, 11)}).integer, 0);
 }
 
-TEST_F(DateTest, TotalSecondsCountFrom1904InWallClockTime) {
+TEST_F(DateTest, TotalSecondsCountFrom1904InWallClockTimeAndOffsetsComeFromTheZone) {
   load();
   EXPECT_DOUBLE_EQ(rt().get(date(1904, 1, 1), "TotalSeconds").real, 0.0);
   EXPECT_DOUBLE_EQ(rt().get(date(1904, 1, 2, 0, 0, 1), "TotalSeconds").real, 86401.0);
@@ -40,9 +57,34 @@ TEST_F(DateTest, TotalSecondsCountFrom1904InWallClockTime) {
   host::Value early = date(1900, 2, 28, 23, 59, 59);
   EXPECT_LT(rt().get(early, "TotalSeconds").real, 0);
   EXPECT_EQ(sql(early), "1900-02-28 23:59:59");
+  // A new GMTOffset shows the same moment elsewhere.
+  d = date(2012, 3, 4, 5, 6, 7);
+  rt().set(d, "GMTOffset", host::Value::ofDouble(0));
+  rt().set(d, "GMTOffset", host::Value::ofDouble(2));
+  EXPECT_DOUBLE_EQ(rt().get(d, "GMTOffset").real, 2.0);
+  host::Value copy = date(2012, 3, 4);
+  rt().set(copy, "GMTOffset", host::Value::ofDouble(0));
+  rt().set(copy, "TotalSeconds", rt().get(d, "TotalSeconds"));
+  rt().set(copy, "GMTOffset", host::Value::ofDouble(0.5));
+  EXPECT_DOUBLE_EQ(rt().get(copy, "TotalSeconds").real, rt().get(d, "TotalSeconds").real + 1800);
+  rt().set(copy, "GMTOffset", host::Value::ofDouble(1e9));  // no zone is that far off: ignored
+  EXPECT_DOUBLE_EQ(rt().get(copy, "GMTOffset").real, 0.5);
+  // The local offset comes from the zone at that date.
+  std::tm tm{};  // 2012-03-04 05:06:07, with daylight saving time as the zone has it then
+  tm.tm_year = 112, tm.tm_mon = 2, tm.tm_mday = 4, tm.tm_hour = 5, tm.tm_min = 6, tm.tm_sec = 7, tm.tm_isdst = -1;
+  ASSERT_NE(std::mktime(&tm), static_cast<std::time_t>(-1));
+  EXPECT_DOUBLE_EQ(rt().get(date(2012, 3, 4, 5, 6, 7), "GMTOffset").real, double(tm.tm_gmtoff) / 3600);
+  // A new Date without arguments is now.
+  std::time_t before = std::time(nullptr);
+  d = rt().newInstance("Date");
+  std::time_t after = std::time(nullptr);
+  double offset = rt().get(d, "GMTOffset").real;
+  double utc = rt().get(d, "TotalSeconds").real - offset * 3600 - 24107.0 * 86400;
+  EXPECT_GE(utc, double(before));
+  EXPECT_LE(utc, double(after) + 1);
 }
 
-TEST_F(DateTest, FieldsSetOutOfRangeCarryIntoTheirNeighbours) {
+TEST_F(DateTest, FieldsSetOutOfRangeCarryIntoTheirNeighboursAndNonsenseIsIgnored) {
   load();
   host::Value d = date(2012, 1, 31);
   // One field set after another on the same date; February 31st is March 2nd in a leap year.
@@ -61,42 +103,8 @@ TEST_F(DateTest, FieldsSetOutOfRangeCarryIntoTheirNeighbours) {
   EXPECT_EQ(sql(date(2012, 14, 1)), "2013-02-01 00:00:00");
   EXPECT_EQ(sql(date(1900, 2, 29)), "1900-03-01 00:00:00") << "1900 was no leap year";
   EXPECT_EQ(sql(date(2000, 2, 29)), "2000-02-29 00:00:00");
-}
-
-TEST_F(DateTest, ANewGMTOffsetShowsTheSameMomentElsewhere) {
-  load();
-  host::Value d = date(2012, 3, 4, 5, 6, 7);
-  rt().set(d, "GMTOffset", host::Value::ofDouble(0));
-  rt().set(d, "GMTOffset", host::Value::ofDouble(2));
-  EXPECT_DOUBLE_EQ(rt().get(d, "GMTOffset").real, 2.0);
-  host::Value copy = date(2012, 3, 4);
-  rt().set(copy, "GMTOffset", host::Value::ofDouble(0));
-  rt().set(copy, "TotalSeconds", rt().get(d, "TotalSeconds"));
-  rt().set(copy, "GMTOffset", host::Value::ofDouble(0.5));
-  EXPECT_DOUBLE_EQ(rt().get(copy, "TotalSeconds").real, rt().get(d, "TotalSeconds").real + 1800);
-  rt().set(copy, "GMTOffset", host::Value::ofDouble(1e9));  // no zone is that far off: ignored
-  EXPECT_DOUBLE_EQ(rt().get(copy, "GMTOffset").real, 0.5);
-}
-
-TEST_F(DateTest, TheLocalOffsetComesFromTheZoneAtThatDateAndANewDateIsNow) {
-  load();
-  std::tm tm{};  // 2012-03-04 05:06:07, with daylight saving time as the zone has it then
-  tm.tm_year = 112, tm.tm_mon = 2, tm.tm_mday = 4, tm.tm_hour = 5, tm.tm_min = 6, tm.tm_sec = 7, tm.tm_isdst = -1;
-  ASSERT_NE(std::mktime(&tm), static_cast<std::time_t>(-1));
-  EXPECT_DOUBLE_EQ(rt().get(date(2012, 3, 4, 5, 6, 7), "GMTOffset").real, double(tm.tm_gmtoff) / 3600);
-  // A new Date without arguments is now.
-  std::time_t before = std::time(nullptr);
-  host::Value d = rt().newInstance("Date");
-  std::time_t after = std::time(nullptr);
-  double offset = rt().get(d, "GMTOffset").real;
-  double utc = rt().get(d, "TotalSeconds").real - offset * 3600 - 24107.0 * 86400;
-  EXPECT_GE(utc, double(before));
-  EXPECT_LE(utc, double(after) + 1);
-}
-
-TEST_F(DateTest, NonsenseIsIgnored) {
-  load();
-  host::Value d = date(2012, 3, 4);
+  // Nonsense is ignored.
+  d = date(2012, 3, 4);
   rt().set(d, "TotalSeconds", host::Value::ofDouble(std::numeric_limits<double>::quiet_NaN()));
   EXPECT_EQ(sql(d), "2012-03-04 00:00:00");
   host::Value far = date(9223372036854775807LL, 1, 1);
@@ -104,27 +112,6 @@ TEST_F(DateTest, NonsenseIsIgnored) {
   EXPECT_THROW(rt().set(d, "SQLDate", str("2000-13-01")), host::HostException);
   EXPECT_THROW(rt().set(d, "SQLDateTime", str("2000-01-01 10:00 junk")), host::HostException);
   EXPECT_EQ(sql(d), "2012-03-04 00:00:00");
-}
-
-// The SQL strings set, the host's default text forms, days and weeks of the year, and
-// dates compared by the moment they show.
-TEST_F(DateTest, TextFormsAndComparison) {
-  load();
-  host::Value d = date(2013, 5, 17, 15, 4, 9);
-  rt().set(d, "SQLDate", str("2013-01-06"));
-  EXPECT_EQ(sql(d), "2013-01-06 15:04:09");
-  const std::pair<const char*, const char*> forms[] = {{"ShortDate", "1/6/13"}, {"AbbreviatedDate", "Jan 6, 2013"},
-                                                       {"LongDate", "Sunday, January 6, 2013"}, {"ShortTime", "3:04 PM"},
-                                                       {"LongTime", "3:04:09 PM"}};
-  for (const auto& [name, expected] : forms) EXPECT_EQ(text(rt().get(d, name)), expected) << name;
-  EXPECT_EQ(field(d, "DayOfYear"), 6);
-  EXPECT_EQ(field(d, "WeekOfYear"), 2);  // 2013 began on a Tuesday
-  rt().set(d, "SQLDateTime", str("2013-01-06 10:00"));
-  host::Value later = date(2013, 1, 6, 11);
-  rt().set(later, "GMTOffset", host::Value::ofDouble(rt().get(later, "GMTOffset").real + 1));  // the same moment an hour east
-  EXPECT_EQ(rt().call(d, "Operator_Compare", {date(2013, 1, 6, 10)}).integer, 0);
-  EXPECT_EQ(rt().call(d, "Operator_Compare", {date(2013, 1, 6, 11)}).integer, -1);
-  EXPECT_EQ(rt().call(later, "Operator_Compare", {date(2013, 1, 6, 11)}).integer, 0);
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ class FolderItemTest : public HostTest {
   const std::string dir_ = folder_.path();
 };
 
-TEST_F(FolderItemTest, PathsNamesParentsAndChildrenThatNeedNotExist) {
+TEST_F(FolderItemTest, PathsNamesParentsAndChildrenThatNeedNotExistAndTrueItemCountsFromOne) {
   load();
   write("a.txt", "hello");
   host::Value f = item(dir_ + "/./sub/../a.txt");
@@ -51,21 +51,16 @@ TEST_F(FolderItemTest, PathsNamesParentsAndChildrenThatNeedNotExist) {
   EXPECT_TRUE(rt().call(folder, "Child", {str("a/b")}).isNil());
   EXPECT_TRUE(rt().call(folder, "Child", {str("..")}).isNil());
   EXPECT_TRUE(rt().call(folder, "Child", {str("")}).isNil());
-}
-
-TEST_F(FolderItemTest, TrueItemCountsFromOneInNameOrder) {
-  load();
+  // TrueItem counts from one in name order (a.txt is there already).
   write("b", "2");
   write("a", "1");
   ASSERT_EQ(mkdir((dir_ + "/c").c_str(), 0700), 0);
-  host::Value folder = item(dir_);
-  EXPECT_EQ(rt().get(folder, "Count").integer, 3);
-  EXPECT_EQ(path(rt().call(folder, "TrueItem", {integer(1)})), dir_ + "/a");
-  EXPECT_EQ(path(rt().call(folder, "TrueItem", {integer(2)})), dir_ + "/b");
-  host::Value third = rt().call(folder, "TrueItem", {integer(3)});
-  EXPECT_TRUE(flag(third, "Directory"));
+  EXPECT_EQ(rt().get(folder, "Count").integer, 4);
+  for (const auto& [index, name] : {std::pair{1, "a"}, {2, "a.txt"}, {3, "b"}})
+    EXPECT_EQ(path(rt().call(folder, "TrueItem", {integer(index)})), dir_ + "/" + name);
+  EXPECT_TRUE(flag(rt().call(folder, "TrueItem", {integer(4)}), "Directory"));
   EXPECT_TRUE(rt().call(folder, "TrueItem(index as integer) as folderitem", {integer(0)}).isNil());
-  EXPECT_TRUE(rt().call(folder, "TrueItem", {integer(4)}).isNil());
+  EXPECT_TRUE(rt().call(folder, "TrueItem", {integer(5)}).isNil());
   EXPECT_TRUE(rt().call(rt().call(folder, "Child", {str("a")}), "TrueItem", {integer(1)}).isNil());
 }
 
@@ -95,14 +90,14 @@ TEST_F(FolderItemTest, DeleteRenameAndCreateAsFolder) {
   EXPECT_EQ(path(folder), dir_ + "/folder");
 }
 
-TEST_F(FolderItemTest, ItemsAreHandedOverAsAnFSRefOrAParentAndANameButNotToAForeignThread) {
+TEST_F(FolderItemTest, ItemsAreHandedOverAsFSRefsParentsAndNamesAndFSSpecsBothWaysButNotToAForeignThread) {
   load();
   write("pic.png", "x");
-  EXPECT_EQ(text(handOver("RefPath", {item(dir_ + "/pic.png")})), dir_ + "/pic.png");
-  EXPECT_EQ(text(handOver("RefPath", {item(dir_)})), dir_);
-  EXPECT_EQ(text(handOver("RefPath", {item("/")})), "/");
-  EXPECT_EQ(text(handOver("RefPath", {item(dir_ + "/missing")})), "");
-  EXPECT_EQ(text(handOver("RefPath", {host::Value::nil()})), "");
+  // Existing items only.
+  for (const auto& [item, ref] : std::vector<std::pair<host::Value, std::string>>{
+           {item(dir_ + "/pic.png"), dir_ + "/pic.png"}, {item(dir_), dir_}, {item("/"), "/"}, {item(dir_ + "/missing"), ""},
+           {host::Value::nil(), ""}})
+    EXPECT_EQ(text(handOver("RefPath", {item})), ref);
   EXPECT_EQ(text(handOver("ParentRefAndName", {item(dir_ + "/caf\xC3\xA9.png")})), dir_ + "|caf\xC3\xA9.png");
   EXPECT_EQ(text(handOver("ParentRefAndName", {item(dir_ + "/nowhere/x.png")})), "") << "the parent must exist";
   EXPECT_EQ(text(handOver("ParentRefAndName", {item("/")})), "") << "the root has no parent";
@@ -115,20 +110,15 @@ TEST_F(FolderItemTest, ItemsAreHandedOverAsAnFSRefOrAParentAndANameButNotToAFore
   EXPECT_FALSE(made);
   EXPECT_EQ(rt().foreignThreadCalls(), 1u);
   EXPECT_TRUE(toRef(f.object.get(), ref, nullptr));
-}
-
-TEST_F(FolderItemTest, AFolderItemComesBackFromAParentAndANameAndFSSpecsGoBothWays) {
-  load();
+  // A FolderItem comes back from a parent and a name, and FSSpecs go both ways.
   host::Value folder = item(dir_);
-  host::Value made = handOver("FromParent", {folder, str("new.png"), integer(7)});
-  EXPECT_EQ(path(made), dir_ + "/new.png");
-  EXPECT_FALSE(flag(made, "Exists"));
+  host::Value fromParent = handOver("FromParent", {folder, str("new.png"), integer(7)});
+  EXPECT_EQ(path(fromParent), dir_ + "/new.png");
+  EXPECT_FALSE(flag(fromParent, "Exists"));
   std::string name(255, 'n');
   EXPECT_EQ(path(handOver("FromParent", {folder, str(name.c_str()), integer(255)})), dir_ + "/" + name);
-  EXPECT_TRUE(handOver("FromParent", {folder, str("a/b"), integer(3)}).isNil());
-  EXPECT_TRUE(handOver("FromParent", {folder, str(".."), integer(2)}).isNil());
-  EXPECT_TRUE(handOver("FromParent", {folder, str(""), integer(0)}).isNil());
-  EXPECT_TRUE(handOver("FromParent", {folder, str("x"), integer(256)}).isNil());
+  for (const auto& [name, length] : {std::pair{"a/b", 3}, {"..", 2}, {"", 0}, {"x", 256}})
+    EXPECT_TRUE(handOver("FromParent", {folder, str(name), integer(length)}).isNil()) << name;
   EXPECT_TRUE(handOver("FromParent", {item(dir_ + "/missing"), str("x"), integer(1)}).isNil());
   write("there", "");
   for (const std::string& p : {dir_ + "/there", dir_ + "/not-there", dir_, std::string("/")})

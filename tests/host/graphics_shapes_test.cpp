@@ -47,7 +47,7 @@ class GraphicsShapesTest : public HostTest, public ::testing::WithParamInterface
 
 }  // namespace
 
-TEST_P(GraphicsShapesTest, ShapesLandOnThePixelsTheHostDraws) {
+TEST_P(GraphicsShapesTest, ShapesLandOnThePixelsTheHostDrawsWithThePenAndColourAndOddArguments) {
   host::Options options;
   options.kind = GetParam();
   load(options);
@@ -68,12 +68,7 @@ TEST_P(GraphicsShapesTest, ShapesLandOnThePixelsTheHostDraws) {
         break;
       }
   }
-}
-
-TEST_P(GraphicsShapesTest, PenAndColourAndOddArguments) {
-  host::Options options;
-  options.kind = GetParam();
-  load(options);
+  // The pen size, the colour, and arguments far outside the picture or not numbers at all.
   Value p = rt().newInstance("Picture", {integer(10), integer(8), integer(32)});
   Value g = rt().get(p, "Graphics");
   rt().set(g, "PenSize", integer(3));

@@ -104,7 +104,7 @@ TEST_F(PictureTest, TheCGContextHandOverDrawsIntoThePicture) {
   EXPECT_THROW(rt().call(g, "Handle", {integer(99)}), host::HostException);
 }
 
-TEST_F(PictureTest, PluginsReachPicturesThroughEntryPoints) {
+TEST_F(PictureTest, PluginsReachPicturesThroughEntryPointsAndBuildThemFromBuffers) {
   load();
   auto newPicture = entry<host::ObjectHeader* (*)(int32_t, int32_t, int32_t)>("newPicture");
   auto lock = entry<bool (*)(host::ObjectHeader*, void*, uint32_t)>("REALLockPictureDescription");
@@ -147,6 +147,40 @@ TEST_F(PictureTest, PluginsReachPicturesThroughEntryPoints) {
   CGImageRelease(image);
   EXPECT_EQ(pixel(target, 0, 0), 0xFF000000u);
   EXPECT_EQ(pixel(target, 2, 1), 0x00FFFFFFu);
+  // Pictures from a plugin's buffer in each pixel type, and the DrawPicture plugins load by
+  // its declaration (unless the knob hides it).
+  auto build = entry<host::ObjectHeader* (*)(intptr_t, intptr_t, int32_t, const void*, intptr_t)>("REALBuildPictureFromBuffer");
+  struct Case {
+    int32_t type;
+    std::string pixel;  // the buffer's one pixel for opaque 0x102030
+    bool alpha;
+  };
+  for (const Case& c : {Case{1, std::string("\x10\x20\x30", 3), false}, Case{2, std::string("\x30\x20\x10", 3), false},
+                        Case{3, std::string("\x00\x10\x20\x30", 4), false}, Case{4, std::string("\x30\x20\x10\x00", 4), false},
+                        Case{5, std::string("\xFF\x10\x20\x30", 4), true}}) {
+    std::string row = c.pixel + std::string(8, '\x7F');  // a pixel and padding
+    std::string buffer = row + row;
+    Value p = Value::ofObject(host::ObjectRef::adopt(build(1, 2, c.type, buffer.data(), intptr_t(row.size()))));
+    ASSERT_FALSE(p.isNil()) << c.type;
+    EXPECT_EQ(pixel(p, 0, 0), 0x102030u) << c.type;
+    EXPECT_EQ(pixel(p, 0, 1), 0x102030u) << c.type;
+    EXPECT_EQ(rt().get(p, "HasAlphaChannel").boolean, c.alpha) << c.type;
+  }
+  EXPECT_EQ(build(1, 1, 9, "abcd", 4), nullptr);
+  EXPECT_EQ(build(2, 1, 3, "abcd", 4), nullptr) << "rows shorter than their pixels";
+
+  auto load = entry<void* (*)(host::ObjectHeader*, const char*)>("REALLoadObjectMethod");
+  Value source = picture(2, 2, 32);
+  target = picture(4, 4, 32);
+  fill(source, 0x00FF0000, 0, 0, 2, 2);
+  g = rt().get(target, "Graphics");
+  auto draw = reinterpret_cast<void (*)(host::ObjectHeader*, host::ObjectHeader*, intptr_t, intptr_t, intptr_t, intptr_t,
+                                        intptr_t, intptr_t, intptr_t, intptr_t)>(load(g.object.get(), kDrawPicture));
+  ASSERT_NE(draw, nullptr);
+  draw(g.object.get(), source.object.get(), 1, 1, 2, 2, 0, 0, -10000, -10000);
+  EXPECT_EQ(pixel(target, 1, 1), 0x00FF0000u);
+  EXPECT_EQ(pixel(target, 2, 2), 0x00FF0000u);
+  EXPECT_EQ(pixel(target, 3, 3), 0x00FFFFFFu);
 }
 
 // Console and web applications keep every Picture in the host row buffer: Graphics,
@@ -200,43 +234,6 @@ TEST_F(PictureTest, ConsolePicturesLiveInTheRowBuffer) {
   host::PictureCounts counts = rt().pictureCounts(p);
   EXPECT_EQ(counts.descriptionLocks, 2u);
   EXPECT_EQ(counts.descriptionUnlocks, 2u);
-}
-
-// Pictures from a plugin's buffer in each pixel type, and the DrawPicture plugins load
-// by its declaration (unless the knob hides it).
-TEST_F(PictureTest, BuffersAndTheLoadableDrawPicture) {
-  load();
-  auto build = entry<host::ObjectHeader* (*)(intptr_t, intptr_t, int32_t, const void*, intptr_t)>("REALBuildPictureFromBuffer");
-  struct Case {
-    int32_t type;
-    std::string pixel;  // the buffer's one pixel for opaque 0x102030
-    bool alpha;
-  };
-  for (const Case& c : {Case{1, std::string("\x10\x20\x30", 3), false}, Case{2, std::string("\x30\x20\x10", 3), false},
-                        Case{3, std::string("\x00\x10\x20\x30", 4), false}, Case{4, std::string("\x30\x20\x10\x00", 4), false},
-                        Case{5, std::string("\xFF\x10\x20\x30", 4), true}}) {
-    std::string row = c.pixel + std::string(8, '\x7F');  // a pixel and padding
-    std::string buffer = row + row;
-    Value p = Value::ofObject(host::ObjectRef::adopt(build(1, 2, c.type, buffer.data(), intptr_t(row.size()))));
-    ASSERT_FALSE(p.isNil()) << c.type;
-    EXPECT_EQ(pixel(p, 0, 0), 0x102030u) << c.type;
-    EXPECT_EQ(pixel(p, 0, 1), 0x102030u) << c.type;
-    EXPECT_EQ(rt().get(p, "HasAlphaChannel").boolean, c.alpha) << c.type;
-  }
-  EXPECT_EQ(build(1, 1, 9, "abcd", 4), nullptr);
-  EXPECT_EQ(build(2, 1, 3, "abcd", 4), nullptr) << "rows shorter than their pixels";
-
-  auto load = entry<void* (*)(host::ObjectHeader*, const char*)>("REALLoadObjectMethod");
-  Value source = picture(2, 2, 32), target = picture(4, 4, 32);
-  fill(source, 0x00FF0000, 0, 0, 2, 2);
-  Value g = rt().get(target, "Graphics");
-  auto draw = reinterpret_cast<void (*)(host::ObjectHeader*, host::ObjectHeader*, intptr_t, intptr_t, intptr_t, intptr_t,
-                                        intptr_t, intptr_t, intptr_t, intptr_t)>(load(g.object.get(), kDrawPicture));
-  ASSERT_NE(draw, nullptr);
-  draw(g.object.get(), source.object.get(), 1, 1, 2, 2, 0, 0, -10000, -10000);
-  EXPECT_EQ(pixel(target, 1, 1), 0x00FF0000u);
-  EXPECT_EQ(pixel(target, 2, 2), 0x00FF0000u);
-  EXPECT_EQ(pixel(target, 3, 3), 0x00FFFFFFu);
 }
 
 TEST_F(PictureTest, DrawPictureCanBeKeptFromPlugins) {

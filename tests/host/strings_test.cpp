@@ -15,7 +15,7 @@ const char kCafeUTF16[] = "c\0a\0f\0\xE9\0";  // little-endian code units
 
 }  // namespace
 
-TEST_F(HostTest, StringObjectsHaveTheDocumentedWordsAndConvertBetweenEncodings) {
+TEST_F(HostTest, StringObjectsHaveTheDocumentedWordsConvertBetweenEncodingsAndAnswerTheEntryPoints) {
   load();
   Value s = rt().string("hello", host::kEncodingUTF8);
   auto* words = reinterpret_cast<uintptr_t*>(s.string.get());
@@ -33,50 +33,42 @@ TEST_F(HostTest, StringObjectsHaveTheDocumentedWordsAndConvertBetweenEncodings) 
   }
   EXPECT_EQ(words[0], 1u);
   Value o = rt().newInstance("TestBase");
-  Value utf8 = rt().string(kCafeUTF8, host::kEncodingUTF8);
-  auto convert = [&](const Value& s, uint32_t encoding) { return rt().call(o, "Convert", {s, integer(encoding)}); };
-
-  Value mac = convert(utf8, host::kEncodingMacRoman);
-  EXPECT_EQ(rt().bytes(mac), kCafeMacRoman);
-  EXPECT_EQ(rt().encoding(mac), host::kEncodingMacRoman);
-  Value utf16 = convert(utf8, host::kEncodingUTF16);
-  EXPECT_EQ(rt().bytes(utf16), std::string(kCafeUTF16, 8));
-  EXPECT_EQ(rt().encoding(utf16), host::kEncodingUTF16);
-  // And back.
-  EXPECT_EQ(rt().bytes(convert(mac, host::kEncodingUTF8)), kCafeUTF8);
-  EXPECT_EQ(rt().bytes(convert(utf16, host::kEncodingUTF8)), kCafeUTF8);
-  EXPECT_EQ(rt().bytes(convert(utf16, host::kEncodingMacRoman)), kCafeMacRoman);
+  const Value utf8 = rt().string(kCafeUTF8, host::kEncodingUTF8), mac = rt().string(kCafeMacRoman, host::kEncodingMacRoman),
+              utf16 = rt().string(std::string(kCafeUTF16, 8), host::kEncodingUTF16);
   EXPECT_EQ(rt().utf8(mac), kCafeUTF8);
   EXPECT_EQ(rt().utf8(utf16), kCafeUTF8);
-  // ASCII cannot hold é: it becomes '?'.
-  Value ascii = convert(utf8, host::kEncodingASCII);
-  EXPECT_EQ(rt().bytes(ascii), "caf?");
-  EXPECT_EQ(rt().encoding(ascii), host::kEncodingASCII);
-  // Broken UTF-8 input is replaced character by character.
-  EXPECT_EQ(rt().bytes(convert(rt().string("a\xFF" "b", host::kEncodingUTF8), host::kEncodingMacRoman)), "a?b");
-  // 0xFFFF: no conversion either way.
-  Value raw = convert(utf8, host::kEncodingUnknown);
-  EXPECT_EQ(rt().bytes(raw), kCafeUTF8);
-  EXPECT_EQ(rt().encoding(raw), host::kEncodingUnknown);
-  Value untagged = rt().string("\x8E", host::kEncodingUnknown);
-  EXPECT_EQ(rt().bytes(convert(untagged, host::kEncodingUTF8)), "\x8E");
+  // Conversions by the plugin, each way: ASCII cannot hold é (it becomes '?'), broken UTF-8
+  // is replaced character by character, 0xFFFF converts nothing either way.
+  const struct {
+    Value from;
+    uint32_t to;
+    std::string bytes;
+  } conversions[] = {{utf8, host::kEncodingMacRoman, kCafeMacRoman},
+                     {utf8, host::kEncodingUTF16, std::string(kCafeUTF16, 8)},
+                     {mac, host::kEncodingUTF8, kCafeUTF8},
+                     {utf16, host::kEncodingUTF8, kCafeUTF8},
+                     {utf16, host::kEncodingMacRoman, kCafeMacRoman},
+                     {utf8, host::kEncodingASCII, "caf?"},
+                     {rt().string("a\xFF" "b", host::kEncodingUTF8), host::kEncodingMacRoman, "a?b"},
+                     {utf8, host::kEncodingUnknown, kCafeUTF8},
+                     {rt().string("\x8E", host::kEncodingUnknown), host::kEncodingUTF8, "\x8E"}};
+  for (const auto& c : conversions) {
+    Value converted = rt().call(o, "Convert", {c.from, integer(c.to)});
+    EXPECT_EQ(rt().bytes(converted), c.bytes) << c.to;
+    EXPECT_EQ(rt().encoding(converted), c.to) << c.to;
+  }
   // An encoding the host does not know gives no string.
-  EXPECT_EQ(convert(utf8, 0x12345).string.get(), nullptr);
-}
-
-TEST_F(HostTest, StringEntryPointsAnswerEncodingTextLengthAndBytesAndResultsAreCounted) {
-  load();
-  Value o = rt().newInstance("TestBase");
+  EXPECT_EQ(rt().call(o, "Convert", {utf8, integer(0x12345)}).string.get(), nullptr);
+  // The string entry points answer encoding, text, length and bytes; results are counted.
   // REALGetStringEncoding | StringGetCString | LenB through REALLoadGlobalMethod.
   EXPECT_EQ(text(rt().call(o, "StringInfo", {rt().string("abc", host::kEncodingASCII)})), "600|abc|3");
-  EXPECT_EQ(text(rt().call(o, "StringInfo", {rt().string(kCafeUTF8, host::kEncodingUTF8)})), "8000100|caf\xC3\xA9|5");
+  EXPECT_EQ(text(rt().call(o, "StringInfo", {utf8})), "8000100|caf\xC3\xA9|5");
   EXPECT_EQ(text(rt().call(o, "StringInfo", {Value::nil()})), "ffff||0");
   // Platform strings: UTF-16 units, whatever the host encoding.
-  EXPECT_EQ(rt().call(o, "PlatformLength", {rt().string(kCafeUTF8, host::kEncodingUTF8)}).integer, 4);
-  EXPECT_EQ(rt().call(o, "PlatformLength", {rt().string(std::string(kCafeUTF16, 8), host::kEncodingUTF16)}).integer, 4);
-  EXPECT_EQ(rt().call(o, "PlatformLength", {rt().string(kCafeMacRoman, host::kEncodingUnknown)}).integer, 4);
-  EXPECT_EQ(rt().call(o, "PlatformLength", {rt().string("\xF0\x9F\x98\x80", host::kEncodingUTF8)}).integer, 2);
-  EXPECT_EQ(rt().call(o, "PlatformLength", {Value::nil()}).integer, -2);
+  for (const auto& [s, units] : std::vector<std::pair<Value, int64_t>>{
+           {utf8, 4}, {utf16, 4}, {rt().string(kCafeMacRoman, host::kEncodingUnknown), 4},
+           {rt().string("\xF0\x9F\x98\x80", host::kEncodingUTF8), 2}, {Value::nil(), -2}})
+    EXPECT_EQ(rt().call(o, "PlatformLength", {s}).integer, units) << text(s);
   // String results are counted and released.
   size_t before = rt().liveStrings();
   {
@@ -88,15 +80,13 @@ TEST_F(HostTest, StringEntryPointsAnswerEncodingTextLengthAndBytesAndResultsAreC
   for (int i = 0; i < 50; ++i) rt().call(o, "Describe", {str("repeat")});
   EXPECT_EQ(rt().liveStrings(), before);
   // Plugins read string bytes in the encoding they ask.
-  Value utf16 = rt().string(std::string(kCafeUTF16, 8), host::kEncodingUTF16);
   auto bytesIn = [&](const Value& s, uint32_t encoding) {
     return rt().memoryBlockBytes(rt().call(o, "BytesIn", {s, integer(encoding)}));
   };
   EXPECT_EQ(bytesIn(utf16, host::kEncodingUTF8), kCafeUTF8);
   EXPECT_EQ(bytesIn(utf16, host::kEncodingMacRoman), kCafeMacRoman);
   EXPECT_EQ(bytesIn(utf16, host::kEncodingUnknown), std::string(kCafeUTF16, 8));  // the string's own bytes
-  EXPECT_EQ(bytesIn(rt().string(kCafeMacRoman, host::kEncodingMacRoman), host::kEncodingUTF16),
-            std::string(kCafeUTF16, 8));
+  EXPECT_EQ(bytesIn(mac, host::kEncodingUTF16), std::string(kCafeUTF16, 8));
   EXPECT_EQ(bytesIn(rt().string("plain", host::kEncodingASCII), host::kEncodingUTF8), "plain");
   // Strings the plugin builds are tagged as it says; untagged ones are 0xFFFF.
   Value described = rt().call(o, "Describe", {utf16});
@@ -105,4 +95,3 @@ TEST_F(HostTest, StringEntryPointsAnswerEncodingTextLengthAndBytesAndResultsAreC
   Value retagged = rt().call(o, "Retag", {rt().string("x", host::kEncodingUTF8), integer(host::kEncodingASCII)});
   EXPECT_EQ(rt().encoding(retagged), host::kEncodingASCII);
 }
-

@@ -12,7 +12,7 @@ using host::Options;
 
 class ThreadsTest : public HostTest {};
 
-TEST_F(ThreadsTest, TheRuntimesThreadIsAHostThreadAndOthersRunOnlyWhenTheBatonComesTheirWay) {
+TEST_F(ThreadsTest, TheRuntimesThreadIsAHostThreadAndOthersRunInTurnWhenTheBatonComesTheirWay) {
   load();
   EXPECT_TRUE(host::Runtime::onHostThread());
   EXPECT_EQ(rt().runningThreads(), 0u);
@@ -39,10 +39,7 @@ TEST_F(ThreadsTest, TheRuntimesThreadIsAHostThreadAndOthersRunOnlyWhenTheBatonCo
   EXPECT_EQ(advances, 3);
   EXPECT_TRUE(rt().threadFinished(id));
   EXPECT_EQ(rt().runningThreads(), 0u);
-}
-
-TEST_F(ThreadsTest, TheBatonGoesRoundInTheOrderThreadsStartedAndRunThreadsUntilStops) {
-  load();
+  // The baton goes round in the order the threads started.
   std::string order;
   std::vector<size_t> ids;
   for (char name : {'a', 'b', 'c'})
@@ -59,8 +56,8 @@ TEST_F(ThreadsTest, TheBatonGoesRoundInTheOrderThreadsStartedAndRunThreadsUntilS
   for (size_t id : ids) rt().joinThread(id);
   EXPECT_EQ(order, "abc.abc.");
   // RunThreadsUntil stops when done or when nothing is left.
-  int advances = 0;
-  size_t id = rt().startThread([&] {
+  advances = 0;
+  id = rt().startThread([&] {
     while (advances < 10) {
       ++advances;
       rt().yield();
@@ -75,7 +72,7 @@ TEST_F(ThreadsTest, TheBatonGoesRoundInTheOrderThreadsStartedAndRunThreadsUntilS
   rt().joinThread(id);
 }
 
-TEST_F(ThreadsTest, JoinRethrowsWhatTheBodyThrewAndHostThreadsCallThePlugin) {
+TEST_F(ThreadsTest, JoinRethrowsWhatTheBodyThrewAndHostThreadsAndPluginWorkCallThePlugin) {
   load();
   size_t id = rt().startThread([] { throw std::runtime_error("body failed"); });
   EXPECT_THROW(rt().joinThread(id), std::runtime_error);
@@ -91,11 +88,7 @@ TEST_F(ThreadsTest, JoinRethrowsWhatTheBodyThrewAndHostThreadsCallThePlugin) {
   });
   rt().joinThread(id);
   EXPECT_EQ(result.integer, 42);
-  EXPECT_EQ(rt().foreignThreadCalls(), 0u);
-}
-
-TEST_F(ThreadsTest, PluginWorkOnItsOwnThreadYieldsAloneOrWhileAnotherHostThreadAdvances) {
-  load();
+  // Plugin work on a thread of its own yields alone, or while another host thread advances.
   uint64_t before = rt().yieldCount();
   host::Value yields = rt().callShared("TestThreads", "YieldingWork", {integer(5)});
   EXPECT_GE(yields.integer, 5);
@@ -104,7 +97,7 @@ TEST_F(ThreadsTest, PluginWorkOnItsOwnThreadYieldsAloneOrWhileAnotherHostThreadA
   // With another host thread, it advances once for every yield of the plugin.
   bool stop = false;
   int64_t advances = 0;
-  size_t id = rt().startThread([&] {
+  id = rt().startThread([&] {
     while (!stop) {
       ++advances;
       rt().yield();
