@@ -22,6 +22,12 @@ class PictureTest : public HostTest {
   uint32_t pixel(const Value& p, int64_t x, int64_t y) {
     return uint32_t(rt().call(rt().get(p, "RGBSurface"), "Pixel", {integer(x), integer(y)}).integer);
   }
+  // What REALLockPictureDescription and lockPictureDescription fill in.
+  struct Description {
+    int32_t type, unused;
+    void* data;
+    int32_t width, height;
+  };
   void fill(const Value& p, uint32_t color, double x, double y, double w, double h) {
     Value g = rt().get(p, "Graphics");
     rt().set(g, "DrawingColor", Value::ofColor(color));
@@ -31,7 +37,7 @@ class PictureTest : public HostTest {
 
 }  // namespace
 
-TEST_F(PictureTest, GraphicsDrawWhereTheHostExpectsAndDrawPictureScalesClipsAndMasks) {
+TEST_F(PictureTest, GraphicsDrawPictureMasksAndCGContextsDrawWhereTheHostExpects) {
   load();
   Value p = picture(4, 3);
   EXPECT_TRUE(rt().get(p, "HasAlphaChannel").boolean);
@@ -78,12 +84,9 @@ TEST_F(PictureTest, GraphicsDrawWhereTheHostExpectsAndDrawPictureScalesClipsAndM
   EXPECT_EQ(pixel(other, 3, 0), 0x00FFFFFFu);
   EXPECT_EQ(pixel(other, 2, 0), 0xFF000000u);
   EXPECT_THROW(rt().call(g, "DrawPicture", {Value::nil(), Value::ofDouble(0), Value::ofDouble(0)}), host::HostException);
-}
-
-TEST_F(PictureTest, TheCGContextHandOverDrawsIntoThePicture) {
-  load();
-  Value p = picture(5, 4);
-  Value g = rt().get(p, "Graphics");
+  // The Core Graphics context handed over by Graphics.Handle draws into the picture.
+  p = picture(5, 4);
+  g = rt().get(p, "Graphics");
   Value type = rt().constant("Graphics", "HandleTypeCGContextRef");
   auto context = reinterpret_cast<CGContextRef>(static_cast<intptr_t>(rt().call(g, "Handle", {type}).integer));
   ASSERT_NE(context, nullptr);
@@ -118,11 +121,7 @@ TEST_F(PictureTest, PluginsReachPicturesThroughEntryPointsAndBuildThemFromBuffer
   EXPECT_TRUE(rt().get(alpha, "HasAlphaChannel").boolean);
   EXPECT_EQ(alpha.object.get()->refCount, 1);
 
-  struct {
-    int32_t type, unused;
-    void* data;
-    int32_t width, height;
-  } description{};
+  Description description{};
   ASSERT_TRUE(lock(plain.object.get(), &description, 8));
   EXPECT_EQ(description.type, 8);
   EXPECT_EQ(description.width, 3);
@@ -206,17 +205,13 @@ TEST_F(PictureTest, ConsolePicturesLiveInTheRowBuffer) {
   EXPECT_EQ(pixel(target, 0, 0), 0x00FFFFFFu);
   EXPECT_EQ(pixel(target, 2, 1), 0x000000FFu) << "masked away";
 
-  struct {
-    int32_t type, unused;
-    uintptr_t* data;
-    int32_t width, height;
-  } description{};
+  Description description{};
   EXPECT_FALSE(lock(p.object.get(), &description, 8));
   ASSERT_TRUE(lock(p.object.get(), &description, 10));
   EXPECT_EQ(description.type, 10);
   EXPECT_EQ(description.width, 3);
   EXPECT_EQ(description.height, 2);
-  uintptr_t* record = description.data;
+  auto* record = static_cast<uintptr_t*>(description.data);
   EXPECT_EQ(record[0], 0u);
   EXPECT_EQ(record[1], 3u);
   EXPECT_EQ(record[2], 2u);
