@@ -89,7 +89,7 @@ TEST(Console, TextEncodingsAndNumbersConvert) {
   });
 }
 
-TEST(Console, MemoryBlockTypedValuesInEitherByteOrder) {
+TEST(Console, TypedValuesInMemoryBlocksAndFilesAndFolders) {
   expectAll({
       {"Dim m As New MemoryBlock(16)\nm.UInt16Value(0) = &h0102\nm.Int32Value(2) = -2\nm.DoubleValue(8) = 1.5\n"
        "Print Str(m.LittleEndian) + \" \" + Str(m.Byte(0)) + \" \" + Str(m.UInt8Value(1)) + \" \" + Str(m.Int8Value(2)) + \" \" + "
@@ -107,11 +107,7 @@ TEST(Console, MemoryBlockTypedValuesInEitherByteOrder) {
        "p.CString(2) = \"ok\"\nPrint m.CString(2) + p.CString(2) + \" \" + Str(p.Ptr(0) <> Nil)\nDim q As Ptr\n"
        "Try\n  q.Byte(0) = 1\nCatch e As NilObjectException\n  Print e.Message\nEnd Try\nPrint Str(p.Byte(&h7FFFFFFFFFFF))\n",
        "2 -2 4294967294 1.5 0\nokok True\nPtr.Byte used on a Ptr that is Nil\n|test.qvr:15: uncaught OutOfBoundsException: Ptr.Byte: no memory to read at that address\n"},
-  });
-}
-
-TEST(Console, TextFilesAndFolders) {
-  expectAll({
+      // Text files and folders.
       {"Dim f As FolderItem = SpecialFolder.Temporary.Child(\"qvr-console-dir\")\nf.CreateFolder\n"
        "Print Str(f.IsFolder) + \" \" + Str(f.ShellPath = f.NativePath) + \" \" + f.DisplayName\nf.Remove\n"
        "Try\n  f.Remove\nCatch e As IOException\n  Print Str(e.ErrorNumber) + \" \" + Str(f.Exists)\nEnd Try\n",

@@ -5,7 +5,7 @@
 
 using langtest::expectAll;
 
-TEST(SyntaxErrors, NameWhatWasExpectedAndWhere) {
+TEST(Errors, SyntaxAndTypeErrorsNameWhatWasExpectedAndWhere) {
   expectAll({
       {"If True Then\n  Print \"x\"\n", "test.qvr:3:1: error: expected \"End If\" but found the end of the program\n"},
       {"Dim x As Integer = (1 + 2\n", "test.qvr:1:26: error: expected \")\" but found the end of the line\n"},
@@ -15,11 +15,7 @@ TEST(SyntaxErrors, NameWhatWasExpectedAndWhere) {
       {"x = = 2\n", "test.qvr:1:5: error: expected an expression but found \"=\"\n"},
       {"Wend\n", "test.qvr:1:1: error: \"Wend\" without the statement it closes\n"},
       {"Dim s As String = \"a\" @\n", "test.qvr:1:23: error: unexpected character \"@\"\n"},
-  });
-}
-
-TEST(TypeErrors, UnknownNamesTypesMembersAndArgumentsThatFitNoOverload) {
-  expectAll({
+      // Unknown names, types and members, and arguments that fit no overload.
       {"Dim x As Integer\nx = y + 1\n", "test.qvr:2:5: error: unknown name \"y\"\n"},
       {"z = 1\n", "test.qvr:1:1: error: unknown variable \"z\"; declare it with Dim or Var\n"},
       {"Dim p As Picturesque\n", "test.qvr:1:10: error: unknown type \"Picturesque\"\n"},

@@ -44,12 +44,9 @@ TEST(Exceptions, CaughtByClassWithFinallyOnEveryWayOut) {
 // An uncaught exception ends the run after what was printed; a mistake in the program is
 // no exception, so nothing runs, not even Finally.
 TEST(Exceptions, UncaughtEndTheRunAndMistakesStopItBeforeItStarts) {
-  langtest::Outcome o = langtest::run("Print \"before\"\n\nRaise New UnsupportedOperationException(\"not today\")\nPrint \"after\"\n");
-  EXPECT_EQ(o.status, 1);
-  EXPECT_EQ(o.out, "before\n");
-  EXPECT_EQ(o.err, "test.qvr:3: uncaught UnsupportedOperationException: not today\n");
-  o = langtest::run("Try\n  Dim x As Integer = \"s\"\nCatch\n  Print \"caught\"\nFinally\n  Print \"finally\"\nEnd Try\n");
-  EXPECT_EQ(o.status, 1);
-  EXPECT_EQ(o.out, "");
-  EXPECT_EQ(o.err, "test.qvr:2:22: error: \"x\" expects an Integer but got a String\n");
+  langtest::expectAll({{"Print \"before\"\n\nRaise New UnsupportedOperationException(\"not today\")\nPrint \"after\"\n",
+                        "before\n|test.qvr:3: uncaught UnsupportedOperationException: not today\n"},
+                       {"Try\n  Dim x As Integer = \"s\"\nCatch\n  Print \"caught\"\nFinally\n  Print \"finally\"\nEnd Try\n",
+                        "|test.qvr:2:22: error: \"x\" expects an Integer but got a String\n"}},
+                      false, true);
 }

@@ -22,36 +22,31 @@ TEST(HostIdioms, TheIssuesProgramsRunWithThePlugins) {
       true);
 }
 
-TEST(HostIdioms, CallDropsResultsOfHostMembersAndOwnFunctions) {
+TEST(HostIdioms, CallDropsResultsAndParamArrayTakesTheRemainingArguments) {
+  const std::string sum =
+      "Function Sum(label As String, ParamArray values As Integer) As String\n  Dim total As Integer\n"
+      "  For Each v As Integer In values\n    total = total + v\n  Next\n  Return label + Str(total) + \"/\" + Str(values.Count)\nEnd Function\n";
   expectAll({
       {"Function F(n As Integer) As Integer\n  Print Str(n)\n  Return n\nEnd Function\nCall F(1)\ncall F 2\n", "1\n2\n"},
       {"Dim m As New MemoryBlock(4)\nCall m.StringValue(0, 2)\nPrint \"ok\"\n", "ok\n"},
       {"Call 5\n", "test.qvr:1:6: error: Call expects a method to call\n"},
+      // ParamArray takes the remaining arguments.
+      {(sum + "Print Sum(\"a\", 1, 2, 3)\nPrint Sum(\"b\")\nDim xs() As Integer = Array(4, 5)\nPrint Sum(\"c\", xs)\n").c_str(),
+       "a6/3\nb0/0\nc9/2\n"},
+      {(sum + "Print Sum(\"a\", 1, \"two\")\n").c_str(), "test.qvr:8:19: error: parameter values of Sum expects an Integer but got a String\n"},
+      {"Sub S(ParamArray a As Integer, b As Integer)\nEnd Sub\n", "test.qvr:1:32: error: the ParamArray parameter a must be the last\n"},
   });
 }
 
-TEST(HostIdioms, ConditionalCompilationByTargetConstants) {
+TEST(HostIdioms, ConditionalCompilationByTargetConstantsAndItsMistakesNamed) {
   const char* program =
       "#If TargetLinux Or TargetMacOS Then\nPrint \"unix\"\n#ElseIf TargetWindows\nPrint \"windows\"\n#Else\nPrint \"other\"\n#EndIf\n"
       "#if TargetConsole then\nPrint \"console\"\n#elseif TargetWeb\nPrint \"web\"\n#else\n  #If TargetDesktop And Not TargetConsole\n"
       "Print \"desktop\"\n  #EndIf\n#endif\n#If XojoVersion >= 2013.01 And RBVersion < 2014 And Target64Bit And Not Target32Bit Then\n"
       "Print \"2013, 64-bit\"\n#EndIf\n#If DebugBuild And TargetX86 = TargetX86 Then\nPrint Str(TargetConsole) + \" \" + Str(XojoVersion)\n#End If\n";
-  expectAll({{program, "unix\ndesktop\n2013, 64-bit\nFalse 2013.03\n"}});
-  for (auto [kind, expected] : {std::pair{host::AppKind::Console, "unix\nconsole\n2013, 64-bit\nTrue 2013.03\n"},
-                                std::pair{host::AppKind::Web, "unix\nweb\n2013, 64-bit\nFalse 2013.03\n"}}) {
-    host::Options options;
-    options.kind = kind;
-    host::Runtime rt(options);
-    expectAll(rt, {{program, expected}});
-  }
-  host::Options older;
-  older.version = 2011.04;
-  host::Runtime rt(older);
-  expectAll(rt, {{"#If XojoVersion < 2013 Then\nPrint \"old\"\n#EndIf\n", "old\n"}});
-}
-
-TEST(HostIdioms, ConditionalCompilationMistakesAreNamed) {
   expectAll({
+      {program, "unix\ndesktop\n2013, 64-bit\nFalse 2013.03\n"},
+      // Mistakes are named.
       {"#If TargetLinux\nPrint 1\n", "test.qvr:1:2: error: #If without #EndIf\n"},
       {"#EndIf\n", "test.qvr:1:1: error: #EndIf without #If\n"},
       {"#If TargetAmiga Then\n#EndIf\n",
@@ -64,18 +59,17 @@ TEST(HostIdioms, ConditionalCompilationMistakesAreNamed) {
       // Lines of a branch not taken need not make sense, only be valid tokens.
       {"#If False\nThis would not compile()\n#EndIf\nPrint \"ran\"\n", "ran\n"},
   });
-}
-
-TEST(HostIdioms, ParamArrayTakesTheRemainingArguments) {
-  const std::string sum =
-      "Function Sum(label As String, ParamArray values As Integer) As String\n  Dim total As Integer\n"
-      "  For Each v As Integer In values\n    total = total + v\n  Next\n  Return label + Str(total) + \"/\" + Str(values.Count)\nEnd Function\n";
-  expectAll({
-      {(sum + "Print Sum(\"a\", 1, 2, 3)\nPrint Sum(\"b\")\nDim xs() As Integer = Array(4, 5)\nPrint Sum(\"c\", xs)\n").c_str(),
-       "a6/3\nb0/0\nc9/2\n"},
-      {(sum + "Print Sum(\"a\", 1, \"two\")\n").c_str(), "test.qvr:8:19: error: parameter values of Sum expects an Integer but got a String\n"},
-      {"Sub S(ParamArray a As Integer, b As Integer)\nEnd Sub\n", "test.qvr:1:32: error: the ParamArray parameter a must be the last\n"},
-  });
+  for (auto [kind, expected] : {std::pair{host::AppKind::Console, "unix\nconsole\n2013, 64-bit\nTrue 2013.03\n"},
+                                std::pair{host::AppKind::Web, "unix\nweb\n2013, 64-bit\nFalse 2013.03\n"}}) {
+    host::Options options;
+    options.kind = kind;
+    host::Runtime rt(options);
+    expectAll(rt, {{program, expected}});
+  }
+  host::Options older;
+  older.version = 2011.04;
+  host::Runtime rt(older);
+  expectAll(rt, {{"#If XojoVersion < 2013 Then\nPrint \"old\"\n#EndIf\n", "old\n"}});
 }
 
 TEST(HostIdioms, ConversionsCastsAndOverloadsFollowDeclaredTypes) {
