@@ -51,6 +51,8 @@ TEST_P(MarkerFlags, BecomeHostFlagsOnNewerHostsAndVanishOnOlderOnes) {
   host::ClassInfo* image = runtime.findClass("NSImageQVR");
   for (const char* name : {"initWithPicture", "CopyPictureRect", "CopyPicture", "CopyMask", "CopyPictureWithMask"})
     EXPECT_EQ(MemberFlags(image, name), GetParam().marked4) << name;
+  for (const host::MethodInfo& m : runtime.findClass("NSBitmapImageRepQVR")->methods)
+    EXPECT_TRUE(m.declarationText != "Constructor(pic as Picture)" || m.flags == GetParam().marked4) << m.flags;
   // No marker bit reaches the host anywhere.
   for (const host::ClassInfo* cls : runtime.classes()) {
     EXPECT_EQ(cls->flags & 0x1C0000u, 0u) << cls->name;

@@ -1,7 +1,8 @@
-// Pictures and masks to NSImageQVR images and back, checked by pixels in both storages
-// (desktop bitmap contexts and the console row buffer), on systems and hosts that take
-// each path: the host's own image, the pixel copy, the mask path, the read-only copy of a
-// picture the host will not describe, and the row copy where DrawPicture cannot be loaded.
+// Pictures and masks to NSImageQVR images and back, and to NSBitmapImageRepQVR
+// representations, checked by pixels in both storages (desktop bitmap contexts and the
+// console row buffer), on systems and hosts that take each path: the host's own image,
+// the pixel copy, the mask path, the read-only copy of a picture the host will not
+// describe, and the row copy where DrawPicture cannot be loaded.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -68,6 +69,13 @@ class Pictures : public support::PluginTest {
     std::vector<uint8_t> bytes;
     for (int i = 0; i < w * h; ++i) bytes.insert(bytes.end(), rgba.begin(), rgba.end());
     return Shared("ImageFromPixels", {Int(w), Int(h), rt().memoryBlock(bytes.data(), bytes.size())});
+  }
+  // A bitmap representation's pixel (x, y) as RGBA, read where bitmapData points.
+  std::string RepPixel(const Value& rep, int x, int y) {
+    const auto* data = static_cast<const char*>(rt().get(rep, "bitmapData").pointer);
+    if (data == nullptr) return "";
+    const char* p = data + y * rt().get(rep, "bytesPerRow").integer + x * rt().get(rep, "bitsPerPixel").integer / 8;
+    return std::string(p, 3) + (rt().get(rep, "samplesPerPixel").integer == 4 ? p[3] : '\xff');
   }
   std::string Editor(const Value& p, bool read, bool write) {
     return Utf8(rt().callShared("PictureProbeQVR", "OpenEditor", {p, Value::ofBoolean(read), Value::ofBoolean(write)}));
@@ -155,6 +163,42 @@ TEST_P(EverySetup, MasksComeBackAndRectanglesClipAndReadUpward) {
   EXPECT_EQ(Pixels(rect(0, 0, 100, 25)), std::vector<uint32_t>(2500, 0x0000FFu)) << "y = 0 is the bottom row";
   EXPECT_EQ(Pixels(rect(10, 25, 5, 5)), std::vector<uint32_t>(25, 0xFFFFFFu));
   EXPECT_EQ(Size(rt().call(ImageOf(40000, 1, {0, 0, 0, 255}), "CopyMask")), "nil");
+}
+
+// "Constructor(pic as Picture)" of NSBitmapImageRepQVR: the picture's pixels and mask in
+// the representation (alpha = 255 - mask, colour premultiplied). The host's own conversion
+// never reads the picture's pixels through its description, nor asks for a mask the
+// picture did not have; the way without it does both. The instance is recorded as its
+// wrapper; a nil picture raises.
+TEST_P(EverySetup, BitmapRepresentationsOfPicturesAndMasks) {
+  StartWith(GetParam());
+  const bool hostConverts = GetParam().missing.empty();
+  Value picture = Picture(6, 4);
+  Fill(picture, 0xFF0000, 0, 0, 3, 4);
+  Fill(picture, 0x0000FF, 3, 0, 3, 4);
+  Value plain = rt().newInstance("NSBitmapImageRepQVR", {picture});
+  EXPECT_EQ(RepPixel(plain, 0, 0), std::string("\xff\0\0\xff", 4));
+  EXPECT_EQ(RepPixel(plain, 5, 3), std::string("\0\0\xff\xff", 4));
+  EXPECT_EQ(rt().pictureCounts(picture).descriptionLocks == 0, hostConverts);
+  EXPECT_EQ(rt().call(picture, "Mask", {Value::ofBoolean(false)}).isNil(), hostConverts);
+  EXPECT_EQ(rt().callShared("FrameProbeQVR", "WrapBitmapRepAgain", {plain}).object.get(), plain.object.get());
+
+  Value mask = rt().call(picture, "Mask", {Value::ofBoolean(true)});
+  Fill(mask, 0x000000, 0, 0, 6, 4);
+  Fill(mask, 0xFFFFFF, 0, 0, 6, 1);
+  Fill(mask, 0x808080, 0, 1, 6, 1);
+  Value masked = rt().newInstance("NSBitmapImageRepQVR", {picture});
+  ASSERT_NE(rt().get(masked, "Handle").integer, 0);
+  EXPECT_EQ(RepPixel(masked, 1, 0)[3], '\0') << "white is clear";
+  EXPECT_EQ(RepPixel(masked, 1, 2), std::string("\xff\0\0\xff", 4)) << "black is opaque";
+  const std::string half = RepPixel(masked, 4, 1);
+  EXPECT_NEAR(static_cast<unsigned char>(half[3]), 127, 1);
+  EXPECT_NEAR(static_cast<unsigned char>(half[2]), 127, 1) << "colour premultiplied";
+
+  Value none = rt().newInstance("NSBitmapImageRepQVR", {rt().memoryBlock("", 0)});
+  EXPECT_EQ(Raised([&] { rt().call(none, "Constructor(pic as Picture)", {Value::nil()}); }),
+            "NilObjectException: Image is nil");
+  EXPECT_EQ(rt().get(none, "Handle").integer, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Storages, EverySetup, ::testing::ValuesIn(kSetups), support::ByName());
