@@ -1,6 +1,11 @@
 // Data, dates and file URLs carried between host values and platform objects: copies
 // that never alias, the one conversion that raises, dates as local wall-clock time, and
 // FolderItems and file URLs along each of the host's three hand-over routes.
+//
+// Host strings to platform strings and back, in every encoding the host tags strings
+// with and along each way the plugin can read a host string's bytes: the host's own
+// platform string, the string data entry point, the fallback through StringGetCString
+// and LenB, and the direct read of older hosts.
 #include <gtest/gtest.h>
 
 #include "support/plugin_fixture.h"
@@ -105,6 +110,117 @@ TEST_F(Conversions, WithoutFSRefsAnExistingItemComesThroughItsFSSpec) {
   Probe(Without({"REALFSRefFromFolderItem"}));
   EXPECT_EQ(UrlPath(dir_ + "/present.txt"), dir_ + "/present.txt");
   EXPECT_EQ(UrlPath(dir_ + "/" + kPrecomposed), "nil");
+}
+
+using support::PluginTest;
+
+// Hosts that make the plugin read bytes itself instead of asking for a platform string.
+host::Options OwnBytes(std::optional<double> version = 2013.03, std::set<std::string> alsoMissing = {}) {
+  host::Options options;
+  options.version = version;
+  options.missingEntryPoints = std::move(alsoMissing);
+  options.missingEntryPoints.insert("REALGetStringCFString");
+  return options;
+}
+
+std::string PathName(const ::testing::TestParamInfo<int>& info) {
+  const char* names[] = {"HostPlatformString", "StringData", "CStringFallback", "DirectRead2012"};
+  return names[info.param];
+}
+
+class StringPaths : public PluginTest, public ::testing::WithParamInterface<int> {
+ protected:
+  host::Runtime& StartPath() {
+    switch (GetParam()) {
+      case 0: return Probe();                                              // host's platform string
+      case 1: return Probe(OwnBytes());                                    // PluginGetStringData
+      case 2: return Probe(OwnBytes(2013.03, {"PluginGetStringData", "PluginDisposeStringData"}));  // fallback
+      default: return Probe(OwnBytes(2012.5));                             // direct read
+    }
+  }
+  std::string Units(const host::Value& s) { return Utf8(Shared("PlatformUnits", {s})); }
+};
+
+TEST_P(StringPaths, EveryEncodingReadsAsTheSameTextAndComesBackAsUtf8) {
+  host::Runtime& runtime = StartPath();
+  EXPECT_EQ(Units(runtime.string("A\xC3\xA9", host::kEncodingUTF8)), "0041 00e9");
+  EXPECT_EQ(Units(runtime.string("A\x8E", host::kEncodingMacRoman)), "0041 00e9");
+  EXPECT_EQ(Units(runtime.string("Az", host::kEncodingASCII)), "0041 007a");
+  // Unknown encoding is read as Mac Roman.
+  EXPECT_EQ(Units(runtime.string("\x8E\xA5", host::kEncodingUnknown)), "00e9 2022");
+  // Six bytes of UTF-16 are three characters.
+  const char utf16[] = {'a', 0, 0x3A, 0x26, 'z', 0};
+  EXPECT_EQ(Units(runtime.string(std::string_view(utf16, 6), host::kEncodingUTF16)), "0061 263a 007a");
+  // Nil is no platform string; an empty host string is none either or an empty one.
+  EXPECT_EQ(Units(host::Value::ofString(host::StringRef())), "null");
+  // Round trips come back as UTF-8.
+  host::Value back = Shared("RoundTrip", {runtime.string("gr\xC3\xBC\xC3\x9F \xE2\x98\xBA", host::kEncodingUTF8)});
+  EXPECT_EQ(runtime.bytes(back), "gr\xC3\xBC\xC3\x9F \xE2\x98\xBA");
+  EXPECT_EQ(runtime.encoding(back), host::kEncodingUTF8);
+  host::Value fromRoman = Shared("RoundTrip", {runtime.string("caf\x8E", host::kEncodingMacRoman)});
+  EXPECT_EQ(runtime.bytes(fromRoman), "caf\xC3\xA9");
+  EXPECT_EQ(runtime.encoding(fromRoman), host::kEncodingUTF8);
+}
+
+INSTANTIATE_TEST_SUITE_P(ReadPaths, StringPaths, ::testing::Values(0, 1, 2, 3), PathName);
+
+TEST_F(PluginTest, PlatformStringsOfAnyLengthStringDataArraysAndDecomposition) {
+  host::Runtime& runtime = Probe();
+  // 99 units go through the stack buffer, 100 through a heap buffer; U+263A takes three
+  // UTF-8 bytes, so 100 of them need 300 bytes.
+  host::Value short99 = Shared("RepeatUnit", {host::Value::ofInteger(0x263A), host::Value::ofInteger(99)});
+  host::Value long100 = Shared("RepeatUnit", {host::Value::ofInteger(0x263A), host::Value::ofInteger(100)});
+  EXPECT_EQ(runtime.bytes(short99).size(), 297u);
+  EXPECT_EQ(runtime.bytes(long100).size(), 300u);
+  EXPECT_EQ(runtime.bytes(long100).substr(0, 297), runtime.bytes(short99));
+  host::Value huge = Shared("RepeatUnit", {host::Value::ofInteger('x'), host::Value::ofInteger(5000)});
+  EXPECT_EQ(runtime.bytes(huge), std::string(5000, 'x'));
+  // Empty, and cut at the first NUL.
+  host::Value empty = Shared("StringFromUnits", {Text("")});
+  EXPECT_EQ(empty.kind, host::Value::Kind::String);
+  EXPECT_FALSE(empty.string) << "an empty platform string is no host string at all";
+  host::Value cut = Shared("StringFromUnits", {Text("0061 0000 0062")});
+  EXPECT_EQ(runtime.bytes(cut), "a");
+  host::Value onlyNul = Shared("StringFromUnits", {Text("0000")});
+  EXPECT_FALSE(onlyNul.string);
+
+  // String data from the host, string arrays filled in enumeration order, normalization form D.
+  host::Value result = Shared("StringData", {runtime.string("\xC3\xA9", host::kEncodingUTF8),
+                                             host::Value::ofInteger(host::kEncodingUTF16)});
+  EXPECT_EQ(Utf8(result), "enc=100 len=2 bytes=e900 tail=00000000");
+  EXPECT_EQ(Utf8(Shared("FillAndJoin", {Text("a,b,c")})), "ubound=2:a|b|c");
+  EXPECT_EQ(Utf8(Shared("FillAndJoin", {Text("\xC3\xA9t\xC3\xA9")})), "ubound=0:\xC3\xA9t\xC3\xA9");
+  // An empty element is the host's empty string, inserted all the same.
+  EXPECT_EQ(Utf8(Shared("FillAndJoin", {Text("x,,y")})), "ubound=2:x||y");
+  EXPECT_EQ(Utf8(Shared("DecomposedUnits", {Text("\xC3\xA9")})), "0065 0301");
+  EXPECT_EQ(Utf8(Shared("DecomposedUnits", {Text("a")})), "0061");
+}
+
+TEST_F(PluginTest, StringDataFallbackCopiesTheBytesWithFourZeroBytes) {
+  host::Runtime& runtime = Probe(OwnBytes(2013.03, {"PluginGetStringData", "PluginDisposeStringData"}));
+  host::Value asIs = Shared("StringData", {runtime.string("abc", host::kEncodingMacRoman),
+                                           host::Value::ofInteger(host::kEncodingUnknown)});
+  EXPECT_EQ(Utf8(asIs), "enc=ffff len=3 bytes=616263 tail=00000000");
+  host::Value same = Shared("StringData", {runtime.string("\xC3\xA9", host::kEncodingUTF8),
+                                           host::Value::ofInteger(host::kEncodingUTF8)});
+  EXPECT_EQ(Utf8(same), "enc=8000100 len=2 bytes=c3a9 tail=00000000");
+  // A UTF-16 string asked for UTF-8 is converted by the host; the converted string is
+  // given back (the live counts at the end show it).
+  const char utf16[] = {0x3A, 0x26, 'b', 0};
+  host::Value converted = Shared("StringData", {runtime.string(std::string_view(utf16, 4), host::kEncodingUTF16),
+                                                host::Value::ofInteger(host::kEncodingUTF8)});
+  EXPECT_EQ(Utf8(converted), "enc=8000100 len=4 bytes=e298ba62 tail=00000000");
+  host::Value none = Shared("StringData", {host::Value::ofString(host::StringRef()),
+                                           host::Value::ofInteger(host::kEncodingUTF8)});
+  EXPECT_EQ(Utf8(none), "false");
+}
+
+TEST_F(PluginTest, StringDataFallbackNeedsLenB) {
+  host::Runtime& runtime = Probe(OwnBytes(2013.03, {"PluginGetStringData", "REALLoadGlobalMethod"}));
+  host::Value result = Shared("StringData", {runtime.string("abc"), host::Value::ofInteger(host::kEncodingUnknown)});
+  EXPECT_EQ(Utf8(result), "false");
+  // Without any way to read bytes a host string gives no platform string.
+  EXPECT_EQ(Utf8(Shared("PlatformUnits", {runtime.string("abc")})), "null");
 }
 
 }  // namespace

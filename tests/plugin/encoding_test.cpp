@@ -1,7 +1,16 @@
 // Encoding the held image: JPEG and BMP drawn over white, PNG and GIF with their
 // transparency, TIFF with a chosen compression, each checked with a decoder that is not
 // ours; and the threaded twins, which must give the same bytes.
+//
+// NSBitmapImageRepQVR's encoders and its properties by key, driven through the host: each
+// encoder without and with a Dictionary of properties, checked by Pillow and ImageMagick
+// (compression factor, LZW and JPEG inside TIFF, interlace, progressive scans, ICC profile,
+// EXIF, loop count, fallback colour); values set and read with valueForProperty in every
+// kind the conversions carry; and what a loaded image reports of itself.
 #include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
 
 #include "support/independent_decoder.h"
 #include "support/plugin_fixture.h"
@@ -110,7 +119,197 @@ TEST_F(Encoding, ThreadedTwinsGiveTheSameBytesAndNilWithoutAnImage) {
   EXPECT_EQ(runtime.foreignThreadCalls(), 0u) << "the worker never calls the host";
 }
 
-}  // namespace
+using support::MadeByPillow;
+
+const char kClass[] = "NSBitmapImageRepQVR";
+
+// Runs a shell command on the bytes written to a temporary file (named wherever {} stands)
+// and returns what it prints, without the last newline.
+std::string Tool(const std::string& bytes, std::string command) {
+  support::TempFolder folder;
+  folder.write("file", bytes);
+  for (size_t at = command.find("{}"); at != std::string::npos; at = command.find("{}", at))
+    command.replace(at, 2, folder.path("file"));
+  std::string output = support::Output(command + " 2>&1");
+  while (!output.empty() && output.back() == '\n') output.pop_back();
+  return output;
+}
+
+std::string Pillow(const std::string& bytes, const std::string& program) {
+  return Tool(bytes, "/usr/bin/python3 -c \"import sys; from PIL import Image; im = Image.open(sys.argv[1]); " + program +
+                         "\" {}");
+}
+
+std::string Hex(const std::string& bytes) {
+  static const char digits[] = "0123456789abcdef";
+  std::string hex;
+  for (unsigned char c : bytes) hex += digits[c >> 4], hex += digits[c & 15];
+  return hex;
+}
+
+// Any number a Variant holds, as a double (Booleans as 0 and 1).
+double Number(const Value& v) {
+  switch (v.kind) {
+    case Value::Kind::Double:
+    case Value::Kind::Single: return v.real;
+    case Value::Kind::Boolean: return v.boolean ? 1 : 0;
+    default: return double(v.integer);
+  }
+}
+
+class BitmapEncoding : public support::PluginTest {
+ protected:
+  // A 32 x 16 representation: a gradient, the right quarter fully transparent.
+  Value Rep() {
+    const std::string png = MadeByPillow("im = Image.new('RGBA', (32, 16)); im.putdata([(x * 8, y * 16, 255 - x * 4, "
+                                 "0 if x >= 24 else 255) for y in range(16) for x in range(32)]); im.save(out, 'PNG')");
+    return runtime_->callShared(kClass, "imageRepWithData", {Block(png)});
+  }
+  Value Dictionary(const std::vector<std::pair<std::string, Value>>& entries) {
+    Value dictionary = runtime_->newInstance("Dictionary");
+    for (const auto& [key, value] : entries) runtime_->assign(dictionary, "Value", {Text(key)}, value);
+    return dictionary;
+  }
+  std::string Encode(const Value& rep, std::string_view member, Value properties = Value::nil()) {
+    Value block = runtime_->call(rep, member, {properties});
+    return block.isNil() ? std::string() : runtime_->memoryBlockBytes(block);
+  }
+};
+
+TEST_F(BitmapEncoding, EveryEncoderAndThePropertiesByKey) {
+  host::Runtime& runtime = Start();
+  Value rep = Rep();
+  struct Case { const char* member; const char* format; bool keepsAlpha; };
+  for (const Case& c : {Case{"PNGRepresentation", "PNG", true}, Case{"GIFRepresentation", "GIF", true},
+                        Case{"BMPRepresentation", "BMP", true}, Case{"JPEGRepresentation", "JPEG", false},
+                        Case{"TIFFRepresentation", "TIFF", true}}) {
+    SCOPED_TRACE(c.member);
+    const std::string plain = Encode(rep, c.member);
+    DecodedImage decoded = DecodeIndependently(plain);
+    ASSERT_TRUE(decoded.ok) << decoded.error;
+    EXPECT_EQ(decoded.format, c.format);
+    EXPECT_EQ(decoded.width, 32);
+    EXPECT_EQ(decoded.height, 16);
+    EXPECT_EQ(decoded.at(28, 3)[3], c.keepsAlpha ? 0 : 255);
+    EXPECT_NEAR(decoded.at(4, 8)[0], 32, c.keepsAlpha && std::string(c.format) != "GIF" ? 0 : 12);
+    // An empty Dictionary asks for nothing more than none.
+    EXPECT_EQ(Encode(rep, c.member, Dictionary({})), plain);
+    // An instance without a representation encodes to nil and raises nothing.
+    EXPECT_TRUE(runtime.call(runtime.newInstance(kClass, {Block("junk")}), c.member, {Value::nil()}).isNil());
+  }
+  auto one = [&](const char* key, Value value) { return Dictionary({{key, value}}); };
+
+  // The compression factor trades size for fidelity, in JPEG and in JPEG inside TIFF.
+  const std::string reference = Encode(rep, "PNGRepresentation");
+  DecodedImage original = DecodeIndependently(reference);
+  for (const char* member : {"JPEGRepresentation", "TIFFRepresentation"}) {
+    size_t previousSize = 0;
+    double previousError = 1e9;
+    for (double factor : {0.1, 0.5, 0.95}) {
+      Value properties = one("NSImageCompressionFactor", Value::ofDouble(factor));
+      runtime.assign(properties, "Value", {Text("NSImageCompressionMethod")}, Value::ofInteger(6));
+      const std::string data = Encode(rep, member, properties);
+      DecodedImage decoded = DecodeIndependently(data);
+      ASSERT_TRUE(decoded.ok) << decoded.error;
+      double error = 0;
+      for (int y = 0; y < 16; ++y)
+        for (int x = 0; x < 24; ++x)
+          for (int i = 0; i < 3; ++i) error += std::abs(decoded.at(x, y)[i] - original.at(x, y)[i]);
+      // Inside TIFF the JPEG tables and the alpha plane blur the size of so small an image.
+      if (std::string(member) == "JPEGRepresentation") {
+        EXPECT_GT(data.size(), previousSize) << factor;
+      }
+      EXPECT_LT(error, previousError) << member << " " << factor;
+      previousSize = data.size();
+      previousError = error;
+    }
+  }
+  EXPECT_EQ(DecodeIndependently(Encode(rep, "TIFFRepresentation", one("NSImageCompressionMethod", Value::ofInteger(5))))
+                .compression,
+            "tiff_lzw");
+  EXPECT_EQ(Tool(Encode(rep, "PNGRepresentation", one("NSImageInterlaced", Value::ofBoolean(true))),
+                 "identify -format '%[interlace]' {}"),
+            "PNG");
+  EXPECT_EQ(Tool(Encode(rep, "JPEGRepresentation", one("NSImageProgressive", Value::ofBoolean(true))),
+                 "identify -format '%[interlace]' {}"),
+            "JPEG");
+  EXPECT_EQ(Tool(Encode(rep, "JPEGRepresentation"), "identify -format '%[interlace]' {}"), "None");
+  EXPECT_EQ(Pillow(Encode(rep, "GIFRepresentation", one("NSImageLoopCount", Value::ofInteger(3))),
+                   "print(im.info.get('loop'))"),
+            "3");
+  DecodedImage overRed = DecodeIndependently(
+      Encode(rep, "BMPRepresentation", one("NSImageFallbackBackgroundColor",
+                                           runtime.newInstance("NSColorQVR", {Value::ofDouble(1), Value::ofDouble(0),
+                                                                              Value::ofDouble(0)}))));
+  ASSERT_TRUE(overRed.ok) << overRed.error;
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(overRed.at(28, 3)), 4), std::string("\xff\0\0\xff", 4));
+
+  // A colour profile and EXIF survive the round trip, for Pillow and for the platform.
+  const std::string profile =
+      MadeByPillow("open(out, 'wb').write(ImageCms.ImageCmsProfile(ImageCms.createProfile('sRGB')).tobytes())");
+  ASSERT_GT(profile.size(), 128u);
+  for (const char* member : {"PNGRepresentation", "JPEGRepresentation", "TIFFRepresentation"}) {
+    SCOPED_TRACE(member);
+    Value properties = Dictionary({{"NSImageColorSyncProfileData", Block(profile)},
+                                   {"NSImageEXIFData", Dictionary({{"Make", Text("QVR Writer")}})}});
+    const std::string data = Encode(rep, member, properties);
+    EXPECT_EQ(Pillow(data, "print(im.info.get('icc_profile', b'').hex())"), Hex(profile));
+    Value back = runtime.callShared(kClass, "imageRepWithData", {Block(data)});
+    Value backProfile = runtime.call(back, "valueForProperty", {Text("NSImageColorSyncProfileData")});
+    EXPECT_EQ(runtime_->memoryBlockBytes(runtime.unboxed(backProfile)), profile);
+    Value exif = runtime.unboxed(runtime.call(back, "valueForProperty", {Text("NSImageEXIFData")}));
+    EXPECT_EQ(Utf8(runtime.unboxed(runtime.call(exif, "Value", {Text("Make")}))), "QVR Writer");
+    if (std::string(member) != "PNGRepresentation") {
+      EXPECT_EQ(Pillow(data, "print(im.getexif()[271])"), "QVR Writer");
+    }
+  }
+  // Properties by key, both ways, and what a loaded image reports.
+  auto get = [&](const Value& from, const char* key) {
+    return runtime.unboxed(runtime.call(from, "valueForProperty", {Text(key)}));
+  };
+  auto set = [&](const char* key, const Value& value) {
+    runtime.assign(rep, "valueForProperty", {Text(key)}, runtime.variant(value));
+  };
+  set("NSImageCompressionFactor", Value::ofDouble(0.25));
+  EXPECT_EQ(Number(get(rep, "NSImageCompressionFactor")), 0.25);
+  set("QVRNote", Text("h\xC3\xA9llo"));
+  EXPECT_EQ(Utf8(get(rep, "QVRNote")), "h\xC3\xA9llo");
+  set("QVRBytes", Block(std::string("\0\1\2", 3)));
+  EXPECT_EQ(runtime.memoryBlockBytes(get(rep, "QVRBytes")), std::string("\0\1\2", 3));
+  set("QVRList", runtime.array(host::kArrayInt32, {Value::ofInt32(4), Value::ofInt32(-5)}));
+  std::vector<Value> list = runtime.arrayElements(get(rep, "QVRList"));
+  ASSERT_EQ(list.size(), 2u);
+  EXPECT_EQ(Number(runtime.unboxed(list[1])), -5);
+  set("QVRNote", Value::nil());
+  EXPECT_TRUE(get(rep, "QVRNote").isNil());
+  EXPECT_TRUE(get(rep, "").isNil());
+  set("", Text("ignored"));
+
+  // Set on the representation, the properties act in the encoders.
+  set("NSImageEXIFData", Dictionary({{"Make", Text("Set Here")}, {"ISOSpeedRatings", Value::ofInteger(800)}}));
+  set("NSImageProgressive", Value::ofBoolean(true));
+  const std::string jpeg = Encode(rep, "JPEGRepresentation");
+  EXPECT_EQ(Tool(jpeg, "identify -format '%[interlace]' {}"), "JPEG");
+  EXPECT_EQ(Pillow(jpeg, "e = im.getexif(); print(e[271], e.get_ifd(0x8769)[0x8827])"), "Set Here 800");
+  Value exif = get(rep, "NSImageEXIFData");
+  EXPECT_EQ(Utf8(runtime.unboxed(runtime.call(exif, "Value", {Text("Make")}))), "Set Here");
+
+  // What loaded images report: progressive scans, and an animation's frames and loops.
+  const std::string progressive = MadeByPillow("Image.new('RGB', (16, 16), (9, 99, 199)).save(out, 'JPEG', progressive=True)");
+  Value loaded = runtime.callShared(kClass, "imageRepWithData", {Block(progressive)});
+  EXPECT_EQ(Number(get(loaded, "NSImageProgressive")), 1);
+  const std::string gif = MadeByPillow("f = [Image.new('RGB', (8, 8), (60 * i, 0, 0)) for i in range(3)]; f[0].save(out, 'GIF', "
+                               "save_all=True, append_images=f[1:], duration=[100, 200, 300], loop=5)");
+  Value animation = runtime.callShared(kClass, "imageRepWithData", {Block(gif)});
+  EXPECT_EQ(Number(get(animation, "NSImageFrameCount")), 3);
+  EXPECT_EQ(Number(get(animation, "NSImageLoopCount")), 5);
+  EXPECT_NEAR(Number(get(animation, "NSImageCurrentFrameDuration")), 0.1, 1e-6);
+  runtime.assign(animation, "valueForProperty", {Text("NSImageCurrentFrame")}, runtime.variant(Value::ofInteger(2)));
+  EXPECT_NEAR(Number(get(animation, "NSImageCurrentFrameDuration")), 0.3, 1e-6);
+  EXPECT_EQ(Pillow(Encode(animation, "GIFRepresentation", Dictionary({{"NSImageLoopCount", Value::ofInteger(2)}})),
+                   "print(im.n_frames, im.info.get('loop'))"),
+            "3 2");
+}
 
 // JPEG and BMP read an opaque RGB bitmap at the image's own size as it is, without drawing
 // it over white first: the bytes are those of the same pixels with an opaque alpha sample,
@@ -143,3 +342,5 @@ TEST_F(Encoding, OpaqueBitmapsEncodeAsTheirDrawingOverWhiteWould) {
               Encode(drawn, "JPEGRepresentationWithCompressionFactor", {Value::ofDouble(0.4)}));
   }
 }
+
+}  // namespace

@@ -1,7 +1,10 @@
 // The image plugin's start in hosts of different versions: the record layout it
 // negotiates at each version boundary, the six classes as the host receives them in the
 // newest and the oldest layout, and hosts that lack the version or registration entry
-// points (a host without a version function is the NoVersion boundary).
+// points (a host without a version function is the NoVersion boundary); the qvr
+// command's classes listing of the same, run as a user runs it; the Carbon calls as the
+// plugin sees them from inside its process (Gestalt answering the configured system
+// version) and every glue function without its entry point.
 #include <gtest/gtest.h>
 
 #include "support/plugin_fixture.h"
@@ -145,6 +148,64 @@ TEST_F(PluginTest, ConsoleAndNoSiblingHostsGetTheSameClasses) {
   host::Runtime& runtime = Start(options);
   EXPECT_EQ(ImageClassesInOrder(runtime).size(), 6u);
   EXPECT_EQ(runtime.findClass("NSSizeQVR"), nullptr);
+}
+
+// What `qvr classes <arguments>` prints, then "status=<exit status>".
+std::string Classes(const std::string& arguments) {
+  return support::Output(host::Runtime::libraryDirectory() + "/../bin/qvr classes " + arguments +
+                         " 2>/dev/null; echo status=$?");
+}
+
+std::string FirstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
+
+TEST(QvrClasses, FirstLineNamesHostAndLayoutThenTheClasses) {
+  const std::string plain = Classes("");
+  EXPECT_EQ(FirstLine(plain), "host 2013.03, layout 12");
+  EXPECT_NE(plain.find("\nstatus=0\n"), std::string::npos);
+  EXPECT_EQ(FirstLine(Classes("--host-version 2013.02")), "host 2013.02, layout 11");
+  EXPECT_EQ(FirstLine(Classes("--host-version 2010.029 --console")), "host 2010.029, layout 9");
+  EXPECT_EQ(FirstLine(Classes("--host-version none")), "host none, layout 9");
+  const std::string out = Classes("--no-siblings");
+  EXPECT_NE(out.find("\nstatus=0\n"), std::string::npos);
+  EXPECT_NE(out.find("class NSImageQVR  [layout 12, data 16 bytes at 24, flags 0x4]"), std::string::npos) << out;
+  EXPECT_NE(out.find("class NSBitmapImageRepQVR inherits NSImageRepQVR"), std::string::npos);
+  EXPECT_NE(out.find("method Constructor  [flags 0x84]"), std::string::npos);
+  EXPECT_EQ(out.find("class NSSizeQVR"), std::string::npos) << "no sibling classes";
+  EXPECT_LT(out.find("class NSImageRepQVR"), out.find("class NSPDFImageRepQVR"));
+  for (const char* bad : {"--host-version abc", "--bogus"})
+    EXPECT_EQ(Classes(bad).find("status=0"), std::string::npos) << bad;
+}
+
+TEST_F(PluginTest, GestaltAnswersTheDefaultSystemVersion) {
+  Probe();
+  EXPECT_EQ(Utf8(Shared("SystemVersion")), "10.9 1090 -5551");
+}
+
+TEST_F(PluginTest, GestaltAnswersAnOlderConfiguredSystem) {
+  host::Options options;
+  options.systemMajor = 10;
+  options.systemMinor = 6;
+  Probe(options);
+  EXPECT_EQ(Utf8(Shared("SystemVersion")), "10.6 1060 -5551");
+}
+
+// Every glue function gives its neutral result, and touches nothing, when the host has
+// no entry point for it (as older hosts, or this host before it offers them).
+TEST_F(PluginTest, GlueWithoutEntryPointsGivesNeutralResults) {
+  host::Options options;
+  options.missingEntryPoints = {"pluginObjectType", "RuntimeObjectIsa", "REALLoadObjectMethod",
+                                "REALGetPropValueInt", "REALGetPropValueDouble", "REALYieldToRB",
+                                "newMemoryBlock", "memoryBlockGetPtr", "memoryBlockGetSize",
+                                "newPicture", "REALGetPictureMask", "REALPictureClearCache",
+                                "pluginPictureGraphicsGetter", "REALCopyPictureCGImage",
+                                "REALBuildPictureFromBuffer", "lockPictureDescription",
+                                "REALLockPictureDescription", "unlockPictureDescription",
+                                "REALFSSpecFromFolderItem", "FolderItemFromFSSpec", "REALFSRefFromFolderItem",
+                                "REALFolderItemFromParentFSRef", "Int32ToVariant", "DoubleToVariant",
+                                "BooleanToVariant", "StringToVariant", "VariantToInt32", "VariantToDouble",
+                                "VariantToString", "RuntimeArrayDirectGetGetProc", "RuntimeUBound"};
+  Probe(options);
+  EXPECT_EQ(Utf8(Shared("NeutralGlue")), "");
 }
 
 }  // namespace

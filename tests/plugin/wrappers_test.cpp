@@ -1,7 +1,15 @@
 // Platform objects wrapped in host instances: one wrapper per platform object while the
 // sibling plugin's shared dictionary is there, a new wrapper per call without it, and the
 // class walk that names the host class after the platform object's own class.
+//
+// The sibling plugin's classes as host code and image plugins of the family meet them:
+// value classes whose instance data is the platform's 32-bit layout, colour wrappers kept
+// one per platform object, and the tagged Core Foundation wrapper.
 #include <gtest/gtest.h>
+
+#include <cstring>
+
+#include <CoreFoundation/CoreFoundation.h>
 
 #include "support/plugin_fixture.h"
 
@@ -121,6 +129,128 @@ TEST_F(Wrappers, NoInstancesWithoutTheHostsNewInstance) {
   EXPECT_TRUE(Shared("NewImage").isNil());
   EXPECT_TRUE(Shared("NewBitmapRep").isNil());
   EXPECT_TRUE(Shared("NewRuntimeRep", {host::Value::ofInteger(0)}).isNil());
+}
+
+using support::DataWord;
+using host::Value;
+
+TEST_F(PluginTest, GeometryValuesAndCoreFoundationWrappersKeepThePlatformLayout) {
+  host::Runtime& runtime = Start();
+  Value size = runtime.newInstance("NSSizeQVR", {Value::ofDouble(1.1), Value::ofDouble(2.5)});
+  EXPECT_EQ(DataWord<float>(size, 0), 1.1f);
+  EXPECT_EQ(DataWord<float>(size, 4), 2.5f);
+  EXPECT_EQ(runtime.get(size, "Width").real, double(1.1f));
+  runtime.set(size, "Height", Value::ofSingle(7.0f));
+  EXPECT_EQ(DataWord<float>(size, 4), 7.0f);
+
+  Value point = runtime.newInstance("NSPointQVR", {Value::ofDouble(-3), Value::ofDouble(4)});
+  EXPECT_EQ(DataWord<float>(point, 0), -3.0f);
+  EXPECT_EQ(DataWord<float>(point, 4), 4.0f);
+
+  Value rect = runtime.newInstance("NSRectQVR", {Value::ofDouble(1), Value::ofDouble(2), Value::ofDouble(3),
+                                                 Value::ofDouble(4)});
+  for (size_t i = 0; i < 4; ++i) EXPECT_EQ(DataWord<float>(rect, i * 4), float(i + 1));
+  EXPECT_TRUE(runtime.call(rect, "Contains", {Value::ofDouble(1), Value::ofDouble(2)}).boolean);
+  EXPECT_FALSE(runtime.call(rect, "Contains", {Value::ofDouble(4), Value::ofDouble(2)}).boolean) << "right edge";
+  EXPECT_FALSE(runtime.call(rect, "IsEmpty").boolean);
+  Value empty = runtime.newInstance("NSRectQVR");
+  EXPECT_TRUE(runtime.call(empty, "IsEmpty").boolean);
+
+  Value range = runtime.newInstance("NSRangeQVR", {Value::ofInteger(5), Value::ofInteger(10)});
+  EXPECT_EQ(DataWord<uint32_t>(range, 0), 5u);
+  EXPECT_EQ(DataWord<uint32_t>(range, 4), 10u);
+  EXPECT_EQ(runtime.call(range, "MaxRange").integer, 15);
+  EXPECT_TRUE(runtime.call(range, "Contains", {Value::ofInteger(14)}).boolean);
+  EXPECT_FALSE(runtime.call(range, "Contains", {Value::ofInteger(15)}).boolean);
+  Value clamped = runtime.newInstance("NSRangeQVR", {Value::ofInteger(-5), Value::ofInteger(int64_t(1) << 40)});
+  EXPECT_EQ(runtime.get(clamped, "Location").integer, 0);
+  EXPECT_EQ(runtime.get(clamped, "Length").integer, 0xFFFFFFFF);
+  // The Core Foundation wrappers carry their tag.
+  Value object = runtime.newInstance("CFObjectQVR");
+  EXPECT_EQ(DataWord<void*>(object, 0), nullptr);
+  EXPECT_EQ(DataWord<uint32_t>(object, 8), 0x52424346u);
+  const unsigned char tagBytes[] = {0x46, 0x43, 0x42, 0x52};
+  EXPECT_EQ(std::memcmp(reinterpret_cast<const char*>(object.object.get()) + 32, tagBytes, 4), 0);
+  EXPECT_EQ(runtime.get(object, "TypeID").integer, 0);
+  Value image = runtime.newInstance("CGImageQVR");
+  EXPECT_EQ(runtime.get(image, "Width").integer, 0);
+  EXPECT_EQ(runtime.classOf(image)->dataOffset, 24u);
+}
+
+TEST_F(PluginTest, FoundationWrappersAndColoursGiveTheMembersOneExpects) {
+  host::Runtime& rt = Start();
+  auto text = [&](const Value& self, const char* property) { return rt.utf8(rt.get(self, property)); };
+  Value zone = rt.newInstance("NSTimeZoneQVR", {rt.string("Asia/Tokyo")});
+  EXPECT_EQ(text(zone, "Name"), "Asia/Tokyo");
+  EXPECT_EQ(rt.get(zone, "SecondsFromGMT").integer, 9 * 3600);
+  EXPECT_FALSE(rt.get(zone, "IsDaylightSavingTime").boolean);
+  Value named = rt.callShared("NSTimeZoneQVR", "TimeZoneWithName", {rt.string("Europe/Paris")});
+  EXPECT_EQ(rt.callShared("NSTimeZoneQVR", "TimeZoneWithName", {rt.string("Europe/Paris")}).object.get(),
+            named.object.get());
+  Value error = rt.newInstance("NSErrorQVR", {rt.string("QVRDomain"), Value::ofInteger(-7)});
+  EXPECT_EQ(text(error, "Domain"), "QVRDomain");
+  EXPECT_EQ(rt.get(error, "Code").integer, -7);
+  EXPECT_EQ(text(rt.newInstance("NSLocaleQVR", {rt.string("fr_FR")}), "LocaleIdentifier"), "fr_FR");
+  EXPECT_EQ(text(rt.newInstance("NSCalendarQVR", {rt.string("gregorian")}), "CalendarIdentifier"), "gregorian");
+  Value letters = rt.newInstance("NSCharacterSetQVR", {rt.string("abc")});
+  EXPECT_TRUE(rt.call(letters, "CharacterIsMember", {Value::ofInteger('b')}).boolean);
+  EXPECT_FALSE(rt.call(letters, "CharacterIsMember", {Value::ofInteger('d')}).boolean);
+  Value digits = rt.callShared("NSCharacterSetQVR", "DecimalDigitCharacterSet");
+  EXPECT_TRUE(rt.call(digits, "CharacterIsMember", {Value::ofInteger('7')}).boolean);
+  Value attributed = rt.newInstance("NSAttributedStringQVR", {rt.string("h\xC3\xA9llo")});
+  EXPECT_EQ(text(attributed, "StringValue"), "h\xC3\xA9llo");
+  EXPECT_EQ(rt.get(attributed, "Length").integer, 5);
+  // The CF wrappers are subclasses of CFObjectQVR; one made empty holds nothing.
+  EXPECT_EQ(rt.findClass("CFNumberQVR")->superclass, rt.findClass("CFObjectQVR"));
+  EXPECT_EQ(rt.get(rt.newInstance("CFDateQVR"), "TypeID").integer, 0);
+  EXPECT_EQ(rt.get(rt.newInstance("CFNumberQVR", {Value::ofDouble(-1.25)}), "DoubleValue").real, -1.25);
+  EXPECT_EQ(text(rt.newInstance("CFStringQVR", {rt.string("t")}), "StringValue"), "t");
+  EXPECT_EQ(text(rt.newInstance("CFURLQVR", {rt.string("file:///tmp/a")}), "AbsoluteString"), "file:///tmp/a");
+  // Colours are one wrapper per platform colour.
+  Value color = rt.newInstance("NSColorQVR", {Value::ofDouble(1), Value::ofDouble(0.5), Value::ofDouble(0.25),
+                                                   Value::ofDouble(0.75)});
+  // Like the host's event loop, every call into a plugin runs in an autorelease pool that
+  // is drained when the call returns: only the wrapper's own retain is left on the colour.
+  auto handle = reinterpret_cast<CFTypeRef>(static_cast<intptr_t>(rt.get(color, "Handle").integer));
+  ASSERT_NE(handle, nullptr);
+  EXPECT_EQ(CFGetRetainCount(handle), 1);
+  EXPECT_NEAR(rt.get(color, "RedComponent").real, 1.0, 1e-6);
+  EXPECT_NEAR(rt.get(color, "GreenComponent").real, 0.5, 1e-6);
+  EXPECT_NEAR(rt.get(color, "BlueComponent").real, 0.25, 1e-6);
+  EXPECT_NEAR(rt.get(color, "AlphaComponent").real, 0.75, 1e-6);
+
+  Value grey = rt.newInstance("NSColorQVR", {Value::ofDouble(0.5)});
+  EXPECT_NEAR(rt.get(grey, "RedComponent").real, 0.5, 1e-6);
+  EXPECT_NEAR(rt.get(grey, "AlphaComponent").real, 1.0, 1e-6);
+
+  Value white = rt.callShared("NSColorQVR", "WhiteColor");
+  Value whiteAgain = rt.callShared("NSColorQVR", "WhiteColor");
+  ASSERT_FALSE(white.isNil());
+  EXPECT_EQ(white.object.get(), whiteAgain.object.get());
+
+  Value space = rt.callShared("NSColorSpaceQVR", "DeviceGrayColorSpace");
+  EXPECT_EQ(rt.get(space, "NumberOfColorComponents").integer, 1);
+  EXPECT_EQ(rt.callShared("NSColorSpaceQVR", "DeviceGrayColorSpace").object.get(), space.object.get());
+  Value rgb = rt.callShared("NSColorSpaceQVR", "DeviceRGBColorSpace");
+  EXPECT_EQ(rt.get(rgb, "NumberOfColorComponents").integer, 3);
+
+  // An empty colour reads as zeros and has no colour space.
+  Value none = rt.newInstance("NSColorQVR");
+  EXPECT_EQ(rt.get(none, "RedComponent").real, 0.0);
+  EXPECT_TRUE(rt.get(none, "ColorSpace").isNil());
+}
+
+TEST_F(PluginTest, SiblingClassesRegisterInLayoutNineToo) {
+  host::Options options;
+  options.version = 2011.0;
+  host::Runtime& runtime = Start(options);
+  host::ClassInfo* size = runtime.findClass("NSSizeQVR");
+  ASSERT_NE(size, nullptr);
+  EXPECT_EQ(size->layout, 9);
+  EXPECT_EQ(size->propertyRecordSize, 10 * sizeof(void*));
+  Value value = runtime.newInstance("NSSizeQVR", {Value::ofDouble(3), Value::ofDouble(4)});
+  EXPECT_EQ(runtime.get(value, "Height").real, 4.0);
+  EXPECT_NE(runtime.findClass("NSExceptionQVR"), nullptr);
 }
 
 }  // namespace
