@@ -48,7 +48,8 @@ TEST_F(HostTest, CallsPassAndReturnEveryTypeTakeDefaultsAndReadConstants) {
       {"Mixed", {Value::ofInt32(-3), Value::ofDouble(2.25), Value::ofSingle(0.5f), Value::ofBoolean(true),
                  integer(int64_t(1) << 33), str("s"), o, integer(9)},
        "String -3|2.250|0.500|1|8589934592|s|object|9"},
-      {"Mixed", {integer(1), integer(2), integer(3), Value::ofBoolean(false), integer(4), str(""), Value::nil(), integer(5)},
+      {"Mixed",
+       {integer(1), integer(2), integer(3), Value::ofBoolean(false), integer(4), str(""), Value::nil(), integer(5)},
        "String 1|2.000|3.000|0|4||nil|5"},
       // Missing arguments take their defaults (42 is the constant Answer).
       {"Add", {integer(1)}, "Integer 6"},
@@ -67,9 +68,9 @@ TEST_F(HostTest, CallsPassAndReturnEveryTypeTakeDefaultsAndReadConstants) {
   Value q = rt().call(o, "OffsetPtr", {block, integer(1)});
   EXPECT_EQ(*static_cast<char*>(q.pointer), 'b');
   // Constants have their declared types (names without case); subclasses inherit them.
-  for (const auto& [cls, name, value] : {std::tuple{"TestBase", "Answer", "Integer 42"}, {"TestBase", "pi", "Double 3.25"},
-                                         {"TestBase", "Greeting", "String hello"}, {"TestBase", "Enabled", "Boolean true"},
-                                         {"TestLeaf", "Answer", "Integer 42"}})
+  for (const auto& [cls, name, value] :
+       {std::tuple{"TestBase", "Answer", "Integer 42"}, {"TestBase", "pi", "Double 3.25"}, {"TestBase", "Greeting", "String hello"},
+        {"TestBase", "Enabled", "Boolean true"}, {"TestLeaf", "Answer", "Integer 42"}})
     EXPECT_EQ(shown(rt().constant(cls, name)), value) << name;
   EXPECT_THROW(rt().constant("TestBase", "Nothing"), std::invalid_argument);
 }

@@ -25,11 +25,13 @@ TEST(Declarations, ParseNamesParametersDefaultsAndResults) {
            {"CopyPictureRect(x as integer, y as Integer, CGColorSpace as Variant = nil) as picture",
             "CopyPictureRect(x integer, y Integer, CGColorSpace Variant = nil) picture"},
            {"  CopyMask   as   picture ", "CopyMask() picture"},
-           {"Join(items() as String, sep as String = \", \") as String()", "Join(items() String, sep String = \", \") String()"},
+           {"Join(items() as String, sep as String = \", \") as String()",
+            "Join(items() String, sep String = \", \") String()"},
            {"Value(key As Variant, Assigns _value As Variant)", "Value(key Variant, assigns _value Variant)"},
            {"LenB( s as string ) as integer", "LenB(s string) integer"},
            {"Constructor()", "Constructor()"},
-           {"Scale(factor as Double = -1.5e3, ByRef n as Int32 = &h10)", "Scale(factor Double = -1.5e3, n Int32 = &h10)"}})
+           {"Scale(factor as Double = -1.5e3, ByRef n as Int32 = &h10)",
+            "Scale(factor Double = -1.5e3, n Int32 = &h10)"}})
     EXPECT_EQ(Canonical(Declaration::parse(text)), parsed) << text;
 }
 

@@ -95,8 +95,8 @@ TEST_F(FolderItemTest, ItemsAreHandedOverAsFSRefsParentsAndNamesAndFSSpecsBothWa
   write("pic.png", "x");
   // Existing items only.
   for (const auto& [item, ref] : std::vector<std::pair<host::Value, std::string>>{
-           {item(dir_ + "/pic.png"), dir_ + "/pic.png"}, {item(dir_), dir_}, {item("/"), "/"}, {item(dir_ + "/missing"), ""},
-           {host::Value::nil(), ""}})
+           {item(dir_ + "/pic.png"), dir_ + "/pic.png"}, {item(dir_), dir_}, {item("/"), "/"},
+           {item(dir_ + "/missing"), ""}, {host::Value::nil(), ""}})
     EXPECT_EQ(text(handOver("RefPath", {item})), ref);
   EXPECT_EQ(text(handOver("ParentRefAndName", {item(dir_ + "/caf\xC3\xA9.png")})), dir_ + "|caf\xC3\xA9.png");
   EXPECT_EQ(text(handOver("ParentRefAndName", {item(dir_ + "/nowhere/x.png")})), "") << "the parent must exist";

@@ -29,7 +29,7 @@ struct Layout {
 
 class Layouts : public HostTest, public ::testing::WithParamInterface<Layout> {};
 
-TEST_P(Layouts, RecordsAreReadWithTheirStridesAndEveryMemberWorks) {
+TEST_P(Layouts, RecordsAreReadWithTheirStridesEveryMemberWorksAndDataOffsetsAreHandedBack) {
   const Layout& l = GetParam();
   load(withVersion(l.version));
   EXPECT_EQ(rt().registeredPluginVersion(), l.layout);
@@ -68,14 +68,33 @@ TEST_P(Layouts, RecordsAreReadWithTheirStridesAndEveryMemberWorks) {
   EXPECT_EQ(base->constants[2].name + " = " + base->constants[2].value, "Greeting = \"hello\"");
   EXPECT_EQ(base->constants[3].name, "Enabled");
   host::ClassInfo* derived = rt().findClass("TestDerived");
+  host::ClassInfo* leaf = rt().findClass("TestLeaf");
+  ASSERT_TRUE(derived && leaf);
   EXPECT_EQ(derived->layout, l.layout);
   EXPECT_EQ(derived->methods.size(), 3u);
+  // forSystemUse holds each class's data offset, which the plugin reads back from its records.
+  EXPECT_EQ(base->dataOffset, 24u);
+  EXPECT_EQ(derived->dataOffset, 24u + base->dataSize);
+  EXPECT_EQ(leaf->dataOffset, derived->dataOffset + derived->dataSize);
+  EXPECT_EQ(leaf->dataSize, 0u);
+  EXPECT_EQ(base->recordWords[4], 24u);
+  EXPECT_EQ(rt().callShared("TestBase", "RecordOffset", {integer(0)}).integer, 24);
+  EXPECT_EQ(rt().callShared("TestBase", "RecordOffset", {integer(1)}).integer, int64_t(derived->dataOffset));
+  EXPECT_EQ(rt().callShared("TestBase", "RecordOffset", {integer(2)}).integer, int64_t(leaf->dataOffset));
+  EXPECT_EQ(derived->superclass, base);
+  EXPECT_EQ(leaf->superclass, derived);
+  EXPECT_TRUE(leaf->isA(base));
+  EXPECT_FALSE(base->isA(leaf));
   // And they work.
   Value object = rt().newInstance("TestDerived");
   EXPECT_EQ(rt().call(object, "Add", {integer(2), integer(3)}).integer, 5);
   EXPECT_EQ(rt().call(object, "Extra").integer, 7);
   EXPECT_EQ(text(rt().get(object, "Name")), "name:-1");
   EXPECT_EQ(rt().constant("TestBase", "Pi").real, 3.25);
+  // A plugin loads once per process, and one runtime is there at a time.
+  EXPECT_THROW(rt().loadPlugin(QVR_HOST_TEST_PLUGIN), std::logic_error);
+  EXPECT_THROW(host::Runtime second, std::logic_error);
+  EXPECT_THROW(rt().loadPlugin("/nonexistent/libnothing.so"), std::runtime_error);
 }
 
 // 2013r3 and later read layout 12; 2013 layout 11, 2012 layout 10; older hosts and hosts
@@ -85,31 +104,6 @@ INSTANTIATE_TEST_SUITE_P(HostVersions, Layouts,
                                            Layout{2012.5, 10, 29, 12, 6, 5}, Layout{2011.9, 9, 25, 10, 4, 3},
                                            Layout{std::nullopt, 9, 25, 10, 4, 3}),
                          [](const auto& info) { return support::HostVersionName(info.param.version); });
-
-TEST_F(HostTest, ForSystemUseHoldsEachClassesDataOffsetAndAPluginLoadsOnce) {
-  load();
-  host::ClassInfo* base = rt().findClass("TestBase");
-  host::ClassInfo* derived = rt().findClass("TestDerived");
-  host::ClassInfo* leaf = rt().findClass("TestLeaf");
-  ASSERT_TRUE(base && derived && leaf);
-  EXPECT_EQ(base->dataOffset, 24u);
-  EXPECT_EQ(derived->dataOffset, 24u + base->dataSize);
-  EXPECT_EQ(leaf->dataOffset, derived->dataOffset + derived->dataSize);
-  EXPECT_EQ(leaf->dataSize, 0u);
-  // The plugin reads the offsets back from its own records.
-  EXPECT_EQ(rt().callShared("TestBase", "RecordOffset", {integer(0)}).integer, 24);
-  EXPECT_EQ(rt().callShared("TestBase", "RecordOffset", {integer(1)}).integer, int64_t(derived->dataOffset));
-  EXPECT_EQ(rt().callShared("TestBase", "RecordOffset", {integer(2)}).integer, int64_t(leaf->dataOffset));
-  EXPECT_EQ(base->recordWords[4], 24u);
-  EXPECT_EQ(derived->superclass, base);
-  EXPECT_EQ(leaf->superclass, derived);
-  EXPECT_TRUE(leaf->isA(base));
-  EXPECT_FALSE(base->isA(leaf));
-  // A plugin loads once per process.
-  EXPECT_THROW(rt().loadPlugin(QVR_HOST_TEST_PLUGIN), std::logic_error);
-  EXPECT_THROW(host::Runtime second, std::logic_error);  // one runtime at a time
-  EXPECT_THROW(rt().loadPlugin("/nonexistent/libnothing.so"), std::runtime_error);
-}
 
 // Each kind of application has its own application class among the built-in classes.
 class AppKinds : public HostTest, public ::testing::WithParamInterface<std::pair<host::AppKind, std::string>> {};

@@ -33,8 +33,9 @@ TEST_F(HostTest, StringObjectsHaveTheDocumentedWordsConvertBetweenEncodingsAndAn
   }
   EXPECT_EQ(words[0], 1u);
   Value o = rt().newInstance("TestBase");
-  const Value utf8 = rt().string(kCafeUTF8, host::kEncodingUTF8), mac = rt().string(kCafeMacRoman, host::kEncodingMacRoman),
-              utf16 = rt().string(std::string(kCafeUTF16, 8), host::kEncodingUTF16);
+  const Value utf8 = rt().string(kCafeUTF8, host::kEncodingUTF8);
+  const Value mac = rt().string(kCafeMacRoman, host::kEncodingMacRoman);
+  const Value utf16 = rt().string(std::string(kCafeUTF16, 8), host::kEncodingUTF16);
   EXPECT_EQ(rt().utf8(mac), kCafeUTF8);
   EXPECT_EQ(rt().utf8(utf16), kCafeUTF8);
   // Conversions by the plugin, each way: ASCII cannot hold é (it becomes '?'), broken UTF-8

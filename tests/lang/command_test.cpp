@@ -32,7 +32,8 @@ TEST_P(Command, RunsAndAnswers) {
 INSTANTIATE_TEST_SUITE_P(
     Lines, Command,
     ::testing::Values(CommandLine{"ProgramFile", {"program"}, 0, "12\n", ""},
-                      CommandLine{"WithoutSiblings", {"--no-siblings", "program"}, 1, "", ":1:14: error: unknown type \"NSSizeQVR\""},
+                      CommandLine{"WithoutSiblings", {"--no-siblings", "program"}, 1, "",
+                                  ":1:14: error: unknown type \"NSSizeQVR\""},
                       CommandLine{"EmbeddedExample", {}, 0, "NSSizeQVR: 64 x 48", ""},
                       CommandLine{"UnknownOption", {"--frobnicate"}, 2, "", "usage: qvr run"},
                       CommandLine{"BadHostVersion", {"--host-version", "soon"}, 2, "", ""},

@@ -45,7 +45,8 @@ TEST(Errors, SyntaxAndTypeErrorsNameWhatWasExpectedAndWhere) {
 // Mistakes stop a program before its first statement runs: nothing is printed.
 TEST(Errors, ComeBeforeAnythingRuns) {
   expectAll({{"Print \"first\"\nIf\n", "|test.qvr:2:3: error: expected an expression but found the end of the line\n"},
-             {"Print \"start\"\nIf False Then\n  Prnt \"x\"\nEnd If\n", "|test.qvr:3:3: error: unknown method \"Prnt\"\n"},
+             {"Print \"start\"\nIf False Then\n  Prnt \"x\"\nEnd If\n",
+              "|test.qvr:3:3: error: unknown method \"Prnt\"\n"},
              {"Print \"start\"\nIf False Then Print \"n = \" + 5\n",
               "|test.qvr:2:28: error: the operator + cannot be used with a String and an Integer\n"}},
             false, true);

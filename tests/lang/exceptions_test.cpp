@@ -44,9 +44,10 @@ TEST(Exceptions, CaughtByClassWithFinallyOnEveryWayOut) {
 // An uncaught exception ends the run after what was printed; a mistake in the program is
 // no exception, so nothing runs, not even Finally.
 TEST(Exceptions, UncaughtEndTheRunAndMistakesStopItBeforeItStarts) {
-  langtest::expectAll({{"Print \"before\"\n\nRaise New UnsupportedOperationException(\"not today\")\nPrint \"after\"\n",
-                        "before\n|test.qvr:3: uncaught UnsupportedOperationException: not today\n"},
-                       {"Try\n  Dim x As Integer = \"s\"\nCatch\n  Print \"caught\"\nFinally\n  Print \"finally\"\nEnd Try\n",
-                        "|test.qvr:2:22: error: \"x\" expects an Integer but got a String\n"}},
-                      false, true);
+  langtest::expectAll(
+      {{"Print \"before\"\n\nRaise New UnsupportedOperationException(\"not today\")\nPrint \"after\"\n",
+        "before\n|test.qvr:3: uncaught UnsupportedOperationException: not today\n"},
+       {"Try\n  Dim x As Integer = \"s\"\nCatch\n  Print \"caught\"\nFinally\n  Print \"finally\"\nEnd Try\n",
+        "|test.qvr:2:22: error: \"x\" expects an Integer but got a String\n"}},
+      false, true);
 }

@@ -82,7 +82,8 @@ TEST(HostLibrary, HostErrorsNameTheirLine) {
 // Picture.Save, ToData and the older GetData in every format, read back by Picture.Open and FromData and by an
 // independent decoder, in both kinds of application; the errors each way.
 TEST(HostLibrary, PicturesSavedAndOpened) {
-  const std::pair<const char*, int> formats[] = {{"PNG", 0}, {"BMP", 0}, {"TIFF", 0}, {"GIF", 0}, {"JPEG", 6}};  // JPEG is lossy
+  // Each format and how far its samples may be off (JPEG is lossy).
+  const std::pair<const char*, int> formats[] = {{"PNG", 0}, {"BMP", 0}, {"TIFF", 0}, {"GIF", 0}, {"JPEG", 6}};
   support::TempFolder folder;
   for (host::AppKind kind : {host::AppKind::Desktop, host::AppKind::Console})
     for (const auto& [format, tolerance] : formats) {

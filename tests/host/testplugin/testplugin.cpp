@@ -294,18 +294,11 @@ String retag(Object, String s, intptr_t encoding) {
   return s;
 }
 
-// The string's bytes in the given encoding, as a MemoryBlock (through PluginGetStringData).
+// The string's bytes in the given encoding (through PluginGetStringData), as a MemoryBlock.
 Object bytesIn(Object, String s, intptr_t encoding) {
-  auto get = entry<int (*)(String, uint32_t, StringData*)>("PluginGetStringData");
-  auto dispose = entry<void (*)(StringData*)>("PluginDisposeStringData");
-  auto newBlock = entry<Object (*)(int32_t)>("newMemoryBlock");
-  auto ptr = entry<void* (*)(Object)>("memoryBlockGetPtr");
-  if (!get || !dispose || !newBlock || !ptr) return nullptr;
-  StringData data{};
-  if (!get(s, static_cast<uint32_t>(encoding), &data)) return nullptr;
-  Object block = newBlock(static_cast<int32_t>(data.length));
-  if (block) std::memcpy(ptr(block), data.data, data.length);
-  dispose(&data);
+  const std::string bytes = textOf(s, static_cast<uint32_t>(encoding));
+  Object block = entry<Object (*)(int32_t)>("newMemoryBlock")(static_cast<int32_t>(bytes.size()));
+  if (block) std::memcpy(entry<void* (*)(Object)>("memoryBlockGetPtr")(block), bytes.data(), bytes.size());
   return block;
 }
 
