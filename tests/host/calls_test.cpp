@@ -9,7 +9,7 @@
 
 using host::Value;
 
-TEST_F(HostTest, CallsPassAndReturnEveryTypeTakeDefaultsAndReadConstants) {
+TEST_F(HostTest, CallsPassAndReturnEveryTypeChooseOverloadsTakeDefaultsAndReadConstants) {
   load();
   Value o = rt().newInstance("TestBase");
   // Object results come with one reference.
@@ -73,11 +73,7 @@ TEST_F(HostTest, CallsPassAndReturnEveryTypeTakeDefaultsAndReadConstants) {
         {"TestBase", "Enabled", "Boolean true"}, {"TestLeaf", "Answer", "Integer 42"}})
     EXPECT_EQ(shown(rt().constant(cls, name)), value) << name;
   EXPECT_THROW(rt().constant("TestBase", "Nothing"), std::invalid_argument);
-}
-
-TEST_F(HostTest, OverloadsAreChosenByArgumentTypes) {
-  load();
-  Value o = rt().newInstance("TestBase");
+  // Overloads are chosen by argument types.
   Value derived = rt().newInstance("TestDerived");
   Value leaf = rt().newInstance("TestLeaf", {integer(1)});
   // Int32 and Single take the nearest numeric type; the closest superclass wins.

@@ -70,7 +70,7 @@ TEST_F(HostTest, PluginsFillAndReadArraysOfEveryElementTypeAndReleaseTheirValues
   EXPECT_EQ(rt().liveObjects(), objects);
 }
 
-TEST_F(HostTest, MemoryBlocksPassBothWaysAndTheirMembersWorkForHostCodeAndPlugins) {
+TEST_F(HostTest, MemoryBlocksPassBothWaysAndTheirMembersLoadAsRealCFunctions) {
   load();
   Value o = rt().newInstance("TestBase");
   Value block = rt().memoryBlock("\x01\x02\x03", 3);
@@ -99,19 +99,16 @@ TEST_F(HostTest, MemoryBlocksPassBothWaysAndTheirMembersWorkForHostCodeAndPlugin
   // A plugin loads the same members as C functions (libffi closures).
   EXPECT_EQ(rt().call(o, "BlockMembers", {block}).integer, 66 * 1000 + 1);
   EXPECT_EQ(rt().memoryBlockBytes(block).substr(0, 2), "AB");
-}
-
-TEST_F(HostTest, LoadedMethodsAreRealCFunctions) {
-  load();
+  // Loaded methods are real C functions.
   auto loadObject = entry<void* (*)(void*, const char*)>("REALLoadObjectMethod");
   auto loadGlobal = entry<void* (*)(void*, const char*)>("REALLoadGlobalMethod");
   ASSERT_TRUE(loadObject && loadGlobal);
-  Value o = rt().newInstance("TestLeaf", {integer(1)});
+  Value leaf = rt().newInstance("TestLeaf", {integer(1)});
   host::ClassInfo* base = rt().findClass("TestBase");
   // Plugin members give the plugin's own functions, found along the hierarchy.
-  EXPECT_EQ(loadObject(o.object.get(), "add(A AS INTEGER,b as integer=5)as integer"), base->methods[0].function);
-  EXPECT_EQ(loadObject(o.object.get(), "Slot(i as Integer, assigns v as Integer)"), base->methods[23].setterFunction);
-  EXPECT_EQ(loadObject(o.object.get(), "Add(a as Double, b as Integer) as Integer"), nullptr);
+  EXPECT_EQ(loadObject(leaf.object.get(), "add(A AS INTEGER,b as integer=5)as integer"), base->methods[0].function);
+  EXPECT_EQ(loadObject(leaf.object.get(), "Slot(i as Integer, assigns v as Integer)"), base->methods[23].setterFunction);
+  EXPECT_EQ(loadObject(leaf.object.get(), "Add(a as Double, b as Integer) as Integer"), nullptr);
   // Host functions are closures with the declared C signature, handed out once.
   auto lenB = reinterpret_cast<intptr_t (*)(void*)>(loadGlobal(nullptr, "LenB(s as String) as Integer"));
   auto len = reinterpret_cast<intptr_t (*)(void*)>(loadGlobal(nullptr, "len( text as string ) as integer"));
@@ -122,7 +119,7 @@ TEST_F(HostTest, LoadedMethodsAreRealCFunctions) {
   EXPECT_EQ(len(s.string.get()), 4);
   EXPECT_EQ(lenB(nullptr), 0);
   // A MemoryBlock member returning a string gives the caller one reference.
-  Value block = rt().memoryBlock("xyz", 3);
+  block = rt().memoryBlock("xyz", 3);
   auto stringValue = reinterpret_cast<host::StringObject* (*)(void*, intptr_t, intptr_t)>(
       loadObject(block.object.get(), "StringValue(offset as Integer, length as Integer) as String"));
   ASSERT_NE(stringValue, nullptr);

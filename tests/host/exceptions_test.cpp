@@ -4,7 +4,7 @@
 
 using host::Value;
 
-TEST_F(HostTest, RaisedExceptionsAreThrownAfterTheFunctionReturnsWhichResultIsDropped) {
+TEST_F(HostTest, RaisedExceptionsAreThrownAfterTheFunctionReturnsAndThrownPlatformObjectsAreContained) {
   load();
   Value o = rt().newInstance("TestBase");
   {
@@ -40,11 +40,8 @@ TEST_F(HostTest, RaisedExceptionsAreThrownAfterTheFunctionReturnsWhichResultIsDr
   EXPECT_EQ(e->className(), "NilObjectException");
   EXPECT_EQ(e->message(), "Memoryblock is nil");
   EXPECT_STREQ(e->what(), "NilObjectException: Memoryblock is nil");
-}
-
-TEST_F(HostTest, ThrownPlatformObjectsAreReportedNotFatalAlsoFromConstructorsAndHostCodeMakesExceptions) {
-  load();
-  Value o = rt().newInstance("TestBase");
+  // Thrown platform objects are reported, never fatal, also from constructors and destructors; host code
+  // makes exceptions.
   auto thrown = Caught<host::ThrownObject>([&] { rt().call(o, "ThrowPlatform"); });
   ASSERT_TRUE(thrown) << "no exception";
   EXPECT_NE(thrown->object(), nullptr);
@@ -55,11 +52,11 @@ TEST_F(HostTest, ThrownPlatformObjectsAreReportedNotFatalAlsoFromConstructorsAnd
   EXPECT_THROW(rt().call(o, "NoSuchMethod"), std::invalid_argument);
   for (int i = 0; i < 3; ++i) EXPECT_THROW(rt().call(o, "ThrowPlatform"), host::ThrownObject);
   // Host code makes exceptions and sets their properties.
-  Value e = rt().newInstance("OutOfMemoryException");
-  rt().set(e, "Message", str("made by host code"));
-  rt().set(e, "ErrorNumber", integer(12));
-  EXPECT_EQ(text(rt().get(e, "message")), "made by host code");
-  EXPECT_EQ(rt().get(e, "errornumber").integer, 12);
+  Value made = rt().newInstance("OutOfMemoryException");
+  rt().set(made, "Message", str("made by host code"));
+  rt().set(made, "ErrorNumber", integer(12));
+  EXPECT_EQ(text(rt().get(made, "message")), "made by host code");
+  EXPECT_EQ(rt().get(made, "errornumber").integer, 12);
   EXPECT_FALSE(rt().exceptionPending());
   // Platform objects thrown by constructors and destructors are contained.
   size_t objects = rt().liveObjects();

@@ -25,7 +25,7 @@ class FolderItemTest : public HostTest {
   const std::string dir_ = folder_.path();
 };
 
-TEST_F(FolderItemTest, PathsNamesParentsAndChildrenThatNeedNotExistAndTrueItemCountsFromOne) {
+TEST_F(FolderItemTest, PathsNamesParentsChildrenTrueItemDeletingRenamingAndNewFolders) {
   load();
   write("a.txt", "hello");
   host::Value f = item(dir_ + "/./sub/../a.txt");
@@ -62,12 +62,9 @@ TEST_F(FolderItemTest, PathsNamesParentsAndChildrenThatNeedNotExistAndTrueItemCo
   EXPECT_TRUE(rt().call(folder, "TrueItem(index as integer) as folderitem", {integer(0)}).isNil());
   EXPECT_TRUE(rt().call(folder, "TrueItem", {integer(5)}).isNil());
   EXPECT_TRUE(rt().call(rt().call(folder, "Child", {str("a")}), "TrueItem", {integer(1)}).isNil());
-}
-
-TEST_F(FolderItemTest, DeleteRenameAndCreateAsFolder) {
-  load();
+  // Deleting, renaming and making folders.
   write("old", "x");
-  host::Value f = item(dir_ + "/old");
+  f = item(dir_ + "/old");
   rt().set(f, "Name", str("new"));
   EXPECT_EQ(rt().get(f, "LastErrorCode").integer, 0);
   EXPECT_EQ(path(f), dir_ + "/new");
@@ -78,7 +75,7 @@ TEST_F(FolderItemTest, DeleteRenameAndCreateAsFolder) {
   EXPECT_FALSE(flag(f, "Exists"));
   rt().call(f, "Delete");
   EXPECT_NE(rt().get(f, "LastErrorCode").integer, 0);
-  host::Value folder = item(dir_ + "/folder");
+  folder = item(dir_ + "/folder");
   rt().call(folder, "CreateAsFolder");
   EXPECT_TRUE(flag(folder, "Directory"));
   write("folder/inside", "");

@@ -72,7 +72,7 @@ TEST_F(ThreadsTest, TheRuntimesThreadIsAHostThreadAndOthersRunInTurnWhenTheBaton
   rt().joinThread(id);
 }
 
-TEST_F(ThreadsTest, JoinRethrowsWhatTheBodyThrewAndHostThreadsAndPluginWorkCallThePlugin) {
+TEST_F(ThreadsTest, JoinRethrowsHostThreadsAndPluginWorkCallThePluginAndForeignThreadsAreRefused) {
   load();
   size_t id = rt().startThread([] { throw std::runtime_error("body failed"); });
   EXPECT_THROW(rt().joinThread(id), std::runtime_error);
@@ -109,10 +109,7 @@ TEST_F(ThreadsTest, JoinRethrowsWhatTheBodyThrewAndHostThreadsAndPluginWorkCallT
   stop = true;
   rt().joinThread(id);
   EXPECT_EQ(rt().foreignThreadCalls(), 0u);
-}
-
-TEST_F(ThreadsTest, EntryPointsRefuseAWorkerOfThePluginAndAThreadOfTheHostProgram) {
-  load();
+  // Entry points refuse a worker of the plugin and a thread of the host program.
   uint64_t yieldsBefore = rt().yieldCount();
   host::Value neutral = rt().callShared("TestThreads", "ForeignCalls");
   EXPECT_EQ(neutral.integer, 3) << "string, yield and resolver all answered neutrally";
