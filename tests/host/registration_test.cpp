@@ -71,6 +71,7 @@ TEST_P(Layouts, RecordsAreReadWithTheirStridesEveryMemberWorksAndDataOffsetsAreH
   host::ClassInfo* leaf = rt().findClass("TestLeaf");
   ASSERT_TRUE(derived && leaf);
   EXPECT_EQ(derived->layout, l.layout);
+  EXPECT_EQ(derived->recordWords.size(), l.words);
   EXPECT_EQ(derived->methods.size(), 3u);
   // forSystemUse holds each class's data offset, which the plugin reads back from its records.
   EXPECT_EQ(base->dataOffset, 24u);

@@ -52,6 +52,6 @@ TEST(Examples, TheEmbeddedExampleRunsToItsEnd) {
   EXPECT_NE(out.str().find("caught OutOfBoundsException"), std::string::npos) << out.str();
   for (const char* written : {"example.png: PNG, written", "example.jpeg: JPEG, written", "example.tiff: TIFF, written",
                               "example.gif: GIF, written", "example.bmp: BMP, written", "New NSImageQVR(pic, mask): 8 x 6",
-                              "back to a Picture: 32 x 24, mask at (0, 0) 255, at (31, 0) 0"})
+                              "back to a Picture: 32 x 24, mask at (0, 0) 255, at (31, 0) 0", "MemoryBlock"})
     EXPECT_NE(out.str().find(written), std::string::npos) << out.str();
 }
