@@ -5,7 +5,7 @@
 
 using langtest::expectAll;
 
-TEST(Arrays, BuiltGrownIndexedSortedSharedByReferenceAndOfObjectsWithNothingLeftAlive) {
+TEST(Arrays, BuiltGrownIndexedSortedSharedAndTheStringAndNumberBuiltins) {
   expectAll({
       {"Dim a(3) As Integer\nDim s(1) As String\nPrint Str(UBound(a)) + Str(a.LastIndex) + Str(a.Count) + Str(a(3))\n"
        "Print \"[\" + s(1) + \"]\"\nDim e() As Double\nPrint Str(e.LastIndex)\n",
@@ -44,11 +44,7 @@ TEST(Arrays, BuiltGrownIndexedSortedSharedByReferenceAndOfObjectsWithNothingLeft
       {"Dim a() As MemoryBlock\nFor i As Integer = 1 To 10\n  a.Append New MemoryBlock(i)\nNext\n"
        "Dim b() As MemoryBlock = a\na.Remove(0)\nDim s() As String = Split(\"a b c\")\n",
        ""},
-  });
-}
-
-TEST(Builtins, StringsNumbersAndFormat) {
-  expectAll({
+      // The string and number built-ins, and Format.
       {"Dim s As String = \"Grüße, World\"\nPrint Str(Len(s)) + \" \" + Left(s, 5) + \"|\" + Mid(s, 8, 3) + \"|\" + "
        "Right(s, 3)\nPrint Str(InStr(s, \"world\")) + \" \" + Str(InStr(9, s, \"o\")) + \" \" + Uppercase(\"abc\") + "
        "Lowercase(\"DEF\") + \"[\" + Trim(\"  x  \") + \"]\"\n",

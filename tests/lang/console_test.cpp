@@ -40,7 +40,7 @@ TEST(Console, GlobalFunctionsAndArrayLiteralsHaveStaticTypes) {
   });
 }
 
-TEST(Console, SystemStdOutStdErrAppAndQuit) {
+TEST(Console, SystemStdOutStdErrAppQuitAndTextEncodingsAndNumbers) {
   expectAll({
       {"System.DebugLog(\"log\")\nStdOut.Write \"a\"\nStdOut.Write(\"b\")\nStdOut.WriteLine \"c\"\nStdOut.WriteLine\nStdOut.Flush\n"
        "StdErr.Write(\"e\")\nStdErr.WriteLine(\"rr\")\nPrint Str(System.Ticks >= 0) + Str(System.Microseconds >= 0)\n",
@@ -56,11 +56,7 @@ TEST(Console, SystemStdOutStdErrAppAndQuit) {
       {"Dim x As Integer = System\n", "|test.qvr:1:20: error: the System module is used through its members (System.DebugLog, ...)\n"},
       {"StdOut.Print(\"x\")\n", "|test.qvr:1:8: error: StdOut has no member \"Print\"\n"},
       {"Dim w As Integer = App.MajorVersion\n", "|test.qvr:1:24: error: the App object has no member \"MajorVersion\"\n"},
-  });
-}
-
-TEST(Console, TextEncodingsAndNumbersConvert) {
-  expectAll({
+      // Text encodings and numbers convert.
       {"Dim s As String = \"Grüße\"\nPrint s.Encoding.InternetName + \" \" + Str(s.Encoding = Encodings.UTF8) + \" \" + Str(s.Encoding <> Encodings.ASCII)\n"
        "Dim latin As String = ConvertEncoding(s, Encodings.WindowsLatin1)\n"
        "Print Str(latin.LenB) + \" \" + Str(LenB(s)) + \" \" + Encoding(latin).InternetName + \" \" + Str(latin = s)\n"

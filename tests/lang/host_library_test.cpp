@@ -33,7 +33,7 @@ TEST(HostLibrary, DictionaryValuesAreVariants) {
   });
 }
 
-TEST(HostLibrary, PicturesByTheirPixels) {
+TEST(HostLibrary, PicturesByTheirPixelsAndHostErrorsNameTheirLine) {
   expectAll({
       {"Dim p As New Picture(3, 2)\np.Graphics.ForeColor = &c204060\np.Graphics.FillRect(1, 1, 2, 1)\n"
        "p.RGBSurface.Pixel(0, 0) = RGB(255, 0, 0, 255)\nDim row As String\nFor y As Integer = 0 To 1\n"
@@ -65,11 +65,7 @@ TEST(HostLibrary, PicturesByTheirPixels) {
        "p.HorizontalResolution = 144\nDim q As Picture = Picture.FromData(p.ToData(Picture.SaveAsPNG))\n"
        "Print Str(q.HorizontalResolution) + \" \" + Str(q.VerticalResolution)\n",
        "0 0 255 0 255\n144 72\n"},
-  });
-}
-
-TEST(HostLibrary, HostErrorsNameTheirLine) {
-  expectAll({
+      // Host errors name their line.
       {"Dim f As FolderItem = GetFolderItem(\"/nonexistent-qvr-dir/x\")\n\nDim s As BinaryStream = BinaryStream.Open(f)\n",
        "test.qvr:3: uncaught IOException: BinaryStream.Open cannot open \"/nonexistent-qvr-dir/x\": No such file or directory\n"},
       {"Dim p As New Picture(2, 2)\nDim g As Graphics = p\n", "test.qvr:2:21: error: \"g\" expects a Graphics but got an instance of Picture\n"},
