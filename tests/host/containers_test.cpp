@@ -83,7 +83,7 @@ TEST_F(HostTest, MemoryBlocksPassBothWaysAndTheirMembersLoadAsRealCFunctions) {
   // A new block is zero-filled.
   Value fresh = rt().newInstance("MemoryBlock", {integer(16)});
   EXPECT_EQ(rt().memoryBlockBytes(fresh), std::string(16, '\0'));
-  // Members for host code.
+  // Its members work for host code.
   block = rt().newInstance("MemoryBlock", {integer(4)});
   rt().assign(block, "Byte", {integer(2)}, integer(200));
   EXPECT_EQ(rt().call(block, "Byte", {integer(2)}).integer, 200);

@@ -40,8 +40,7 @@ TEST_F(HostTest, RaisedExceptionsAreThrownAfterTheFunctionReturnsAndThrownPlatfo
   EXPECT_EQ(e->className(), "NilObjectException");
   EXPECT_EQ(e->message(), "Memoryblock is nil");
   EXPECT_STREQ(e->what(), "NilObjectException: Memoryblock is nil");
-  // Thrown platform objects are reported, never fatal, also from constructors and destructors; host code
-  // makes exceptions.
+  // A platform object thrown out of a plugin is reported, never fatal.
   auto thrown = Caught<host::ThrownObject>([&] { rt().call(o, "ThrowPlatform"); });
   ASSERT_TRUE(thrown) << "no exception";
   EXPECT_NE(thrown->object(), nullptr);

@@ -90,7 +90,7 @@ TEST_F(FolderItemTest, PathsNamesParentsChildrenTrueItemDeletingRenamingAndNewFo
 TEST_F(FolderItemTest, ItemsAreHandedOverAsFSRefsParentsAndNamesAndFSSpecsBothWaysButNotToAForeignThread) {
   load();
   write("pic.png", "x");
-  // Existing items only.
+  // FSRefs of existing items only.
   for (const auto& [item, ref] : std::vector<std::pair<host::Value, std::string>>{
            {item(dir_ + "/pic.png"), dir_ + "/pic.png"}, {item(dir_), dir_}, {item("/"), "/"},
            {item(dir_ + "/missing"), ""}, {host::Value::nil(), ""}})

@@ -98,8 +98,8 @@ TEST_P(Layouts, RecordsAreReadWithTheirStridesEveryMemberWorksAndDataOffsetsAreH
   EXPECT_THROW(rt().loadPlugin("/nonexistent/libnothing.so"), std::runtime_error);
 }
 
-// 2013r3 and later read layout 12; 2013 layout 11, 2012 layout 10; older hosts and hosts
-// without a version entry point layout 9.
+// Hosts from version 2013.03 on read layout 12, 2013.0 layout 11, 2012 layout 10; older
+// hosts and hosts without a version entry point layout 9.
 INSTANTIATE_TEST_SUITE_P(HostVersions, Layouts,
                          ::testing::Values(Layout{2013.03, 12, 29, 12, 6, 5}, Layout{2013.0, 11, 29, 12, 6, 5},
                                            Layout{2012.5, 10, 29, 12, 6, 5}, Layout{2011.9, 9, 25, 10, 4, 3},
