@@ -80,6 +80,11 @@ bool run_decode(DecodeJob& job) {
   int depth = 0, colour_type = 0, interlace = 0;
   png_get_IHDR(job.png, job.info, &width, &height, &depth, &colour_type, &interlace, nullptr, nullptr);
   if (int64_t(width) * height > kMaxPixels) return false;
+  // Deflate gives at most 1,032 bytes for each byte it reads, so a file too small to hold
+  // its rows (each with its filter byte) is refused before the picture is allocated: a few
+  // bytes of an interlaced picture would otherwise spread its first pass over every page.
+  const int64_t row_bytes = (int64_t(width) * png_get_channels(job.png, job.info) * depth + 7) / 8 + 1;
+  if (row_bytes * height > int64_t(job.reader.size) * 1032 + 1024) return false;
   read_metadata(job);
   bool alpha = (colour_type & PNG_COLOR_MASK_ALPHA) != 0;
   if (colour_type == PNG_COLOR_TYPE_PALETTE) png_set_palette_to_rgb(job.png);
