@@ -84,7 +84,7 @@ TEST_F(HostTest, CallsPassAndReturnEveryTypeChooseOverloadsTakeDefaultsAndReadCo
   // A subclass's member hides the superclass member with the same parameters.
   EXPECT_EQ(text(rt().call(derived, "Kind", {derived})), "TestDerived (in TestDerived)");
   EXPECT_EQ(text(rt().call(derived, "Kind", {o})), "TestBase");
-  // Nil fits every object and string overload equally: ambiguous, as in host code ...
+  // Nil fits the TestBase and TestDerived overloads equally: ambiguous, as in host code ...
   EXPECT_THROW(rt().call(o, "Kind", {Value::nil()}), std::invalid_argument);
   // ... unless the exact declaration is named.
   EXPECT_EQ(text(rt().call(o, "Kind(x as TestDerived) as String", {Value::nil()})), "TestDerived");

@@ -89,7 +89,7 @@ TEST_F(FileReferences, ExistingObjectsOnlyTheSamePathBackAndTheRootIsNodeTwo) {
   EXPECT_EQ(pathOf(back), "/");
 }
 
-TEST_F(FileReferences, CatalogInformationNamesNodesAndParentsAndAReferenceDiesWithItsObject) {
+TEST_F(FileReferences, CatalogInformationFSSpecsOfMissingItemsAndReferencesThatDieWithTheirObjects) {
   FSRef file = ref(dir_ + "/file"), folder = ref(dir_);
   FSCatalogInfo info, folderInfo;
   HFSUniStr255 name;
@@ -116,8 +116,26 @@ TEST_F(FileReferences, CatalogInformationNamesNodesAndParentsAndAReferenceDiesWi
   FSCatalogInfo againInfo;
   ASSERT_EQ(FSGetCatalogInfo(&again, kFSCatInfoNodeID, &againInfo, nullptr, nullptr, nullptr), noErr);
   EXPECT_EQ(againInfo.nodeID, info.nodeID);
+  // FSSpecs may name missing items, in existing folders only.
+  const SInt32 dirID = SInt32(folderInfo.nodeID);
+  const unsigned char missing[] = "\x07missing", fileName[] = "\x04" "file", slash[] = "\x03" "a/b";
+  EXPECT_EQ(FSMakeFSSpec(kQVRFileVolume, dirID, missing, &fileSpec), fnfErr);
+  EXPECT_EQ(fileSpec.parID, dirID);
+  FSRef r;
+  EXPECT_EQ(FSpMakeFSRef(&fileSpec, &r), fnfErr);
+  ASSERT_EQ(FSMakeFSSpec(kQVRFileVolume, dirID, fileName, &fileSpec), noErr);
+  ASSERT_EQ(FSpMakeFSRef(&fileSpec, &r), noErr);
+  EXPECT_EQ(pathOf(r), dir_ + "/file");
+  FSSpec self;
+  ASSERT_EQ(FSMakeFSSpec(kQVRFileVolume, dirID, nullptr, &self), noErr);
+  ASSERT_EQ(FSpMakeFSRef(&self, &r), noErr);
+  EXPECT_EQ(pathOf(r), dir_);
+  EXPECT_EQ(FSMakeFSSpec(kQVRFileVolume, 0x7FFFFFF0, fileName, &fileSpec), dirNFErr);
+  EXPECT_EQ(FSMakeFSSpec(7, dirID, fileName, &fileSpec), nsvErr);
+  EXPECT_EQ(FSMakeFSSpec(kQVRFileVolume, dirID, slash, &fileSpec), bdNamErr);
+  EXPECT_EQ(FSMakeFSSpec(kQVRFileVolume, SInt32(info.nodeID), fileName, &fileSpec), dirNFErr) << "a file is no folder";
   // A reference dies with its object.
-  FSRef r = ref(dir_ + "/file");
+  r = ref(dir_ + "/file");
   ASSERT_EQ(rename((dir_ + "/file").c_str(), (dir_ + "/moved").c_str()), 0);
   EXPECT_EQ(pathOf(r), "<none>");
   std::ofstream(dir_ + "/file") << "new";
@@ -131,34 +149,6 @@ TEST_F(FileReferences, CatalogInformationNamesNodesAndParentsAndAReferenceDiesWi
   EXPECT_EQ(FSRefMakePath(&garbage, buffer, sizeof buffer), paramErr);
   FSRef zero = {};
   EXPECT_EQ(FSGetCatalogInfo(&zero, kFSCatInfoNodeID, nullptr, nullptr, nullptr, nullptr), paramErr);
-}
-
-TEST_F(FileReferences, FSSpecsMayNameMissingItemsInExistingFolders) {
-  FSRef folder = ref(dir_);
-  FSCatalogInfo info;
-  ASSERT_EQ(FSGetCatalogInfo(&folder, kFSCatInfoNodeID, &info, nullptr, nullptr, nullptr), noErr);
-  FSSpec fileSpec;
-  const unsigned char missing[] = "\x07missing";
-  EXPECT_EQ(FSMakeFSSpec(kQVRFileVolume, SInt32(info.nodeID), missing, &fileSpec), fnfErr);
-  EXPECT_EQ(fileSpec.parID, SInt32(info.nodeID));
-  FSRef r;
-  EXPECT_EQ(FSpMakeFSRef(&fileSpec, &r), fnfErr);
-  const unsigned char file[] = "\x04" "file";
-  ASSERT_EQ(FSMakeFSSpec(kQVRFileVolume, SInt32(info.nodeID), file, &fileSpec), noErr);
-  ASSERT_EQ(FSpMakeFSRef(&fileSpec, &r), noErr);
-  EXPECT_EQ(pathOf(r), dir_ + "/file");
-  FSSpec self;
-  ASSERT_EQ(FSMakeFSSpec(kQVRFileVolume, SInt32(info.nodeID), nullptr, &self), noErr);
-  ASSERT_EQ(FSpMakeFSRef(&self, &r), noErr);
-  EXPECT_EQ(pathOf(r), dir_);
-  EXPECT_EQ(FSMakeFSSpec(kQVRFileVolume, 0x7FFFFFF0, file, &fileSpec), dirNFErr);
-  EXPECT_EQ(FSMakeFSSpec(7, SInt32(info.nodeID), file, &fileSpec), nsvErr);
-  const unsigned char slash[] = "\x03" "a/b";
-  EXPECT_EQ(FSMakeFSSpec(kQVRFileVolume, SInt32(info.nodeID), slash, &fileSpec), bdNamErr);
-  FSRef fileRef = ref(dir_ + "/file");
-  FSCatalogInfo fileInfo;
-  ASSERT_EQ(FSGetCatalogInfo(&fileRef, kFSCatInfoNodeID, &fileInfo, nullptr, nullptr, nullptr), noErr);
-  EXPECT_EQ(FSMakeFSSpec(kQVRFileVolume, SInt32(fileInfo.nodeID), file, &fileSpec), dirNFErr) << "a file is no folder";
 }
 
 TEST_F(FileReferences, FileURLsToAndFromFSRefs) {
