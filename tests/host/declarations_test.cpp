@@ -20,7 +20,7 @@ std::string Canonical(const Declaration& d) {
 
 }  // namespace
 
-TEST(Declarations, ParseNamesParametersDefaultsAndResults) {
+TEST(Declarations, ParseNamesParametersDefaultsAndResultsAndRejectMalformedText) {
   for (const auto& [text, parsed] : std::vector<std::pair<const char*, const char*>>{
            {"CopyPictureRect(x as integer, y as Integer, CGColorSpace as Variant = nil) as picture",
             "CopyPictureRect(x integer, y Integer, CGColorSpace Variant = nil) picture"},
@@ -33,9 +33,7 @@ TEST(Declarations, ParseNamesParametersDefaultsAndResults) {
            {"Scale(factor as Double = -1.5e3, ByRef n as Int32 = &h10)",
             "Scale(factor Double = -1.5e3, n Int32 = &h10)"}})
     EXPECT_EQ(Canonical(Declaration::parse(text)), parsed) << text;
-}
-
-TEST(Declarations, RejectMalformedText) {
+  // Malformed text is rejected.
   for (const char* bad : {"", "(x as integer)", "f(x)", "f(x as integer", "f(x as integer) as", "f(,)",
                           "f(assigns v as integer, x as integer)", "f(x as integer =)", "f() integer",
                           "f(s as String = \"open)", "9lives()"})
