@@ -84,12 +84,6 @@ bool GivesBack(const std::string& name) {
          name == "unlockPictureDescription";
 }
 
-bool Neutral(const std::string& result) {
-  tour::Outcome o;
-  o.result = result;
-  return o.neutral();
-}
-
 class EntryPointSweep : public ::testing::TestWithParam<int> {};
 
 TEST_P(EntryPointSweep, HostWithoutOneEntryPointRunsTheTour) {
@@ -122,7 +116,7 @@ TEST_P(EntryPointSweep, HostWithoutOneEntryPointRunsTheTour) {
       const std::string label = line.substr(2, tab - 2), result = line.substr(tab + 1, second - tab - 1);
       const std::string& usual = expected[label];
       if (usual.substr(usual.find('\t') + 1) != line.substr(second + 1)) continue;
-      if (result != usual.substr(0, usual.find('\t')) && !Neutral(result))
+      if (result != usual.substr(0, usual.find('\t')) && !tour::Neutral(result))
         ADD_FAILURE() << "without " << names[i] << ": " << label << " gave " << result << ", not "
                       << usual.substr(0, usual.find('\t')) << " nor a neutral result";
     }

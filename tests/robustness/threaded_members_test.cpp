@@ -36,7 +36,7 @@ TEST(ThreadedMembers, EightHostThreadsAgreeWithTheDirectTwins) {
         const std::string label = "thread " + std::to_string(t) + ": " + twin.threaded->declarationText;
         try {
           host::Value self = twin.shared ? host::Value::nil() : tour::RealInstance(host, twin.owner);
-          const std::vector<host::Value> args = tour::RealArguments(host, *twin.direct);
+          const std::vector<host::Value> args = tour::Arguments(host, *twin.direct);
           const std::string expected = tour::Summary(rt, CallMember(host, twin, *twin.direct, self, args), true);
           for (int i = 0; i < kCalls; ++i, ++calls) {
             const std::string got = tour::Summary(rt, CallMember(host, twin, *twin.threaded, self, args), true);

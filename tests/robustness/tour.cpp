@@ -5,11 +5,8 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
 #include <functional>
-#include <sstream>
-#include <unistd.h>
+#include <set>
 
 #include "host/faults.h"
 #include "support/plugin_host.h"
@@ -27,15 +24,6 @@ std::string Lower(std::string text) {
 
 bool Contains(const std::string& text, const char* part) { return Lower(text).find(part) != std::string::npos; }
 
-std::string FileBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream bytes;
-  bytes << in.rdbuf();
-  return bytes.str();
-}
-
-size_t Hash(const std::string& bytes) { return std::hash<std::string>()(bytes); }
-
 bool IsConstructor(const host::MethodInfo& m) { return Lower(m.declaration.name) == "constructor"; }
 
 const std::vector<const host::MethodInfo*> ConstructorsOf(const host::ClassInfo* cls) {
@@ -47,11 +35,9 @@ const std::vector<const host::MethodInfo*> ConstructorsOf(const host::ClassInfo*
 }
 
 bool IsIntegerType(const std::string& t) {
-  static const char* const names[] = {"integer", "int8", "int16", "int32", "int64", "uint8",
-                                      "uint16", "uint32", "uint64", "byte", "short", "long"};
-  for (const char* n : names)
-    if (t == n) return true;
-  return false;
+  static const std::set<std::string> names = {"integer", "int8", "int16",  "int32", "int64", "uint8",
+                                              "uint16",  "uint32", "uint64", "byte", "short", "long"};
+  return names.count(t) > 0;
 }
 
 host::ArrayElementType ElementType(const std::string& t) {
@@ -102,7 +88,7 @@ Value ScalarOrString(TourHost& host, const host::Parameter& p, const std::string
   }
   if (Contains(p.name, "url")) return rt.string("file://" + host.pngPath);
   if (Contains(p.name, "path")) return rt.string(host.pngPath);
-  if (Contains(p.name, "data")) return rt.string(FileBytes(host.pngPath), host::kEncodingUnknown);
+  if (Contains(p.name, "data")) return rt.string(host.png, host::kEncodingUnknown);
   return rt.string("qvr");
 }
 
@@ -114,22 +100,12 @@ Value RealValue(TourHost& host, const host::Parameter& p) {
     element.isArray = false;
     return rt.array(ElementType(t), {RealValue(host, element)});
   }
-  if (t == "memoryblock") {
-    const std::string bytes = FileBytes(host.pngPath);
-    return rt.memoryBlock(bytes.data(), bytes.size());
-  }
+  if (t == "memoryblock") return rt.memoryBlock(host.png.data(), host.png.size());
   if (t == "folderitem") return rt.folderItem(host.pngPath);
   if (t == "variant") return Value::ofInteger(4);
   if (t == "object") return rt.newInstance("Dictionary");
   if (host::ClassInfo* cls = rt.findClass(t)) return RealInstance(host, cls);
   return ScalarOrString(host, p, t);
-}
-
-std::vector<Value> NilArguments(host::Runtime& rt, const host::MethodInfo& m) {
-  std::vector<Value> args;
-  for (const host::Parameter& p : m.declaration.parameters)
-    if (!p.assigns) args.push_back(NilValue(rt, p));
-  return args;
 }
 
 host::Parameter AssignedParameter(const host::MethodInfo& m) {
@@ -161,7 +137,7 @@ Value MadeInstance(TourHost& host, const host::ClassInfo* cls) {
   for (const host::MethodInfo* m : constructors) {
     if (m->declaration.parameters.empty()) continue;
     try {
-      return rt.newInstance(cls->name, RealArguments(host, *m));
+      return rt.newInstance(cls->name, Arguments(host, *m));
     } catch (const std::exception&) {
     }
   }
@@ -169,17 +145,12 @@ Value MadeInstance(TourHost& host, const host::ClassInfo* cls) {
     host::ClassInfo* result = rt.findClass(m.declaration.returnType);
     if (m.declaration.returnsArray || !result || !result->isA(cls)) continue;
     try {
-      Value made = rt.callShared(cls->name, m.declarationText, RealArguments(host, m));
+      Value made = rt.callShared(cls->name, m.declarationText, Arguments(host, m));
       if (!made.isNil()) return made;
     } catch (const std::exception&) {
     }
   }
   return Value::nil();
-}
-
-std::string LeftBehind(const support::LiveCounts& before, const support::LiveCounts& after) {
-  if (after == before) return "";
-  return "live counts went from " + support::Describe(before) + " to " + support::Describe(after);
 }
 
 }  // namespace
@@ -189,11 +160,9 @@ std::string Step::label() const {
   return owner->name + "." + member + (nilArguments ? " [nil]" : "");
 }
 
-bool Outcome::neutral() const {
-  static const char* const neutralResults[] = {"nil", "int:0", "bool:0", "real:0", "str:0", "ptr:0", "block:0", "done"};
-  for (const char* r : neutralResults)
-    if (result == r) return true;
-  return result.rfind("raise:", 0) == 0;
+bool Neutral(const std::string& result) {
+  static const std::set<std::string> neutral = {"nil", "int:0", "bool:0", "real:0", "str:0", "ptr:0", "block:0", "done"};
+  return neutral.count(result) > 0 || result.rfind("raise:", 0) == 0;
 }
 
 TourHost::TourHost(host::Options options) {
@@ -206,17 +175,14 @@ TourHost::TourHost(host::Options options) {
   pluginClasses.assign(all.begin() + long(before), all.end());
   canvas = runtime->newInstance("Picture", {Value::ofInteger(40), Value::ofInteger(30)});
   graphicsContext = runtime->call(runtime->get(canvas, "Graphics"), "Handle", {Value::ofInteger(2)}).integer;
-  char path[] = "/tmp/qvr-tour-XXXXXX.png";
-  const int fd = mkstemps(path, 4);  // the tour's own file, so parallel tests do not share one
-  if (fd >= 0) close(fd);
-  pngPath = path;
-  std::ofstream(pngPath, std::ios::binary) << FileBytes(std::string(QVR_SOURCE_TREE) + "/platform/fuzz/corpus/png/rgba.png");
+  png = support::ReadBytes(std::string(QVR_SOURCE_TREE) + "/platform/fuzz/corpus/png/rgba.png");
+  folder.write("rgba.png", png);  // the tour's own file, so parallel tests do not share one
+  pngPath = folder.path("rgba.png");
 }
 
 TourHost::~TourHost() {
   canvas = Value::nil();
   runtime.reset();
-  std::remove(pngPath.c_str());
 }
 
 std::vector<Step> Steps(const TourHost& host) {
@@ -237,10 +203,10 @@ std::vector<Step> Steps(const TourHost& host) {
   return steps;
 }
 
-std::vector<Value> RealArguments(TourHost& host, const host::MethodInfo& m) {
+std::vector<Value> Arguments(TourHost& host, const host::MethodInfo& m, bool nil) {
   std::vector<Value> args;
   for (const host::Parameter& p : m.declaration.parameters)
-    if (!p.assigns) args.push_back(RealValue(host, p));
+    if (!p.assigns) args.push_back(nil ? NilValue(*host.runtime, p) : RealValue(host, p));
   return args;
 }
 
@@ -261,6 +227,9 @@ Value RealInstance(TourHost& host, const host::ClassInfo* cls) {
 
 std::string Summary(host::Runtime& rt, const Value& value, bool deep) {
   char text[64];
+  const auto sized = [deep](const char* kind, const std::string& bytes) {
+    return kind + std::to_string(bytes.size()) + (deep ? ":" + std::to_string(std::hash<std::string>()(bytes)) : "");
+  };
   switch (value.kind) {
     case Value::Kind::Nil: return "nil";
     case Value::Kind::Boolean: return value.boolean ? "bool:1" : "bool:0";
@@ -268,10 +237,7 @@ std::string Summary(host::Runtime& rt, const Value& value, bool deep) {
     case Value::Kind::Double:
       std::snprintf(text, sizeof text, "real:%g", value.real);
       return text;
-    case Value::Kind::String: {
-      const std::string bytes = rt.bytes(value);
-      return "str:" + std::to_string(bytes.size()) + (deep ? ":" + std::to_string(Hash(bytes)) : "");
-    }
+    case Value::Kind::String: return sized("str:", rt.bytes(value));
     case Value::Kind::Ptr: return value.pointer ? "ptr:1" : "ptr:0";
     case Value::Kind::Color:
       std::snprintf(text, sizeof text, "color:%llx", static_cast<unsigned long long>(value.integer));
@@ -279,10 +245,7 @@ std::string Summary(host::Runtime& rt, const Value& value, bool deep) {
     case Value::Kind::Object: {
       if (!value.object) return "nil";
       const std::string cls = support::ClassName(rt, value);
-      if (Lower(cls) == "memoryblock") {
-        const std::string bytes = rt.memoryBlockBytes(value);
-        return "block:" + std::to_string(bytes.size()) + (deep ? ":" + std::to_string(Hash(bytes)) : "");
-      }
+      if (Lower(cls) == "memoryblock") return sized("block:", rt.memoryBlockBytes(value));
       if (deep && cls == "NSImageQVR") {
         std::snprintf(text, sizeof text, ":%gx%g", rt.get(value, "width").real, rt.get(value, "height").real);
         Value tiff = rt.call(value, "TIFFRepresentationUsingCompression(comp as integer, factor as double) as Memoryblock",
@@ -308,7 +271,7 @@ Outcome Run(TourHost& host, const Step& step, const std::function<void(const std
     try {
       if (step.method && IsConstructor(*step.method)) {
         // Real arguments: the host's New with them; nil ones: on an instance made bare.
-        args = step.nilArguments ? NilArguments(rt, *step.method) : RealArguments(host, *step.method);
+        args = Arguments(host, *step.method, step.nilArguments);
         if (step.nilArguments) self = host::faults::bareInstance(rt, cls);
         body = [&] {
           if (step.nilArguments) rt.call(self, step.method->declarationText, args);
@@ -321,7 +284,7 @@ Outcome Run(TourHost& host, const Step& step, const std::function<void(const std
         } catch (const host::HostException& e) {  // a host lacking what the summary uses
           out.receiver = Summary(rt, self) + ":raise:" + e.className();
         }
-        if (step.method) args = step.nilArguments ? NilArguments(rt, *step.method) : RealArguments(host, *step.method);
+        if (step.method) args = Arguments(host, *step.method, step.nilArguments);
         if (step.kind == Step::Kind::Setter) {
           const host::Parameter p = step.method ? AssignedParameter(*step.method) : PropertyParameter(*step.property);
           assigned = step.nilArguments ? NilValue(rt, p) : RealValue(host, p);
@@ -366,7 +329,8 @@ Outcome Run(TourHost& host, const Step& step, const std::function<void(const std
     host::faults::disarm();
     locks = host::faults::openLocks();
   }
-  if (out.problem.empty()) out.problem = LeftBehind(before, support::Live(rt));
+  if (out.problem.empty() && !(support::Live(rt) == before))
+    out.problem = "live counts went from " + support::Describe(before) + " to " + support::Describe(support::Live(rt));
   if (out.problem.empty() && locks > 0) out.problem = std::to_string(locks) + " locks not given back";
   return out;
 }
@@ -380,11 +344,11 @@ std::vector<Twin> ThreadedTwins(const TourHost& host) {
         if (name.size() < 3 || name.compare(name.size() - 2, 2, "MT") != 0) continue;
         const std::string direct = name.substr(0, name.size() - 2);
         for (const host::MethodInfo& d : shared ? cls->sharedMethods : cls->methods) {
-          if (d.declaration.name != direct || d.declaration.parameters.size() != m.declaration.parameters.size()) continue;
-          bool same = true;
-          for (size_t i = 0; i < d.declaration.parameters.size(); ++i)
-            same = same && Lower(d.declaration.parameters[i].type) == Lower(m.declaration.parameters[i].type);
-          if (same) twins.push_back({cls, &m, &d, shared});
+          const std::vector<host::Parameter>& a = d.declaration.parameters;
+          const std::vector<host::Parameter>& b = m.declaration.parameters;
+          const auto sameType = [](const host::Parameter& x, const host::Parameter& y) { return Lower(x.type) == Lower(y.type); };
+          if (d.declaration.name == direct && std::equal(a.begin(), a.end(), b.begin(), b.end(), sameType))
+            twins.push_back({cls, &m, &d, shared});
         }
       }
   return twins;

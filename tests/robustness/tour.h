@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "host/runtime.h"
+#include "support/plugin_host.h"
 
 namespace tour {
 
@@ -33,8 +34,10 @@ struct Outcome {
   std::string problem;
   std::string receiver;             // a deep summary of the receiver the call was made on
   std::string bytes;                // the bytes of a MemoryBlock result
-  bool neutral() const;             // nil, 0, false, "", an empty block, or a host exception
 };
+
+// Whether a result is neutral: nil, 0, false, "", an empty block, or a host exception.
+bool Neutral(const std::string& result);
 
 // A host started with the sibling plugin (when options.siblings) and the image plugin,
 // and the classes the image plugin registered.
@@ -43,7 +46,8 @@ struct TourHost {
   ~TourHost();
   std::unique_ptr<host::Runtime> runtime;
   std::vector<const host::ClassInfo*> pluginClasses;
-  std::string pngPath;              // a small image file the real arguments name
+  support::TempFolder folder;
+  std::string png, pngPath;         // a small image, and a file of it, that the real arguments give
   host::Value canvas;               // a Picture whose Core Graphics context they draw into
   int64_t graphicsContext = 0;
 };
@@ -65,9 +69,9 @@ struct Twin {
 };
 std::vector<Twin> ThreadedTwins(const TourHost& host);
 
-// Fresh real arguments for a member and a fresh real receiver of a class, and a summary
-// of a value deep enough to compare twins (image sizes and encoded bytes).
-std::vector<host::Value> RealArguments(TourHost& host, const host::MethodInfo& method);
+// Fresh arguments for a member (real ones, or nil ones) and a fresh real receiver of a
+// class, and a summary of a value deep enough to compare twins (image sizes and encoded bytes).
+std::vector<host::Value> Arguments(TourHost& host, const host::MethodInfo& method, bool nil = false);
 host::Value RealInstance(TourHost& host, const host::ClassInfo* cls);
 std::string Summary(host::Runtime& rt, const host::Value& value, bool deep = false);
 
