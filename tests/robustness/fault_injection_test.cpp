@@ -34,11 +34,8 @@
 
 namespace {
 
-using MallocFunction = void* (*)(size_t);
-using CallocFunction = void* (*)(size_t, size_t);
-
-MallocFunction gNextMalloc = nullptr;
-CallocFunction gNextCalloc = nullptr;
+void* (*gNextMalloc)(size_t) = nullptr;
+void* (*gNextCalloc)(size_t, size_t) = nullptr;
 
 std::atomic<bool> gArmed{false};
 std::atomic<size_t> gCalls{0};
@@ -72,18 +69,25 @@ bool ShouldFail(void* caller) {
   const uintptr_t at = reinterpret_cast<uintptr_t>(caller);
   bool counted = false;
   for (int i = 0; i < gRangeCount && !counted; ++i) counted = at >= gRanges[i].first && at < gRanges[i].second;
-  if (!counted) return false;
-  const size_t call = ++gCalls;
-  if (gFailAt == 0 || call != gFailAt) return false;
+  if (!counted || ++gCalls != gFailAt) return false;  // calls count from 1: a gFailAt of 0 never fails
   gFired = true;
   return true;
+}
+
+// Counts the calls from now on and fails the failAt-th (0: none).
+void ArmAllocations(size_t failAt) {
+  if (gRangeCount == 0) dl_iterate_phdr(NoteRange, nullptr);
+  gCalls = 0;
+  gFailAt = failAt;
+  gFired = false;
+  gArmed = true;
 }
 
 }  // namespace
 
 #ifndef QVR_SANITIZER_OWNS_MALLOC
 extern "C" void* malloc(size_t size) {
-  if (!gNextMalloc) gNextMalloc = reinterpret_cast<MallocFunction>(dlsym(RTLD_NEXT, "malloc"));
+  if (!gNextMalloc) gNextMalloc = reinterpret_cast<void* (*)(size_t)>(dlsym(RTLD_NEXT, "malloc"));
   if (ShouldFail(__builtin_return_address(0))) return nullptr;
   return gNextMalloc(size);
 }
@@ -97,29 +101,13 @@ extern "C" void* calloc(size_t count, size_t size) {
       return block;
     }
     looking = true;
-    gNextCalloc = reinterpret_cast<CallocFunction>(dlsym(RTLD_NEXT, "calloc"));
+    gNextCalloc = reinterpret_cast<void* (*)(size_t, size_t)>(dlsym(RTLD_NEXT, "calloc"));
     looking = false;
   }
   if (ShouldFail(__builtin_return_address(0))) return nullptr;
   return gNextCalloc(count, size);
 }
 #endif
-
-namespace allocations {
-
-void Arm(size_t failAt) {  // 0: count only
-  if (gRangeCount == 0) dl_iterate_phdr(NoteRange, nullptr);
-  gCalls = 0;
-  gFailAt = failAt;
-  gFired = false;
-  gArmed = true;
-}
-
-void Disarm() { gArmed = false; }
-size_t Calls() { return gCalls; }
-bool Fired() { return gFired; }
-
-}  // namespace allocations
 
 namespace {
 
@@ -193,9 +181,8 @@ TEST(PlatformAllocationFails, MallocAndCallocAtEachCallOfTheTour) {
 #ifdef QVR_SANITIZER_OWNS_MALLOC
   GTEST_SKIP() << "the sanitizers own malloc and calloc in this build";
 #endif
-  FailEachCall([](size_t k) { host::faults::arm(); allocations::Arm(k); },
-               [] { allocations::Disarm(); host::faults::disarm(); }, [] { return allocations::Calls(); },
-               [] { return allocations::Fired(); }, true);
+  FailEachCall([](size_t k) { host::faults::arm(); ArmAllocations(k); }, [] { gArmed = false; host::faults::disarm(); },
+               [] { return size_t(gCalls); }, [] { return bool(gFired); }, true);
 }
 
 }  // namespace

@@ -55,71 +55,51 @@ host::ArrayElementType ElementType(const std::string& t) {
 // representation, shallow enough to end.
 thread_local int tDepth = 0;
 
-Value RealValue(TourHost& host, const host::Parameter& p);
-
-Value NilValue(host::Runtime& rt, const host::Parameter& p) {
-  const std::string t = Lower(p.type);
-  if (p.isArray) return Value::nil();
-  if (IsIntegerType(t)) return Value::ofInteger(0);
-  if (t == "double" || t == "currency") return Value::ofDouble(0);
-  if (t == "single") return Value::ofSingle(0);
-  if (t == "boolean") return Value::ofBoolean(false);
-  if (t == "color") return Value::ofColor(0);
-  if (t == "ptr") return Value::ofPtr(nullptr);
-  if (t == "string") return rt.string("");
-  return Value::nil();
-}
-
-Value ScalarOrString(TourHost& host, const host::Parameter& p, const std::string& t) {
+// A value of the declared type and the parameter's name: a real one (tour.h) or a nil one.
+Value ValueOf(TourHost& host, const host::Parameter& p, bool nil) {
   host::Runtime& rt = *host.runtime;
-  // Integers that carry a pointer: a Core Graphics context is one the host can give (a
-  // Picture's Graphics.Handle(2)); other handles (icons, ...) have no real value here.
-  if (IsIntegerType(t) && Contains(p.name, "context")) return Value::ofInteger(host.graphicsContext);
-  if (IsIntegerType(t) && (Contains(p.name, "handle") || Contains(p.name, "ref") || Contains(p.name, "ptr")))
-    return Value::ofInteger(0);
-  if (IsIntegerType(t)) return Value::ofInteger(4);
-  if (t == "double" || t == "currency") return Value::ofDouble(3);
-  if (t == "single") return Value::ofSingle(3);
-  if (t == "boolean") return Value::ofBoolean(true);
-  if (t == "color") return Value::ofColor(0x336699);
+  const std::string t = Lower(p.type);
+  if (p.isArray && nil) return Value::nil();
+  if (p.isArray) {
+    host::Parameter element = p;
+    element.isArray = false;
+    return rt.array(ElementType(t), {ValueOf(host, element, false)});
+  }
+  if (!nil) {
+    if (t == "memoryblock") return rt.memoryBlock(host.png.data(), host.png.size());
+    if (t == "folderitem") return rt.folderItem(host.pngPath);
+    if (t == "variant") return Value::ofInteger(4);
+    if (t == "object") return rt.newInstance("Dictionary");
+    if (host::ClassInfo* cls = rt.findClass(t)) return RealInstance(host, cls);
+  }
+  if (IsIntegerType(t)) {
+    // Integers that carry a pointer: a Core Graphics context is one the host can give (a
+    // Picture's Graphics.Handle(2)); other handles (icons, ...) have no real value here.
+    if (!nil && Contains(p.name, "context")) return Value::ofInteger(host.graphicsContext);
+    const bool handle = Contains(p.name, "handle") || Contains(p.name, "ref") || Contains(p.name, "ptr");
+    return Value::ofInteger(nil || handle ? 0 : 4);
+  }
+  if (t == "double" || t == "currency") return Value::ofDouble(nil ? 0 : 3);
+  if (t == "single") return Value::ofSingle(nil ? 0 : 3);
+  if (t == "boolean") return Value::ofBoolean(!nil);
+  if (t == "color") return Value::ofColor(nil ? 0 : 0x336699);
   if (t == "ptr") {
     static unsigned char scratch[1 << 16];
-    return Value::ofPtr(scratch);
+    return Value::ofPtr(nil ? nullptr : scratch);
   }
+  if (nil) return t == "string" ? rt.string("") : Value::nil();
   if (Contains(p.name, "url")) return rt.string("file://" + host.pngPath);
   if (Contains(p.name, "path")) return rt.string(host.pngPath);
   if (Contains(p.name, "data")) return rt.string(host.png, host::kEncodingUnknown);
   return rt.string("qvr");
 }
 
-Value RealValue(TourHost& host, const host::Parameter& p) {
-  host::Runtime& rt = *host.runtime;
-  const std::string t = Lower(p.type);
-  if (p.isArray) {
-    host::Parameter element = p;
-    element.isArray = false;
-    return rt.array(ElementType(t), {RealValue(host, element)});
-  }
-  if (t == "memoryblock") return rt.memoryBlock(host.png.data(), host.png.size());
-  if (t == "folderitem") return rt.folderItem(host.pngPath);
-  if (t == "variant") return Value::ofInteger(4);
-  if (t == "object") return rt.newInstance("Dictionary");
-  if (host::ClassInfo* cls = rt.findClass(t)) return RealInstance(host, cls);
-  return ScalarOrString(host, p, t);
-}
-
-host::Parameter AssignedParameter(const host::MethodInfo& m) {
-  if (!m.declaration.parameters.empty() && m.declaration.parameters.back().assigns) return m.declaration.parameters.back();
-  host::Parameter p;
-  p.type = m.declaration.returnType;
-  return p;
-}
-
-host::Parameter PropertyParameter(const host::PropertyInfo& property) {
-  host::Parameter p;
-  p.name = property.name;
-  p.type = property.type;
-  return p;
+// What a setter step assigns: the property, or a method's last ("assigns") parameter or its result.
+host::Parameter AssignedParameter(const Step& step) {
+  if (step.property) return {step.property->name, step.property->type, false, false, {}};
+  const std::vector<host::Parameter>& params = step.method->declaration.parameters;
+  if (!params.empty() && params.back().assigns) return params.back();
+  return {"", step.method->declaration.returnType, false, false, {}};
 }
 
 // An instance through one of its class's shared factories or constructors, real
@@ -180,11 +160,6 @@ TourHost::TourHost(host::Options options) {
   pngPath = folder.path("rgba.png");
 }
 
-TourHost::~TourHost() {
-  canvas = Value::nil();
-  runtime.reset();
-}
-
 std::vector<Step> Steps(const TourHost& host) {
   std::vector<Step> steps;
   for (const host::ClassInfo* cls : host.pluginClasses) {
@@ -206,7 +181,7 @@ std::vector<Step> Steps(const TourHost& host) {
 std::vector<Value> Arguments(TourHost& host, const host::MethodInfo& m, bool nil) {
   std::vector<Value> args;
   for (const host::Parameter& p : m.declaration.parameters)
-    if (!p.assigns) args.push_back(nil ? NilValue(*host.runtime, p) : RealValue(host, p));
+    if (!p.assigns) args.push_back(ValueOf(host, p, nil));
   return args;
 }
 
@@ -286,8 +261,7 @@ Outcome Run(TourHost& host, const Step& step, const std::function<void(const std
         }
         if (step.method) args = Arguments(host, *step.method, step.nilArguments);
         if (step.kind == Step::Kind::Setter) {
-          const host::Parameter p = step.method ? AssignedParameter(*step.method) : PropertyParameter(*step.property);
-          assigned = step.nilArguments ? NilValue(rt, p) : RealValue(host, p);
+          assigned = ValueOf(host, AssignedParameter(step), step.nilArguments);
         }
         body = [&] {
           switch (step.kind) {

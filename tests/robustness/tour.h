@@ -30,8 +30,7 @@ struct Step {
 // "raise:NilObjectException", ...), and a problem when it did something it must not
 // (a platform exception escaping, live counts or locks not restored).
 struct Outcome {
-  std::string result;
-  std::string problem;
+  std::string result, problem;
   std::string receiver;             // a deep summary of the receiver the call was made on
   std::string bytes;                // the bytes of a MemoryBlock result
 };
@@ -43,12 +42,12 @@ bool Neutral(const std::string& result);
 // and the classes the image plugin registered.
 struct TourHost {
   explicit TourHost(host::Options options);
-  ~TourHost();
   std::unique_ptr<host::Runtime> runtime;
   std::vector<const host::ClassInfo*> pluginClasses;
   support::TempFolder folder;
   std::string png, pngPath;         // a small image, and a file of it, that the real arguments give
-  host::Value canvas;               // a Picture whose Core Graphics context they draw into
+  host::Value canvas;               // a Picture whose Core Graphics context they draw into (released
+                                    // before the runtime, as members are in reverse order)
   int64_t graphicsContext = 0;
 };
 
@@ -63,8 +62,7 @@ Outcome Run(TourHost& host, const Step& step,
 // The MT members (names ending in "MT") with their direct twins, for the thread tests.
 struct Twin {
   const host::ClassInfo* owner;
-  const host::MethodInfo* threaded;
-  const host::MethodInfo* direct;
+  const host::MethodInfo *threaded, *direct;
   bool shared;
 };
 std::vector<Twin> ThreadedTwins(const TourHost& host);
