@@ -16,19 +16,15 @@ NSBitmapImageRep* Make(unsigned char** planes, NSInteger w, NSInteger h, NSInteg
 TEST_F(BitmapLayout, OwnMemoryIsZeroedAndDescribed) {
   NSBitmapImageRep* rep = Make(NULL, 10, 7, 8, 4, YES, NO, NSCalibratedRGBColorSpace, 0, 0, 0);
   EXPECT_EQ((std::vector<NSInteger>{[rep pixelsWide], [rep pixelsHigh], [rep bitsPerSample], [rep samplesPerPixel],
-                                    [rep bitsPerPixel], [rep bytesPerRow], [rep bytesPerPlane], [rep numberOfPlanes]}),
-            (std::vector<NSInteger>{10, 7, 8, 4, 32, 40, 280, 1}));
-  EXPECT_FALSE([rep isPlanar]);
-  EXPECT_TRUE([rep hasAlpha]);
-  EXPECT_FALSE([rep isOpaque]);
-  EXPECT_EQ([rep bitmapFormat], 0u);
+                                    [rep bitsPerPixel], [rep bytesPerRow], [rep bytesPerPlane], [rep numberOfPlanes],
+                                    [rep isPlanar], [rep hasAlpha], [rep isOpaque], NSInteger([rep bitmapFormat])}),
+            (std::vector<NSInteger>{10, 7, 8, 4, 32, 40, 280, 1, NO, YES, NO, 0}));
   EXPECT_TRUE(NSEqualSizes([rep size], NSMakeSize(10, 7)));
   EXPECT_TRUE([[rep colorSpaceName] isEqualToString:NSCalibratedRGBColorSpace]);
   for (NSInteger i = 0; i < [rep bytesPerPlane]; ++i) ASSERT_EQ([rep bitmapData][i], 0);
   // Padding in pixels and rows, as given.
   NSBitmapImageRep* padded = Make(NULL, 5, 2, 8, 3, NO, NO, NSDeviceRGBColorSpace, 0, 24, 32);
-  EXPECT_EQ([padded bitsPerPixel], 32);
-  EXPECT_EQ([padded bytesPerRow], 24);
+  EXPECT_EQ((std::vector<NSInteger>{[padded bitsPerPixel], [padded bytesPerRow]}), (std::vector<NSInteger>{32, 24}));
 }
 
 TEST_F(BitmapLayout, RefusesLayoutsThatDoNotAddUp) {
@@ -52,8 +48,7 @@ TEST_F(BitmapLayout, CallersMeshedMemoryIsUsedInPlace) {
   EXPECT_EQ(Samples(rep, 1, 1), (S{0, 200, 0}));
   NSUInteger q[3] = {1, 2, 3};
   [rep setPixel:q atX:3 y:0];
-  EXPECT_EQ(memory[9], 1);
-  EXPECT_EQ(memory[11], 3);
+  EXPECT_EQ(std::vector<int>(memory.begin() + 9, memory.begin() + 12), (std::vector<int>{1, 2, 3}));
 }
 
 TEST_F(BitmapLayout, CallersPlanarMemoryHoldsOneSampleAPlane) {
@@ -61,8 +56,8 @@ TEST_F(BitmapLayout, CallersPlanarMemoryHoldsOneSampleAPlane) {
   unsigned char* planes[4] = {red.data(), green.data(), blue.data(), alpha.data()};
   NSBitmapImageRep* rep = Make(planes, 3, 2, 8, 4, YES, YES, NSCalibratedRGBColorSpace,
                                NSAlphaNonpremultipliedBitmapFormat, 0, 0);
-  EXPECT_TRUE([rep isPlanar]);
-  EXPECT_EQ((S{NSUInteger([rep numberOfPlanes]), NSUInteger([rep bitsPerPixel]), NSUInteger([rep bytesPerRow])}), (S{4, 8, 3}));
+  EXPECT_EQ((S{[rep isPlanar], NSUInteger([rep numberOfPlanes]), NSUInteger([rep bitsPerPixel]), NSUInteger([rep bytesPerRow])}),
+            (S{YES, 4, 8, 3}));
   unsigned char* back[5];
   [rep getBitmapDataPlanes:back];
   EXPECT_EQ(back[2], blue.data());
@@ -105,10 +100,7 @@ TEST_F(BitmapLayout, ColoursKnowPremultiplicationAndAlphaFirst) {
   NSBitmapImageRep* premultiplied = Make(NULL, 2, 1, 8, 4, YES, NO, NSCalibratedRGBColorSpace, 0, 0, 0);
   [premultiplied setColor:[NSColor colorWithCalibratedRed:1 green:0.5 blue:0 alpha:0.5] atX:0 y:0];
   EXPECT_EQ(Samples(premultiplied, 0, 0), (S{128, 64, 0, 128}));  // 1 x 0.5, 0.5 x 0.5
-  NSColor* colour = [premultiplied colorAtX:0 y:0];
-  EXPECT_NEAR([colour redComponent], 1.0, 0.01);
-  EXPECT_NEAR([colour greenComponent], 0.5, 0.01);
-  EXPECT_NEAR([colour alphaComponent], 0.5, 0.01);
+  EXPECT_TRUE(Near(ColourAt(premultiplied, 0, 0), RGBA{255, 128, 0, 128}));
 
   NSBitmapImageRep* first = Make(NULL, 2, 1, 8, 4, YES, NO, NSCalibratedRGBColorSpace,
                                  NSAlphaFirstBitmapFormat | NSAlphaNonpremultipliedBitmapFormat, 0, 0);

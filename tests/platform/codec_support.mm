@@ -168,38 +168,19 @@ std::string CodecTest::Pillow(NSData* data, const std::string& extension, const 
                 "\" " + Temporary(data, extension) + " 2>&1");
 }
 
-namespace {
-
-bool ReadToken(FILE* f, long& value) {
-  int c = fgetc(f);
-  while (c == '#' || c == ' ' || c == '\n' || c == '\r' || c == '\t') {
-    if (c == '#')
-      while (c != '\n' && c != EOF) c = fgetc(f);
-    c = fgetc(f);
-  }
-  if (c == EOF) return false;
-  value = 0;
-  while (c >= '0' && c <= '9') {
-    value = value * 10 + (c - '0');
-    c = fgetc(f);
-  }
-  return true;
-}
-
-}  // namespace
-
-// Reads P5 (grey), P6 (RGB) and, as DecodeWithPillow has Pillow print it, "P7 w h 255" RGBA.
+// Reads P5 (grey), P6 (RGB) and, as DecodeWithPillow has Pillow print it, "P7 w h 255" RGBA
+// (the tools used here write no comments in the header).
 bool DecodeWithCommand(const std::string& command, TestPicture& out) {
   FILE* f = popen((command + " 2>/dev/null").c_str(), "r");
   if (f == nullptr) return false;
-  char magic[2] = {0, 0};
-  bool ok = fread(magic, 1, 2, f) == 2 && magic[0] == 'P' && magic[1] >= '5' && magic[1] <= '7';
+  char kind = 0;
   long w = 0, h = 0, maxval = 0;
-  ok = ok && ReadToken(f, w) && ReadToken(f, h) && ReadToken(f, maxval) && w > 0 && h > 0 && maxval > 0;
+  bool ok = fscanf(f, "P%c%ld%ld%ld", &kind, &w, &h, &maxval) == 4 && fgetc(f) != EOF && kind >= '5' && kind <= '7' &&
+            w > 0 && h > 0 && maxval > 0;
   if (ok) {
     out.width = int(w);
     out.height = int(h);
-    out.samples = magic[1] == '7' ? 4 : magic[1] == '6' ? 3 : 1;
+    out.samples = kind == '7' ? 4 : kind == '6' ? 3 : 1;
     const size_t count = size_t(w) * h * out.samples;
     out.pixels.resize(count);
     if (maxval < 256) {

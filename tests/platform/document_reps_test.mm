@@ -23,19 +23,15 @@ CGContextRef Render(NSImageRep* rep, double scale) {
   return context;
 }
 
-/* A context's pixels against a picture (straight RGBA) over transparency: largest difference. */
-int LargestDifference(CGContextRef context, const TestPicture& expected) {
-  if ((int)CGBitmapContextGetWidth(context) != expected.width || (int)CGBitmapContextGetHeight(context) != expected.height)
-    return 1000;
-  int worst = 0;
-  for (int y = 0; y < expected.height; ++y)
-    for (int x = 0; x < expected.width; ++x) {
-      RGBA p = PixelAt(context, x, y);
-      const uint8_t* e = expected.at(x, y);
-      int got[4] = {p.r, p.g, p.b, p.a}, alpha = expected.samples == 4 ? e[3] : 255;
-      for (int i = 0; i < 4; ++i) worst = std::max(worst, abs(got[i] - (i < 3 ? e[i] : alpha)));
+/* A context's pixels as RGBA, rows from the top. */
+TestPicture Pixels(CGContextRef context) {
+  TestPicture p{int(CGBitmapContextGetWidth(context)), int(CGBitmapContextGetHeight(context)), 4, {}};
+  for (int y = 0; y < p.height; ++y)
+    for (int x = 0; x < p.width; ++x) {
+      const RGBA c = PixelAt(context, x, y);
+      p.pixels.insert(p.pixels.end(), {uint8_t(c.r), uint8_t(c.g), uint8_t(c.b), uint8_t(c.a)});
     }
-  return worst;
+  return p;
 }
 
 const char kTwoPages[] =
@@ -56,14 +52,12 @@ TEST_F(DocumentReps, PdfPagesBoundsAndPixelsAtTwoScales) {
   EXPECT_EQ([rep pixelsWide], 0) << "drawn at any resolution";
   for (double scale : {1.0, 4.0}) {
     CGContextRef context = Render(rep, scale);
-    EXPECT_TRUE(Near(PixelAt(context, 50 * scale, 50 * scale), RGBA{255, 0, 0, 255}));
-    EXPECT_TRUE(Near(PixelAt(context, 120 * scale, 50 * scale), RGBA{255, 255, 255, 255})) << "white paper";
-    /* A half-point line: one pixel at one pixel per point, two of four at four, so the page
-       was rendered at the destination's resolution, not enlarged. */
-    EXPECT_TRUE(Near(PixelAt(context, 150 * scale, 50 * scale), RGBA{0, 0, 0, 255}, 8));
-    if (scale > 1) {
-      EXPECT_TRUE(Near(PixelAt(context, 150 * scale + 3, 50), RGBA{255, 255, 255, 255}, 8));
-    }
+    /* Red, white paper, and a half-point line: one pixel at one pixel per point, two of four
+       at four, so the page was rendered at the destination's resolution, not enlarged. */
+    const size_t at = 50 * scale;
+    ExpectPixels(context, {{at, at, {255, 0, 0, 255}}, {size_t(120 * scale), at, {255, 255, 255, 255}},
+                           {size_t(150 * scale), at, {0, 0, 0, 255}, 8}}, 2);
+    if (scale > 1) ExpectPixels(context, {{size_t(150 * scale + 3), 50, {255, 255, 255, 255}}}, 8);
   }
   [rep setCurrentPage:1];
   [rep setCurrentPage:5];
@@ -88,8 +82,8 @@ TEST_F(DocumentReps, PdfPagesBoundsAndPixelsAtTwoScales) {
     [image drawInRect:NSMakeRect(0, 0, 400, 200) fromRect:NSMakeRect(100, 0, 100, 100) operation:NSCompositeCopy
              fraction:1];
   });
-  EXPECT_TRUE(Near(PixelAt(context, 50, 100), RGBA{255, 255, 255, 255})) << "only the right half, enlarged";
-  EXPECT_TRUE(Near(PixelAt(context, 200, 100), RGBA{0, 0, 0, 255}, 8)) << "the line, four times as wide";
+  /* Only the right half, enlarged: the line four times as wide. */
+  ExpectPixels(context, {{50, 100, {255, 255, 255, 255}, 2}, {200, 100, {0, 0, 0, 255}, 8}});
 }
 
 const char kFigure[] =
@@ -188,7 +182,7 @@ TEST_F(DocumentReps, PictPixelsEqualTheSamePictureFromPng) {
     EXPECT_TRUE([[rep PICTRepresentation] isEqualToData:pict]);
     TestPicture expected;
     ASSERT_TRUE(DecodeWithPillow(Path(c.png), expected));
-    EXPECT_EQ(LargestDifference(Render(rep, 1), expected), 0) << c.what;
+    EXPECT_EQ(MaxDifference(Pixels(Render(rep, 1)), AsRGBA(expected)), 0) << c.what;
     NSImage* image = [[[NSImage alloc] initWithData:pict] autorelease];
     EXPECT_TRUE([[[image representations] lastObject] isKindOfClass:[NSPICTImageRep class]]) << c.what;
   }
@@ -205,7 +199,7 @@ TEST_F(DocumentReps, PictPixelsEqualTheSamePictureFromPng) {
   NSPICTImageRep* rep = [NSPICTImageRep imageRepWithData:DataOf(pict)];
   ASSERT_TRUE(rep != nil);
   EXPECT_TRUE(NSEqualRects([rep boundingBox], NSMakeRect(0, 0, 13, 3)));
-  EXPECT_EQ(LargestDifference(Render(rep, 1), expected), 0);
+  EXPECT_EQ(MaxDifference(Pixels(Render(rep, 1)), AsRGBA(expected)), 0);
 }
 
 /* Shapes as QuickDraw draws them: a version 2 picture of a red painted rect, a framed

@@ -52,13 +52,17 @@ inline RGBA PixelAt(CGContextRef context, size_t x, size_t row) {
   return RGBA{p[2], p[1], p[0], p[3]};
 }
 
-/* Pixels of a B, G, R, A context at (x, memory row) against their expected colours. */
+/* Pixels of a B, G, R, A context at (x, memory row) against their expected colours, each
+   within the tolerance of the call or its own. */
 struct Probe {
   size_t x, row;
   RGBA colour;
+  int tolerance = -1;
 };
 inline void ExpectPixels(CGContextRef context, std::initializer_list<Probe> probes, int tolerance = 0) {
-  for (const Probe& p : probes) EXPECT_TRUE(Near(PixelAt(context, p.x, p.row), p.colour, tolerance)) << "at " << p.x << ", " << p.row;
+  for (const Probe& p : probes)
+    EXPECT_TRUE(Near(PixelAt(context, p.x, p.row), p.colour, p.tolerance < 0 ? tolerance : p.tolerance))
+        << "at " << p.x << ", " << p.row;
 }
 
 inline void FillContext(CGContextRef context, CGFloat r, CGFloat g, CGFloat b, CGFloat a) {
