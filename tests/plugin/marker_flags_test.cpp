@@ -137,6 +137,14 @@ TEST_F(PluginTest, LayoutNineRecordsAreWordForWordCopies) {
   host::Value object = runtime.newInstance("FrameProbeQVR");
   EXPECT_EQ(runtime.get(object, "Marked").integer, 4);
   EXPECT_EQ(runtime.call(object, "Plain").integer, 1);
+  // The sibling classes register in layout 9 too.
+  host::ClassInfo* size = runtime.findClass("NSSizeQVR");
+  ASSERT_NE(size, nullptr);
+  EXPECT_EQ(size->layout, 9);
+  EXPECT_EQ(size->propertyRecordSize, 10 * sizeof(void*));
+  host::Value value = runtime.newInstance("NSSizeQVR", {host::Value::ofDouble(3), host::Value::ofDouble(4)});
+  EXPECT_EQ(runtime.get(value, "Height").real, 4.0);
+  EXPECT_NE(runtime.findClass("NSExceptionQVR"), nullptr);
 }
 
 // Layout 12 records are handed over as written, and the long-named classes register.

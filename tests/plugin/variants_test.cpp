@@ -234,11 +234,11 @@ TEST_P(Variants, PlatformObjectsAndHostValuesConvertBothWays) {
   EXPECT_EQ(Shared("RoundTrip", {stream}).object.get(), Siblings() ? stream.object.get() : nullptr);
   if (!Siblings()) return;
   const std::vector<std::pair<Value, std::string>> values = {
-      {rt.newInstance("NSSizeQVR", {Value::ofDouble(3), Value::ofDouble(4)}), "size:3x4"},
-      {rt.newInstance("NSPointQVR", {Value::ofDouble(-1), Value::ofDouble(2.5)}), "point:-1,2.5"},
+      {rt.newInstance("NSSizeQVR", {Value::ofDouble(3), Value::ofDouble(4)}), "size:{width = 3; height = 4}"},
+      {rt.newInstance("NSPointQVR", {Value::ofDouble(-1), Value::ofDouble(2.5)}), "point:{x = -1; y = 2.5}"},
       {rt.newInstance("NSRectQVR", {Value::ofDouble(1), Value::ofDouble(2), Value::ofDouble(3), Value::ofDouble(4)}),
-       "rect:1,2,3,4"},
-      {rt.newInstance("NSRangeQVR", {Value::ofInteger(5), Value::ofInteger(6)}), "range:5,6"},
+       "rect:{x = 1; y = 2; width = 3; height = 4}"},
+      {rt.newInstance("NSRangeQVR", {Value::ofInteger(5), Value::ofInteger(6)}), "range:{location=5, length=6}"},
       {rt.newInstance("NSTimeZoneQVR", {Text("Asia/Tokyo")}), "timezone:Asia/Tokyo"},
       {rt.newInstance("NSErrorQVR", {Text("QVR"), Value::ofInteger(4)}), "NSError"},
       {rt.newInstance("CFNumberQVR", {Value::ofDouble(2.5)}), "d:2.5"},

@@ -240,17 +240,4 @@ TEST_F(PluginTest, FoundationWrappersAndColoursGiveTheMembersOneExpects) {
   EXPECT_TRUE(rt.get(none, "ColorSpace").isNil());
 }
 
-TEST_F(PluginTest, SiblingClassesRegisterInLayoutNineToo) {
-  host::Options options;
-  options.version = 2011.0;
-  host::Runtime& runtime = Start(options);
-  host::ClassInfo* size = runtime.findClass("NSSizeQVR");
-  ASSERT_NE(size, nullptr);
-  EXPECT_EQ(size->layout, 9);
-  EXPECT_EQ(size->propertyRecordSize, 10 * sizeof(void*));
-  Value value = runtime.newInstance("NSSizeQVR", {Value::ofDouble(3), Value::ofDouble(4)});
-  EXPECT_EQ(runtime.get(value, "Height").real, 4.0);
-  EXPECT_NE(runtime.findClass("NSExceptionQVR"), nullptr);
-}
-
 }  // namespace

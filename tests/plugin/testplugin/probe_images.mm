@@ -58,22 +58,20 @@ REALobject ImageFromPixels(intptr_t width, intptr_t height, REALmemoryBlock rgba
 // The image drawn (copy operation, full opacity) into a bitmap of its size in points,
 // rounded up.
 REALmemoryBlock ImagePixels(REALobject image) {
-  REALmemoryBlock result = nullptr;
-  CocoaGuardPooled([&] {
+  return GuardedResult([&]() -> REALmemoryBlock {
     NSImage* platform = image ? NSImageQVRDataOf(image)->Handle : nil;
-    if (platform == nil) return;
+    if (platform == nil) return nullptr;
     NSSize size = [platform size];
     intptr_t width = intptr_t(std::ceil(size.width)), height = intptr_t(std::ceil(size.height));
-    if (width < 1 || height < 1) return;
+    if (width < 1 || height < 1) return nullptr;
     NSBitmapImageRep* rep = [NewRGBARep(width, height) autorelease];
     std::memset([rep bitmapData], 0, size_t(width * height * 4));
     [NSGraphicsContext saveGraphicsState];
     [NSGraphicsContext setCurrentContext:[NSGraphicsContext graphicsContextWithBitmapImageRep:rep]];
     [platform drawInRect:NSMakeRect(0, 0, width, height) fromRect:NSZeroRect operation:NSCompositeCopy fraction:1];
     [NSGraphicsContext restoreGraphicsState];
-    result = BlockWith([rep bitmapData], size_t(width * height * 4));
+    return BlockWith([rep bitmapData], size_t(width * height * 4));
   });
-  return result;
 }
 
 // "width x height flipped" of the held image, in points.

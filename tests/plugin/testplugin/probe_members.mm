@@ -324,15 +324,13 @@ REALobject NewRuntimeRep(intptr_t kind) {
 // A host object carried through the sibling plugin's QVRREALobjectWrapper and back (unwrap
 // gives a new reference), or nil when that class is not there.
 REALobject ObjectWrapperRoundTrip(REALobject object) {
-  REALobject result = nullptr;
-  CocoaGuardPooled([&] {
+  return GuardedResult([&]() -> REALobject {
     Class wrapperClass = objc_getClass("QVRREALobjectWrapper");
-    if (wrapperClass == Nil || object == nullptr) return;
+    if (wrapperClass == Nil || object == nullptr) return nullptr;
     id wrapper = [wrapperClass wrap:object];
     NSArray* carried = [NSArray arrayWithObject:wrapper];  // as a platform collection holds it
-    result = [[carried objectAtIndex:0] unwrap];
+    return [[carried objectAtIndex:0] unwrap];
   });
-  return result;
 }
 
 // Calls every glue function whose entry point a test made missing and lists those that

@@ -170,7 +170,8 @@ NSString* DescribeEach(NSArray* items) {
 }
 
 // A text that tells class and value apart: "bool:1", "l:7" (objCType:value),
-// "string:a", "mutable[...]", "{k=v, ...}" (entries sorted), "size:3x4", class names.
+// "string:a", "mutable[...]", "{k=v, ...}" (entries sorted),
+// "size:{width = 3; height = 4}" (geometry as Foundation writes it), class names.
 NSString* Describe(id object) {
   if (object == nil) return @"nil";
   if (object == [NSNull null]) return @"null";
@@ -198,23 +199,11 @@ NSString* Describe(id object) {
   if ([object isKindOfClass:[NSURL class]]) return [@"url:" stringByAppendingString:[object absoluteString]];
   if ([object isKindOfClass:[NSTimeZone class]]) return [@"timezone:" stringByAppendingString:[object name]];
   if ([object isKindOfClass:[NSValue class]]) {
-    const char* type = [object objCType];
-    if (strcmp(type, @encode(NSSize)) == 0) {
-      NSSize v = [object sizeValue];
-      return [NSString stringWithFormat:@"size:%gx%g", v.width, v.height];
-    }
-    if (strcmp(type, @encode(NSPoint)) == 0) {
-      NSPoint v = [object pointValue];
-      return [NSString stringWithFormat:@"point:%g,%g", v.x, v.y];
-    }
-    if (strcmp(type, @encode(NSRect)) == 0) {
-      NSRect v = [object rectValue];
-      return [NSString stringWithFormat:@"rect:%g,%g,%g,%g", v.origin.x, v.origin.y, v.size.width, v.size.height];
-    }
-    if (strcmp(type, @encode(NSRange)) == 0) {
-      NSRange v = [object rangeValue];
-      return [NSString stringWithFormat:@"range:%lu,%lu", (unsigned long)v.location, (unsigned long)v.length];
-    }
+    auto is = [&](const char* type) { return strcmp([object objCType], type) == 0; };
+    if (is(@encode(NSSize))) return [@"size:" stringByAppendingString:NSStringFromSize([object sizeValue])];
+    if (is(@encode(NSPoint))) return [@"point:" stringByAppendingString:NSStringFromPoint([object pointValue])];
+    if (is(@encode(NSRect))) return [@"rect:" stringByAppendingString:NSStringFromRect([object rectValue])];
+    if (is(@encode(NSRange))) return [@"range:" stringByAppendingString:NSStringFromRange([object rangeValue])];
   }
   return NSStringFromClass([object class]);
 }
@@ -269,12 +258,10 @@ REALstring LastColorSpaceName() {
 
 // The length of the data NewNSData makes of block, -1 for nil.
 intptr_t NewDataLength(REALmemoryBlock block) {
-  intptr_t length = -2;
-  CocoaGuardPooled([&] {
+  return GuardedResult([&] {
     NSData* data = NewNSData(block);
-    length = data != nil ? static_cast<intptr_t>([data length]) : -1;
+    return data != nil ? static_cast<intptr_t>([data length]) : intptr_t{-1};
   });
-  return length;
 }
 
 // The block through NewNSData and back through NSDataRB; with scribble, the block's bytes
@@ -295,27 +282,24 @@ REALmemoryBlock DataRoundTrip(REALmemoryBlock block, bool scribble) {
 REALmemoryBlock DataOfLength(int64_t length) {
   static unsigned char pattern[256];
   for (int i = 0; i < 256; ++i) pattern[i] = static_cast<unsigned char>(i);
-  REALmemoryBlock result = nullptr;
-  CocoaGuardPooled([&] {
+  return GuardedResult([&]() -> REALmemoryBlock {
     NSData* data;
     if (length >= 0x7FFFFFFF)
       data = [NSData dataWithBytesNoCopy:pattern length:static_cast<NSUInteger>(length) freeWhenDone:NO];
     else if (length <= 256)
       data = [NSData dataWithBytes:pattern length:static_cast<NSUInteger>(length < 0 ? 0 : length)];
     else
-      return;
-    result = NSDataRB(data);
+      return nullptr;
+    return NSDataRB(data);
   });
-  return result;
 }
 
 // "YYYY-MM-DD hh:mm:ss <zone> <seconds since 1970>" of the calendar date NewNSDate makes
 // while the platform's local time zone is the one named (when one is named); "nil" for
 // none.
 REALstring CalendarDateOf(REALobject date, REALstring zoneName) {
-  REALstring result = nullptr;
-  CocoaGuardPooled([&] {
-    NSString* name = [(NSString*)RBString2CFString(zoneName) autorelease];
+  return GuardedResult([&] {
+    NSString* name = Text(zoneName);
     NSTimeZone* saved = [NSTimeZone defaultTimeZone];
     if ([name length] != 0) [NSTimeZone setDefaultTimeZone:[NSTimeZone timeZoneWithName:name]];
     NSCalendarDate* calendarDate = NewNSDate(date);
@@ -326,9 +310,8 @@ REALstring CalendarDateOf(REALobject date, REALstring zoneName) {
                                         [[calendarDate timeZone] name],
                                         static_cast<long long>([calendarDate timeIntervalSince1970])];
     [NSTimeZone setDefaultTimeZone:saved];
-    result = HostString(text);
+    return HostString(text);
   });
-  return result;
 }
 
 // The path of the file URL NewNSURLfile makes, "nil" for none, "not a file URL" for a URL
@@ -342,22 +325,13 @@ REALstring URLPathOf(REALfolderItem file) {
 
 // The FolderItem NSURLRBFile makes of the file URL of path.
 REALfolderItem FolderItemOfURLPath(REALstring path) {
-  REALfolderItem result = nullptr;
-  CocoaGuardPooled([&] {
-    NSString* text = [(NSString*)RBString2CFString(path) autorelease];
-    if (text != nil) result = NSURLRBFile([NSURL fileURLWithPath:text]);
-  });
-  return result;
+  return GuardedResult([&] { return NSURLRBFile([NSURL fileURLWithPath:Text(path)]); });
 }
 
 // ---- the threaded runner
 
 // Inputs and outputs of Work, as an image member keeps them.
-struct WorkRecord {
-  intptr_t milliseconds;
-  bool ran;
-  char threadName[16];
-};
+struct WorkRecord { intptr_t milliseconds; bool ran; char threadName[16]; };
 
 void Work(void* record) {
   auto* work = static_cast<WorkRecord*>(record);
