@@ -48,8 +48,8 @@ class Conversions : public support::PluginTest {
 const std::string kPrecomposed = "caf\xC3\xA9.png";   // U+00E9
 const std::string kDecomposed = "cafe\xCC\x81.png";   // e, U+0301
 
-TEST_F(Conversions, DataDatesFolderItemsAndFileURLsConvertBothWays) {
-  Probe();
+TEST_F(Conversions, DataDatesFileURLsAndPlatformStringsConvertBothWays) {
+  host::Runtime& runtime = Probe();
   EXPECT_EQ(Call("NewDataLength", {Block("")}).integer, -1) << "an empty block gives nil";
   EXPECT_EQ(Call("NewDataLength", {Value::nil()}).integer, -1);
   const std::string ten("\x01\x02\x03\x04\x05\x06\x07\x08\x09\x00", 10);
@@ -83,6 +83,35 @@ TEST_F(Conversions, DataDatesFolderItemsAndFileURLsConvertBothWays) {
   EXPECT_EQ(ItemPath(dir_ + "/" + std::string(300, 'a')), dir_ + "/" + std::string(255, 'a'));
   EXPECT_EQ(ItemPath(dir_ + "/no folder/x.png"), "nil");
   EXPECT_EQ(ItemPath("/"), "/");
+  // Platform strings of any length, string data, string arrays and decomposition.
+  // 99 units go through the stack buffer, 100 through a heap buffer; U+263A takes three
+  // UTF-8 bytes, so 100 of them need 300 bytes.
+  host::Value short99 = Shared("RepeatUnit", {host::Value::ofInteger(0x263A), host::Value::ofInteger(99)});
+  host::Value long100 = Shared("RepeatUnit", {host::Value::ofInteger(0x263A), host::Value::ofInteger(100)});
+  EXPECT_EQ(runtime.bytes(short99).size(), 297u);
+  EXPECT_EQ(runtime.bytes(long100).size(), 300u);
+  EXPECT_EQ(runtime.bytes(long100).substr(0, 297), runtime.bytes(short99));
+  host::Value huge = Shared("RepeatUnit", {host::Value::ofInteger('x'), host::Value::ofInteger(5000)});
+  EXPECT_EQ(runtime.bytes(huge), std::string(5000, 'x'));
+  // Empty, and cut at the first NUL.
+  host::Value empty = Shared("StringFromUnits", {Text("")});
+  EXPECT_EQ(empty.kind, host::Value::Kind::String);
+  EXPECT_FALSE(empty.string) << "an empty platform string is no host string at all";
+  host::Value cut = Shared("StringFromUnits", {Text("0061 0000 0062")});
+  EXPECT_EQ(runtime.bytes(cut), "a");
+  host::Value onlyNul = Shared("StringFromUnits", {Text("0000")});
+  EXPECT_FALSE(onlyNul.string);
+
+  // String data from the host, string arrays filled in enumeration order, normalization form D.
+  host::Value result = Shared("StringData", {runtime.string("\xC3\xA9", host::kEncodingUTF8),
+                                             host::Value::ofInteger(host::kEncodingUTF16)});
+  EXPECT_EQ(Utf8(result), "enc=100 len=2 bytes=e900 tail=00000000");
+  EXPECT_EQ(Utf8(Shared("FillAndJoin", {Text("a,b,c")})), "ubound=2:a|b|c");
+  EXPECT_EQ(Utf8(Shared("FillAndJoin", {Text("\xC3\xA9t\xC3\xA9")})), "ubound=0:\xC3\xA9t\xC3\xA9");
+  // An empty element is the host's empty string, inserted all the same.
+  EXPECT_EQ(Utf8(Shared("FillAndJoin", {Text("x,,y")})), "ubound=2:x||y");
+  EXPECT_EQ(Utf8(Shared("DecomposedUnits", {Text("\xC3\xA9")})), "0065 0301");
+  EXPECT_EQ(Utf8(Shared("DecomposedUnits", {Text("a")})), "0061");
 }
 
 TEST_F(Conversions, ABlockTheHostCannotMakeIsAnOutOfMemoryException) {
@@ -163,38 +192,6 @@ TEST_P(StringPaths, EveryEncodingReadsAsTheSameTextAndComesBackAsUtf8) {
 }
 
 INSTANTIATE_TEST_SUITE_P(ReadPaths, StringPaths, ::testing::Values(0, 1, 2, 3), PathName);
-
-TEST_F(PluginTest, PlatformStringsOfAnyLengthStringDataArraysAndDecomposition) {
-  host::Runtime& runtime = Probe();
-  // 99 units go through the stack buffer, 100 through a heap buffer; U+263A takes three
-  // UTF-8 bytes, so 100 of them need 300 bytes.
-  host::Value short99 = Shared("RepeatUnit", {host::Value::ofInteger(0x263A), host::Value::ofInteger(99)});
-  host::Value long100 = Shared("RepeatUnit", {host::Value::ofInteger(0x263A), host::Value::ofInteger(100)});
-  EXPECT_EQ(runtime.bytes(short99).size(), 297u);
-  EXPECT_EQ(runtime.bytes(long100).size(), 300u);
-  EXPECT_EQ(runtime.bytes(long100).substr(0, 297), runtime.bytes(short99));
-  host::Value huge = Shared("RepeatUnit", {host::Value::ofInteger('x'), host::Value::ofInteger(5000)});
-  EXPECT_EQ(runtime.bytes(huge), std::string(5000, 'x'));
-  // Empty, and cut at the first NUL.
-  host::Value empty = Shared("StringFromUnits", {Text("")});
-  EXPECT_EQ(empty.kind, host::Value::Kind::String);
-  EXPECT_FALSE(empty.string) << "an empty platform string is no host string at all";
-  host::Value cut = Shared("StringFromUnits", {Text("0061 0000 0062")});
-  EXPECT_EQ(runtime.bytes(cut), "a");
-  host::Value onlyNul = Shared("StringFromUnits", {Text("0000")});
-  EXPECT_FALSE(onlyNul.string);
-
-  // String data from the host, string arrays filled in enumeration order, normalization form D.
-  host::Value result = Shared("StringData", {runtime.string("\xC3\xA9", host::kEncodingUTF8),
-                                             host::Value::ofInteger(host::kEncodingUTF16)});
-  EXPECT_EQ(Utf8(result), "enc=100 len=2 bytes=e900 tail=00000000");
-  EXPECT_EQ(Utf8(Shared("FillAndJoin", {Text("a,b,c")})), "ubound=2:a|b|c");
-  EXPECT_EQ(Utf8(Shared("FillAndJoin", {Text("\xC3\xA9t\xC3\xA9")})), "ubound=0:\xC3\xA9t\xC3\xA9");
-  // An empty element is the host's empty string, inserted all the same.
-  EXPECT_EQ(Utf8(Shared("FillAndJoin", {Text("x,,y")})), "ubound=2:x||y");
-  EXPECT_EQ(Utf8(Shared("DecomposedUnits", {Text("\xC3\xA9")})), "0065 0301");
-  EXPECT_EQ(Utf8(Shared("DecomposedUnits", {Text("a")})), "0061");
-}
 
 TEST_F(PluginTest, StringDataFallbackCopiesTheBytesWithFourZeroBytes) {
   host::Runtime& runtime = Probe(OwnBytes(2013.03, {"PluginGetStringData", "PluginDisposeStringData"}));

@@ -100,7 +100,6 @@ class ImageCreation : public PluginTest {
   host::Value Factory(std::string_view member, std::vector<host::Value> args) {
     return runtime_->callShared("NSImageQVR", member, std::move(args));
   }
-  host::Value Path(const std::string& path) { return Text(path); }
   intptr_t Handle(const host::Value& image) { return runtime_->get(image, "Handle").integer; }
 
   // The RGB bytes of an image as the platform draws it at its own size, rows from the
@@ -142,7 +141,7 @@ TEST_F(ImageCreation, FactoriesReadEveryFormat) {
     EXPECT_EQ(runtime.get(fromString, "height").real, kHeight);
     EXPECT_LE(LargestDifference(Pixels(fromString), expected), tolerance);
 
-    host::Value fromPath = Factory("imageWithContentsOfPath", {Path(folder.path(name))});
+    host::Value fromPath = Factory("imageWithContentsOfPath", {Text(folder.path(name))});
     EXPECT_EQ(Pixels(fromPath), Pixels(fromString));
 
     host::Value fromURL = Factory("imageWithContentsOfURL", {Text("file://" + folder.path(name))});
@@ -172,14 +171,14 @@ TEST_F(ImageCreation, BadInputGivesNothing) {
   std::string png = folder.bytes("image.png");
   EXPECT_TRUE(Factory("imageWithData", {runtime.string(png.substr(0, png.size() / 2), host::kEncodingUnknown)}).isNil())
       << "a truncated PNG";
-  EXPECT_TRUE(Factory("imageWithContentsOfPath", {Path(folder.path("missing.png"))}).isNil());
-  EXPECT_TRUE(Factory("imageWithContentsOfPath", {Path(folder.path("source.ppm"))}).isNil()) << "not a format read here";
+  EXPECT_TRUE(Factory("imageWithContentsOfPath", {Text(folder.path("missing.png"))}).isNil());
+  EXPECT_TRUE(Factory("imageWithContentsOfPath", {Text(folder.path("source.ppm"))}).isNil()) << "not a format read here";
   EXPECT_TRUE(Factory("imageWithContentsOfURL", {Text("file://" + folder.path("missing.png"))}).isNil());
   EXPECT_TRUE(Factory("imageWithContentsOfURL", {Text("this is no URL")}).isNil());
   // A folder or a device holds no image, and is refused without a complaint in the log.
   testing::internal::CaptureStderr();
   EXPECT_TRUE(Factory("imageWithContentsOfFile", {runtime.folderItem(folder.path("."))}).isNil());
-  EXPECT_TRUE(Factory("imageWithContentsOfPathMT", {Path("/dev/zero")}).isNil());
+  EXPECT_TRUE(Factory("imageWithContentsOfPathMT", {Text("/dev/zero")}).isNil());
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   EXPECT_FALSE(runtime.exceptionPending());
 
@@ -301,12 +300,12 @@ TEST_F(ImageCreation, ThreadedFactoriesGiveWhatTheDirectOnesGive) {
     SCOPED_TRACE(format);
     const std::string name = std::string("image.") + format;
     std::string bytes = folder.bytes(name);
-    std::string direct = Pixels(Factory("imageWithContentsOfPath", {Path(folder.path(name))}));
+    std::string direct = Pixels(Factory("imageWithContentsOfPath", {Text(folder.path(name))}));
     ASSERT_FALSE(direct.empty());
     EXPECT_EQ(Pixels(Factory("imageWithDataMT", {runtime.string(bytes, host::kEncodingUnknown)})), direct);
     EXPECT_EQ(Pixels(Factory("imageWithDataMT", {runtime.memoryBlock(bytes.data(), bytes.size())})), direct);
     EXPECT_EQ(Pixels(Factory("imageWithContentsOfFileMT", {runtime.folderItem(folder.path(name))})), direct);
-    EXPECT_EQ(Pixels(Factory("imageWithContentsOfPathMT", {Path(folder.path(name))})), direct);
+    EXPECT_EQ(Pixels(Factory("imageWithContentsOfPathMT", {Text(folder.path(name))})), direct);
     EXPECT_EQ(Pixels(Factory("imageWithContentsOfURLMT", {Text("file://" + folder.path(name))})), direct);
   }
   EXPECT_EQ(Pixels(Factory("imageWithContentsOfURLMT", {Text(server.url("/image.png"))})), folder.source());
@@ -314,7 +313,7 @@ TEST_F(ImageCreation, ThreadedFactoriesGiveWhatTheDirectOnesGive) {
   EXPECT_TRUE(Factory("imageWithContentsOfURLMT", {Text("this is no URL")}).isNil());
   EXPECT_TRUE(Factory("imageWithDataMT", {Text("no image")}).isNil());
   EXPECT_TRUE(Factory("imageWithDataMT", {runtime.memoryBlock("", 0)}).isNil());
-  EXPECT_TRUE(Factory("imageWithContentsOfPathMT", {Path(folder.path("missing.png"))}).isNil());
+  EXPECT_TRUE(Factory("imageWithContentsOfPathMT", {Text(folder.path("missing.png"))}).isNil());
   EXPECT_FALSE(runtime.exceptionPending());
 
   ExpectNilRaises("imageWithDataMT(data as string) as NSImageQVR", "Data is empty");
@@ -331,9 +330,9 @@ TEST_F(ImageCreation, ThreadedFactoriesGiveWhatTheDirectOnesGive) {
       runtime.yield();
     }
   });
-  host::Value direct = Factory("imageWithContentsOfPath", {Path(folder.path("image.jpg"))});
+  host::Value direct = Factory("imageWithContentsOfPath", {Text(folder.path("image.jpg"))});
   EXPECT_EQ(turns.load(), 0) << "a direct factory keeps the host thread";
-  host::Value image = Factory("imageWithContentsOfPathMT", {Path(folder.path("image.jpg"))});
+  host::Value image = Factory("imageWithContentsOfPathMT", {Text(folder.path("image.jpg"))});
   EXPECT_GE(turns.load(), 1) << "the threaded one let the other host thread run";
   EXPECT_EQ(Pixels(image), Pixels(direct));
   stop = true;
