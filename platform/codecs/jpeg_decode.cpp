@@ -69,6 +69,12 @@ bool run_decode(DecodeJob& job) {
   jpeg_save_markers(&job.cinfo, kExifMarker, 0xFFFF);
   jpeg_save_markers(&job.cinfo, JPEG_APP0 + 2, 0xFFFF);
   if (jpeg_read_header(&job.cinfo, TRUE) != JPEG_HEADER_OK) return false;
+  // Checked before libjpeg sets up the decode: a progressive file has it allocate and clear
+  // coefficients for every pixel first. Huffman coding spends a bit at least on every 8 x 8
+  // block; a file with less than a byte for every 4,096 pixels of a picture over a million
+  // is cut short or made to claim memory, not a photograph.
+  const int64_t pixels = int64_t(job.cinfo.image_width) * job.cinfo.image_height;
+  if (pixels > kMaxPixels || (pixels > (int64_t(1) << 20) && pixels / 4096 > int64_t(job.size))) return false;
   const bool cmyk = job.cinfo.jpeg_color_space == JCS_CMYK || job.cinfo.jpeg_color_space == JCS_YCCK;
   const bool grey = job.cinfo.num_components == 1;
   job.cinfo.out_color_space = cmyk ? JCS_CMYK : grey ? JCS_GRAYSCALE : JCS_RGB;
