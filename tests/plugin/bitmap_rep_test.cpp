@@ -3,8 +3,6 @@
 // Pillow), the layout properties read back against the pixels in bitmapData, colorSpace and
 // CGImage as sibling wrappers, the factories with their exceptions, and instances that hold
 // no representation.
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <cstring>
 #include <map>

@@ -6,8 +6,6 @@
 // with and along each way the plugin can read a host string's bytes: the host's own
 // platform string, the string data entry point, the fallback through StringGetCString
 // and LenB, and the direct read of older hosts.
-#include <gtest/gtest.h>
-
 #include "support/plugin_fixture.h"
 
 namespace {

@@ -7,8 +7,6 @@
 // (compression factor, LZW and JPEG inside TIFF, interlace, progressive scans, ICC profile,
 // EXIF, loop count, fallback colour); values set and read with valueForProperty in every
 // kind the conversions carry; and what a loaded image reports of itself.
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <string>
 

@@ -1,8 +1,6 @@
 // Host exceptions raised by the plugin: by class name and message, out-of-bounds
 // messages, and platform exceptions met by each form of the Cocoa call guard, with and
 // without the sibling plugin that converts them.
-#include <gtest/gtest.h>
-
 #include "support/plugin_fixture.h"
 
 namespace {

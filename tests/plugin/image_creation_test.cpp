@@ -3,8 +3,6 @@
 // bytes that are no image and on nil arguments; images from CGImageQVR instances; the
 // initWith methods on instances that already hold an image; URLs served over loopback
 // HTTP.
-#include <gtest/gtest.h>
-
 #include <csignal>
 
 #include <algorithm>

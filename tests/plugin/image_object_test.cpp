@@ -1,8 +1,6 @@
 // NSImageQVR as an object: its constructors, initWithSize, the properties that forward to
 // the NSImage it holds, its plain methods and constants, and what an instance without an
 // image answers.
-#include <gtest/gtest.h>
-
 #include "support/plugin_fixture.h"
 
 namespace {

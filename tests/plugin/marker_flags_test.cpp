@@ -2,8 +2,6 @@
 // and the layout-9 copies of every kind of member record, word by word, as the host
 // receives them. Driven through the probe class of the test plugin, whose tables carry
 // all three markers, an event, constants and attribute lists.
-#include <gtest/gtest.h>
-
 #include "support/plugin_fixture.h"
 
 namespace {

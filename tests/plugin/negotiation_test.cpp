@@ -5,8 +5,6 @@
 // command's classes listing of the same, run as a user runs it; the Carbon calls as the
 // plugin sees them from inside its process (Gestalt answering the configured system
 // version) and every glue function without its entry point.
-#include <gtest/gtest.h>
-
 #include "support/plugin_fixture.h"
 
 namespace {

@@ -3,8 +3,6 @@
 // console row buffer), on systems and hosts that take each path: the host's own image,
 // the pixel copy, the mask path, the read-only copy of a picture the host will not
 // describe, and the row copy where DrawPicture cannot be loaded.
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
 

@@ -6,8 +6,6 @@
 // image names, driven through the host: a two-page PDF and an EPS figure made by
 // Ghostscript, a PICT made by ImageMagick; rectangles as NSRectQVR, one host instance per
 // platform object, nil for no data, and pages drawn into Pictures read back by pixels.
-#include <gtest/gtest.h>
-
 #include <array>
 #include <functional>
 #include <sstream>

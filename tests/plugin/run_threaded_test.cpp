@@ -2,8 +2,6 @@
 // worker of its own, so other host threads advance; work that cannot start leaves the
 // caller's outputs alone; a missing mutex does not stop the run; the worker never calls
 // the host; a work queue in the process takes the work instead of a new thread.
-#include <gtest/gtest.h>
-
 #include <dlfcn.h>
 
 #include <atomic>

@@ -1,8 +1,6 @@
 // Scaled, faded and flipped copies of the held image, by their geometry and pixels;
 // renaming and resizing; drawing into a Core Graphics context that host code holds as an
 // integer, with several operations and opacities, read back by its pixels.
-#include <gtest/gtest.h>
-
 #include <array>
 #include <cstdlib>
 

@@ -3,8 +3,6 @@
 // points (the Variant's properties stand in), and with typed arrays read directly (host
 // 2013.9) or through the element procedure (later hosts). Every case leaves the host's
 // live counts where it found them (the fixture checks).
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdio>

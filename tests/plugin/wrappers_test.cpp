@@ -5,8 +5,6 @@
 // The sibling plugin's classes as host code and image plugins of the family meet them:
 // value classes whose instance data is the platform's 32-bit layout, colour wrappers kept
 // one per platform object, and the tagged Core Foundation wrapper.
-#include <gtest/gtest.h>
-
 #include <cstring>
 
 #include <CoreFoundation/CoreFoundation.h>
