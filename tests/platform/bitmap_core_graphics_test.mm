@@ -31,13 +31,12 @@ void DrawInto(NSBitmapImageRep* canvas, BOOL flipped, Draw draw) {
   DrawIn(context, draw);
 }
 
+// A CGImage of RGBA, grey and 16-bit pixels, and representations made from it.
 TEST_F(BitmapCoreGraphics, CGImageHoldsThePixels) {
-  TestPicture picture = MakeTestPicture(21, 13, 4);
-  NSBitmapImageRep* rep = MakeRep(picture);
+  NSBitmapImageRep* rep = MakeRep(MakeTestPicture(21, 13, 4));
   CGImageRef image = [rep CGImage];
   ASSERT_NE(image, nullptr);
-  EXPECT_EQ(CGImageGetWidth(image), 21u);
-  EXPECT_EQ(CGImageGetHeight(image), 13u);
+  EXPECT_EQ((std::vector<size_t>{CGImageGetWidth(image), CGImageGetHeight(image)}), (std::vector<size_t>{21, 13}));
   EXPECT_EQ([rep CGImage], image);  // kept while the pixels stay as they are
   NSBitmapImageRep* back = [[[NSBitmapImageRep alloc] initWithCGImage:image] autorelease];
   EXPECT_TRUE([back hasAlpha]);
@@ -54,20 +53,14 @@ TEST_F(BitmapCoreGraphics, CGImageHoldsThePixels) {
   [rep bitmapData][0] = 1;
   EXPECT_NE([rep CGImage], image);
   CGImageRelease(image);
-}
 
-TEST_F(BitmapCoreGraphics, GreyAndSixteenBitImages) {
   NSBitmapImageRep* grey = MakeRep(MakeTestPicture(8, 8, 1));
-  NSBitmapImageRep* back = [[[NSBitmapImageRep alloc] initWithCGImage:[grey CGImage]] autorelease];
-  EXPECT_EQ(MaxDifference(ReadRep(back), ReadRep(grey)), 0);  // one sample, as it was
+  EXPECT_EQ(MaxDifference(ReadRep([[[NSBitmapImageRep alloc] initWithCGImage:[grey CGImage]] autorelease]), ReadRep(grey)),
+            0);  // one sample, as it was
   NSBitmapImageRep* deep = NewBitmap(3, 1, 16, 3, NO, NSCalibratedRGBColorSpace);
   NSUInteger p[3] = {65535, 0, 32896};
   [deep setPixel:p atX:2 y:0];
-  const S eight = Samples([[[NSBitmapImageRep alloc] initWithCGImage:[deep CGImage]] autorelease], 2, 0);
-  ASSERT_EQ(eight.size(), 3u);
-  EXPECT_EQ(eight[0], 255u);
-  EXPECT_EQ(eight[1], 0u);
-  EXPECT_NEAR(double(eight[2]), 128.0, 1.0);
+  EXPECT_EQ(Samples([[[NSBitmapImageRep alloc] initWithCGImage:[deep CGImage]] autorelease], 2, 0), (S{255, 0, 128}));
 }
 
 TEST_F(BitmapCoreGraphics, DrawsWithOperationAndFraction) {

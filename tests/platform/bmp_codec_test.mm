@@ -91,30 +91,32 @@ std::vector<int> Indices(const uint8_t* pixels, int width, int step) {
   return out;
 }
 
-TEST_F(BMPCodec, RLE4WithRunsLiteralsDeltaAndLineEnds) {
-  // Bottom row first. Row 0 (stored first): run of 4 alternating 1,2; literal 3,1,2,1; end of line.
-  // Row 1: delta of (2, 0) then run of 3 of index 3; end of bitmap. Row 2 is never written.
-  const std::vector<uint8_t> stream = {4, 0x12, 0, 4, 0x31, 0x21, 0, 0, 0, 2, 2, 0, 3, 0x33, 0, 1};
-  const std::vector<uint8_t> file = MakeFile(8, 3, 4, 2, kPalette, stream);
-  qvr::Frame frame;
-  ASSERT_TRUE(qvr::bmp_decode(file.data(), file.size(), frame));
-  const std::vector<int> bottom = {1, 2, 1, 2, 3, 1, 2, 1};
-  EXPECT_EQ(Indices(frame.raster.row(2), 8, 3), bottom);
-  EXPECT_EQ(Indices(frame.raster.row(1), 8, 3), (std::vector<int>{0, 0, 3, 3, 3, 0, 0, 0}));
-  TestPicture theirs;  // the other decoder agrees where it reads RLE4
-  if (DecodeWithPillow(Temporary(DataOf(file), ".bmp"), theirs)) {
-    EXPECT_EQ(Indices(theirs.at(0, 2), 8, 4), bottom);
+// Hand-made streams, bottom row first. RLE4: a run of 4 alternating 1, 2, a literal 3, 1, 2, 1,
+// end of line; a delta of (2, 0), a run of 3 of index 3, end of bitmap (row 0 is never written).
+// RLE8: a literal of 3 (padded with one byte to a word), a run of 2, end of line; a run of 5; end.
+TEST_F(BMPCodec, RLE4AndRLE8RunsLiteralsDeltasAndLineEnds) {
+  const struct {
+    int width, height, bits;
+    std::vector<uint8_t> stream;
+    std::vector<std::vector<int>> rows;  // from the top, as palette indices; empty: not checked
+  } cases[] = {
+      {8, 3, 4, {4, 0x12, 0, 4, 0x31, 0x21, 0, 0, 0, 2, 2, 0, 3, 0x33, 0, 1},
+       {{}, {0, 0, 3, 3, 3, 0, 0, 0}, {1, 2, 1, 2, 3, 1, 2, 1}}},
+      {5, 2, 8, {0, 3, 1, 2, 3, 0, 2, 1, 0, 0, 5, 2, 0, 1}, {{2, 2, 2, 2, 2}, {1, 2, 3, 1, 1}}},
+  };
+  for (const auto& c : cases) {
+    const std::vector<uint8_t> file = MakeFile(c.width, c.height, c.bits, c.bits == 4 ? 2 : 1, kPalette, c.stream);
+    qvr::Frame frame;
+    ASSERT_TRUE(qvr::bmp_decode(file.data(), file.size(), frame)) << c.bits;
+    for (size_t row = 0; row < c.rows.size(); ++row) {
+      if (c.rows[row].empty()) continue;
+      EXPECT_EQ(Indices(frame.raster.row(int(row)), c.width, 3), c.rows[row]) << c.bits << " bits, row " << row;
+    }
+    TestPicture theirs;  // the other decoder agrees on the bottom row where it reads the stream
+    if (DecodeWithPillow(Temporary(DataOf(file), ".bmp"), theirs)) {
+      EXPECT_EQ(Indices(theirs.at(0, c.height - 1), c.width, 4), c.rows.back()) << c.bits;
+    }
   }
-}
-
-TEST_F(BMPCodec, RLE8AbsoluteRunsArePaddedToWords) {
-  // Literal of 3 (padded with one byte), run of 2, end of line; second row run of 5; end.
-  const std::vector<uint8_t> stream = {0, 3, 1, 2, 3, 0, 2, 1, 0, 0, 5, 2, 0, 1};
-  const std::vector<uint8_t> file = MakeFile(5, 2, 8, 1, kPalette, stream);
-  qvr::Frame frame;
-  ASSERT_TRUE(qvr::bmp_decode(file.data(), file.size(), frame));
-  EXPECT_EQ(Indices(frame.raster.row(1), 5, 3), (std::vector<int>{1, 2, 3, 1, 1}));  // the bottom row
-  EXPECT_EQ(Indices(frame.raster.row(0), 5, 3), (std::vector<int>{2, 2, 2, 2, 2}));
 }
 
 TEST_F(BMPCodec, TopDownRowsAndCoreHeader) {
@@ -125,16 +127,15 @@ TEST_F(BMPCodec, TopDownRowsAndCoreHeader) {
   for (int i = 0; i < 4; ++i) file[22 + i] = uint8_t(minus_two >> (8 * i));
   qvr::Frame frame;
   ASSERT_TRUE(qvr::bmp_decode(file.data(), file.size(), frame));
-  EXPECT_EQ(frame.raster.row(0)[0], 255);  // first stored row is the top: red
-  EXPECT_EQ(frame.raster.row(1)[2], 255);  // blue below it
+  EXPECT_EQ((std::vector<int>{frame.raster.row(0)[0], frame.raster.row(1)[2]}), (std::vector<int>{255, 255}))
+      << "the first stored row is the top: red, blue below it";
 
   // OS/2 core header: 12 bytes, 16-bit sizes, 3-byte palette entries.
   std::vector<uint8_t> core = {'B', 'M', 0, 0, 0, 0, 0, 0, 0, 0, 14 + 12 + 6, 0, 0, 0, 12, 0, 0, 0, 2, 0, 1, 0, 1, 0, 1, 0,
                                0, 0, 0, /* black */ 0, 255, 255, /* yellow */ 0x40, 0, 0, 0};
   ASSERT_TRUE(qvr::bmp_decode(core.data(), core.size(), frame));
-  EXPECT_EQ(frame.raster.row(0)[0], 0);
-  EXPECT_EQ(frame.raster.row(0)[3], 255);  // bit 1 set: yellow
-  EXPECT_EQ(frame.raster.row(0)[5], 0);
+  const uint8_t* row = frame.raster.row(0);
+  EXPECT_EQ((std::vector<int>{row[0], row[3], row[5]}), (std::vector<int>{0, 255, 0}));  // black, then yellow (bit 1 set)
 }
 
 TEST_F(BMPCodec, MalformedFilesFailCleanly) {

@@ -27,15 +27,11 @@ struct IconImage {
 
 std::string Dib(const IconImage& image) {
   std::string out;
-  Put32(out, 40);
-  Put32(out, uint32_t(image.width));
-  Put32(out, uint32_t(image.height * 2));
+  for (uint32_t v : {40u, uint32_t(image.width), uint32_t(image.height * 2)}) Put32(out, v);
   Put16(out, 1);
   Put16(out, uint32_t(image.bits));
-  for (int i = 0; i < 3; ++i) Put32(out, 0);  // compression, image size, x resolution
-  Put32(out, 0);
-  Put32(out, uint32_t(image.palette.size()));
-  Put32(out, 0);
+  // Compression, image size, resolutions, colours used, colours important.
+  for (uint32_t v : {0u, 0u, 0u, 0u, uint32_t(image.palette.size()), 0u}) Put32(out, v);
   for (uint32_t rgb : image.palette) out.append({char(rgb & 0xFF), char(rgb >> 8 & 0xFF), char(rgb >> 16), 0});
   const size_t rowBytes = (size_t(image.width) * image.bits + 31) / 32 * 4;
   for (int y = image.height - 1; y >= 0; --y) {
@@ -63,9 +59,7 @@ std::string Dib(const IconImage& image) {
 
 std::string Icon(const std::vector<IconImage>& images) {
   std::string out, data;
-  Put16(out, 0);
-  Put16(out, 1);
-  Put16(out, uint32_t(images.size()));
+  for (uint32_t v : {0u, 1u, uint32_t(images.size())}) Put16(out, v);
   for (const IconImage& image : images) {
     const std::string dib = Dib(image);
     out.append({char(image.width), char(image.height), 0, 0});
