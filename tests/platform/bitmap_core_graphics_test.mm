@@ -55,8 +55,8 @@ TEST_F(BitmapCoreGraphics, CGImageHoldsThePixels) {
   CGImageRelease(image);
 
   NSBitmapImageRep* grey = MakeRep(MakeTestPicture(8, 8, 1));
-  EXPECT_EQ(MaxDifference(ReadRep([[[NSBitmapImageRep alloc] initWithCGImage:[grey CGImage]] autorelease]), ReadRep(grey)),
-            0);  // one sample, as it was
+  NSBitmapImageRep* greyBack = [[[NSBitmapImageRep alloc] initWithCGImage:[grey CGImage]] autorelease];
+  EXPECT_EQ(MaxDifference(ReadRep(greyBack), ReadRep(grey)), 0);  // one sample, as it was
   NSBitmapImageRep* deep = NewBitmap(3, 1, 16, 3, NO, NSCalibratedRGBColorSpace);
   NSUInteger p[3] = {65535, 0, 32896};
   [deep setPixel:p atX:2 y:0];

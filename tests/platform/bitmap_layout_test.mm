@@ -56,7 +56,8 @@ TEST_F(BitmapLayout, CallersPlanarMemoryHoldsOneSampleAPlane) {
   unsigned char* planes[4] = {red.data(), green.data(), blue.data(), alpha.data()};
   NSBitmapImageRep* rep = Make(planes, 3, 2, 8, 4, YES, YES, NSCalibratedRGBColorSpace,
                                NSAlphaNonpremultipliedBitmapFormat, 0, 0);
-  EXPECT_EQ((S{[rep isPlanar], NSUInteger([rep numberOfPlanes]), NSUInteger([rep bitsPerPixel]), NSUInteger([rep bytesPerRow])}),
+  EXPECT_EQ((S{[rep isPlanar], NSUInteger([rep numberOfPlanes]), NSUInteger([rep bitsPerPixel]),
+               NSUInteger([rep bytesPerRow])}),
             (S{YES, 4, 8, 3}));
   unsigned char* back[5];
   [rep getBitmapDataPlanes:back];

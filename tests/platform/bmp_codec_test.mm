@@ -135,7 +135,8 @@ TEST_F(BMPCodec, TopDownRowsAndCoreHeader) {
                                0, 0, 0, /* black */ 0, 255, 255, /* yellow */ 0x40, 0, 0, 0};
   ASSERT_TRUE(qvr::bmp_decode(core.data(), core.size(), frame));
   const uint8_t* row = frame.raster.row(0);
-  EXPECT_EQ((std::vector<int>{row[0], row[3], row[5]}), (std::vector<int>{0, 255, 0}));  // black, then yellow (bit 1 set)
+  // Black, then yellow (bit 1 set).
+  EXPECT_EQ((std::vector<int>{row[0], row[3], row[5]}), (std::vector<int>{0, 255, 0}));
 }
 
 TEST_F(BMPCodec, MalformedFilesFailCleanly) {

@@ -39,8 +39,8 @@ TEST_F(CodecProperties, JPEGProgressiveWritesProgressiveScans) {
 
 TEST_F(CodecProperties, PNGInterlaceAndGammaAreWrittenAndReadBack) {
   TestPicture picture = MakeTestPicture(30, 21, 4);
-  NSData* png = [MakeRep(picture) representationUsingType:NSPNGFileType
-                                             properties:Dict({{NSImageInterlaced, Num(YES)}, {NSImageGamma, Num(0.45455)}})];
+  NSDictionary* properties = Dict({{NSImageInterlaced, Num(YES)}, {NSImageGamma, Num(0.45455)}});
+  NSData* png = [MakeRep(picture) representationUsingType:NSPNGFileType properties:properties];
   ASSERT_GT([png length], 28u);
   EXPECT_EQ(static_cast<const uint8_t*>([png bytes])[28], 1);  // IHDR interlace method: Adam7
   EXPECT_TRUE(Contains(png, Bytes({'g', 'A', 'M', 'A', 0x00, 0x00, 0xB1, 0x8F})));  // 45455

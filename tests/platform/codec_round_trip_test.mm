@@ -166,8 +166,9 @@ TEST_F(CodecRoundTrip, JPEG2000WhenTheLibraryIsThere) {
   // Past a million pixels a codestream must bring a byte for every 4,096 of them: Pillow's
   // flat 1200 x 1000 picture (some 360 bytes) reads, its 2048 x 1024 one (as small) does not.
   for (const auto& [width, height, reads] : {std::tuple{1200, 1000, true}, std::tuple{2048, 1024, false}}) {
-    NSBitmapImageRep* flat = [NSBitmapImageRep imageRepWithData:MadeByPillow(
-        "Image.new('RGB', (" + std::to_string(width) + ", " + std::to_string(height) + "), (10, 20, 30)).save(out, 'JPEG2000')")];
+    const std::string size = std::to_string(width) + ", " + std::to_string(height);
+    NSBitmapImageRep* flat = [NSBitmapImageRep
+        imageRepWithData:MadeByPillow("Image.new('RGB', (" + size + "), (10, 20, 30)).save(out, 'JPEG2000')")];
     EXPECT_EQ(flat != nil, reads) << width << " x " << height;
     if (flat) {
       const TestPicture pixels = ReadRep(flat);

@@ -150,7 +150,8 @@ TEST_F(BitmapContext, RefusesWhatItCannotDraw) {
                  {NULL, 4, 8, 0, NULL, last},   {NULL, 4, 8, 0, rgb, last | kCGBitmapFloatComponents},
                  {NULL, 4, 8, 0, rgb, 9}};
   for (const auto& c : refused)
-    EXPECT_TRUE(CGBitmapContextCreate(c.data, c.width, 4, c.bits, c.row, c.space, c.info) == NULL) << "case " << &c - refused;
+    EXPECT_TRUE(CGBitmapContextCreate(c.data, c.width, 4, c.bits, c.row, c.space, c.info) == NULL)
+        << "case " << &c - refused;
   EXPECT_TRUE(Pooled(CGBitmapContextCreate(NULL, 4, 4, 8, 0, NULL, kCGImageAlphaOnly)) != NULL)
       << "alpha-only contexts need no colour space";
   /* Functions given NULL or objects of another type do nothing. */

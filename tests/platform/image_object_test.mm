@@ -59,7 +59,10 @@ NSImage* Filled(CGFloat w, CGFloat h, NSColor* colour) {
 NSData* RedBlue(int w, int h, NSBitmapImageFileType type = NSPNGFileType, NSDictionary* properties = nil) {
   std::vector<uint8_t> bytes;
   for (int y = 0; y < h; y++)
-    for (int x = 0; x < w; x++) bytes.insert(bytes.end(), {uint8_t(x < w / 2 ? 255 : 0), 0, uint8_t(x < w / 2 ? 0 : 255), 255});
+    for (int x = 0; x < w; x++) {
+      const bool left = x < w / 2;
+      bytes.insert(bytes.end(), {uint8_t(left ? 255 : 0), 0, uint8_t(left ? 0 : 255), 255});
+    }
   NSBitmapImageRep* rep = [[[NSBitmapImageRep alloc] initWithCGImage:RGBAImage(w, h, bytes)] autorelease];
   return [rep representationUsingType:type properties:properties];
 }
@@ -69,7 +72,8 @@ RGBA DrawnPixel(NSImage* image, size_t x, size_t row) {
   const NSSize size = NSMakeSize(lround([image size].width), lround([image size].height));
   CGContextRef port = ARGBContext(size.width, size.height);
   DrawIn(ContextOf(port), [&] {
-    [image drawInRect:NSMakeRect(0, 0, size.width, size.height) fromRect:NSZeroRect operation:NSCompositeCopy fraction:1];
+    [image drawInRect:NSMakeRect(0, 0, size.width, size.height) fromRect:NSZeroRect operation:NSCompositeCopy
+             fraction:1];
   });
   return PixelAt(port, x, row);
 }
@@ -102,8 +106,8 @@ TEST_F(ImageObject, NothingReadableGivesNil) {
   socklen_t length = sizeof address;
   getsockname(probe, (sockaddr*)&address, &length);
   close(probe);
-  NSURL* unreachable = [NSURL URLWithString:[NSString stringWithFormat:@"http://127.0.0.1:%d/x.png", ntohs(address.sin_port)]];
-  EXPECT_TRUE([[NSImage alloc] initWithContentsOfURL:unreachable] == nil);
+  NSString* url = [NSString stringWithFormat:@"http://127.0.0.1:%d/x.png", ntohs(address.sin_port)];
+  EXPECT_TRUE([[NSImage alloc] initWithContentsOfURL:[NSURL URLWithString:url]] == nil);
   EXPECT_TRUE([[NSImage alloc] initWithData:nil] == nil);
   EXPECT_TRUE([[NSImage alloc] initWithData:[NSData data]] == nil);
   EXPECT_TRUE([[NSImage alloc] initWithData:[@"not an image" dataUsingEncoding:NSUTF8StringEncoding]] == nil);
@@ -120,8 +124,8 @@ TEST_F(ImageObject, NothingReadableGivesNil) {
 /* A 16 x 8 JPEG (red left half, blue right half) whose EXIF block says the pixels are
    stored to be turned clockwise (orientation 6). */
 TEST_F(ImageObject, ExifOrientationTurnsThePictureUprightUnlessIgnored) {
-  NSData* jpeg = RedBlue(16, 8, NSJPEGFileType,
-                         [NSDictionary dictionaryWithObject:[NSNumber numberWithFloat:1] forKey:NSImageCompressionFactor]);
+  NSDictionary* best = [NSDictionary dictionaryWithObject:[NSNumber numberWithFloat:1] forKey:NSImageCompressionFactor];
+  NSData* jpeg = RedBlue(16, 8, NSJPEGFileType, best);
   /* An APP1 segment: "Exif", a big-endian TIFF header and IFD0 with Orientation = 6. */
   const uint8_t app1[] = {0xFF, 0xE1, 0x00, 0x22, 'E', 'x', 'i', 'f', 0, 0, 'M', 'M', 0, 42, 0, 0, 0, 8,
                           0, 1, 0x01, 0x12, 0, 3, 0, 0, 0, 1, 0, 6, 0, 0, 0, 0, 0, 0};
@@ -134,9 +138,12 @@ TEST_F(ImageObject, ExifOrientationTurnsThePictureUprightUnlessIgnored) {
   EXPECT_TRUE(SizeIs(stored, 16, 8));
   EXPECT_TRUE(SizeIs(upright, 8, 16));
   /* Turned clockwise: the left half is now on top. */
-  const std::pair<NSImage*, Probe> probes[] = {{stored, {2, 4, {255, 0, 0, 255}}}, {stored, {13, 4, {0, 0, 255, 255}}},
-                                               {upright, {4, 2, {255, 0, 0, 255}}}, {upright, {4, 13, {0, 0, 255, 255}}}};
-  for (const auto& [image, p] : probes) EXPECT_TRUE(Near(DrawnPixel(image, p.x, p.row), p.colour, 24)) << p.x << ", " << p.row;
+  const std::pair<NSImage*, Probe> probes[] = {{stored, {2, 4, {255, 0, 0, 255}}},
+                                               {stored, {13, 4, {0, 0, 255, 255}}},
+                                               {upright, {4, 2, {255, 0, 0, 255}}},
+                                               {upright, {4, 13, {0, 0, 255, 255}}}};
+  for (const auto& [image, p] : probes)
+    EXPECT_TRUE(Near(DrawnPixel(image, p.x, p.row), p.colour, 24)) << p.x << ", " << p.row;
 }
 
 TEST_F(ImageObject, FromTheGeneralPasteboard) {
@@ -251,7 +258,8 @@ TEST_F(ImageObject, RepresentationsComeAndGo) {
 
 TEST_F(ImageObject, TIFFRoundTripsThePixels) {
   NSImage* image = Filled(3, 3, [NSColor colorWithCalibratedRed:0 green:0 blue:1 alpha:1]);
-  for (NSData* tiff : {[image TIFFRepresentation], [image TIFFRepresentationUsingCompression:NSTIFFCompressionLZW factor:0]}) {
+  NSData* lzw = [image TIFFRepresentationUsingCompression:NSTIFFCompressionLZW factor:0];
+  for (NSData* tiff : {[image TIFFRepresentation], lzw}) {
     NSImage* back = [[[NSImage alloc] initWithData:tiff] autorelease];
     EXPECT_TRUE(SizeIs(back, 3, 3));
     ExpectRepPixels(back, {{1, 1, {0, 0, 255, 255}}, {2, 2, {0, 0, 255, 255}}});

@@ -148,7 +148,8 @@ void FailEachCall(const std::function<void(size_t)>& arm, const std::function<vo
       const tour::Outcome o = run(step, k, [&] { happened = fired(); });
       EXPECT_EQ(o.problem, "") << step.label() << " with call " << k << " failing";
       const bool encoded = Kind(usual.result) == "block" && Kind(o.result) == "block";
-      const bool alike = tour::Neutral(o.result) || (encoded ? SameImage(o.bytes, usual.bytes) : o.result == usual.result);
+      const bool same = encoded ? SameImage(o.bytes, usual.bytes) : o.result == usual.result;
+      const bool alike = tour::Neutral(o.result) || same;
       if (!alike && sameKind && !encoded && Kind(o.result) == Kind(usual.result))
         std::printf("note: %s with call %zu failing gave %s, usually %s\n", step.label().c_str(), k, o.result.c_str(),
                     usual.result.c_str());

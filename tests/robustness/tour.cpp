@@ -141,7 +141,8 @@ std::string Step::label() const {
 }
 
 bool Neutral(const std::string& result) {
-  static const std::set<std::string> neutral = {"nil", "int:0", "bool:0", "real:0", "str:0", "ptr:0", "block:0", "done"};
+  static const std::set<std::string> neutral = {"nil",   "int:0", "bool:0",  "real:0",
+                                                "str:0", "ptr:0", "block:0", "done"};
   return neutral.count(result) > 0 || result.rfind("raise:", 0) == 0;
 }
 
@@ -320,7 +321,9 @@ std::vector<Twin> ThreadedTwins(const TourHost& host) {
         for (const host::MethodInfo& d : shared ? cls->sharedMethods : cls->methods) {
           const std::vector<host::Parameter>& a = d.declaration.parameters;
           const std::vector<host::Parameter>& b = m.declaration.parameters;
-          const auto sameType = [](const host::Parameter& x, const host::Parameter& y) { return Lower(x.type) == Lower(y.type); };
+          const auto sameType = [](const host::Parameter& x, const host::Parameter& y) {
+            return Lower(x.type) == Lower(y.type);
+          };
           if (d.declaration.name == direct && std::equal(a.begin(), a.end(), b.begin(), b.end(), sameType))
             twins.push_back({cls, &m, &d, shared});
         }
