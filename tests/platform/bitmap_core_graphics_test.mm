@@ -1,9 +1,10 @@
-/* Bitmap representations meeting Core Graphics and the graphics context: CGImage of the
-   pixels and a representation drawn from a CGImage, drawing into the current context with
-   a compositing operation, a fraction, a source rectangle and flipped contexts, colour
-   space tags and conversions, and graphics contexts over representations of every meshed
-   8-bit layout (RGB with and without alpha, alpha first, straight alpha, grey with and
-   without alpha), and the layouts that give none. */
+/* Bitmap representations and images meeting Core Graphics and the graphics context: CGImage
+   of the pixels and a representation drawn from a CGImage; images and representations drawn
+   into the current context with every compositing operation, a fraction, a source rectangle
+   and flipped contexts; NSRectFill and colours; the current context and its saved states;
+   colour space tags and conversions; and graphics contexts over representations of every
+   meshed 8-bit layout (RGB with and without alpha, alpha first, straight alpha, grey with
+   and without alpha), and the layouts that give none. */
 #import "platform/codec_support.h"
 
 namespace {
@@ -29,6 +30,34 @@ void DrawInto(NSBitmapImageRep* canvas, BOOL flipped, Draw draw) {
     CGContextScaleCTM([context CGContext], 1, -1);
   }
   DrawIn(context, draw);
+}
+
+/* A 2 x 2 source of one colour (premultiplied) drawn over a destination holding `under`
+   (straight) everywhere: as an NSImage into a Core Graphics context, and as a bitmap
+   representation (straight alpha; an opaque one without alpha) into a canvas of its own.
+   The pixel each leaves, premultiplied. */
+std::pair<RGBA, RGBA> Composite(RGBA source, RGBA under, NSCompositingOperation op, CGFloat fraction) {
+  std::vector<uint8_t> bytes;
+  TestPicture straight{2, 2, source.a == 255 ? 3 : 4, {}};
+  for (int i = 0; i < 4; i++) {
+    bytes.insert(bytes.end(), {uint8_t(source.r), uint8_t(source.g), uint8_t(source.b), uint8_t(source.a)});
+    for (int c : {source.r, source.g, source.b}) straight.pixels.push_back(uint8_t(source.a ? c * 255 / source.a : 0));
+    if (straight.samples == 4) straight.pixels.push_back(uint8_t(source.a));
+  }
+  NSImage* image = [[[NSImage alloc] initWithCGImage:RGBAImage(2, 2, bytes) size:NSMakeSize(2, 2)] autorelease];
+  CGContextRef port = ARGBContext(2, 2);
+  NSBitmapImageRep* canvas = Canvas(2, 2);
+  FillContext(port, under.r / 255.0, under.g / 255.0, under.b / 255.0, under.a / 255.0);
+  DrawIn(ContextOf(port), [&] {
+    [image drawInRect:NSMakeRect(0, 0, 2, 2) fromRect:NSZeroRect operation:op fraction:fraction];
+  });
+  DrawInto(canvas, NO, [&] {
+    FillContext([[NSGraphicsContext currentContext] CGContext], under.r / 255.0, under.g / 255.0, under.b / 255.0,
+                under.a / 255.0);
+    EXPECT_TRUE([MakeRep(straight) drawInRect:NSMakeRect(0, 0, 2, 2) fromRect:NSZeroRect operation:op fraction:fraction
+                               respectFlipped:NO hints:nil]);
+  });
+  return {PixelAt(port, 1, 1), Premultiplied(canvas, 1, 1)};
 }
 
 // A CGImage of RGBA, grey and 16-bit pixels, and representations made from it.
@@ -61,31 +90,6 @@ TEST_F(BitmapCoreGraphics, CGImageHoldsThePixels) {
   NSUInteger p[3] = {65535, 0, 32896};
   [deep setPixel:p atX:2 y:0];
   EXPECT_EQ(Samples([[[NSBitmapImageRep alloc] initWithCGImage:[deep CGImage]] autorelease], 2, 0), (S{255, 0, 128}));
-}
-
-TEST_F(BitmapCoreGraphics, DrawsWithOperationAndFraction) {
-  TestPicture red{4, 4, 4, std::vector<uint8_t>(64, 0)};
-  for (size_t i = 0; i < 64; i += 4) red.pixels[i] = 255, red.pixels[i + 3] = 128;  // half-clear red
-  NSBitmapImageRep* source = MakeRep(red);
-  NSBitmapImageRep* canvas = Canvas(4, 4);
-  NSUInteger blue[4] = {0, 0, 255, 255};
-  for (int y = 0; y < 4; ++y)
-    for (int x = 0; x < 4; ++x) [canvas setPixel:blue atX:x y:y];
-  DrawInto(canvas, NO, [&] {
-    EXPECT_TRUE([source drawInRect:NSMakeRect(0, 0, 2, 4) fromRect:NSZeroRect operation:NSCompositeCopy fraction:1.0
-                    respectFlipped:NO hints:nil]);
-    EXPECT_TRUE([source drawInRect:NSMakeRect(2, 0, 2, 4) fromRect:NSZeroRect operation:NSCompositeSourceOver
-                          fraction:1.0 respectFlipped:NO hints:nil]);
-  });
-  // Copy: the half-clear red replaces the blue; source over: red over blue, opaque.
-  EXPECT_TRUE(Near(Premultiplied(canvas, 0, 0), RGBA{128, 0, 0, 128}));
-  EXPECT_TRUE(Near(Premultiplied(canvas, 3, 0), RGBA{128, 0, 127, 255}));
-  NSBitmapImageRep* faint = Canvas(4, 4);
-  DrawInto(faint, NO, [&] {
-    [MakeRep(MakeTestPicture(4, 4, 3)) drawInRect:NSMakeRect(0, 0, 4, 4) fromRect:NSZeroRect
-                                        operation:NSCompositeSourceOver fraction:0.25 respectFlipped:NO hints:nil];
-  });
-  EXPECT_NEAR(Premultiplied(faint, 1, 1).a, 64, 2);
 }
 
 TEST_F(BitmapCoreGraphics, DrawsUprightAndPartsOfItself) {
@@ -186,6 +190,113 @@ TEST_F(BitmapCoreGraphics, ContextsOverEveryMeshedLayoutDrawIntoItsPixels) {
                                  (NSBitmapImageRep*)@"text"};  // 16 bits, planar, nil, not a representation
   ASSERT_TRUE(refused[0] != nil && refused[1] != nil);
   for (NSBitmapImageRep* r : refused) EXPECT_TRUE([NSGraphicsContext graphicsContextWithBitmapImageRep:r] == nil) << r;
+}
+
+/* Copy replaces and source over blends; the fraction is the opacity of the source (copy at
+   a fraction: the destination becomes the faded source); the other operations give their
+   textbook Porter-Duff results; alike for images and bitmap representations. */
+TEST_F(BitmapCoreGraphics, OperationsAndFractionsGiveTheirTextbookResults) {
+  const RGBA halfRed = {128, 0, 0, 128}, red = {255, 0, 0, 255}, halfGreen = {0, 128, 0, 128};
+  const RGBA blue = {0, 0, 255, 255}, halfBlue = {0, 0, 255, 128};
+  const auto [cleared, clearedRep] = Composite(red, halfBlue, NSCompositeClear, 1);
+  EXPECT_EQ(cleared, (RGBA{0, 0, 0, 0}));
+  EXPECT_EQ(clearedRep, (RGBA{0, 0, 0, 0}));
+  const struct {
+    RGBA source;
+    RGBA under;
+    NSCompositingOperation operation;
+    CGFloat fraction;
+    RGBA expected;
+  } cases[] = {
+      {halfRed, blue, NSCompositeCopy, 1, {128, 0, 0, 128}},
+      {halfRed, blue, NSCompositeSourceOver, 1, {128, 0, 127, 255}},
+      {red, blue, NSCompositeSourceOver, 0.25, {64, 0, 191, 255}},
+      {red, blue, NSCompositeCopy, 0.25, {64, 0, 0, 64}},
+      {red, blue, NSCompositeSourceOver, 0, blue},
+      {red, {0, 0, 0, 0}, NSCompositeSourceOver, 0.25, {64, 0, 0, 64}},
+      {red, halfBlue, NSCompositeSourceIn, 1, {128, 0, 0, 128}},
+      {red, halfBlue, NSCompositeSourceOut, 1, {127, 0, 0, 127}},
+      {red, halfBlue, NSCompositeSourceAtop, 1, {128, 0, 0, 128}},
+      {halfGreen, halfBlue, NSCompositeDestinationOver, 1, {0, 64, 128, 192}},
+      {halfGreen, halfBlue, NSCompositeDestinationIn, 1, {0, 0, 64, 64}},
+      {halfGreen, halfBlue, NSCompositeDestinationOut, 1, {0, 0, 64, 64}},
+      {halfGreen, halfBlue, NSCompositeXOR, 1, {0, 64, 64, 128}},
+      {halfGreen, halfBlue, NSCompositePlusLighter, 1, {0, 128, 128, 255}},
+  };
+  for (const auto& c : cases) {
+    const auto [image, rep] = Composite(c.source, c.under, c.operation, c.fraction);
+    EXPECT_TRUE(Near(image, c.expected)) << "an image, operation " << c.operation << " at " << c.fraction;
+    EXPECT_TRUE(Near(rep, c.expected)) << "a representation, operation " << c.operation << " at " << c.fraction;
+  }
+}
+
+TEST_F(BitmapCoreGraphics, FlippedContextsShowImagesUpsideDownUnlessRespected) {
+  /* Red over blue: red is the top row. */
+  NSImage* image = [[[NSImage alloc] initWithCGImage:RGBAImage(1, 2, {255, 0, 0, 255, 0, 0, 255, 255})
+                                                 size:NSMakeSize(1, 2)] autorelease];
+  CGContextRef port = ARGBContext(2, 2);
+  /* A flipped context: the drawing code's y runs down from the top. */
+  CGContextTranslateCTM(port, 0, 2);
+  CGContextScaleCTM(port, 1, -1);
+  DrawIn(ContextOf(port, YES), [&] {
+    [image drawInRect:NSMakeRect(0, 0, 1, 2) fromRect:NSZeroRect operation:NSCompositeCopy fraction:1];
+    [image drawInRect:NSMakeRect(1, 0, 1, 2) fromRect:NSZeroRect operation:NSCompositeCopy fraction:1 respectFlipped:YES
+                hints:nil];
+  });
+  /* Plain drawing: upside down (column 0); respecting the flip: upright (column 1). */
+  ExpectPixels(port,
+               {{0, 0, {0, 0, 255, 255}}, {0, 1, {255, 0, 0, 255}}, {1, 0, {255, 0, 0, 255}}, {1, 1, {0, 0, 255, 255}}});
+}
+
+TEST_F(BitmapCoreGraphics, RectFillCopiesTheCurrentColourAndOperationsFollowTheContext) {
+  CGContextRef port = ARGBContext(4, 1);
+  FillContext(port, 0, 0, 1, 1);
+  NSGraphicsContext* context = ContextOf(port);
+  DrawIn(context, [&] {
+    [[NSColor colorWithCalibratedRed:1 green:0 blue:0 alpha:0.5] set];
+    NSRectFill(NSMakeRect(0, 0, 1, 1));
+    NSRectFillUsingOperation(NSMakeRect(1, 0, 1, 1), NSCompositeSourceOver);
+    [[NSColor whiteColor] setFill];
+    NSRectFill(NSMakeRect(2, 0, 1, 1));
+    [context setCompositingOperation:NSCompositeDestinationOver];
+    EXPECT_EQ([context compositingOperation], (NSCompositingOperation)NSCompositeDestinationOver);
+    EXPECT_EQ(CGContextGetBlendMode(port), kCGBlendModeDestinationOver);
+    [context setImageInterpolation:NSImageInterpolationHigh];
+    EXPECT_EQ(CGContextGetInterpolationQuality(port), kCGInterpolationHigh);
+  });
+  ExpectPixels(port, {{0, 0, {128, 0, 0, 128}}, {1, 0, {128, 0, 127, 255}}}, 2);
+  ExpectPixels(port, {{2, 0, {255, 255, 255, 255}}, {3, 0, {0, 0, 255, 255}}});
+}
+
+TEST_F(BitmapCoreGraphics, CurrentContextIsPerThreadAndClassLevelSavesBringItBack) {
+  EXPECT_TRUE([NSGraphicsContext currentContext] == nil);
+  CGContextRef b = ARGBContext(1, 1);
+  NSGraphicsContext *first = ContextOf(ARGBContext(1, 1)), *second = ContextOf(b);
+  [NSGraphicsContext setCurrentContext:first];
+  [NSGraphicsContext saveGraphicsState];
+  [NSGraphicsContext setCurrentContext:second];
+  EXPECT_EQ([NSGraphicsContext currentContext], second);
+  EXPECT_EQ([second graphicsPort], (void*)b);
+  [NSGraphicsContext restoreGraphicsState];
+  EXPECT_EQ([NSGraphicsContext currentContext], first);
+  [NSGraphicsContext setCurrentContext:nil];
+  EXPECT_TRUE([NSGraphicsContext graphicsContextWithGraphicsPort:NULL flipped:NO] == nil);
+  NSString* notAContext = @"not a context";
+  EXPECT_TRUE([NSGraphicsContext graphicsContextWithGraphicsPort:(void*)notAContext flipped:NO] == nil);
+}
+
+TEST_F(BitmapCoreGraphics, ColoursConvertBetweenWhiteAndRGB) {
+  NSColor* grey = [NSColor colorWithCalibratedWhite:0.25 alpha:0.5];
+  NSColor* rgb = [grey colorUsingColorSpaceName:NSCalibratedRGBColorSpace];
+  EXPECT_DOUBLE_EQ([rgb redComponent], 0.25);
+  EXPECT_DOUBLE_EQ([rgb alphaComponent], 0.5);
+  EXPECT_TRUE([grey colorUsingColorSpaceName:NSDeviceCMYKColorSpace] == nil);
+  EXPECT_DOUBLE_EQ([[NSColor clearColor] alphaComponent], 0);
+  EXPECT_DOUBLE_EQ([[NSColor colorWithDeviceRed:2 green:-1 blue:0.5 alpha:1] redComponent], 1) << "clamped";
+  CGColorRef cg = [[NSColor redColor] CGColor];
+  EXPECT_EQ(CGColorGetNumberOfComponents(cg), 4u);
+  EXPECT_EQ([[NSColorSpace deviceRGBColorSpace] colorSpaceModel], NSRGBColorSpaceModel);
+  EXPECT_EQ(CGColorSpaceGetModel([[NSColorSpace deviceGrayColorSpace] CGColorSpace]), kCGColorSpaceModelMonochrome);
 }
 
 }  // namespace

@@ -19,8 +19,8 @@ TEST_F(CoreFoundation, DictionariesHonourTheirCallbacks) {
 
   CFMutableDictionaryRef plain = CFDictionaryCreateMutable(kCFAllocatorDefault, 0, NULL, NULL);
   CFDictionarySetValue(plain, key, value);
-  EXPECT_EQ([key retainCount], keyRetains);
-  EXPECT_EQ([value retainCount], valueRetains);
+  const auto retains = [&] { return std::vector<NSUInteger>{[key retainCount], [value retainCount]}; };
+  EXPECT_EQ(retains(), (std::vector<NSUInteger>{keyRetains, valueRetains}));
   EXPECT_EQ(CFDictionaryGetValue(plain, key), value);
   EXPECT_EQ(CFDictionaryGetValue(plain, equalKey), nullptr);
   EXPECT_EQ(CFDictionaryGetCount(plain), 1);
@@ -34,8 +34,7 @@ TEST_F(CoreFoundation, DictionariesHonourTheirCallbacks) {
   CFMutableDictionaryRef typed = CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
                                                            &kCFTypeDictionaryValueCallBacks);
   CFDictionarySetValue(typed, key, value);
-  EXPECT_EQ([key retainCount], keyRetains + 1);
-  EXPECT_EQ([value retainCount], valueRetains + 1);
+  EXPECT_EQ(retains(), (std::vector<NSUInteger>{keyRetains + 1, valueRetains + 1}));
   EXPECT_EQ(CFDictionaryGetValue(typed, equalKey), value);
   EXPECT_EQ([(NSDictionary*)typed objectForKey:equalKey], value);
   const void* found = NULL;

@@ -54,7 +54,7 @@ TEST_F(Images, DrawsStretchedWithTheTopRowOnTop) {
   ExpectPixels(context, {{2, 4, {255, 0, 0, 255}}, {5, 5, {255, 255, 255, 255}}, {1, 4, {0, 0, 0, 0}}, {2, 6, {0, 0, 0, 0}}});
 }
 
-TEST_F(Images, ScalingUpSmoothlyBlendsNeighbours) {
+TEST_F(Images, InterpolationHighBlendsScalingUpAndAveragesScalingDown) {
   CGImageRef image = RGBAImage(2, 1, {0, 0, 0, 255, 255, 255, 255, 255});
   CGContextRef context = ARGBContext(16, 1);
   CGContextSetInterpolationQuality(context, kCGInterpolationHigh);
@@ -65,6 +65,17 @@ TEST_F(Images, ScalingUpSmoothlyBlendsNeighbours) {
   EXPECT_GT(middle.r, 60);
   EXPECT_LT(middle.r, 200);
   EXPECT_LE(PixelAt(context, 6, 0).r, PixelAt(context, 9, 0).r) << "a ramp, not a step";
+
+  /* Scaling a fine checkerboard down averages it where nearest-neighbour sampling aliases. */
+  CGImageRef board = Checkerboard(256);
+  CGContextRef high = ARGBContext(32, 32), none = ARGBContext(32, 32);
+  CGContextSetInterpolationQuality(high, kCGInterpolationHigh);
+  CGContextSetInterpolationQuality(none, kCGInterpolationNone);
+  CGContextDrawImage(high, CGRectMake(0, 0, 32, 32), board);
+  CGContextDrawImage(none, CGRectMake(0, 0, 32, 32), board);
+  ExpectEvenGrey(high);
+  const int sampled = PixelAt(none, 5, 5).r;
+  EXPECT_TRUE(sampled < 20 || sampled > 235) << "sampling one pixel in eight hits black or white";
 }
 
 TEST_F(Images, ReadsGreyAndStraightAlphaAndSixteenBitLayouts) {
@@ -127,7 +138,8 @@ TEST_F(Images, ImageMasksPaintTheFillColourWhereSamplesAreZero) {
   ExpectPixels(context, {{0, 0, {0, 0, 0, 0}}, {1, 0, {0, 0, 255, 255}}});
 }
 
-TEST_F(Images, MaskingWithAnImageMaskUsesSamplesAsInverseAlpha) {
+/* Images masked: an image mask's samples are inverse alpha, a grey image's alpha. */
+TEST_F(Images, MaskingWithAnImageMaskOrAGreyImage) {
   CGImageRef image = RGBAImage(2, 1, {255, 0, 0, 255, 255, 0, 0, 255});
   uint8_t samples[] = {0, 191};
   CGImageRef mask = Pooled(CGImageMaskCreate(2, 1, 8, 8, 2, Pooled(CGDataProviderCreateWithData(NULL, samples, 2, NULL)),
@@ -139,21 +151,19 @@ TEST_F(Images, MaskingWithAnImageMaskUsesSamplesAsInverseAlpha) {
   EXPECT_EQ(PixelAt(context, 0, 0), (RGBA{255, 0, 0, 255}));
   EXPECT_TRUE(Near(PixelAt(context, 1, 0), RGBA{64, 0, 0, 64}, 1));
   EXPECT_TRUE(CGImageCreateWithMask(mask, mask) == NULL) << "a mask cannot be masked";
-}
 
-TEST_F(Images, MaskingWithAGreyImageUsesSamplesAsAlphaStretchedToFit) {
-  CGImageRef image = RGBAImage(4, 2, std::vector<uint8_t>(4 * 2 * 4, 255));
-  /* A 2 x 1 grey image: left opaque (255), right transparent (0). */
-  CGImageRef greyMask = ImageOf(2, 1, 8, 8, CGColorSpaceCreateDeviceGray(), kCGImageAlphaNone, {255, 0});
-  CGImageRef masked = Pooled(CGImageCreateWithMask(image, greyMask));
+  /* A grey image's samples are alpha, stretched to fit: a 2 x 1 one, left opaque (255),
+     right transparent (0), over a white 4 x 2 image. */
+  CGImageRef white = RGBAImage(4, 2, std::vector<uint8_t>(4 * 2 * 4, 255));
+  CGImageRef grey = ImageOf(2, 1, 8, 8, CGColorSpaceCreateDeviceGray(), kCGImageAlphaNone, {255, 0});
+  masked = Pooled(CGImageCreateWithMask(white, grey));
   EXPECT_EQ(CGImageGetWidth(masked), 4u);
-  CGContextRef context = ARGBContext(4, 2);
-  CGContextSetInterpolationQuality(context, kCGInterpolationNone);
-  CGContextDrawImage(context, CGRectMake(0, 0, 4, 2), masked);
-  ExpectPixels(context,
+  CGContextRef wide = ARGBContext(4, 2);
+  CGContextSetInterpolationQuality(wide, kCGInterpolationNone);
+  CGContextDrawImage(wide, CGRectMake(0, 0, 4, 2), masked);
+  ExpectPixels(wide,
                {{0, 0, {255, 255, 255, 255}}, {0, 1, {255, 255, 255, 255}}, {3, 0, {0, 0, 0, 0}}, {3, 1, {0, 0, 0, 0}}});
-  /* An image with alpha cannot serve as a mask. */
-  EXPECT_TRUE(CGImageCreateWithMask(image, image) == NULL);
+  EXPECT_TRUE(CGImageCreateWithMask(white, white) == NULL) << "an image with alpha cannot serve as a mask";
 }
 
 TEST_F(Images, CutsOutRectanglesFromTheTopLeft) {
@@ -183,18 +193,6 @@ TEST_F(Images, RefusesLayoutsAndDataItCannotRead) {
   EXPECT_TRUE(CGImageMaskCreate(2, 2, 3, 3, 1, provider, NULL, false) == NULL);
   EXPECT_EQ(CGImageGetWidth(NULL), 0u);
   CGImageRelease(NULL);
-}
-
-TEST_F(Images, HighQualityAveragesAFineCheckerboardWhereNearestNeighbourAliases) {
-  CGImageRef board = Checkerboard(256);
-  CGContextRef high = ARGBContext(32, 32), none = ARGBContext(32, 32);
-  CGContextSetInterpolationQuality(high, kCGInterpolationHigh);
-  CGContextSetInterpolationQuality(none, kCGInterpolationNone);
-  CGContextDrawImage(high, CGRectMake(0, 0, 32, 32), board);
-  CGContextDrawImage(none, CGRectMake(0, 0, 32, 32), board);
-  ExpectEvenGrey(high);
-  const int sampled = PixelAt(none, 5, 5).r;
-  EXPECT_TRUE(sampled < 20 || sampled > 235) << "sampling one pixel in eight hits black or white";
 }
 
 TEST_F(Images, ImageInterpolationHighOfAGraphicsContextDrivesNSImageDrawing) {
