@@ -38,9 +38,11 @@ TEST_F(ThreadedRunner, HostThreadsAdvanceWhileWorkRunsAndFailuresAreQuiet) {
   EXPECT_EQ(Run(50), kRan);
   uint64_t otherDuring = otherYields - otherBefore;
   uint64_t runnerYields = runtime.yieldCount() - before - otherDuring;
-  EXPECT_GE(runnerYields, 10u);
+  // About one yield a millisecond, but a loaded machine stretches each 1 ms sleep to ten or
+  // more: so at least one yield beyond the two around the wait, and no busy loop.
+  EXPECT_GE(runnerYields, 3u);
   EXPECT_LE(runnerYields, 200u);
-  EXPECT_GE(otherDuring, 10u) << "the other host thread ran meanwhile";
+  EXPECT_GE(otherDuring, 2u) << "the other host thread ran meanwhile";
   stop = true;
   runtime.joinThread(other);
   // Two host threads run work at once.
