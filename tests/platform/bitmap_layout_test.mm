@@ -74,7 +74,7 @@ TEST_F(BitmapLayout, CallersPlanarMemoryHoldsOneSampleAPlane) {
   EXPECT_EQ(back[1], back[0] + [own bytesPerPlane]);
 }
 
-TEST_F(BitmapLayout, SubByteAndSixteenBitSamples) {
+TEST_F(BitmapLayout, SamplesOfEveryDepthAndTheBlackColourSpace) {
   NSBitmapImageRep* one = Make(NULL, 9, 2, 1, 1, NO, NO, NSCalibratedWhiteColorSpace, 0, 0, 0);
   EXPECT_EQ([one bytesPerRow], 2);
   NSUInteger on = 1;
@@ -109,9 +109,8 @@ TEST_F(BitmapLayout, ColoursKnowPremultiplicationAndAlphaFirst) {
   [first setColor:[NSColor colorWithCalibratedRed:0.2 green:0.4 blue:0.6 alpha:0.8] atX:1 y:0];
   EXPECT_EQ(Samples(first, 1, 0), (S{204, 51, 102, 153}));  // alpha leads
   EXPECT_EQ(Samples(Reread(first, NSPNGFileType), 1, 0), (S{51, 102, 153, 204}));  // written the usual way round
-}
 
-TEST_F(BitmapLayout, FloatSamplesAndBlackColourSpace) {
+  // Float samples, and the black colour space.
   NSBitmapImageRep* floats = Make(NULL, 2, 1, 32, 3, NO, NO, NSCalibratedRGBColorSpace, NSFloatingPointSamplesBitmapFormat, 0, 0);
   ASSERT_NE(floats, nil);
   float* samples = reinterpret_cast<float*>([floats bitmapData]);

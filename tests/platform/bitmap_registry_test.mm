@@ -29,7 +29,7 @@ namespace {
 
 class BitmapRegistry : public CodecTest {};
 
-TEST_F(BitmapRegistry, BitmapClassIsRegisteredAndAnswersForItsFormats) {
+TEST_F(BitmapRegistry, BitmapClassAnswersForItsFormatsAndTypeListsNameEveryClass) {
   EXPECT_TRUE([[NSImageRep registeredImageRepClasses] containsObject:[NSBitmapImageRep class]]);
   NSBitmapImageRep* rep = MakeRep(MakeTestPicture(5, 5, 3));
   for (NSBitmapImageFileType type : {NSTIFFFileType, NSBMPFileType, NSGIFFileType, NSJPEGFileType, NSPNGFileType}) {
@@ -47,9 +47,8 @@ TEST_F(BitmapRegistry, BitmapClassIsRegisteredAndAnswersForItsFormats) {
   EXPECT_EQ([NSImageRep imageRepClassForType:@"com.adobe.pdf"], [NSPDFImageRep class]);
   EXPECT_FALSE([NSImageRep canInitWithData:nil]);
   EXPECT_FALSE([[[[NSImageRep alloc] init] autorelease] draw]);
-}
 
-TEST_F(BitmapRegistry, TypeListsNameEveryClassInRegistryOrderAndNSImageRepeatsThem) {
+  // The type lists name every class in registry order, and NSImage's repeat them.
   EXPECT_TRUE([[NSImageRep imageTypes] containsObject:@"public.png"]);
   EXPECT_TRUE([[NSImageRep imageFileTypes] containsObject:@"gif"]);
   EXPECT_TRUE([[NSImageRep imagePasteboardTypes] containsObject:NSPasteboardTypePNG]);

@@ -23,21 +23,20 @@ bool InTable(NSData* table, const uint8_t* rgb) {
   return false;
 }
 
-TEST_F(CodecProperties, JPEGProgressiveWritesProgressiveScans) {
+TEST_F(CodecProperties, JPEGProgressiveScansAndPNGInterlaceAndGammaAreWrittenAndReadBack) {
   NSBitmapImageRep* rep = MakeRep(MakeTestPicture(64, 64, 3));
   NSData *progressive = Bytes({0xFF, 0xC2}), *plain = [rep representationUsingType:NSJPEGFileType properties:nil];
   NSData* scans = [rep representationUsingType:NSJPEGFileType properties:One(Num(YES), NSImageProgressive)];
   EXPECT_TRUE(Contains(plain, Bytes({0xFF, 0xC0})));
   EXPECT_FALSE(Contains(plain, progressive));
   EXPECT_TRUE(Contains(scans, progressive));
-  NSBitmapImageRep* back = [NSBitmapImageRep imageRepWithData:scans];
-  EXPECT_TRUE([[back valueForProperty:NSImageProgressive] boolValue]);
-  TestPicture independent;
-  ASSERT_TRUE(DecodeWithCommand("djpeg -pnm " + Temporary(scans, ".jpg"), independent));
-  EXPECT_LE(MaxDifference(independent, ReadRep(back)), 1);
-}
+  NSBitmapImageRep* read = [NSBitmapImageRep imageRepWithData:scans];
+  EXPECT_TRUE([[read valueForProperty:NSImageProgressive] boolValue]);
+  TestPicture djpeg;
+  ASSERT_TRUE(DecodeWithCommand("djpeg -pnm " + Temporary(scans, ".jpg"), djpeg));
+  EXPECT_LE(MaxDifference(djpeg, ReadRep(read)), 1);
 
-TEST_F(CodecProperties, PNGInterlaceAndGammaAreWrittenAndReadBack) {
+  // PNG interlace and gamma.
   TestPicture picture = MakeTestPicture(30, 21, 4);
   NSDictionary* properties = Dict({{NSImageInterlaced, Num(YES)}, {NSImageGamma, Num(0.45455)}});
   NSData* png = [MakeRep(picture) representationUsingType:NSPNGFileType properties:properties];
@@ -71,7 +70,7 @@ TEST_F(CodecProperties, TIFFCompressionThatDoesNotFitFallsBackToNone) {
   EXPECT_EQ(pixels.at(4, 0)[0], 0);
 }
 
-TEST_F(CodecProperties, GIFTransparencyThresholdOrDither) {
+TEST_F(CodecProperties, GIFTransparencyColourTableAndInterlace) {
   // Everywhere 40% opaque: thresholded, all of it goes clear; dithered, about 40% stays.
   TestPicture picture = MakeTestPicture(64, 64, 4);
   for (size_t i = 3; i < picture.pixels.size(); i += 4) picture.pixels[i] = 102;
@@ -84,9 +83,8 @@ TEST_F(CodecProperties, GIFTransparencyThresholdOrDither) {
   };
   EXPECT_EQ(opaqueShare(Reread(rep, NSGIFFileType)), 0.0);
   EXPECT_NEAR(opaqueShare(Reread(rep, NSGIFFileType, One(Num(YES), NSImageDitherTransparency))), 0.4, 0.05);
-}
 
-TEST_F(CodecProperties, GIFColourTableAndInterlace) {
+  // A colour table given and interlaced rows.
   NSData* table = Bytes({0, 0, 0, 255, 255, 255, 255, 0, 0, 0, 0, 255});
   NSData* gif = [MakeRep(MakeTestPicture(33, 40, 3))
       representationUsingType:NSGIFFileType

@@ -62,17 +62,16 @@ TEST_F(BitmapContext, EveryLayoutHoldsWhatWasDrawnInItsOwnByteOrder) {
   }
 }
 
-TEST_F(BitmapContext, OriginIsBottomLeftAndMemoryRowZeroIsTheTop) {
-  CGContextRef context = ARGBContext(4, 4);
-  CGContextSetRGBFillColor(context, 1, 0, 0, 1);
-  CGContextFillRect(context, CGRectMake(0, 0, 1, 1));
-  CGContextSetRGBFillColor(context, 0, 0, 1, 1);
-  CGContextFillRect(context, CGRectMake(3, 3, 1, 1));
+TEST_F(BitmapContext, OriginTransformsAndStateSavedAndRestored) {
+  CGContextRef origin = ARGBContext(4, 4);
+  CGContextSetRGBFillColor(origin, 1, 0, 0, 1);
+  CGContextFillRect(origin, CGRectMake(0, 0, 1, 1));
+  CGContextSetRGBFillColor(origin, 0, 0, 1, 1);
+  CGContextFillRect(origin, CGRectMake(3, 3, 1, 1));
   /* User (0, 0) is in the last memory row, (3, 3) in the first. */
-  ExpectPixels(context, {{0, 3, {255, 0, 0, 255}}, {0, 0, {0, 0, 0, 0}}, {3, 0, {0, 0, 255, 255}}});
-}
+  ExpectPixels(origin, {{0, 3, {255, 0, 0, 255}}, {0, 0, {0, 0, 0, 0}}, {3, 0, {0, 0, 255, 255}}});
 
-TEST_F(BitmapContext, TransformsAndStateAreSavedAndRestored) {
+  // Transforms and state, saved and restored.
   CGContextRef context = ARGBContext(8, 8);
   CGContextSaveGState(context);
   CGContextTranslateCTM(context, 4, 0);
@@ -136,7 +135,7 @@ TEST_F(BitmapContext, ImagesCopyThePixelsOfTheirMoment) {
   EXPECT_EQ(PixelAt(context, 2, 1), (RGBA{0, 0, 255, 255}));
 }
 
-TEST_F(BitmapContext, RefusesWhatItCannotDraw) {
+TEST_F(BitmapContext, RefusesWhatItCannotDrawAndIgnoresBadNumbers) {
   CGColorSpaceRef rgb = Pooled(CGColorSpaceCreateDeviceRGB());
   uint8_t memory[64];
   const uint32_t last = kCGImageAlphaPremultipliedLast;
@@ -159,9 +158,8 @@ TEST_F(BitmapContext, RefusesWhatItCannotDraw) {
   CGContextDrawImage(NULL, CGRectMake(0, 0, 1, 1), NULL);
   EXPECT_TRUE(CGBitmapContextGetData((CGContextRef)(void*)rgb) == NULL);
   EXPECT_TRUE(CGBitmapContextCreateImage(NULL) == NULL);
-}
 
-TEST_F(BitmapContext, BadNumbersAreIgnoredAndLeaveTheContextWorking) {
+  // Bad numbers are ignored and leave the context working.
   CGContextRef context = ARGBContext(4, 4);
   CGImageRef image = RGBAImage(1, 1, {0, 255, 0, 255});
   CGContextTranslateCTM(context, NAN, 1);

@@ -121,7 +121,7 @@ TEST_F(Images, PackedRGBKeepsItsChannelsInEveryDestination) {
   }
 }
 
-TEST_F(Images, ImageMasksPaintTheFillColourWhereSamplesAreZero) {
+TEST_F(Images, ImageMasksPaintAndMask) {
   /* 1-bit mask, 4 x 1: 0 1 0 1 (MSB first). */
   uint8_t bits[] = {0x50};
   CGDataProviderRef provider = Pooled(CGDataProviderCreateWithData(NULL, bits, 1, NULL));
@@ -136,21 +136,19 @@ TEST_F(Images, ImageMasksPaintTheFillColourWhereSamplesAreZero) {
   FillContext(context, 0, 0, 0, 0);
   CGContextDrawImage(context, CGRectMake(0, 0, 4, 1), Pooled(CGImageMaskCreate(4, 1, 1, 1, 1, provider, decode, false)));
   ExpectPixels(context, {{0, 0, {0, 0, 0, 0}}, {1, 0, {0, 0, 255, 255}}});
-}
 
-/* Images masked: an image mask's samples are inverse alpha, a grey image's alpha. */
-TEST_F(Images, MaskingWithAnImageMaskOrAGreyImage) {
+  // Images masked: an image mask's samples are inverse alpha, a grey image's alpha.
   CGImageRef image = RGBAImage(2, 1, {255, 0, 0, 255, 255, 0, 0, 255});
   uint8_t samples[] = {0, 191};
-  CGImageRef mask = Pooled(CGImageMaskCreate(2, 1, 8, 8, 2, Pooled(CGDataProviderCreateWithData(NULL, samples, 2, NULL)),
-                                             NULL, false));
-  CGImageRef masked = Pooled(CGImageCreateWithMask(image, mask));
+  CGImageRef inverse = Pooled(CGImageMaskCreate(2, 1, 8, 8, 2, Pooled(CGDataProviderCreateWithData(NULL, samples, 2, NULL)),
+                                                NULL, false));
+  CGImageRef masked = Pooled(CGImageCreateWithMask(image, inverse));
   EXPECT_FALSE(CGImageIsMask(masked));
-  CGContextRef context = ARGBContext(2, 1);
-  CGContextDrawImage(context, CGRectMake(0, 0, 2, 1), masked);
-  EXPECT_EQ(PixelAt(context, 0, 0), (RGBA{255, 0, 0, 255}));
-  EXPECT_TRUE(Near(PixelAt(context, 1, 0), RGBA{64, 0, 0, 64}, 1));
-  EXPECT_TRUE(CGImageCreateWithMask(mask, mask) == NULL) << "a mask cannot be masked";
+  CGContextRef inverted = ARGBContext(2, 1);
+  CGContextDrawImage(inverted, CGRectMake(0, 0, 2, 1), masked);
+  EXPECT_EQ(PixelAt(inverted, 0, 0), (RGBA{255, 0, 0, 255}));
+  EXPECT_TRUE(Near(PixelAt(inverted, 1, 0), RGBA{64, 0, 0, 64}, 1));
+  EXPECT_TRUE(CGImageCreateWithMask(inverse, inverse) == NULL) << "a mask cannot be masked";
 
   /* A grey image's samples are alpha, stretched to fit: a 2 x 1 one, left opaque (255),
      right transparent (0), over a white 4 x 2 image. */
@@ -163,7 +161,7 @@ TEST_F(Images, MaskingWithAnImageMaskOrAGreyImage) {
   CGContextDrawImage(wide, CGRectMake(0, 0, 4, 2), masked);
   ExpectPixels(wide,
                {{0, 0, {255, 255, 255, 255}}, {0, 1, {255, 255, 255, 255}}, {3, 0, {0, 0, 0, 0}}, {3, 1, {0, 0, 0, 0}}});
-  EXPECT_TRUE(CGImageCreateWithMask(white, white) == NULL) << "an image with alpha cannot serve as a mask";
+  EXPECT_TRUE(CGImageCreateWithMask(white, white) == NULL) << "an image with alpha cannot serve as a inverse";
 }
 
 TEST_F(Images, CutsOutRectanglesFromTheTopLeft) {

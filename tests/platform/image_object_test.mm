@@ -200,20 +200,18 @@ TEST_F(ImageObject, LockFocusDrawsIntoABitmapOfTheImage) {
   NSRectFill(NSMakeRect(0, 0, 1, 1)); /* y down: the top-left pixel */
   [flipped unlockFocus];
   ExpectRepPixels(flipped, {{0, 0, {0, 255, 0, 255}}, {0, 1, {0, 0, 0, 0}}});
-}
 
-/* An image made from a CGImage at a size of its own keeps the image's pixels, also through
-   lockFocus: 8 x 8 pixels shown at 4 x 4 points (144 dots an inch). */
-TEST_F(ImageObject, LockFocusKeepsThePixelsOfADenserRepresentation) {
-  NSImage* image = [[[NSImage alloc] initWithCGImage:RGBAImage(8, 8, std::vector<uint8_t>(8 * 8 * 4, 255))
+  // An dense made from a CGImage at a size of its own (8 x 8 pixels shown at 4 x 4 points)
+  // keeps the dense's pixels through lockFocus.
+  NSImage* dense = [[[NSImage alloc] initWithCGImage:RGBAImage(8, 8, std::vector<uint8_t>(8 * 8 * 4, 255))
                                                  size:NSMakeSize(4, 4)] autorelease];
-  [image lockFocus];
+  [dense lockFocus];
   [[NSColor blackColor] set];
   NSRectFill(NSMakeRect(0, 0, 0.5, 0.5)); /* one pixel at this density */
-  [image unlockFocus];
-  EXPECT_EQ([[[image representations] objectAtIndex:0] pixelsWide], 8);
-  EXPECT_EQ([image size].width, 4);
-  ExpectRepPixels(image, {{0, 7, {0, 0, 0, 255}}, {1, 7, {255, 255, 255, 255}}});
+  [dense unlockFocus];
+  EXPECT_EQ([[[dense representations] objectAtIndex:0] pixelsWide], 8);
+  EXPECT_EQ([dense size].width, 4);
+  ExpectRepPixels(dense, {{0, 7, {0, 0, 0, 255}}, {1, 7, {255, 255, 255, 255}}});
 }
 
 TEST_F(ImageObject, DrawingOneImageIntoAnotherScalesAndFades) {
@@ -256,7 +254,7 @@ TEST_F(ImageObject, RepresentationsComeAndGo) {
   EXPECT_NE([[copy representations] objectAtIndex:0], large) << "representations are copied too";
 }
 
-TEST_F(ImageObject, TIFFRoundTripsThePixels) {
+TEST_F(ImageObject, TIFFAndCGImagesOfTheProposedSizeHoldThePixels) {
   NSImage* image = Filled(3, 3, [NSColor colorWithCalibratedRed:0 green:0 blue:1 alpha:1]);
   NSData* lzw = [image TIFFRepresentationUsingCompression:NSTIFFCompressionLZW factor:0];
   for (NSData* tiff : {[image TIFFRepresentation], lzw}) {
@@ -268,13 +266,12 @@ TEST_F(ImageObject, TIFFRoundTripsThePixels) {
   NSData* empty = [[[[NSImage alloc] init] autorelease] TIFFRepresentation];
   ASSERT_TRUE(empty != nil);
   EXPECT_TRUE(SizeIs([[[NSImage alloc] initWithData:empty] autorelease], 1, 1));
-}
 
-TEST_F(ImageObject, RendersToCGImagesOfTheProposedSize) {
-  NSImage* image = Filled(4, 4, [NSColor greenColor]);
-  CGImageRef own = [image CGImageForProposedRect:NULL context:nil hints:nil];
+  // CGImages of its own size and of a proposed one.
+  NSImage* green = Filled(4, 4, [NSColor greenColor]);
+  CGImageRef own = [green CGImageForProposedRect:NULL context:nil hints:nil];
   NSRect proposed = NSMakeRect(0, 0, 10, 2);
-  CGImageRef stretched = [image CGImageForProposedRect:&proposed context:nil hints:nil];
+  CGImageRef stretched = [green CGImageForProposedRect:&proposed context:nil hints:nil];
   EXPECT_EQ((std::vector<size_t>{CGImageGetWidth(own), CGImageGetWidth(stretched), CGImageGetHeight(stretched)}),
             (std::vector<size_t>{4, 10, 2}));
   CGContextRef port = ARGBContext(10, 2);
