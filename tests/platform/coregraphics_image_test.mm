@@ -140,8 +140,8 @@ TEST_F(Images, ImageMasksPaintAndMask) {
   // Images masked: an image mask's samples are inverse alpha, a grey image's alpha.
   CGImageRef image = RGBAImage(2, 1, {255, 0, 0, 255, 255, 0, 0, 255});
   uint8_t samples[] = {0, 191};
-  CGImageRef inverse = Pooled(CGImageMaskCreate(2, 1, 8, 8, 2, Pooled(CGDataProviderCreateWithData(NULL, samples, 2, NULL)),
-                                                NULL, false));
+  CGDataProviderRef inverseData = Pooled(CGDataProviderCreateWithData(NULL, samples, 2, NULL));
+  CGImageRef inverse = Pooled(CGImageMaskCreate(2, 1, 8, 8, 2, inverseData, NULL, false));
   CGImageRef masked = Pooled(CGImageCreateWithMask(image, inverse));
   EXPECT_FALSE(CGImageIsMask(masked));
   CGContextRef inverted = ARGBContext(2, 1);
