@@ -39,7 +39,7 @@ TEST_F(BitmapLayout, RefusesLayoutsThatDoNotAddUp) {
   EXPECT_NE(Make(NULL, 5, 5, 32, 3, NO, NO, NSCalibratedRGBColorSpace, NSFloatingPointSamplesBitmapFormat, 0, 0), nil);
 }
 
-TEST_F(BitmapLayout, CallersMeshedMemoryIsUsedInPlace) {
+TEST_F(BitmapLayout, CallersMemoryIsUsedInPlaceMeshedOrOneSampleAPlane) {
   std::vector<unsigned char> memory(3 * 4 * 2, 0);
   unsigned char* planes[1] = {memory.data()};
   NSBitmapImageRep* rep = Make(planes, 4, 2, 8, 3, NO, NO, NSCalibratedRGBColorSpace, 0, 0, 0);
@@ -49,23 +49,22 @@ TEST_F(BitmapLayout, CallersMeshedMemoryIsUsedInPlace) {
   NSUInteger q[3] = {1, 2, 3};
   [rep setPixel:q atX:3 y:0];
   EXPECT_EQ(std::vector<int>(memory.begin() + 9, memory.begin() + 12), (std::vector<int>{1, 2, 3}));
-}
 
-TEST_F(BitmapLayout, CallersPlanarMemoryHoldsOneSampleAPlane) {
+  // Planar: one sample a plane.
   std::vector<unsigned char> red(6, 10), green(6, 20), blue(6, 30), alpha(6, 255);
-  unsigned char* planes[4] = {red.data(), green.data(), blue.data(), alpha.data()};
-  NSBitmapImageRep* rep = Make(planes, 3, 2, 8, 4, YES, YES, NSCalibratedRGBColorSpace,
+  unsigned char* colourPlanes[4] = {red.data(), green.data(), blue.data(), alpha.data()};
+  NSBitmapImageRep* planar = Make(colourPlanes, 3, 2, 8, 4, YES, YES, NSCalibratedRGBColorSpace,
                                NSAlphaNonpremultipliedBitmapFormat, 0, 0);
-  EXPECT_EQ((S{[rep isPlanar], NSUInteger([rep numberOfPlanes]), NSUInteger([rep bitsPerPixel]),
-               NSUInteger([rep bytesPerRow])}),
+  EXPECT_EQ((S{[planar isPlanar], NSUInteger([planar numberOfPlanes]), NSUInteger([planar bitsPerPixel]),
+               NSUInteger([planar bytesPerRow])}),
             (S{YES, 4, 8, 3}));
   unsigned char* back[5];
-  [rep getBitmapDataPlanes:back];
+  [planar getBitmapDataPlanes:back];
   EXPECT_EQ(back[2], blue.data());
   green[4] = 99;
-  EXPECT_EQ(Samples(rep, 1, 1), (S{10, 99, 30, 255}));
-  // Encoded, the planes come out meshed and right.
-  NSBitmapImageRep* png = Reread(rep, NSPNGFileType);
+  EXPECT_EQ(Samples(planar, 1, 1), (S{10, 99, 30, 255}));
+  // Encoded, the colourPlanes come out meshed and right.
+  NSBitmapImageRep* png = Reread(planar, NSPNGFileType);
   EXPECT_FALSE([png isPlanar]);
   EXPECT_EQ(Samples(png, 1, 1), (S{10, 99, 30, 255}));
   // Platform-allocated planar storage: one plane a sample, each bytesPerPlane long.

@@ -48,9 +48,8 @@ TEST_F(CodecRoundTrip, PNGKeepsEveryLayoutWholeOrInPiecesLikeTheRowByRowWriter) 
     }
     EXPECT_EQ(MaxDifference(ReadRep([NSBitmapImageRep imageRepWithData:png]), picture), 0);
   }
-}
 
-TEST_F(CodecRoundTrip, PNGKeepsSixteenBitSamples) {
+  // Sixteen-bit samples are kept.
   NSBitmapImageRep* rep = NewBitmap(9, 4, 16, 3, NO, NSCalibratedRGBColorSpace);
   for (NSInteger y = 0; y < 4; ++y)
     for (NSInteger x = 0; x < 9; ++x) {

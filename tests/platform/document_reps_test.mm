@@ -161,7 +161,7 @@ std::string OneBitPict(const std::vector<std::string>& rows) {
   return p + char(0xFF);
 }
 
-TEST_F(DocumentReps, PictPixelsEqualTheSamePictureFromPng) {
+TEST_F(DocumentReps, PictPixelsEqualTheSamePictureFromPngAndShapesAsQuickDrawDrawsThem) {
   Made("convert -size 40x30 gradient:red-blue -depth 8 -fill yellow -draw 'rectangle 5,5 15,20' rgb.png"
        " && pngtopnm rgb.png | ppmquant 64 > few.ppm && pnmtopng few.ppm > few.png", "few.png");
   struct Case {
@@ -200,11 +200,9 @@ TEST_F(DocumentReps, PictPixelsEqualTheSamePictureFromPng) {
   ASSERT_TRUE(rep != nil);
   EXPECT_TRUE(NSEqualRects([rep boundingBox], NSMakeRect(0, 0, 13, 3)));
   EXPECT_EQ(MaxDifference(Pixels(Render(rep, 1)), AsRGBA(expected)), 0);
-}
 
-/* Shapes as QuickDraw draws them: a version 2 picture of a red painted rect, a framed
-   oval with a 2-point pen, and a line, on the frame (0,0)-(20,20). */
-TEST_F(DocumentReps, PictShapes) {
+  // Shapes as QuickDraw draws them: a version 2 picture of a red painted rect, a framed
+  // oval with a 2-point pen, and a line, on the frame (0,0)-(20,20).
   const unsigned char bytes[] = {
       0, 0, 0, 0, 0, 0, 0, 20, 0, 20, 0, 0x11, 2, 0xFF, 0x0C, 0, 0xFF, 0xFE, 0, 0, 0, 0x48, 0, 0, 0, 0x48, 0, 0,
       0, 0, 0, 0, 0, 20, 0, 20, 0, 0, 0, 0,
@@ -218,10 +216,10 @@ TEST_F(DocumentReps, PictShapes) {
       0, 0x20, 0, 0, 0, 0, 0, 0, 0, 19,       // line (0,0) to (19,0)
       0, 0xA1, 0, 100, 0, 3, 1, 2, 3, 0,      // a long comment, skipped
       0, 0xFF};
-  NSPICTImageRep* rep = [NSPICTImageRep imageRepWithData:[NSData dataWithBytes:bytes length:sizeof bytes]];
-  ASSERT_TRUE(rep != nil);
-  CGContextRef context = Render(rep, 1);
-  ExpectPixels(context, {{4, 3, {255, 0, 0, 255}},   {8, 3, {0, 0, 0, 0}},     {15, 10, {0, 0, 255, 255}},
+  NSPICTImageRep* shapes = [NSPICTImageRep imageRepWithData:[NSData dataWithBytes:bytes length:sizeof bytes]];
+  ASSERT_TRUE(shapes != nil);
+  CGContextRef drawn = Render(shapes, 1);
+  ExpectPixels(drawn, {{4, 3, {255, 0, 0, 255}},   {8, 3, {0, 0, 0, 0}},     {15, 10, {0, 0, 255, 255}},
                          {15, 11, {0, 0, 255, 255}}, {15, 12, {0, 0, 0, 0}},   {15, 15, {0, 0, 0, 0}},
                          {10, 15, {0, 0, 255, 255}}, {19, 0, {0, 0, 0, 255}},  {10, 1, {0, 0, 0, 0}}});
 }

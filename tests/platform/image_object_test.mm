@@ -280,7 +280,7 @@ TEST_F(ImageObject, TIFFAndCGImagesOfTheProposedSizeHoldThePixels) {
   EXPECT_TRUE([[[[NSImage alloc] init] autorelease] CGImageForProposedRect:NULL context:nil hints:nil] == NULL);
 }
 
-TEST_F(ImageObject, TheNameRegistryHoldsStandardAndNamedImages) {
+TEST_F(ImageObject, TheNameRegistryHoldsEveryStandardImageAndNamedOnes) {
   NSImage* computer = [NSImage imageNamed:NSImageNameComputer];
   ASSERT_TRUE(computer != nil);
   EXPECT_EQ([NSImage imageNamed:NSImageNameComputer], computer) << "the same object each time";
@@ -304,9 +304,8 @@ TEST_F(ImageObject, TheNameRegistryHoldsStandardAndNamedImages) {
   [inner drain];
   [mine release];
   EXPECT_TRUE([NSImage imageNamed:@"MyOtherName"] == nil) << "a freed image leaves the registry";
-}
 
-TEST_F(ImageObject, EveryStandardNameHasAnImage) {
+  // Every standard name has an image, a template by its name, with something drawn.
   NSString* names[] = {
       NSImageNameQuickLookTemplate, NSImageNameBluetoothTemplate, NSImageNameIChatTheaterTemplate,
       NSImageNameSlideshowTemplate, NSImageNameActionTemplate, NSImageNameSmartBadgeTemplate,
