@@ -87,6 +87,20 @@ NSArray* Representations(const std::string& bytes) {
   return Representations(DataOf(bytes));
 }
 
+// Each representation's size, "width x height", and the samples at the middle of one.
+std::vector<std::string> Sizes(NSArray* reps) {
+  std::vector<std::string> sizes;
+  for (NSUInteger i = 0; i < [reps count]; ++i)
+    sizes.push_back(std::to_string([[reps objectAtIndex:i] pixelsWide]) + "x" +
+                    std::to_string([[reps objectAtIndex:i] pixelsHigh]));
+  return sizes;
+}
+RGBA Middle(NSArray* reps, NSUInteger index) {
+  const TestPicture read = ReadRep([reps objectAtIndex:index]);
+  const uint8_t* p = read.at(read.width / 2, read.height / 2);
+  return {p[0], p[1], p[2], read.samples == 4 ? p[3] : 255};
+}
+
 class IconFiles : public CodecTest {};
 
 TEST_F(IconFiles, BitmapImagesOfEveryDepthKeepTheirPixelsAndMasks) {
@@ -141,39 +155,23 @@ TEST_F(IconFiles, PNGIconsAndAppleIconFilesGiveOneRepresentationPerSize) {
   NSData *icns = ReadFile(Path("icon.icns")), *pillowIcns = ReadFile(Path("pillow.icns"));
   NSData* jp2Icns = ReadFile(Path("jp2.icns"));
 
+  // Partly transparent colour, kept premultiplied: within one step of Pillow's.
   NSArray* reps = Representations(ico);
-  ASSERT_EQ([reps count], 2u);
-  for (NSUInteger i = 0; i < 2; ++i) {
-    TestPicture read = ReadRep([reps objectAtIndex:i]);
-    EXPECT_EQ(read.width, 16 << i);
-    // Partly transparent colour, kept premultiplied: within one step of Pillow's.
-    const uint8_t* p = read.at(read.width / 2, read.height / 2);
-    const int want[] = {30, 120, 220, 200};
-    for (int s = 0; s < 4; ++s) EXPECT_NEAR(p[s], want[s], 1) << s;
-  }
+  ASSERT_EQ(Sizes(reps), (std::vector<std::string>{"16x16", "32x32"}));
+  for (NSUInteger i = 0; i < [reps count]; ++i) EXPECT_TRUE(Near(Middle(reps, i), RGBA{30, 120, 220, 200}, 1)) << i;
   reps = Representations(icns);
-  ASSERT_EQ([reps count], 3u);
-  const int sizes[] = {16, 32, 128};
-  for (NSUInteger i = 0; i < 3; ++i) {
-    TestPicture read = ReadRep([reps objectAtIndex:i]);
-    ASSERT_EQ((std::vector<int>{read.width, read.height}), (std::vector<int>{sizes[i], sizes[i]}));
-    const uint8_t* p = read.at(sizes[i] / 2, sizes[i] / 2);
-    EXPECT_EQ(int(p[i]), 250) << sizes[i];
-    EXPECT_EQ(int(p[3]), 255) << sizes[i];
-  }
+  ASSERT_EQ(Sizes(reps), (std::vector<std::string>{"16x16", "32x32", "128x128"}));
+  for (int i = 0; i < int([reps count]); ++i)
+    EXPECT_EQ(Middle(reps, i), (RGBA{i == 0 ? 250 : 0, i == 1 ? 250 : 0, i == 2 ? 250 : 0, 255})) << i;
   EXPECT_EQ([[[[[NSImage alloc] initWithData:icns] autorelease] representations] count], 3u);
   // Pillow's icon files hold PNG elements only, the Retina sizes among them.
   reps = Representations(pillowIcns);
-  std::vector<NSInteger> widths;
-  for (NSUInteger i = 0; i < [reps count]; ++i) widths.push_back([[reps objectAtIndex:i] pixelsWide]);
-  EXPECT_EQ(widths, std::vector<NSInteger>({128, 256, 512, 1024, 32, 64, 256, 512}));
-  const TestPicture first = ReadRep([reps objectAtIndex:0]);
-  EXPECT_EQ(std::vector<int>(first.at(5, 5), first.at(5, 5) + 4), std::vector<int>({1, 2, 3, 255}));
+  ASSERT_EQ(Sizes(reps), (std::vector<std::string>{"128x128", "256x256", "512x512", "1024x1024", "32x32", "64x64",
+                                                   "256x256", "512x512"}));
+  EXPECT_EQ(Middle(reps, 0), (RGBA{1, 2, 3, 255}));
   reps = Representations(jp2Icns);
-  ASSERT_EQ([reps count], 1u);
-  const TestPicture jp2 = ReadRep([reps objectAtIndex:0]);
-  EXPECT_EQ(jp2.width, 128);
-  EXPECT_EQ(std::vector<int>(jp2.at(64, 64), jp2.at(64, 64) + 3), std::vector<int>({10, 200, 30}));
+  ASSERT_EQ(Sizes(reps), (std::vector<std::string>{"128x128"}));
+  EXPECT_EQ(Middle(reps, 0), (RGBA{10, 200, 30, 255}));
 }
 
 }  // namespace
