@@ -8,19 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "support/plugin_host.h"
 #include "tour.h"
 
 namespace {
 
 constexpr int kThreads = 8;
 constexpr int kCalls = 100;
-
-host::Value CallMember(tour::TourHost& host, const tour::Twin& twin, const host::MethodInfo& m, const host::Value& self,
-                       const std::vector<host::Value>& args) {
-  if (twin.shared) return host.runtime->callShared(twin.owner->name, m.declarationText, args);
-  return host.runtime->call(self, m.declarationText, args);
-}
 
 TEST(ThreadedMembers, EightHostThreadsAgreeWithTheDirectTwins) {
   tour::TourHost host({});
@@ -37,9 +30,13 @@ TEST(ThreadedMembers, EightHostThreadsAgreeWithTheDirectTwins) {
         try {
           host::Value self = twin.shared ? host::Value::nil() : tour::RealInstance(host, twin.owner);
           const std::vector<host::Value> args = tour::Arguments(host, *twin.direct);
-          const std::string expected = tour::Summary(rt, CallMember(host, twin, *twin.direct, self, args), true);
+          const auto call = [&](const host::MethodInfo& m) {  // the summary of the member's result
+            return tour::Summary(rt, twin.shared ? rt.callShared(twin.owner->name, m.declarationText, args)
+                                                 : rt.call(self, m.declarationText, args), true);
+          };
+          const std::string expected = call(*twin.direct);
           for (int i = 0; i < kCalls; ++i, ++calls) {
-            const std::string got = tour::Summary(rt, CallMember(host, twin, *twin.threaded, self, args), true);
+            const std::string got = call(*twin.threaded);
             if (got != expected) problems.push_back(label + " gave " + got + ", directly " + expected);
           }
         } catch (const std::exception& e) {

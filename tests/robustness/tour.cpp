@@ -9,7 +9,6 @@
 #include <set>
 
 #include "host/faults.h"
-#include "support/plugin_host.h"
 
 namespace tour {
 

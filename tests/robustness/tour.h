@@ -10,8 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "host/runtime.h"
-#include "support/plugin_host.h"
+#include "support/plugin_host.h"  // the host runtime, live counts and temporary folders
 
 namespace tour {
 
