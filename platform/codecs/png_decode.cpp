@@ -71,6 +71,19 @@ void read_metadata(DecodeJob& job) {
   metadata.interlaced = png_get_interlace_type(job.png, job.info) != PNG_INTERLACE_NONE;
 }
 
+// Whether every chunk up to IEND lies within the data. libpng allocates and clears a
+// chunk at the length the file claims before it reads a byte of it, so a 300-byte file
+// whose text chunk claims 2 GB took seconds only to fail; it is refused here instead.
+bool chunks_fit(const uint8_t* data, size_t size) {
+  for (size_t at = 8; at + 12 <= size;) {
+    const size_t length = size_t(data[at]) << 24 | size_t(data[at + 1]) << 16 | size_t(data[at + 2]) << 8 | data[at + 3];
+    if (length > size - at - 12) return false;
+    if (std::memcmp(data + at + 4, "IEND", 4) == 0) return true;
+    at += 12 + length;
+  }
+  return true;  // cut short between chunks: libpng reports what is missing
+}
+
 bool run_decode(DecodeJob& job) {
   if (setjmp(png_jmpbuf(job.png))) return false;
   png_set_read_fn(job.png, &job.reader, read_from_memory);
@@ -117,7 +130,7 @@ bool run_decode(DecodeJob& job) {
 }  // namespace
 
 bool png_decode(const uint8_t* data, size_t size, Frame& out) {
-  if (data == nullptr || size < 8 || png_sig_cmp(data, 0, 8) != 0) return false;
+  if (data == nullptr || size < 8 || png_sig_cmp(data, 0, 8) != 0 || !chunks_fit(data, size)) return false;
   std::vector<png_bytep> rows;
   DecodeJob job;
   job.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, jump_on_error, ignore_warning);

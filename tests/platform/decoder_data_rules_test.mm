@@ -14,10 +14,12 @@ NSData* CorpusFile(const std::string& name) {
 }
 
 TEST_F(DecoderDataRules, FewBytesClaimingHugePicturesAreRefused) {
-  // 257 bytes of TIFF declaring 100 million 2-bit pixels in strips that are not there;
-  // 4 KB of an interlaced PNG declaring 65,536 x 4,096 pixels of 16-bit RGBA.
-  for (const char* name :
-       {"tiff/slow-100-megapixels-of-missing-strips.tif", "png/interlaced-2-gigabytes-from-4-kilobytes.png"}) {
+  // TIFF: 257 bytes declaring 100 million 2-bit pixels in strips that are not there, 176
+  // bytes of fax coding for 226 million; PNG: 4 KB of an interlaced picture of 65,536 x
+  // 4,096 pixels of 16-bit RGBA, 298 bytes whose text chunk claims 2 GB.
+  for (const char* name : {"tiff/slow-100-megapixels-of-missing-strips.tif",
+                           "tiff/timeout-fax-coding-of-226-megapixels-in-176-bytes.tif",
+                           "png/interlaced-2-gigabytes-from-4-kilobytes.png", "png/slow-text-chunk-claiming-2-gigabytes.png"}) {
     NSData* data = CorpusFile(name);
     ASSERT_NE(data, nil) << name;
     EXPECT_EQ([NSBitmapImageRep imageRepWithData:data], nil) << name;
