@@ -6,9 +6,6 @@
 
 #include <stdlib.h>
 
-#include <fstream>
-#include <sstream>
-
 namespace {
 
 class DocumentReps : public CodecTest {};
@@ -138,10 +135,7 @@ TEST_F(DocumentReps, HostileEpsEndsByTimeLimitAndSaferRefusesFiles) {
     std::string eps = "%!PS-Adobe-3.0 EPSF-3.0\n%%BoundingBox: 0 0 10 10\n%%EndComments\n" + attack + "\n";
     NSEPSImageRep* rep = [NSEPSImageRep imageRepWithData:DataOf(eps)];
     EXPECT_TRUE(rep == nil) << attack;
-    std::ifstream victim(Path("victim.txt"));
-    std::stringstream text;
-    text << victim.rdbuf();
-    EXPECT_EQ(text.str(), "keep me") << attack;
+    EXPECT_TRUE([ReadFile(Path("victim.txt")) isEqualToData:DataOf(std::string("keep me"))]) << attack;
   }
 }
 
