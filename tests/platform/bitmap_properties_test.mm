@@ -21,23 +21,19 @@ TEST_F(BitmapProperties, ICCProfileIsEmbeddedAndReadBackInPNGJPEGAndTIFF) {
   NSData* profile =
       MadeByPillow("open(out, 'wb').write(ImageCms.ImageCmsProfile(ImageCms.createProfile('sRGB')).tobytes())");
   ASSERT_GT([profile length], 128u);
-  struct Case {
-    NSBitmapImageFileType type;
-    const char* extension;
-    bool onTheRepresentation;
-  };
-  for (const Case& c : {Case{NSPNGFileType, ".png", false}, Case{NSJPEGFileType, ".jpg", false},
-                        Case{NSTIFFFileType, ".tiff", false}, Case{NSPNGFileType, ".png", true},
-                        Case{NSJPEGFileType, ".jpg", true}, Case{NSTIFFFileType, ".tiff", true}}) {
-    SCOPED_TRACE(std::string(c.extension) + (c.onTheRepresentation ? " (set on the representation)" : ""));
-    NSBitmapImageRep* rep = MakeRep(MakeTestPicture(24, 16, 3));
-    if (c.onTheRepresentation) [rep setProperty:NSImageColorSyncProfileData withValue:profile];
-    NSData* data = [rep representationUsingType:c.type
-                                     properties:c.onTheRepresentation ? nil : One(profile, NSImageColorSyncProfileData)];
-    EXPECT_TRUE([[[NSBitmapImageRep imageRepWithData:data] valueForProperty:NSImageColorSyncProfileData]
-        isEqualToData:profile]);
-    EXPECT_EQ(Pillow(data, c.extension, "print(im.info.get('icc_profile', b'').hex())"), Hex(profile));
-  }
+  // Given to the encoder, and set on the representation.
+  for (bool onTheRepresentation : {false, true})
+    for (const auto& [type, extension] :
+         {std::pair{NSPNGFileType, ".png"}, {NSJPEGFileType, ".jpg"}, {NSTIFFFileType, ".tiff"}}) {
+      SCOPED_TRACE(std::string(extension) + (onTheRepresentation ? " (set on the representation)" : ""));
+      NSBitmapImageRep* rep = MakeRep(MakeTestPicture(24, 16, 3));
+      if (onTheRepresentation) [rep setProperty:NSImageColorSyncProfileData withValue:profile];
+      NSData* data = [rep representationUsingType:type
+                                       properties:onTheRepresentation ? nil : One(profile, NSImageColorSyncProfileData)];
+      EXPECT_TRUE([[[NSBitmapImageRep imageRepWithData:data] valueForProperty:NSImageColorSyncProfileData]
+          isEqualToData:profile]);
+      EXPECT_EQ(Pillow(data, extension, "print(im.info.get('icc_profile', b'').hex())"), Hex(profile));
+    }
   // Without one, none is written or reported.
   NSData* plain = [MakeRep(MakeTestPicture(8, 8, 3)) representationUsingType:NSPNGFileType properties:nil];
   EXPECT_EQ([[NSBitmapImageRep imageRepWithData:plain] valueForProperty:NSImageColorSyncProfileData], nil);
