@@ -194,7 +194,7 @@ bool bmp_decode(const uint8_t* d, size_t n, Frame& out) {
     // Deltas and early ends let a few bytes describe a vast blank picture; no real file
     // packs more than a few thousand pixels into a byte, so larger claims are refused.
     const int64_t pixel_count = int64_t(w) * rows;
-    if (pixel_count > (int64_t(1) << 20) && pixel_count / 4096 > int64_t(end - pixels)) return false;
+    if (too_little_data_for(pixel_count, end - pixels)) return false;
   } else {
     row_bytes = ((size_t(w) * h.bpp + 31) / 32) * 4;
     if (row_bytes * size_t(rows) > size_t(end - pixels)) return false;

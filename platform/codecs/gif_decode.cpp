@@ -15,12 +15,6 @@ namespace {
 // All frames' colour indices together may take this many bytes.
 constexpr size_t kMaxIndexBytes = size_t(1) << 30;
 
-// A canvas beyond this many pixels must come with a byte of data for every
-// kCanvasPixelsPerByte of them (LZW gives at most 4,096 pixels for a 12-bit code, some
-// 2,731 a byte): otherwise a few dozen bytes could demand the largest canvas there is.
-constexpr int64_t kFreeCanvasPixels = int64_t(1) << 20;
-constexpr int64_t kCanvasPixelsPerByte = 4096;
-
 // The most pixels LZW data of this many bytes can decode to: no code is narrower than its
 // string is long in bits' worth (a w-bit code stands for at most 2^w pixels, 12 bits at most).
 int64_t most_pixels_from(size_t lzw_bytes) { return (int64_t(lzw_bytes) * 8 / 12 + 1) * 4096; }
@@ -31,7 +25,7 @@ int64_t most_pixels_from(size_t lzw_bytes) { return (int64_t(lzw_bytes) * 8 / 12
    it cannot walk are left to giflib. */
 bool sizes_fit_their_data(const uint8_t* d, size_t n) {
   const int64_t canvas = int64_t(d[6] | d[7] << 8) * int64_t(d[8] | d[9] << 8);
-  if (canvas > kFreeCanvasPixels && canvas / kCanvasPixelsPerByte > int64_t(n)) return false;
+  if (too_little_data_for(canvas, int64_t(n))) return false;
   size_t at = 13;
   if (d[10] & 0x80) at += size_t(3) << ((d[10] & 7) + 1);
   int64_t all_frames = 0;

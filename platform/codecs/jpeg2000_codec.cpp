@@ -136,7 +136,7 @@ bool jpeg2000_decode(const uint8_t* data, size_t size, Frame& out) {
     // OpenJPEG keeps four bytes a sample while it decodes, and a codestream of a few dozen
     // bytes may declare the largest picture there is: beyond a million pixels, the data
     // must bring a byte for every 4,096 of them (as the BMP and GIF readers ask).
-    if (ok && w * h > (uint64_t(1) << 20) && w * h / 4096 > size) ok = false;
+    if (ok && too_little_data_for(int64_t(w * h), int64_t(size))) ok = false;
   }
   ok = ok && opj_decode(codec, stream, image) && opj_end_decompress(codec, stream);
   ok = ok && image_to_frame(image, out);

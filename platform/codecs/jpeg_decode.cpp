@@ -74,7 +74,7 @@ bool run_decode(DecodeJob& job) {
   // block; a file with less than a byte for every 4,096 pixels of a picture over a million
   // is cut short or made to claim memory, not a photograph.
   const int64_t pixels = int64_t(job.cinfo.image_width) * job.cinfo.image_height;
-  if (pixels > kMaxPixels || (pixels > (int64_t(1) << 20) && pixels / 4096 > int64_t(job.size))) return false;
+  if (pixels > kMaxPixels || too_little_data_for(pixels, int64_t(job.size))) return false;
   const bool cmyk = job.cinfo.jpeg_color_space == JCS_CMYK || job.cinfo.jpeg_color_space == JCS_YCCK;
   const bool grey = job.cinfo.num_components == 1;
   job.cinfo.out_color_space = cmyk ? JCS_CMYK : grey ? JCS_GRAYSCALE : JCS_RGB;

@@ -91,6 +91,13 @@ struct Frame {
 constexpr int kMaxDimension = 1 << 16;
 constexpr int64_t kMaxPixels = int64_t(1) << 28;
 
+// Past a million pixels a picture must come with a byte of data for every 4,096 of them.
+// Blank runs, flat codestreams and empty canvases let a few bytes claim the largest picture
+// there is; any real file of that size brings thousands of times more.
+inline bool too_little_data_for(int64_t pixels, int64_t bytes) {
+  return pixels > (int64_t(1) << 20) && pixels / 4096 > bytes;
+}
+
 // Asks for large pages over fresh memory that is about to be written (a picture's pixels).
 void advise_large_pages(void* start, size_t length);
 
