@@ -255,8 +255,8 @@ bool bmp_decode(const uint8_t* d, size_t n, Frame& out) {
     }
   }
   if (h.x_ppm > 0 && h.y_ppm > 0) {
-    out.metadata.x_dpi = h.x_ppm * 0.0254;
-    out.metadata.y_dpi = h.y_ppm * 0.0254;
+    out.metadata.x_dpi = dpi_of_pixels_per_metre(h.x_ppm);
+    out.metadata.y_dpi = dpi_of_pixels_per_metre(h.y_ppm);
   }
   return true;
 }

@@ -12,13 +12,6 @@ namespace qvr {
 
 namespace {
 
-// Pixels per metre cannot say 72 dpi (2835 is 72.009): a resolution within 0.02 of a whole
-// number of dots per inch is that number, so a 72-dpi picture keeps its size in points.
-double whole_dpi_if_near(double dpi) {
-  const double whole = std::round(dpi);
-  return std::fabs(dpi - whole) < 0.02 ? whole : dpi;
-}
-
 struct MemoryReader {
   const uint8_t* data;
   size_t size;
@@ -61,8 +54,8 @@ void read_metadata(DecodeJob& job) {
   int unit = 0;
   if (png_get_pHYs(job.png, job.info, &res_x, &res_y, &unit) && unit == PNG_RESOLUTION_METER &&
       res_x > 0 && res_y > 0) {
-    metadata.x_dpi = whole_dpi_if_near(res_x * 0.0254);
-    metadata.y_dpi = whole_dpi_if_near(res_y * 0.0254);
+    metadata.x_dpi = dpi_of_pixels_per_metre(res_x);
+    metadata.y_dpi = dpi_of_pixels_per_metre(res_y);
   }
   png_uint_32 exif_length = 0;
   png_bytep exif = nullptr;

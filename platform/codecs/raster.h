@@ -4,6 +4,7 @@
 #ifndef QVR_CODECS_RASTER_H
 #define QVR_CODECS_RASTER_H
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -96,6 +97,14 @@ constexpr int64_t kMaxPixels = int64_t(1) << 28;
 // there is; any real file of that size brings thousands of times more.
 inline bool too_little_data_for(int64_t pixels, int64_t bytes) {
   return pixels > (int64_t(1) << 20) && pixels / 4096 > bytes;
+}
+
+// Pixels per metre (PNG, BMP) cannot say 72 dpi: 2835 is 72.009. A resolution within 0.02
+// of a whole number of dots per inch is that number, so a 72-dpi picture written and read
+// back keeps its size in points.
+inline double dpi_of_pixels_per_metre(double pixels_per_metre) {
+  const double dpi = pixels_per_metre * 0.0254, whole = std::round(dpi);
+  return std::fabs(dpi - whole) < 0.02 ? whole : dpi;
 }
 
 // Asks for large pages over fresh memory that is about to be written (a picture's pixels).
