@@ -399,6 +399,16 @@ const std::map<std::string, Builtin>& builtins() {
                   uint32_t alpha = a.size() == 4 ? static_cast<uint32_t>(std::clamp<int64_t>(in.integerArgument(a, 3, "CMY", w), 0, 255)) : 0;
                   return Value(host::Value::ofColor((alpha << 24) | (channel(0) << 16) | (channel(1) << 8) | channel(2)));
                 }};
+    t["color.hsv"] = t["hsv"];
+    t["color.cmy"] = t["cmy"];
+    // Color's named colours, opaque but for Clear (alpha 255 is fully transparent).
+    for (auto [name, value] : std::initializer_list<std::pair<const char*, uint32_t>>{
+             {"black", 0x000000}, {"white", 0xFFFFFF}, {"red", 0xFF0000}, {"green", 0x00FF00}, {"blue", 0x0000FF},
+             {"cyan", 0x00FFFF}, {"magenta", 0xFF00FF}, {"yellow", 0xFFFF00}, {"gray", 0x808080},
+             {"darkgray", 0x555555}, {"lightgray", 0xAAAAAA}, {"orange", 0xFF8000}, {"purple", 0x800080},
+             {"brown", 0x996633}, {"teal", 0x008080}, {"clear", 0xFF000000}}) {
+      t[std::string("color.") + name] = {0, 0, [value](I&, Args&, Position) { return Value(host::Value::ofColor(value)); }};
+    }
     t["ubound"] = {1, 1, [](I&, Args& a, Position w) {
                      if (!a[0].isArray()) fail(w, "UBound expects an array but got " + withArticle(typeNameOf(a[0])));
                      return Value(host::Value::ofInteger(int64_t(a[0].array->items.size()) - 1));

@@ -75,7 +75,11 @@ const char* builtinResult(const std::string& name) {
       {"xojoversion", "Double"}, {"rbversion", "Double"},
       {"system.ticks", "Integer"}, {"system.microseconds", "Double"}, {"system.environmentvariable", "String"},
       {"app.executablefile", "FolderItem"}, {"integer.fromstring", "Integer"}, {"double.fromstring", "Double"},
-      {"color.rgb", "Color"}, {"endofline.windows", "String"}, {"endofline.unix", "String"}, {"endofline.macintosh", "String"},
+      {"color.rgb", "Color"}, {"color.hsv", "Color"}, {"color.cmy", "Color"}, {"color.black", "Color"},
+      {"color.white", "Color"}, {"color.red", "Color"}, {"color.green", "Color"}, {"color.blue", "Color"},
+      {"color.cyan", "Color"}, {"color.magenta", "Color"}, {"color.yellow", "Color"}, {"color.gray", "Color"},
+      {"color.darkgray", "Color"}, {"color.lightgray", "Color"}, {"color.orange", "Color"}, {"color.purple", "Color"},
+      {"color.brown", "Color"}, {"color.teal", "Color"}, {"color.clear", "Color"}, {"endofline.windows", "String"}, {"endofline.unix", "String"}, {"endofline.macintosh", "String"},
       {"endofline.native", "String"},
   };
   auto it = kResults.find(lowered(name));
