@@ -91,21 +91,21 @@ StreamData* openStream(Runtime& runtime, const Value& self, const char* member) 
 }
 
 // A new BinaryStream on the FolderItem's file, opened with the flags; Nil after raising.
-Value openOn(Runtime& runtime, const Value& item, int flags, bool writable, const char* what) {
+Value openOn(Runtime& runtime, const Value& item, int flags, bool writable, const std::string& what) {
   std::string path = runtime.folderItemPath(item);
   if (item.isNil()) {
-    runtime.impl().raise("NilObjectException", std::string("BinaryStream.") + what + ": the FolderItem is Nil");
+    runtime.impl().raise("NilObjectException", what + ": the FolderItem is Nil");
     return Value::nil();
   }
   int fd = ::open(path.c_str(), flags | O_CLOEXEC, 0666);
   if (fd < 0) {
-    ioFailure(runtime, std::string("BinaryStream.") + what + " cannot open", path, errno);
+    ioFailure(runtime, what + " cannot open", path, errno);
     return Value::nil();
   }
   struct stat status;
   if (::fstat(fd, &status) == 0 && S_ISDIR(status.st_mode)) {
     ::close(fd);
-    ioFailure(runtime, std::string("BinaryStream.") + what + " cannot open", path, EISDIR);
+    ioFailure(runtime, what + " cannot open", path, EISDIR);
     return Value::nil();
   }
   ObjectRef object = ObjectRef::adopt(runtime.impl().instantiate(runtime.impl().binaryStreamClass));
@@ -243,12 +243,23 @@ void installBinaryStreamClass(Runtime::Impl& impl) {
   addSharedMethod(cls, "Open(f as FolderItem, write as Boolean = False) as BinaryStream",
                   [](Runtime& runtime, const Value&, std::vector<Value>& args) {
                     bool write = args.at(1).boolean;
-                    return openOn(runtime, args.at(0), write ? O_RDWR : O_RDONLY, write, "Open");
+                    return openOn(runtime, args.at(0), write ? O_RDWR : O_RDONLY, write, "BinaryStream.Open");
                   });
   addSharedMethod(cls, "Create(f as FolderItem, overwrite as Boolean = False) as BinaryStream",
                   [](Runtime& runtime, const Value&, std::vector<Value>& args) {
                     int flags = O_RDWR | O_CREAT | (args.at(1).boolean ? O_TRUNC : O_EXCL);
-                    return openOn(runtime, args.at(0), flags, true, "Create");
+                    return openOn(runtime, args.at(0), flags, true, "BinaryStream.Create");
+                  });
+  // The FolderItem methods older programs open binary files with: an existing file, or a
+  // new one (an existing file is emptied).
+  addNativeMethod(impl.folderItemClass, "OpenAsBinaryFile(readWrite as Boolean = False) as BinaryStream",
+                  [](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+                    bool write = args.at(0).boolean;
+                    return openOn(runtime, self, write ? O_RDWR : O_RDONLY, write, "FolderItem.OpenAsBinaryFile");
+                  });
+  addNativeMethod(impl.folderItemClass, "CreateBinaryFile(fileType as String = \"\") as BinaryStream",
+                  [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+                    return openOn(runtime, self, O_RDWR | O_CREAT | O_TRUNC, true, "FolderItem.CreateBinaryFile");
                   });
 
   addNativeMethod(cls, "Read(count as Integer) as String", [](Runtime& runtime, const Value& self,
