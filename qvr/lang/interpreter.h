@@ -44,7 +44,12 @@ class Interpreter {
 
   host::Runtime& runtime() { return rt_; }
   std::ostream& out() { return out_; }
-  std::ostream& err() { return err_; }
+  // The error output, after what the program printed so far: where both streams end up
+  // in one place (a terminal, 2>&1), the lines keep the order the program wrote them in.
+  std::ostream& err() {
+    out_.flush();
+    return err_;
+  }
   // The program file as it was given ("" for program text without a file).
   const std::string& programPath() const { return program_.path; }
 

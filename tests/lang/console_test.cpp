@@ -73,9 +73,9 @@ TEST(Console, SystemStdOutStdErrAppQuitAndTextEncodingsAndNumbers) {
       // Numbers from and to text.
       {"Dim d As Double = -2.7\nDim i As Integer = d\nDim j As Integer = 2.7\n"
        "Print Str(i) + \" \" + Str(j) + \" \" + Str(Integer.FromString(\" 42 \") + 1) + \" \" + Str(Double.FromString(\"2.5e1\")) + \" \" + "
-       "Str(CType(3.9, Integer)) + \" \" + CStr(7) + \" \" + (8).ToString + \" \" + Format(1.5, \"0.00\") + \" \" + Str(Val(\"12kg\")) + \" \" + Str(Color.RGB(1, 2, 3).Blue) + \" \" + "
+       "Str(CType(3.9, Integer)) + \" \" + CStr(7) + \" \" + (8).ToString + \" \" + Format(1.5, \"0.00\") + \" \" + Str(Val(\"12kg\")) + \" \" + Str(Color.RGB(1, 2, 3).Blue) + \" \" + Hex(Color.Teal.Blue) + Str(Color.Clear.Alpha) + Str(Color.HSV(0, 1, 1) = Color.Red) + \" \" + "
        "Str(EndOfLine.Windows.LenB + EndOfLine.Unix.LenB + EndOfLine.Macintosh.LenB)\n",
-       "-2 2 43 25 3 7 8 1.50 12 3 4\n|"},
+       "-2 2 43 25 3 7 8 1.50 12 3 80255True 4\n|"},
       {"Try\n  Call Integer.FromString(\"12kg\")\nCatch e As InvalidArgumentException\n  Print e.Message\nEnd Try\n"
        "Try\n  Call Double.FromString(\"\")\nCatch e As InvalidArgumentException\n  Print e.Message\nEnd Try\n",
        "\"12kg\" is not an Integer\n\"\" is not a Double\n|"},
@@ -117,9 +117,9 @@ TEST(Console, TypedValuesInMemoryBlocksAndFilesAndFolders) {
        "Try\n  r = TextInputStream.Open(f)\nCatch e As IOException\n  Print Str(e.ErrorNumber)\nEnd Try\n",
        "20\n[first]\n[second]\n[Gr\xfc\xdf" "e]\nfir|17 True\nTextInputStream.ReadLine: the stream is closed\n2\n|"},
       // Typed values in either byte order, Pascal strings, streams over a MemoryBlock and a String.
-      {"Dim f As FolderItem = SpecialFolder.Temporary.Child(\"qvr-console.bin\")\nDim bs As BinaryStream = BinaryStream.Create(f, True)\n"
+      {"Dim f As FolderItem = SpecialFolder.Temporary.Child(\"qvr-console.bin\")\nDim bs As BinaryStream = f.CreateBinaryFile(\"\")\n"
        "bs.WriteInt32 258\nbs.LittleEndian = True\nbs.WriteUInt16 &hABCD\nbs.WriteDouble 1.5\nbs.WritePString \"hey\"\nbs.WriteByte 200\nbs.Close\n"
-       "bs = BinaryStream.Open(f)\nPrint Str(f.Length) + \" \" + Str(bs.ReadInt32) + \" \" + Hex(bs.ReadUInt16)\nbs.LittleEndian = True\nbs.Position = 4\n"
+       "bs = f.OpenAsBinaryFile\nPrint Str(f.Length) + \" \" + Str(bs.ReadInt32) + \" \" + Hex(bs.ReadUInt16)\nbs.LittleEndian = True\nbs.Position = 4\n"
        "Print Hex(bs.ReadUInt16) + \" \" + Str(bs.ReadDouble) + \" \" + bs.ReadPString + \" \" + Str(bs.ReadByte) + \" \" + Str(bs.EOF) + \" \" + Str(bs.ReadInt32)\n"
        "bs.Close\nf.Delete\nDim mb As New MemoryBlock(2)\nDim ms As New BinaryStream(mb)\nms.WriteInt32 &h01020304\n"
        "Dim rs As New BinaryStream(\"PNG!\")\nPrint Str(mb.Size) + \" \" + Str(mb.Byte(0)) + \" \" + Str(mb.Byte(3)) + \" \" + rs.Read(3) + \" \" + Str(rs.ReadUInt8)\n"
@@ -142,4 +142,28 @@ TEST(Console, TypedValuesInMemoryBlocksAndFilesAndFolders) {
        "temp.Delete\nother.Delete\n",
        "a b.png png True a%20b.png /\nTrue True True\n17\n1 c.png 1 True\nTrue Desktop True\nTrue True True Documents\n|"},
   });
+}
+
+// Where the output and the error output end in one place, their lines keep the program's
+// order even though the output is held until flushed (as a pipe's is).
+TEST(Console, ErrorOutputComesAfterWhatWasPrintedBeforeIt) {
+  struct Place : std::streambuf {
+    std::string& to;
+    std::string held;
+    bool holds;
+    Place(std::string& to, bool holds) : to(to), holds(holds) {}
+    int_type overflow(int_type c) override {
+      const char ch = traits_type::to_char_type(c);
+      return xsputn(&ch, 1), c;
+    }
+    std::streamsize xsputn(const char* s, std::streamsize n) override { return (holds ? held : to).append(s, size_t(n)), n; }
+    int sync() override { return to += held, held.clear(), 0; }
+  };
+  std::string both;
+  Place outPlace(both, true), errPlace(both, false);
+  std::ostream out(&outPlace), err(&errPlace);
+  host::Runtime rt;
+  qvrlang::runSource(rt, "Print \"a\"\nSystem.DebugLog \"b\"\nStdOut.Write \"c\"\nStdErr.WriteLine \"d\"\nPrint \"e\"\n", "t.qvr", out, err);
+  out.flush();
+  EXPECT_EQ(both, "a\nb\ncd\ne\n");
 }
