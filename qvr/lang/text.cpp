@@ -188,7 +188,7 @@ std::string formatNumber(double value, const std::string& pattern) {
   }
   sections.push_back(current);
   if (value == 0 && sections.size() >= 3) return formatSection(value, sections[2], false);
-  if (value < 0 && sections.size() >= 2) return formatSection(-value, sections[1], false);
+  if (value < 0 && sections.size() >= 2) return formatSection(value, sections[1], false);
   return formatSection(value, sections[0], true);
 }
 

@@ -60,8 +60,8 @@ TEST(Arrays, BuiltGrownIndexedSortedSharedAndTheStringAndNumberBuiltins) {
        "267 Hi 65 233\n0.3333333 1.234568e+8 0.3 -2.500000e-7\n3 3 -2 2 9 1 4 FF\n"},
       {"Print Format(3.14159, \"0\") + \" \" + Format(3.14159, \"0.00\") + \" \" + Format(1234567.891, \"#,##0\") + \" \" + "
        "Format(1234567.891, \"#,##0.00\")\nPrint Format(-3.14159, \"-#.##\") + \" \" + Format(3.14159, \"-#.##\") + \" \" + "
-       "Format(0.256, \"0%\") + \" \" + Format(-5, \"#;(#)\") + \" \" + Format(0, \"#;(#);zero\") + \" \" + Format(7, \"000\")\n",
-       "3 3.14 1,234,568 1,234,567.89\n-3.14 3.14 26% (5) zero 007\n"},
+       "Format(0.256, \"0%\") + \" \" + Format(-5, \"#;(#)\") + \" \" + Format(0, \"#;(#);zero\") + \" \" + Format(7, \"000\") + \" \" + Format(-3, \"+0;-0\")\n",
+       "3 3.14 1,234,568 1,234,567.89\n-3.14 3.14 26% (5) zero 007 -3\n"},
       {"Print 5\n", "test.qvr:1:1: error: Print expects a String for argument 1 but got an Integer; convert it with Str\n"},
   });
 }
