@@ -16,6 +16,8 @@
 
 #include <CoreServices/CoreServices.h>
 
+#include "plugin/host_sdk.h"
+
 extern "C" void testplugin_throw_string(void);
 extern "C" long testplugin_platform_length(void* string);
 extern "C" void testplugin_platform_release(void* string);
@@ -32,70 +34,20 @@ int gLayout = 0;
 std::string gLog;
 
 template <class F>
-F entry(const char* name) {
-  return gResolver ? reinterpret_cast<F>(gResolver(name)) : nullptr;
-}
+F entry(const char* name) { return gResolver ? reinterpret_cast<F>(gResolver(name)) : nullptr; }
 
-void log(const std::string& event) {
-  if (!gLog.empty()) gLog += ",";
-  gLog += event;
-}
+void log(const std::string& event) { gLog += (gLog.empty() ? "" : ",") + event; }
 
-// ---- records, in layout 12
-
-struct Property {
-  const char *group, *name, *type;
-  uintptr_t flags;
-  void *getter, *setter;
-  intptr_t param;
-  uintptr_t editor, enumCount, enumEntries, attributeCount, attributes;
-};
-
-struct Method {
-  void *function, *setterFunction;
-  const char* declaration;
-  uintptr_t flags, attributeCount, attributes;
-};
-
-struct Constant {
-  const char* declaration;
-  uintptr_t reserved1, reserved2, attributeCount, attributes;
-};
-
-struct ClassDefinition {
-  uintptr_t version;
-  const char *name, *superName;
-  uintptr_t dataSize, forSystemUse;
-  void *constructor, *destructor;
-  Property* properties;
-  uintptr_t propertyCount;
-  Method* methods;
-  uintptr_t methodCount;
-  void* events;
-  uintptr_t eventCount;
-  void* eventInstances;
-  uintptr_t eventInstanceCount;
-  const char* interfaces;
-  void* attributes;
-  uintptr_t attributeCount;
-  Constant* constants;
-  uintptr_t constantCount, mFlags;
-  Property* sharedProperties;
-  uintptr_t sharedPropertyCount;
-  Method* sharedMethods;
-  uintptr_t sharedMethodCount;
-  void* delegates;
-  uintptr_t delegateCount;
-  void* enums;
-  uintptr_t enumCount;
-};
-static_assert(sizeof(ClassDefinition) == 29 * sizeof(void*), "29 words");
+// The records in layout 12, from the plugin SDK header, as a plugin includes its SDK's.
+using Property = REALproperty;
+using Method = REALmethodDefinition;
+using ClassDefinition = REALclassDefinition;
 
 void* const kMarker = reinterpret_cast<void*>(intptr_t(-1));
 template <class F>
-void* fn(F f) {
-  return reinterpret_cast<void*>(f);
-}
+void* fn(F f) { return reinterpret_cast<void*>(f); }
+// A member record with the flags every member here has.
+#define MEMBER(function, declaration) {fn(&function), nullptr, declaration, 4, 0, 0}
 
 ClassDefinition gBaseClass, gDerivedClass, gLeafClass, gFragileClass;
 
@@ -114,9 +66,7 @@ struct DerivedData {
   int64_t extra;
 };
 
-BaseData* base(Object self) {
-  return reinterpret_cast<BaseData*>(static_cast<char*>(self) + gBaseClass.forSystemUse);
-}
+BaseData* base(Object self) { return reinterpret_cast<BaseData*>(static_cast<char*>(self) + gBaseClass.forSystemUse); }
 
 DerivedData* derived(Object self) {
   return reinterpret_cast<DerivedData*>(static_cast<char*>(self) + gDerivedClass.forSystemUse);
@@ -133,29 +83,20 @@ String makeString(const std::string& text) {
   return s;
 }
 
-struct StringData {
-  void* data;
-  uintptr_t length, encoding, reserved1, reserved2;
-};
-
 std::string textOf(String s, uint32_t encoding = 0x08000100) {
-  auto get = entry<int (*)(String, uint32_t, StringData*)>("PluginGetStringData");
-  auto dispose = entry<void (*)(StringData*)>("PluginDisposeStringData");
+  auto get = entry<int (*)(String, uint32_t, REALstringData*)>("PluginGetStringData");
+  auto dispose = entry<void (*)(REALstringData*)>("PluginDisposeStringData");
   if (!s || !get || !dispose) return std::string();
-  StringData data{};
+  REALstringData data{};
   if (!get(s, encoding, &data)) return "<no data>";
   std::string out(static_cast<const char*>(data.data), data.length);
   dispose(&data);
   return out;
 }
 
-void unlockString(String s) {
-  if (auto unlock = entry<void (*)(String)>("REALUnlockString"); unlock && s) unlock(s);
-}
+void unlockString(String s) { if (auto unlock = entry<void (*)(String)>("REALUnlockString"); unlock && s) unlock(s); }
 
-void unlockObject(Object o) {
-  if (auto unlock = entry<void (*)(Object)>("REALUnlockObject"); unlock && o) unlock(o);
-}
+void unlockObject(Object o) { if (auto unlock = entry<void (*)(Object)>("REALUnlockObject"); unlock && o) unlock(o); }
 
 Object newInstance(const char* className) {
   auto make = entry<Object (*)(const char*)>("PluginNewInstance");
@@ -180,15 +121,9 @@ void raise(const char* className, const std::string& message, int32_t number) {
 
 // ---- constructors and destructors
 
-void baseConstructor(Object self) {
-  log("ctor Base");
-  base(self)->scale = 1.0;
-}
+void baseConstructor(Object self) { log("ctor Base"); base(self)->scale = 1.0; }
 void baseDestructor(Object) { log("dtor Base"); }
-void derivedConstructor(Object self) {
-  log("ctor Derived");
-  derived(self)->extra = 7;
-}
+void derivedConstructor(Object self) { log("ctor Derived"); derived(self)->extra = 7; }
 void derivedDestructor(Object) { log("dtor Derived"); }
 void leafConstructor(Object) { log("ctor Leaf"); }
 void leafDestructor(Object) { log("dtor Leaf"); }
@@ -251,10 +186,7 @@ Object self_(Object self) {
 
 void fail(Object, String className, String message) { raise(textOf(className).c_str(), textOf(message), 7); }
 
-intptr_t failWithResult(Object) {
-  raise("OutOfBoundsException", "out of range", 0);
-  return 99;
-}
+intptr_t failWithResult(Object) { raise("OutOfBoundsException", "out of range", 0); return 99; }
 
 void throwPlatform(Object) { testplugin_throw_string(); }
 
@@ -266,9 +198,7 @@ void setItem(Object self, intptr_t index, String value) {
 // "Slot(index as Integer) as Integer" with a setter function.
 intptr_t gSlots[4];
 intptr_t getSlot(Object, intptr_t index) { return index >= 0 && index < 4 ? gSlots[index] : -1; }
-void setSlot(Object, intptr_t index, intptr_t value) {
-  if (index >= 0 && index < 4) gSlots[index] = value;
-}
+void setSlot(Object, intptr_t index, intptr_t value) { if (index >= 0 && index < 4) gSlots[index] = value; }
 
 String stringInfo(Object, String s) {
   auto encodingOf = entry<uint32_t (*)(String)>("REALGetStringEncoding");
@@ -479,13 +409,8 @@ intptr_t extra(Object self) { return derived(self)->extra; }
 // TestFragile: its destructor always throws a platform object; its constructor throws
 // while armed.
 bool gFragileArmed = false;
-void fragileConstructor(Object) {
-  if (gFragileArmed) testplugin_throw_string();
-}
-void fragileDestructor(Object) {
-  log("dtor Fragile");
-  testplugin_throw_string();
-}
+void fragileConstructor(Object) { if (gFragileArmed) testplugin_throw_string(); }
+void fragileDestructor(Object) { log("dtor Fragile"); testplugin_throw_string(); }
 void armFragile(uint8_t on) { gFragileArmed = on != 0; }
 Object makeFragile(Object) { return newInstance("TestFragile"); }
 
@@ -552,8 +477,8 @@ intptr_t foreignCalls() {
 }
 
 Method gThreadsShared[] = {
-    {fn(&yieldingWork), nullptr, "YieldingWork(yields as Integer) as Integer", 4, 0, 0},
-    {fn(&foreignCalls), nullptr, "ForeignCalls() as Integer", 4, 0, 0},
+    MEMBER(yieldingWork, "YieldingWork(yields as Integer) as Integer"),
+    MEMBER(foreignCalls, "ForeignCalls() as Integer"),
 };
 
 ClassDefinition gThreadsClass;
@@ -632,12 +557,11 @@ Object fromParent(Object folder, String name, intptr_t length) {
 }
 
 Method gHandOverShared[] = {
-    {fn(&dateFields), nullptr, "DateFields(d as Date) as String", 4, 0, 0},
-    {fn(&refPathOf), nullptr, "RefPath(f as FolderItem) as String", 4, 0, 0},
-    {fn(&parentRefAndName), nullptr, "ParentRefAndName(f as FolderItem) as String", 4, 0, 0},
-    {fn(&fileSpecRoundTrip), nullptr, "FileSpecRoundTrip(f as FolderItem) as FolderItem", 4, 0, 0},
-    {fn(&fileSpecOf), nullptr, "FileSpecOf(f as FolderItem) as String", 4, 0, 0},
-    {fn(&fromParent), nullptr, "FromParent(folder as FolderItem, name as String, length as Integer) as FolderItem", 4, 0, 0},
+    MEMBER(dateFields, "DateFields(d as Date) as String"), MEMBER(refPathOf, "RefPath(f as FolderItem) as String"),
+    MEMBER(parentRefAndName, "ParentRefAndName(f as FolderItem) as String"),
+    MEMBER(fileSpecRoundTrip, "FileSpecRoundTrip(f as FolderItem) as FolderItem"),
+    MEMBER(fileSpecOf, "FileSpecOf(f as FolderItem) as String"),
+    MEMBER(fromParent, "FromParent(folder as FolderItem, name as String, length as Integer) as FolderItem"),
 };
 
 ClassDefinition gHandOverClass;
@@ -657,137 +581,102 @@ Property gBaseProperties[] = {
 };
 
 Method gBaseMethods[] = {
-    {fn(&add), nullptr, "Add(a as Integer, b as Integer = 5) as Integer", 4, 0, 0},
-    {fn(&addInt32), nullptr, "AddInt32(a as Int32, b as Int32) as Int32", 4, 0, 0},
-    {fn(&addInt64), nullptr, "AddInt64(a as Int64, b as Int64) as Int64", 4, 0, 0},
-    {fn(&half), nullptr, "Half(x as Double) as Double", 4, 0, 0},
-    {fn(&halfSingle), nullptr, "HalfSingle(x as Single) as Single", 4, 0, 0},
-    {fn(&negate), nullptr, "Negate(b as Boolean) as Boolean", 4, 0, 0},
-    {fn(&invertColor), nullptr, "InvertColor(c as Color) as Color", 4, 0, 0},
-    {fn(&offsetPtr), nullptr, "OffsetPtr(p as Ptr, n as Integer) as Ptr", 4, 0, 0},
-    {fn(&describe), nullptr, "Describe(s as String) as String", 4, 0, 0},
-    {fn(&kindInteger), nullptr, "Kind(x as Integer) as String", 4, 0, 0},
-    {fn(&kindDouble), nullptr, "Kind(x as Double) as String", 4, 0, 0},
-    {fn(&kindString), nullptr, "Kind(x as String) as String", 4, 0, 0},
-    {fn(&kindBoolean), nullptr, "Kind(x as Boolean) as String", 4, 0, 0},
-    {fn(&kindBase), nullptr, "Kind(x as TestBase) as String", 4, 0, 0},
-    {fn(&kindDerived), nullptr, "Kind(x as TestDerived) as String", 4, 0, 0},
-    {fn(&mixed), nullptr,
-     "Mixed(a as Int32, b as Double, c as Single, d as Boolean, e as Int64, f as String, g as TestBase, h as Integer) as String",
-     4, 0, 0},
-    {fn(&defaults), nullptr,
-     "Defaults(a as Integer = Answer, s as String = \"hi, there\", d as Double = 1.5, b as Boolean = true, o as TestBase = nil) as String",
-     4, 0, 0},
-    {fn(&makeDerived), nullptr, "MakeDerived() as TestDerived", 4, 0, 0},
-    {fn(&self_), nullptr, "Self as TestBase", 4, 0, 0},
-    {fn(&fail), nullptr, "Fail(className as String, message as String)", 4, 0, 0},
-    {fn(&failWithResult), nullptr, "FailWithResult() as Integer", 4, 0, 0},
-    {fn(&throwPlatform), nullptr, "ThrowPlatform()", 4, 0, 0},
-    {fn(&setItem), nullptr, "Item(index as Integer, assigns value as String)", 4, 0, 0},
+    MEMBER(add, "Add(a as Integer, b as Integer = 5) as Integer"),
+    MEMBER(addInt32, "AddInt32(a as Int32, b as Int32) as Int32"),
+    MEMBER(addInt64, "AddInt64(a as Int64, b as Int64) as Int64"), MEMBER(half, "Half(x as Double) as Double"),
+    MEMBER(halfSingle, "HalfSingle(x as Single) as Single"), MEMBER(negate, "Negate(b as Boolean) as Boolean"),
+    MEMBER(invertColor, "InvertColor(c as Color) as Color"),
+    MEMBER(offsetPtr, "OffsetPtr(p as Ptr, n as Integer) as Ptr"), MEMBER(describe, "Describe(s as String) as String"),
+    MEMBER(kindInteger, "Kind(x as Integer) as String"), MEMBER(kindDouble, "Kind(x as Double) as String"),
+    MEMBER(kindString, "Kind(x as String) as String"), MEMBER(kindBoolean, "Kind(x as Boolean) as String"),
+    MEMBER(kindBase, "Kind(x as TestBase) as String"), MEMBER(kindDerived, "Kind(x as TestDerived) as String"),
+    MEMBER(mixed, "Mixed(a as Int32, b as Double, c as Single, d as Boolean, e as Int64, f as String, g as TestBase, "
+                  "h as Integer) as String"),
+    MEMBER(defaults, "Defaults(a as Integer = Answer, s as String = \"hi, there\", d as Double = 1.5, "
+                     "b as Boolean = true, o as TestBase = nil) as String"),
+    MEMBER(makeDerived, "MakeDerived() as TestDerived"), MEMBER(self_, "Self as TestBase"),
+    MEMBER(fail, "Fail(className as String, message as String)"), MEMBER(failWithResult, "FailWithResult() as Integer"),
+    MEMBER(throwPlatform, "ThrowPlatform()"), MEMBER(setItem, "Item(index as Integer, assigns value as String)"),
     {fn(&getSlot), fn(&setSlot), "Slot(index as Integer) as Integer", 4, 0, 0},
-    {fn(&stringInfo), nullptr, "StringInfo(s as String) as String", 4, 0, 0},
-    {fn(&convert), nullptr, "Convert(s as String, encoding as Integer) as String", 4, 0, 0},
-    {fn(&retag), nullptr, "Retag(s as String, encoding as Integer) as String", 4, 0, 0},
-    {fn(&bytesIn), nullptr, "BytesIn(s as String, encoding as Integer) as MemoryBlock", 4, 0, 0},
-    {fn(&rawWords), nullptr, "RawWords(s as String) as String", 4, 0, 0},
-    {fn(&platformLength), nullptr, "PlatformLength(s as String) as Integer", 4, 0, 0},
-    {fn(&isA), nullptr, "IsA(o as Object, className as String) as Boolean", 4, 0, 0},
-    {fn(&readMessage), nullptr, "ReadMessage(e as RuntimeException) as String", 4, 0, 0},
-    {fn(&readNumbers), nullptr, "ReadNumbers(o as TestBase) as Integer", 4, 0, 0},
-    {fn(&names), nullptr, "Names(count as Integer) as String()", 4, 0, 0},
-    {fn(&sumArray), nullptr, "SumArray(values() as Integer) as Integer", 4, 0, 0},
-    {fn(&joinStrings), nullptr, "JoinStrings(items() as String) as String", 4, 0, 0},
-    {fn(&doubles), nullptr, "Doubles(a as Double, b as Double) as Double()", 4, 0, 0},
-    {fn(&blockSum), nullptr, "BlockSum(m as MemoryBlock) as Integer", 4, 0, 0},
-    {fn(&makeBlock), nullptr, "MakeBlock(size as Integer) as MemoryBlock", 4, 0, 0},
-    {fn(&blockMembers), nullptr, "BlockMembers(m as MemoryBlock) as Integer", 4, 0, 0},
-    {fn(&makeFragile), nullptr, "MakeFragile() as TestFragile", 4, 0, 0},
+    MEMBER(stringInfo, "StringInfo(s as String) as String"),
+    MEMBER(convert, "Convert(s as String, encoding as Integer) as String"),
+    MEMBER(retag, "Retag(s as String, encoding as Integer) as String"),
+    MEMBER(bytesIn, "BytesIn(s as String, encoding as Integer) as MemoryBlock"),
+    MEMBER(rawWords, "RawWords(s as String) as String"),
+    MEMBER(platformLength, "PlatformLength(s as String) as Integer"),
+    MEMBER(isA, "IsA(o as Object, className as String) as Boolean"),
+    MEMBER(readMessage, "ReadMessage(e as RuntimeException) as String"),
+    MEMBER(readNumbers, "ReadNumbers(o as TestBase) as Integer"), MEMBER(names, "Names(count as Integer) as String()"),
+    MEMBER(sumArray, "SumArray(values() as Integer) as Integer"),
+    MEMBER(joinStrings, "JoinStrings(items() as String) as String"),
+    MEMBER(doubles, "Doubles(a as Double, b as Double) as Double()"),
+    MEMBER(blockSum, "BlockSum(m as MemoryBlock) as Integer"),
+    MEMBER(makeBlock, "MakeBlock(size as Integer) as MemoryBlock"),
+    MEMBER(blockMembers, "BlockMembers(m as MemoryBlock) as Integer"),
+    MEMBER(makeFragile, "MakeFragile() as TestFragile"),
 };
 
 Method gBaseShared[] = {
-    {fn(&sharedLog), nullptr, "Log() as String", 4, 0, 0},
-    {fn(&clearLog), nullptr, "ClearLog()", 4, 0, 0},
-    {fn(&hostVersion), nullptr, "HostVersion() as Double", 4, 0, 0},
-    {fn(&layout), nullptr, "Layout() as Integer", 4, 0, 0},
-    {fn(&twice), nullptr, "Twice(x as Integer) as Integer", 4, 0, 0},
-    {fn(&twiceDouble), nullptr, "Twice(x as Double) as Double", 4, 0, 0},
-    {fn(&recordOffset), nullptr, "RecordOffset(which as Integer) as Integer", 4, 0, 0},
-    {fn(&missing), nullptr, "Missing(name as String) as Boolean", 4, 0, 0},
-    {fn(&armFragile), nullptr, "ArmFragile(on as Boolean)", 4, 0, 0},
+    MEMBER(sharedLog, "Log() as String"), MEMBER(clearLog, "ClearLog()"),
+    MEMBER(hostVersion, "HostVersion() as Double"), MEMBER(layout, "Layout() as Integer"),
+    MEMBER(twice, "Twice(x as Integer) as Integer"), MEMBER(twiceDouble, "Twice(x as Double) as Double"),
+    MEMBER(recordOffset, "RecordOffset(which as Integer) as Integer"),
+    MEMBER(missing, "Missing(name as String) as Boolean"), MEMBER(armFragile, "ArmFragile(on as Boolean)"),
 };
 
-Constant gBaseConstants[] = {
-    {"Answer=42", 0, 0, 0, 0},
-    {"Pi as Double = 3.25", 0, 0, 0, 0},
-    {"Greeting = \"hello\"", 0, 0, 0, 0},
+REALconstant gBaseConstants[] = {
+    {"Answer=42", 0, 0, 0, 0}, {"Pi as Double = 3.25", 0, 0, 0, 0}, {"Greeting = \"hello\"", 0, 0, 0, 0},
     {"Enabled as Boolean = true", 0, 0, 0, 0},
 };
 
 Method gDerivedMethods[] = {
-    {fn(&derivedConstructorMethod), nullptr, "Constructor()", 4, 0, 0},
-    {fn(&kindDerivedOverride), nullptr, "Kind(x as TestDerived) as String", 4, 0, 0},
-    {fn(&extra), nullptr, "Extra() as Integer", 4, 0, 0},
+    MEMBER(derivedConstructorMethod, "Constructor()"), MEMBER(kindDerivedOverride, "Kind(x as TestDerived) as String"),
+    MEMBER(extra, "Extra() as Integer"),
 };
 
 Method gLeafMethods[] = {
-    {fn(&leafConstructorMethod), nullptr, "Constructor(start as Integer)", 4, 0, 0},
-    {fn(&leafConstructorText), nullptr, "Constructor(text as String)", 4, 0, 0},
+    MEMBER(leafConstructorMethod, "Constructor(start as Integer)"),
+    MEMBER(leafConstructorText, "Constructor(text as String)"),
 };
 
-// An event record table (layout 12: 4 words), carried to see that strides are honoured.
-uintptr_t gBaseEvents[][4] = {{reinterpret_cast<uintptr_t>("Changed()"), 0, 0, 0}};
-
-template <class T, size_t N>
-constexpr uintptr_t countOf(T (&)[N]) {
-  return N;
-}
+// An event record table, carried to see that strides are honoured.
+REALevent gBaseEvents[] = {{"Changed()", 0, 0, nullptr}};
 
 // A class record in layout 12; what differs between the classes is filled in after.
 ClassDefinition record(const char* name, const char* superName = nullptr, void* constructor = nullptr,
-                       void* destructor = nullptr) {
+                       void* destructor = nullptr, uintptr_t dataSize = 0) {
   ClassDefinition cls{};
   cls.version = 12;
   cls.name = name;
   cls.superName = superName;
+  cls.dataSize = dataSize;
   cls.constructor = constructor;
   cls.destructor = destructor;
   cls.mFlags = 4;
   return cls;
 }
 
+// Points a record's table and count words at a static table.
+template <class T, size_t N>
+void table(T*& records, uintptr_t& count, T (&entries)[N]) { records = entries; count = N; }
+
 void setUpClasses() {
-  gBaseClass = record("TestBase", nullptr, fn(&baseConstructor), fn(&baseDestructor));
-  gBaseClass.dataSize = sizeof(BaseData);
-  gBaseClass.properties = gBaseProperties;
-  gBaseClass.propertyCount = countOf(gBaseProperties);
-  gBaseClass.methods = gBaseMethods;
-  gBaseClass.methodCount = countOf(gBaseMethods);
-  gBaseClass.events = gBaseEvents;
-  gBaseClass.eventCount = 1;
+  gBaseClass = record("TestBase", nullptr, fn(&baseConstructor), fn(&baseDestructor), sizeof(BaseData));
+  table(gBaseClass.properties, gBaseClass.propertyCount, gBaseProperties);
+  table(gBaseClass.methods, gBaseClass.methodCount, gBaseMethods);
+  table(gBaseClass.events, gBaseClass.eventCount, gBaseEvents);
   gBaseClass.attributeCount = 3;  // words 16-17 are cleared in layout 9
-  gBaseClass.constants = gBaseConstants;
-  gBaseClass.constantCount = countOf(gBaseConstants);
-  gBaseClass.sharedMethods = gBaseShared;
-  gBaseClass.sharedMethodCount = countOf(gBaseShared);
-
-  gDerivedClass = record("TestDerived", "TestBase", fn(&derivedConstructor), fn(&derivedDestructor));
-  gDerivedClass.dataSize = sizeof(DerivedData);
-  gDerivedClass.methods = gDerivedMethods;
-  gDerivedClass.methodCount = countOf(gDerivedMethods);
-
+  table(gBaseClass.constants, gBaseClass.constantCount, gBaseConstants);
+  table(gBaseClass.sharedMethods, gBaseClass.sharedMethodCount, gBaseShared);
+  gDerivedClass = record("TestDerived", "TestBase", fn(&derivedConstructor), fn(&derivedDestructor), sizeof(DerivedData));
+  table(gDerivedClass.methods, gDerivedClass.methodCount, gDerivedMethods);
   gLeafClass = record("TestLeaf", "TestDerived", fn(&leafConstructor), fn(&leafDestructor));
-  gLeafClass.methods = gLeafMethods;
-  gLeafClass.methodCount = countOf(gLeafMethods);
-
+  table(gLeafClass.methods, gLeafClass.methodCount, gLeafMethods);
   gFragileClass = record("TestFragile", nullptr, fn(&fragileConstructor), fn(&fragileDestructor));
-
   gThreadsClass = record("TestThreads");
-  gThreadsClass.sharedMethods = gThreadsShared;
-  gThreadsClass.sharedMethodCount = countOf(gThreadsShared);
-
+  table(gThreadsClass.sharedMethods, gThreadsClass.sharedMethodCount, gThreadsShared);
   gHandOverClass = record("TestHandOver");
-  gHandOverClass.sharedMethods = gHandOverShared;
-  gHandOverClass.sharedMethodCount = countOf(gHandOverShared);
+  table(gHandOverClass.sharedMethods, gHandOverClass.sharedMethodCount, gHandOverShared);
 }
 
 // Layout 9: 25 words with narrower member records, copied over the static record.
