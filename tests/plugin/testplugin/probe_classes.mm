@@ -35,8 +35,7 @@ REALmethodDefinition FrameProbeMethods[] = {
 };
 
 REALconstant FrameProbeConstants[] = {
-    {"ProbeAnswer=42", 0, 0, 2, ProbeAttributes},
-    {"ProbeName=\"probe\"", 0, 0, 0, nullptr},
+    {"ProbeAnswer=42", 0, 0, 2, ProbeAttributes}, {"ProbeName=\"probe\"", 0, 0, 0, nullptr},
 };
 
 REALevent FrameProbeEvents[] = {

@@ -20,9 +20,7 @@
 
 namespace {
 
-NSImage* ImageOf(REALobject image) {
-  return image != nullptr ? NSImageQVRDataOf(image)->Handle : nil;
-}
+NSImage* ImageOf(REALobject image) { return image != nullptr ? NSImageQVRDataOf(image)->Handle : nil; }
 
 bool NameImage(REALobject image, REALstring name) {
   bool result = false;
@@ -33,9 +31,7 @@ bool NameImage(REALobject image, REALstring name) {
   return result;
 }
 
-bool AccessibilityIsNil(REALobject image) {
-  return [ImageOf(image) accessibilityDescription] == nil;
-}
+bool AccessibilityIsNil(REALobject image) { return [ImageOf(image) accessibilityDescription] == nil; }
 
 // A CGImageQVR holding a width x height image, red growing to the right and green
 // downwards, blue 0x40, opaque; Handle null when width is 0.

@@ -94,10 +94,7 @@ void Raise(REALstring className, REALstring message) {
   RaiseException(cls.c_str(), text.c_str());
 }
 
-void RaiseNil(REALstring className) {
-  std::string cls = Utf8(className);
-  RaiseException(cls.c_str(), nullptr);
-}
+void RaiseNil(REALstring className) { std::string cls = Utf8(className); RaiseException(cls.c_str(), nullptr); }
 
 void RaiseOutOfBounds(int64_t value, int64_t count, REALstring method) {
   std::string name = Utf8(method);
@@ -400,28 +397,22 @@ REALstring AbsentPropertyKeys() {
 }
 
 REALmethodDefinition FrameProbeSharedMethods[] = {
-    SHARED(Raise, "Raise(className as String, message as String)"),
-    SHARED(RaiseNil, "RaiseNil(className as String)"),
+    SHARED(Raise, "Raise(className as String, message as String)"), SHARED(RaiseNil, "RaiseNil(className as String)"),
     SHARED(RaiseOutOfBounds, "RaiseOutOfBounds(value as Int64, count as Int64, method as String)"),
     SHARED(GuardForm, "GuardForm(form as Integer, throwKind as Integer) as Integer"),
-    SHARED(PoolProbesAlive, "PoolProbesAlive as Integer"),
-    SHARED(LastThrown, "LastThrown as Ptr"),
-    SHARED(InstancesReady, "InstancesReady as Boolean"),
-    SHARED(ExceptionsReady, "ExceptionsReady as Boolean"),
-    SHARED(InstancesCount, "InstancesCount as Integer"),
-    SHARED(EventCopy, "EventCopy as Ptr"),
+    SHARED(PoolProbesAlive, "PoolProbesAlive as Integer"), SHARED(LastThrown, "LastThrown as Ptr"),
+    SHARED(InstancesReady, "InstancesReady as Boolean"), SHARED(ExceptionsReady, "ExceptionsReady as Boolean"),
+    SHARED(InstancesCount, "InstancesCount as Integer"), SHARED(EventCopy, "EventCopy as Ptr"),
     SHARED(RoundTrip, "RoundTrip(s as String) as String"),
     SHARED(PlatformUnits, "PlatformUnits(s as String) as String"),
     SHARED(DecomposedUnits, "DecomposedUnits(s as String) as String"),
     SHARED(StringFromUnits, "StringFromUnits(units as String) as String"),
     SHARED(RepeatUnit, "RepeatUnit(unit as Integer, count as Integer) as String"),
     SHARED(StringData, "StringData(s as String, encoding as Int64) as String"),
-    SHARED(FillAndJoin, "FillAndJoin(joined as String) as String"),
-    SHARED(NewImage, "NewImage as NSImageQVR"),
+    SHARED(FillAndJoin, "FillAndJoin(joined as String) as String"), SHARED(NewImage, "NewImage as NSImageQVR"),
     SHARED(WrapImageAgain, "WrapImageAgain(image as NSImageQVR) as NSImageQVR"),
     SHARED(ImageRetainCount, "ImageRetainCount(image as NSImageQVR) as Integer"),
-    SHARED(NewBitmapRep, "NewBitmapRep as NSBitmapImageRepQVR"),
-    SHARED(NewPDFRep, "NewPDFRep as NSPDFImageRepQVR"),
+    SHARED(NewBitmapRep, "NewBitmapRep as NSBitmapImageRepQVR"), SHARED(NewPDFRep, "NewPDFRep as NSPDFImageRepQVR"),
     SHARED(WrapBitmapRepAgain, "WrapBitmapRepAgain(rep as NSImageRepQVR) as NSBitmapImageRepQVR"),
     SHARED(WrapPDFRepAgain, "WrapPDFRepAgain(rep as NSImageRepQVR) as NSPDFImageRepQVR"),
     SHARED(RepRetainCount, "RepRetainCount(rep as NSImageRepQVR) as Integer"),
