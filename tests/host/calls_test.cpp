@@ -32,17 +32,13 @@ TEST_F(HostTest, CallsPassAndReturnEveryTypeChooseOverloadsTakeDefaultsAndReadCo
     std::vector<Value> args;
     std::string result;
   } calls[] = {
-      {"Add", {integer(40), integer(2)}, "Integer 42"},
-      {"Add", {integer(-10), integer(4)}, "Integer -6"},
+      {"Add", {integer(40), integer(2)}, "Integer 42"}, {"Add", {integer(-10), integer(4)}, "Integer -6"},
       {"Add", {integer(int64_t(1) << 40), integer(1)}, "Integer 1099511627777"},
       {"AddInt32", {Value::ofInt32(-7), Value::ofInt32(3)}, "Int32 -4"},
       {"AddInt64", {integer(int64_t(3) << 50), integer(5)}, "Int64 3377699720527877"},
-      {"Half", {Value::ofDouble(5.0)}, "Double 2.5"},
-      {"HalfSingle", {Value::ofSingle(3.0f)}, "Single 1.5"},
-      {"Negate", {Value::ofBoolean(true)}, "Boolean false"},
-      {"Negate", {Value::ofBoolean(false)}, "Boolean true"},
-      {"InvertColor", {Value::ofColor(0x00FF00)}, "Color ff00ff"},
-      {"Describe", {str("abc")}, "String <abc>"},
+      {"Half", {Value::ofDouble(5.0)}, "Double 2.5"}, {"HalfSingle", {Value::ofSingle(3.0f)}, "Single 1.5"},
+      {"Negate", {Value::ofBoolean(true)}, "Boolean false"}, {"Negate", {Value::ofBoolean(false)}, "Boolean true"},
+      {"InvertColor", {Value::ofColor(0x00FF00)}, "Color ff00ff"}, {"Describe", {str("abc")}, "String <abc>"},
       {"Describe", {Value::nil()}, "String <>"},  // Nil is the empty string
       // Arguments of every register class in one call, in order.
       {"Mixed", {Value::ofInt32(-3), Value::ofDouble(2.25), Value::ofSingle(0.5f), Value::ofBoolean(true),
@@ -52,8 +48,7 @@ TEST_F(HostTest, CallsPassAndReturnEveryTypeChooseOverloadsTakeDefaultsAndReadCo
        {integer(1), integer(2), integer(3), Value::ofBoolean(false), integer(4), str(""), Value::nil(), integer(5)},
        "String 1|2.000|3.000|0|4||nil|5"},
       // Missing arguments take their defaults (42 is the constant Answer).
-      {"Add", {integer(1)}, "Integer 6"},
-      {"Defaults", {}, "String 42|hi, there|1.50|1|nil"},
+      {"Add", {integer(1)}, "Integer 6"}, {"Defaults", {}, "String 42|hi, there|1.50|1|nil"},
       {"Defaults", {integer(1), str("x")}, "String 1|x|1.50|1|nil"},
       {"Defaults", {integer(1), str("x"), integer(3), Value::ofBoolean(false), o}, "String 1|x|3.00|0|object"},
   };

@@ -28,8 +28,7 @@ TEST(Declarations, ParseNamesParametersDefaultsAndResultsAndRejectMalformedText)
            {"Join(items() as String, sep as String = \", \") as String()",
             "Join(items() String, sep String = \", \") String()"},
            {"Value(key As Variant, Assigns _value As Variant)", "Value(key Variant, assigns _value Variant)"},
-           {"LenB( s as string ) as integer", "LenB(s string) integer"},
-           {"Constructor()", "Constructor()"},
+           {"LenB( s as string ) as integer", "LenB(s string) integer"}, {"Constructor()", "Constructor()"},
            {"Scale(factor as Double = -1.5e3, ByRef n as Int32 = &h10)",
             "Scale(factor Double = -1.5e3, n Int32 = &h10)"}})
     EXPECT_EQ(Canonical(Declaration::parse(text)), parsed) << text;

@@ -45,10 +45,8 @@ TEST_F(HostTest, StringObjectsHaveTheDocumentedWordsConvertBetweenEncodingsAndAn
     uint32_t to;
     std::string bytes;
   } conversions[] = {{utf8, host::kEncodingMacRoman, kCafeMacRoman},
-                     {utf8, host::kEncodingUTF16, std::string(kCafeUTF16, 8)},
-                     {mac, host::kEncodingUTF8, kCafeUTF8},
-                     {utf16, host::kEncodingUTF8, kCafeUTF8},
-                     {utf16, host::kEncodingMacRoman, kCafeMacRoman},
+                     {utf8, host::kEncodingUTF16, std::string(kCafeUTF16, 8)}, {mac, host::kEncodingUTF8, kCafeUTF8},
+                     {utf16, host::kEncodingUTF8, kCafeUTF8}, {utf16, host::kEncodingMacRoman, kCafeMacRoman},
                      {utf8, host::kEncodingASCII, "caf?"},
                      {rt().string("a\xFF" "b", host::kEncodingUTF8), host::kEncodingMacRoman, "a?b"},
                      {utf8, host::kEncodingUnknown, kCafeUTF8},

@@ -210,10 +210,8 @@ TEST_F(BitmapCoreGraphics, OperationsAndFractionsGiveTheirTextbookResults) {
   } cases[] = {
       {halfRed, blue, NSCompositeCopy, 1, {128, 0, 0, 128}},
       {halfRed, blue, NSCompositeSourceOver, 1, {128, 0, 127, 255}},
-      {red, blue, NSCompositeSourceOver, 0.25, {64, 0, 191, 255}},
-      {red, blue, NSCompositeCopy, 0.25, {64, 0, 0, 64}},
-      {red, blue, NSCompositeSourceOver, 0, blue},
-      {red, {0, 0, 0, 0}, NSCompositeSourceOver, 0.25, {64, 0, 0, 64}},
+      {red, blue, NSCompositeSourceOver, 0.25, {64, 0, 191, 255}}, {red, blue, NSCompositeCopy, 0.25, {64, 0, 0, 64}},
+      {red, blue, NSCompositeSourceOver, 0, blue}, {red, {0, 0, 0, 0}, NSCompositeSourceOver, 0.25, {64, 0, 0, 64}},
       {red, halfBlue, NSCompositeSourceIn, 1, {128, 0, 0, 128}},
       {red, halfBlue, NSCompositeSourceOut, 1, {127, 0, 0, 127}},
       {red, halfBlue, NSCompositeSourceAtop, 1, {128, 0, 0, 128}},

@@ -39,12 +39,9 @@ TEST_F(BMPCodec, ReadsWhatImageMagickWritesInEveryDepth) {
     const char* options;
     bool alpha;
   } cases[] = {
-      {"1bit.bmp", "-colors 2 -type palette BMP3:", false},
-      {"4bit.bmp", "-colors 16 -type palette BMP3:", false},
-      {"8bit.bmp", "-colors 200 -type palette BMP3:", false},
-      {"rle8.bmp", "-colors 60 -compress RLE BMP3:", false},
-      {"24bit.bmp", "-type truecolor BMP3:", false},
-      {"565.bmp", "-define bmp:subtype=RGB565 BMP:", false},
+      {"1bit.bmp", "-colors 2 -type palette BMP3:", false}, {"4bit.bmp", "-colors 16 -type palette BMP3:", false},
+      {"8bit.bmp", "-colors 200 -type palette BMP3:", false}, {"rle8.bmp", "-colors 60 -compress RLE BMP3:", false},
+      {"24bit.bmp", "-type truecolor BMP3:", false}, {"565.bmp", "-define bmp:subtype=RGB565 BMP:", false},
       {"555.bmp", "-define bmp:subtype=RGB555 BMP:", false},
       {"32bit.bmp", "-alpha set -channel A -fx 'i/w' +channel BMP:", true},
   };

@@ -50,23 +50,17 @@ TEST_F(CoreFoundation, DictionariesHonourTheirCallbacks) {
 
 TEST_F(CoreFoundation, TypeIDsComeFromTheObjectsAndAreDistinct) {
   const std::pair<CFTypeRef, CFTypeID> objects[] = {
-      {@"text", CFStringGetTypeID()},
-      {[NSData data], CFDataGetTypeID()},
-      {[NSArray array], CFArrayGetTypeID()},
+      {@"text", CFStringGetTypeID()}, {[NSData data], CFDataGetTypeID()}, {[NSArray array], CFArrayGetTypeID()},
       {[NSMutableDictionary dictionary], CFDictionaryGetTypeID()},
       {Pooled(CFDictionaryCreateMutable(kCFAllocatorDefault, 0, NULL, NULL)), CFDictionaryGetTypeID()},
-      {[NSNumber numberWithInt:3], CFNumberGetTypeID()},
-      {kCFBooleanTrue, CFBooleanGetTypeID()},
-      {[NSNumber numberWithBool:NO], CFBooleanGetTypeID()},
-      {[NSDate date], CFDateGetTypeID()},
-      {[NSURL fileURLWithPath:@"/tmp"], CFURLGetTypeID()},
-      {[NSSet set], CFSetGetTypeID()},
+      {[NSNumber numberWithInt:3], CFNumberGetTypeID()}, {kCFBooleanTrue, CFBooleanGetTypeID()},
+      {[NSNumber numberWithBool:NO], CFBooleanGetTypeID()}, {[NSDate date], CFDateGetTypeID()},
+      {[NSURL fileURLWithPath:@"/tmp"], CFURLGetTypeID()}, {[NSSet set], CFSetGetTypeID()},
       {[[[NSObject alloc] init] autorelease], CFTypeGetTypeID()},
       {Pooled(CGColorSpaceCreateDeviceGray()), CGColorSpaceGetTypeID()},
       {RGBAImage(1, 1, {0, 0, 0, 255}), CGImageGetTypeID()},
       {CGImageGetDataProvider(RGBAImage(1, 1, {0, 0, 0, 255})), CGDataProviderGetTypeID()},
-      {ARGBContext(1, 1), CGContextGetTypeID()},
-      {Pooled(CGColorCreateGenericRGB(1, 0, 0, 1)), CGColorGetTypeID()},
+      {ARGBContext(1, 1), CGContextGetTypeID()}, {Pooled(CGColorCreateGenericRGB(1, 0, 0, 1)), CGColorGetTypeID()},
   };
   for (const auto& [object, type] : objects) EXPECT_EQ(CFGetTypeID(object), type) << [[(id)object description] UTF8String];
   /* Every type has an identifier of its own, also the Core Graphics types not made here. */

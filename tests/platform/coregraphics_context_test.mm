@@ -35,8 +35,7 @@ TEST_F(BitmapContext, EveryLayoutHoldsWhatWasDrawnInItsOwnByteOrder) {
       {"plain first", false, kCGImageAlphaFirst, 4, {128, 255, 128, 0}},
       {"skip last", false, kCGImageAlphaNoneSkipLast, 4, {128, 64, 0, 255}},
       {"skip first little", false, kCGImageAlphaNoneSkipFirst | kCGBitmapByteOrder32Little, 4, {0, 64, 128, -1}},
-      {"alpha only", false, kCGImageAlphaOnly, 1, {128}},
-      {"grey", true, kCGImageAlphaNone, 1, {76}},
+      {"alpha only", false, kCGImageAlphaOnly, 1, {128}}, {"grey", true, kCGImageAlphaNone, 1, {76}},
   };
   for (const LayoutCase& c : cases) {
     SCOPED_TRACE(c.name);

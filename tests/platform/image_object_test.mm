@@ -139,8 +139,7 @@ TEST_F(ImageObject, ExifOrientationTurnsThePictureUprightUnlessIgnored) {
   EXPECT_TRUE(SizeIs(upright, 8, 16));
   /* Turned clockwise: the left half is now on top. */
   const std::pair<NSImage*, Probe> probes[] = {{stored, {2, 4, {255, 0, 0, 255}}},
-                                               {stored, {13, 4, {0, 0, 255, 255}}},
-                                               {upright, {4, 2, {255, 0, 0, 255}}},
+                                               {stored, {13, 4, {0, 0, 255, 255}}}, {upright, {4, 2, {255, 0, 0, 255}}},
                                                {upright, {4, 13, {0, 0, 255, 255}}}};
   for (const auto& [image, p] : probes)
     EXPECT_TRUE(Near(DrawnPixel(image, p.x, p.row), p.colour, 24)) << p.x << ", " << p.row;

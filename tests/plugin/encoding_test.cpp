@@ -20,6 +20,11 @@ using support::DecodeIndependently;
 using support::DecodedImage;
 using support::SamplesNear;
 
+// "format width x height" of a decoded image, or its error.
+std::string Shape(const DecodedImage& d) {
+  return d.ok ? d.format + " " + std::to_string(d.width) + "x" + std::to_string(d.height) : d.error;
+}
+
 class Encoding : public support::PluginTest {
  protected:
   // A 32 x 16 image: the left half opaque red, the right half fully transparent. Each
@@ -49,17 +54,12 @@ TEST_F(Encoding, OpaqueFormatsShowWhiteWhereTransparentOthersKeepTransparency) {
                         Case{"PNGRepresentation", "PNG", 0, true}, Case{"GIFRepresentation", "GIF", 0, true}}) {
     SCOPED_TRACE(c.member);
     DecodedImage decoded = DecodeIndependently(Encode(image, c.member));
-    ASSERT_TRUE(decoded.ok) << decoded.error;
-    EXPECT_EQ(decoded.format, c.format);
-    EXPECT_EQ(decoded.width, 32);
-    EXPECT_EQ(decoded.height, 16);
+    ASSERT_EQ(Shape(decoded), std::string(c.format) + " 32x16");
     for (int y : {0, 7, 15}) {
       EXPECT_TRUE(SamplesNear(decoded.at(3, y), {255, 0, 0, 255}, c.tolerance)) << "at (3, " << y << ")";
-      if (c.keepsTransparency) {
-        EXPECT_EQ(decoded.at(28, y)[3], 0) << "transparent at (28, " << y << ")";
-      } else {
-        EXPECT_TRUE(SamplesNear(decoded.at(28, y), {255, 255, 255, 255}, c.tolerance)) << "at (28, " << y << ")";
-      }
+      const uint8_t* right = decoded.at(28, y);
+      EXPECT_TRUE(c.keepsTransparency ? right[3] == 0 : SamplesNear(right, {255, 255, 255, 255}, c.tolerance))
+          << "at (28, " << y << ")";
     }
   }
   // The source keeps its transparency: drawing over white happened on a copy.
@@ -70,11 +70,9 @@ TEST_F(Encoding, OpaqueFormatsShowWhiteWhereTransparentOthersKeepTransparency) {
 TEST_F(Encoding, TIFFCompressionAndEmptyImages) {
   Probe();
   Value image = HalfTransparent();
-  DecodedImage lzw = DecodeIndependently(Encode(image, "TIFFRepresentationUsingCompression",
-                                                {Value::ofInteger(5), Value::ofDouble(0)}));
-  ASSERT_TRUE(lzw.ok) << lzw.error;
-  EXPECT_EQ(lzw.format, "TIFF");
-  EXPECT_EQ(lzw.compression, "tiff_lzw");
+  const std::vector<Value> lzwArguments = {Value::ofInteger(5), Value::ofDouble(0)};
+  DecodedImage lzw = DecodeIndependently(Encode(image, "TIFFRepresentationUsingCompression", lzwArguments));
+  ASSERT_EQ(Shape(lzw) + " " + lzw.compression, "TIFF 32x16 tiff_lzw");
   EXPECT_TRUE(SamplesNear(lzw.at(3, 3), {255, 0, 0, 255}, 0));
   EXPECT_EQ(lzw.at(28, 3)[3], 0);
   DecodedImage plain = DecodeIndependently(Encode(image, "TIFFRepresentation"));
@@ -94,10 +92,8 @@ TEST_F(Encoding, ThreadedTwinsGiveTheSameBytesAndNilWithoutAnImage) {
   Value image = HalfTransparent();
   struct Twin { const char *direct, *threaded; std::vector<Value> args; };
   const Twin twins[] = {
-      {"GIFRepresentation", "GIFRepresentationMT", {}},
-      {"BMPRepresentation", "BMPRepresentationMT", {}},
-      {"PNGRepresentation", "PNGRepresentationMT", {}},
-      {"JPEGRepresentation", "JPEGRepresentationMT", {}},
+      {"GIFRepresentation", "GIFRepresentationMT", {}}, {"BMPRepresentation", "BMPRepresentationMT", {}},
+      {"PNGRepresentation", "PNGRepresentationMT", {}}, {"JPEGRepresentation", "JPEGRepresentationMT", {}},
       {"JPEGRepresentationWithCompressionFactor", "JPEGRepresentationWithCompressionFactorMT", {Value::ofDouble(0.35)}},
       {"TIFFRepresentation", "TIFFRepresentationMT", {}},
       {"TIFFRepresentationUsingCompression", "TIFFRepresentationUsingCompressionMT",
@@ -184,10 +180,7 @@ TEST_F(BitmapEncoding, EveryEncoderAndThePropertiesByKey) {
     SCOPED_TRACE(c.member);
     const std::string plain = Encode(rep, c.member);
     DecodedImage decoded = DecodeIndependently(plain);
-    ASSERT_TRUE(decoded.ok) << decoded.error;
-    EXPECT_EQ(decoded.format, c.format);
-    EXPECT_EQ(decoded.width, 32);
-    EXPECT_EQ(decoded.height, 16);
+    ASSERT_EQ(Shape(decoded), std::string(c.format) + " 32x16");
     EXPECT_EQ(decoded.at(28, 3)[3], c.keepsAlpha ? 0 : 255);
     EXPECT_NEAR(decoded.at(4, 8)[0], 32, c.keepsAlpha && std::string(c.format) != "GIF" ? 0 : 12);
     // An empty Dictionary asks for nothing more than none.
@@ -222,23 +215,17 @@ TEST_F(BitmapEncoding, EveryEncoderAndThePropertiesByKey) {
       previousError = error;
     }
   }
-  EXPECT_EQ(DecodeIndependently(Encode(rep, "TIFFRepresentation", one("NSImageCompressionMethod", Value::ofInteger(5))))
-                .compression,
-            "tiff_lzw");
-  EXPECT_EQ(Tool(Encode(rep, "PNGRepresentation", one("NSImageInterlaced", Value::ofBoolean(true))),
-                 "identify -format '%[interlace]' {}"),
-            "PNG");
-  EXPECT_EQ(Tool(Encode(rep, "JPEGRepresentation", one("NSImageProgressive", Value::ofBoolean(true))),
-                 "identify -format '%[interlace]' {}"),
-            "JPEG");
-  EXPECT_EQ(Tool(Encode(rep, "JPEGRepresentation"), "identify -format '%[interlace]' {}"), "None");
-  EXPECT_EQ(Pillow(Encode(rep, "GIFRepresentation", one("NSImageLoopCount", Value::ofInteger(3))),
-                   "print(im.info.get('loop'))"),
-            "3");
-  DecodedImage overRed = DecodeIndependently(
-      Encode(rep, "BMPRepresentation", one("NSImageFallbackBackgroundColor",
-                                           runtime.newInstance("NSColorQVR", {Value::ofDouble(1), Value::ofDouble(0),
-                                                                              Value::ofDouble(0)}))));
+  auto interlace = [](const std::string& bytes) { return Tool(bytes, "identify -format '%[interlace]' {}"); };
+  const Value lzw = one("NSImageCompressionMethod", Value::ofInteger(5));
+  EXPECT_EQ(DecodeIndependently(Encode(rep, "TIFFRepresentation", lzw)).compression, "tiff_lzw");
+  EXPECT_EQ(interlace(Encode(rep, "PNGRepresentation", one("NSImageInterlaced", Value::ofBoolean(true)))), "PNG");
+  EXPECT_EQ(interlace(Encode(rep, "JPEGRepresentation", one("NSImageProgressive", Value::ofBoolean(true)))), "JPEG");
+  EXPECT_EQ(interlace(Encode(rep, "JPEGRepresentation")), "None");
+  const Value loop3 = one("NSImageLoopCount", Value::ofInteger(3));
+  EXPECT_EQ(Pillow(Encode(rep, "GIFRepresentation", loop3), "print(im.info.get('loop'))"), "3");
+  const Value red = runtime.newInstance("NSColorQVR", {Value::ofDouble(1), Value::ofDouble(0), Value::ofDouble(0)});
+  DecodedImage overRed =
+      DecodeIndependently(Encode(rep, "BMPRepresentation", one("NSImageFallbackBackgroundColor", red)));
   ASSERT_TRUE(overRed.ok) << overRed.error;
   EXPECT_EQ(std::string(reinterpret_cast<const char*>(overRed.at(28, 3)), 4), std::string("\xff\0\0\xff", 4));
 
@@ -265,8 +252,8 @@ TEST_F(BitmapEncoding, EveryEncoderAndThePropertiesByKey) {
   auto get = [&](const Value& from, const char* key) {
     return runtime.unboxed(runtime.call(from, "valueForProperty", {Text(key)}));
   };
-  auto set = [&](const char* key, const Value& value) {
-    runtime.assign(rep, "valueForProperty", {Text(key)}, runtime.variant(value));
+  auto set = [&](const char* key, const Value& v) {
+    runtime.assign(rep, "valueForProperty", {Text(key)}, runtime.variant(v));
   };
   set("NSImageCompressionFactor", Value::ofDouble(0.25));
   EXPECT_EQ(Number(get(rep, "NSImageCompressionFactor")), 0.25);
@@ -287,7 +274,7 @@ TEST_F(BitmapEncoding, EveryEncoderAndThePropertiesByKey) {
   set("NSImageEXIFData", Dictionary({{"Make", Text("Set Here")}, {"ISOSpeedRatings", Value::ofInteger(800)}}));
   set("NSImageProgressive", Value::ofBoolean(true));
   const std::string jpeg = Encode(rep, "JPEGRepresentation");
-  EXPECT_EQ(Tool(jpeg, "identify -format '%[interlace]' {}"), "JPEG");
+  EXPECT_EQ(interlace(jpeg), "JPEG");
   EXPECT_EQ(Pillow(jpeg, "e = im.getexif(); print(e[271], e.get_ifd(0x8769)[0x8827])"), "Set Here 800");
   Value exif = get(rep, "NSImageEXIFData");
   EXPECT_EQ(Utf8(runtime.unboxed(runtime.call(exif, "Value", {Text("Make")}))), "Set Here");
@@ -304,9 +291,8 @@ TEST_F(BitmapEncoding, EveryEncoderAndThePropertiesByKey) {
   EXPECT_NEAR(Number(get(animation, "NSImageCurrentFrameDuration")), 0.1, 1e-6);
   runtime.assign(animation, "valueForProperty", {Text("NSImageCurrentFrame")}, runtime.variant(Value::ofInteger(2)));
   EXPECT_NEAR(Number(get(animation, "NSImageCurrentFrameDuration")), 0.3, 1e-6);
-  EXPECT_EQ(Pillow(Encode(animation, "GIFRepresentation", Dictionary({{"NSImageLoopCount", Value::ofInteger(2)}})),
-                   "print(im.n_frames, im.info.get('loop'))"),
-            "3 2");
+  const std::string twice = Encode(animation, "GIFRepresentation", one("NSImageLoopCount", Value::ofInteger(2)));
+  EXPECT_EQ(Pillow(twice, "print(im.n_frames, im.info.get('loop'))"), "3 2");
 }
 
 // JPEG and BMP read an opaque RGB bitmap at the image's own size as it is, without drawing

@@ -17,13 +17,10 @@ using host::Value;
 struct HostSetup { const char* name; AppKind kind; int systemMinor; std::set<std::string> missing; };
 
 const HostSetup kSetups[] = {
-    {"Desktop", AppKind::Desktop, 9, {}},
-    {"DesktopOn10_5", AppKind::Desktop, 5, {}},
+    {"Desktop", AppKind::Desktop, 9, {}}, {"DesktopOn10_5", AppKind::Desktop, 5, {}},
     {"DesktopOn10_6", AppKind::Desktop, 6, {}},
-    {"DesktopWithoutHostImages", AppKind::Desktop, 9, {"REALCopyPictureCGImage"}},
-    {"Console", AppKind::Console, 9, {}},
-    {"ConsoleOn10_5", AppKind::Console, 5, {}},
-    {"Web", AppKind::Web, 6, {}},
+    {"DesktopWithoutHostImages", AppKind::Desktop, 9, {"REALCopyPictureCGImage"}}, {"Console", AppKind::Console, 9, {}},
+    {"ConsoleOn10_5", AppKind::Console, 5, {}}, {"Web", AppKind::Web, 6, {}},
 };
 
 class Pictures : public support::PluginTest {

@@ -109,10 +109,8 @@ TEST_F(Representations, EXIFDataAndTheMinimumWhereASizeIsZero) {
   EXPECT_EQ(Listed(Image(png)), "NSBitmapImageRepQVR:4x3");
   // The minimum takes zero for no value yet.
   const std::vector<std::pair<std::string, std::string>> table = {
-      {"64x10,0x0,128x20", "3 128x20 128x20"},
-      {"64x10,128x20,0x0", "3 128x20 0x0"},
-      {"64x30,16x40,32x5", "3 64x40 16x5"},
-      {"0x0", "1 0x0 0x0"},
+      {"64x10,0x0,128x20", "3 128x20 128x20"}, {"64x10,128x20,0x0", "3 128x20 0x0"},
+      {"64x30,16x40,32x5", "3 64x40 16x5"}, {"0x0", "1 0x0 0x0"},
   };
   for (const auto& row : table) {
     Value image = runtime_->callShared("ValueProbeQVR", "ImageOfRepSizes", {Text(row.first)});
