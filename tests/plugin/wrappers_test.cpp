@@ -103,19 +103,14 @@ TEST_F(Wrappers, ClassWalkPicksTheMostSpecificHostClassWhoseNameFits) {
   image = host::Value();
   EXPECT_EQ(runtime.liveObjects(), objects);
   // Class names of 196 bytes are tried, of 197 skipped.
-  std::string name196 = "QVRProbeRep" + std::string(185, 'A') + "QVR";
-  host::Value exact = Shared("NewRuntimeRep", {host::Value::ofInteger(0)});
-  EXPECT_EQ(support::ClassName(runtime, exact), name196);
-  // The 197-byte class has a host class too, but its name is too long to be tried.
-  host::Value sub = Shared("NewRuntimeRep", {host::Value::ofInteger(1)});
-  EXPECT_EQ(support::ClassName(runtime, sub), name196);
-  host::Value direct = Shared("NewRuntimeRep", {host::Value::ofInteger(2)});
-  EXPECT_EQ(support::ClassName(runtime, direct), "NSImageRepQVR");
-  host::Value custom = Shared("NewRuntimeRep", {host::Value::ofInteger(3)});
-  EXPECT_EQ(support::ClassName(runtime, custom), "NSImageRepQVR");
-  for (const host::Value* v : {&exact, &sub, &direct, &custom}) {
-    EXPECT_NE(runtime.get(*v, "Handle").integer, 0);
-    EXPECT_EQ(Shared("RepRetainCount", {*v}).integer, 1);
+  // The 197-byte class (kind 1) has a host class too, but its name is too long to be tried.
+  const std::string name196 = "QVRProbeRep" + std::string(185, 'A') + "QVR";
+  std::vector<host::Value> made;
+  for (const std::string& expected : {name196, name196, std::string("NSImageRepQVR"), std::string("NSImageRepQVR")}) {
+    made.push_back(Shared("NewRuntimeRep", {host::Value::ofInteger(int64_t(made.size()))}));
+    EXPECT_EQ(support::ClassName(runtime, made.back()), expected) << "kind " << made.size() - 1;
+    EXPECT_NE(runtime.get(made.back(), "Handle").integer, 0);
+    EXPECT_EQ(Shared("RepRetainCount", {made.back()}).integer, 1);
   }
   EXPECT_EQ(Shared("InstancesCount").integer, 1) << "walked wrappers are not entered, only the bitmap is";
 }
@@ -135,15 +130,13 @@ using host::Value;
 TEST_F(PluginTest, GeometryValuesAndCoreFoundationWrappersKeepThePlatformLayout) {
   host::Runtime& runtime = Start();
   Value size = runtime.newInstance("NSSizeQVR", {Value::ofDouble(1.1), Value::ofDouble(2.5)});
-  EXPECT_EQ(DataWord<float>(size, 0), 1.1f);
-  EXPECT_EQ(DataWord<float>(size, 4), 2.5f);
+  EXPECT_EQ(std::pair(DataWord<float>(size, 0), DataWord<float>(size, 4)), std::pair(1.1f, 2.5f));
   EXPECT_EQ(runtime.get(size, "Width").real, double(1.1f));
   runtime.set(size, "Height", Value::ofSingle(7.0f));
   EXPECT_EQ(DataWord<float>(size, 4), 7.0f);
 
   Value point = runtime.newInstance("NSPointQVR", {Value::ofDouble(-3), Value::ofDouble(4)});
-  EXPECT_EQ(DataWord<float>(point, 0), -3.0f);
-  EXPECT_EQ(DataWord<float>(point, 4), 4.0f);
+  EXPECT_EQ(std::pair(DataWord<float>(point, 0), DataWord<float>(point, 4)), std::pair(-3.0f, 4.0f));
 
   Value rect = runtime.newInstance("NSRectQVR", {Value::ofDouble(1), Value::ofDouble(2), Value::ofDouble(3),
                                                  Value::ofDouble(4)});
@@ -155,8 +148,7 @@ TEST_F(PluginTest, GeometryValuesAndCoreFoundationWrappersKeepThePlatformLayout)
   EXPECT_TRUE(runtime.call(empty, "IsEmpty").boolean);
 
   Value range = runtime.newInstance("NSRangeQVR", {Value::ofInteger(5), Value::ofInteger(10)});
-  EXPECT_EQ(DataWord<uint32_t>(range, 0), 5u);
-  EXPECT_EQ(DataWord<uint32_t>(range, 4), 10u);
+  EXPECT_EQ(std::pair(DataWord<uint32_t>(range, 0), DataWord<uint32_t>(range, 4)), std::pair(5u, 10u));
   EXPECT_EQ(runtime.call(range, "MaxRange").integer, 15);
   EXPECT_TRUE(runtime.call(range, "Contains", {Value::ofInteger(14)}).boolean);
   EXPECT_FALSE(runtime.call(range, "Contains", {Value::ofInteger(15)}).boolean);
@@ -212,19 +204,17 @@ TEST_F(PluginTest, FoundationWrappersAndColoursGiveTheMembersOneExpects) {
   auto handle = reinterpret_cast<CFTypeRef>(static_cast<intptr_t>(rt.get(color, "Handle").integer));
   ASSERT_NE(handle, nullptr);
   EXPECT_EQ(CFGetRetainCount(handle), 1);
-  EXPECT_NEAR(rt.get(color, "RedComponent").real, 1.0, 1e-6);
-  EXPECT_NEAR(rt.get(color, "GreenComponent").real, 0.5, 1e-6);
-  EXPECT_NEAR(rt.get(color, "BlueComponent").real, 0.25, 1e-6);
-  EXPECT_NEAR(rt.get(color, "AlphaComponent").real, 0.75, 1e-6);
+  for (auto [component, value] : {std::pair{"RedComponent", 1.0}, {"GreenComponent", 0.5}, {"BlueComponent", 0.25},
+                                   {"AlphaComponent", 0.75}})
+    EXPECT_NEAR(rt.get(color, component).real, value, 1e-6) << component;
 
   Value grey = rt.newInstance("NSColorQVR", {Value::ofDouble(0.5)});
   EXPECT_NEAR(rt.get(grey, "RedComponent").real, 0.5, 1e-6);
   EXPECT_NEAR(rt.get(grey, "AlphaComponent").real, 1.0, 1e-6);
 
   Value white = rt.callShared("NSColorQVR", "WhiteColor");
-  Value whiteAgain = rt.callShared("NSColorQVR", "WhiteColor");
   ASSERT_FALSE(white.isNil());
-  EXPECT_EQ(white.object.get(), whiteAgain.object.get());
+  EXPECT_EQ(white.object.get(), rt.callShared("NSColorQVR", "WhiteColor").object.get());
 
   Value space = rt.callShared("NSColorSpaceQVR", "DeviceGrayColorSpace");
   EXPECT_EQ(rt.get(space, "NumberOfColorComponents").integer, 1);
