@@ -43,10 +43,8 @@ TEST_F(PictureTest, GraphicsDrawPictureMasksAndCGContextsDrawWhereTheHostExpects
   EXPECT_TRUE(rt().get(p, "HasAlphaChannel").boolean);
   EXPECT_EQ(pixel(p, 2, 1), 0xFF000000u);  // transparent
   fill(p, 0x00FF0000, 1, 0, 2, 1);         // opaque red across the top row
-  EXPECT_EQ(pixel(p, 1, 0), 0x00FF0000u);
-  EXPECT_EQ(pixel(p, 2, 0), 0x00FF0000u);
-  EXPECT_EQ(pixel(p, 3, 0), 0xFF000000u);
-  EXPECT_EQ(pixel(p, 1, 1), 0xFF000000u);
+  EXPECT_EQ(std::tuple(pixel(p, 1, 0), pixel(p, 2, 0), pixel(p, 3, 0), pixel(p, 1, 1)),
+            std::tuple(0xFF0000u, 0xFF0000u, 0xFF000000u, 0xFF000000u));
   // The drawing colour is the picture's: a second Graphics sees it.
   EXPECT_EQ(rt().get(rt().get(p, "Graphics"), "ForeColor").integer, 0x00FF0000);
   Value surface = rt().get(p, "RGBSurface");
@@ -73,9 +71,8 @@ TEST_F(PictureTest, GraphicsDrawPictureMasksAndCGContextsDrawWhereTheHostExpects
   Value target = picture(4, 4);
   Value g = rt().get(target, "Graphics");
   rt().call(g, "DrawPicture", {source, Value::ofDouble(0), Value::ofDouble(0), Value::ofDouble(4), Value::ofDouble(4)});
-  EXPECT_EQ(pixel(target, 0, 0), 0x0000FF00u);
-  EXPECT_EQ(pixel(target, 3, 0), 0x00FFFFFFu);
-  EXPECT_EQ(pixel(target, 0, 3), 0xFF000000u);  // masked away
+  EXPECT_EQ(std::tuple(pixel(target, 0, 0), pixel(target, 3, 0), pixel(target, 0, 3)),
+            std::tuple(0x00FF00u, 0xFFFFFFu, 0xFF000000u)) << "green, white, masked away";
   // A source rectangle: only the right column, drawn 1:1 at (3, 0).
   Value other = picture(4, 4);
   rt().call(rt().get(other, "Graphics"), "DrawPicture",
@@ -95,15 +92,11 @@ TEST_F(PictureTest, GraphicsDrawPictureMasksAndCGContextsDrawWhereTheHostExpects
   // Core Graphics' origin is the bottom-left corner: (0, 0, 2, 1) is the host's bottom row.
   CGContextSetRGBFillColor(context, 0, 0, 1, 1);
   CGContextFillRect(context, CGRectMake(0, 0, 2, 1));
-  EXPECT_EQ(pixel(p, 0, 3), 0x000000FFu);
-  EXPECT_EQ(pixel(p, 1, 3), 0x000000FFu);
-  EXPECT_EQ(pixel(p, 0, 0), 0xFF000000u);
+  EXPECT_EQ(std::tuple(pixel(p, 0, 3), pixel(p, 1, 3), pixel(p, 0, 0)), std::tuple(0x0000FFu, 0x0000FFu, 0xFF000000u));
   // And host drawing shows in the context's memory: A R G B bytes, row 0 on top.
   fill(p, 0x00112233, 4, 0, 1, 1);
   auto* bytes = static_cast<unsigned char*>(CGBitmapContextGetData(context)) + 4 * 4;
-  EXPECT_EQ(bytes[0], 0xFF);
-  EXPECT_EQ(bytes[1], 0x11);
-  EXPECT_EQ(bytes[3], 0x33);
+  EXPECT_EQ(std::tuple(bytes[0], bytes[1], bytes[3]), std::tuple(0xFF, 0x11, 0x33)) << "A, R and B";
   EXPECT_THROW(rt().call(g, "Handle", {integer(99)}), host::HostException);
 }
 
@@ -177,9 +170,8 @@ TEST_F(PictureTest, PluginsReachPicturesThroughEntryPointsAndBuildThemFromBuffer
                                         intptr_t, intptr_t, intptr_t, intptr_t)>(load(g.object.get(), kDrawPicture));
   ASSERT_NE(draw, nullptr);
   draw(g.object.get(), source.object.get(), 1, 1, 2, 2, 0, 0, -10000, -10000);
-  EXPECT_EQ(pixel(target, 1, 1), 0x00FF0000u);
-  EXPECT_EQ(pixel(target, 2, 2), 0x00FF0000u);
-  EXPECT_EQ(pixel(target, 3, 3), 0x00FFFFFFu);
+  EXPECT_EQ(std::tuple(pixel(target, 1, 1), pixel(target, 2, 2), pixel(target, 3, 3)),
+            std::tuple(0xFF0000u, 0xFF0000u, 0xFFFFFFu));
 }
 
 // Console and web applications keep every Picture in the host row buffer: Graphics,
@@ -201,20 +193,15 @@ TEST_F(PictureTest, ConsolePicturesLiveInTheRowBuffer) {
   Value target = picture(3, 2, 32);
   fill(target, 0x000000FF, 0, 0, 3, 2);
   rt().call(rt().get(target, "Graphics"), "DrawPicture", {p, Value::ofDouble(0), Value::ofDouble(0)});
-  EXPECT_EQ(pixel(target, 1, 1), 0x00112233u);
-  EXPECT_EQ(pixel(target, 0, 0), 0x00FFFFFFu);
-  EXPECT_EQ(pixel(target, 2, 1), 0x000000FFu) << "masked away";
+  EXPECT_EQ(std::tuple(pixel(target, 1, 1), pixel(target, 0, 0), pixel(target, 2, 1)),
+            std::tuple(0x112233u, 0xFFFFFFu, 0x0000FFu)) << "drawn, drawn, masked away";
 
   Description description{};
   EXPECT_FALSE(lock(p.object.get(), &description, 8));
   ASSERT_TRUE(lock(p.object.get(), &description, 10));
-  EXPECT_EQ(description.type, 10);
-  EXPECT_EQ(description.width, 3);
-  EXPECT_EQ(description.height, 2);
+  EXPECT_EQ(std::tuple(description.type, description.width, description.height), std::tuple(10, 3, 2));
   auto* record = static_cast<uintptr_t*>(description.data);
-  EXPECT_EQ(record[0], 0u);
-  EXPECT_EQ(record[1], 3u);
-  EXPECT_EQ(record[2], 2u);
+  EXPECT_EQ(std::tuple(record[0], record[1], record[2]), std::tuple(0u, 3u, 2u)) << "the record's words 0 to 2";
   EXPECT_NE(record[1806], 0u);
   auto rows = reinterpret_cast<unsigned char**>(record[1807]);
   EXPECT_EQ(std::string(reinterpret_cast<char*>(rows[1]) + 4, 3), "\x33\x22\x11") << "B, G, R";
@@ -227,8 +214,7 @@ TEST_F(PictureTest, ConsolePicturesLiveInTheRowBuffer) {
   EXPECT_EQ(CGBitmapContextGetBitmapInfo(context), uint32_t(kCGImageAlphaNoneSkipFirst | kCGBitmapByteOrder32Little));
   unlock(p.object.get());
   host::PictureCounts counts = rt().pictureCounts(p);
-  EXPECT_EQ(counts.descriptionLocks, 2u);
-  EXPECT_EQ(counts.descriptionUnlocks, 2u);
+  EXPECT_EQ(std::pair(counts.descriptionLocks, counts.descriptionUnlocks), std::pair(size_t(2), size_t(2)));
 }
 
 TEST_F(PictureTest, DrawPictureCanBeKeptFromPlugins) {
