@@ -124,18 +124,14 @@ TEST_F(Representations, TheBaseClassForwardsToItsRepresentation) {
   const std::string png = MadeByPillow("Image.new('RGBA', (5, 7)).save(out, 'PNG')");
   Value rep = runtime_->arrayElements(runtime_->call(Image(png), "representations")).at(0);
   host::Runtime& rt = *runtime_;
-  EXPECT_EQ(Int(rep, "pixelsWide"), 5);
-  EXPECT_EQ(Int(rep, "pixelsHigh"), 7);
-  EXPECT_EQ(Int(rep, "bitsPerSample"), 8);
+  EXPECT_EQ(std::tuple(Int(rep, "pixelsWide"), Int(rep, "pixelsHigh"), Int(rep, "bitsPerSample")), std::tuple(5, 7, 8));
   EXPECT_TRUE(rt.get(rep, "hasAlpha").boolean);
-  EXPECT_EQ(rt.get(rep, "width").real, 5.0);
-  EXPECT_EQ(rt.get(rep, "height").real, 7.0);
+  EXPECT_EQ(std::pair(rt.get(rep, "width").real, rt.get(rep, "height").real), std::pair(5.0, 7.0));
   EXPECT_EQ(Utf8(rt.get(rep, "colorSpaceName")), "NSCalibratedRGBColorSpace");
   EXPECT_NE(Int(rep, "Handle"), 0);
   rt.call(rep, "setSize", {Value::ofDouble(2.5), Value::ofDouble(3.5)});
   Value size = rt.get(rep, "size");
-  EXPECT_EQ(rt.get(size, "Width").real, 2.5);
-  EXPECT_EQ(rt.get(size, "Height").real, 3.5);
+  EXPECT_EQ(std::pair(rt.get(size, "Width").real, rt.get(size, "Height").real), std::pair(2.5, 3.5));
   rt.set(rep, "size", rt.newInstance("NSSizeQVR", {Value::ofDouble(10), Value::ofDouble(20)}));
   EXPECT_EQ(rt.get(rep, "height").real, 20.0);
   rt.set(rep, "size", Value::nil());
@@ -145,8 +141,7 @@ TEST_F(Representations, TheBaseClassForwardsToItsRepresentation) {
   rt.set(rep, "bitsPerSample", Value::ofInteger(16));
   rt.set(rep, "hasAlpha", Value::ofBoolean(false));
   rt.set(rep, "isOpaque", Value::ofBoolean(true));
-  EXPECT_EQ(Int(rep, "pixelsWide") * 100 + Int(rep, "pixelsHigh"), 911);
-  EXPECT_EQ(Int(rep, "bitsPerSample"), 16);
+  EXPECT_EQ(std::tuple(Int(rep, "pixelsWide"), Int(rep, "pixelsHigh"), Int(rep, "bitsPerSample")), std::tuple(9, 11, 16));
   EXPECT_FALSE(rt.get(rep, "hasAlpha").boolean);
   EXPECT_TRUE(rt.get(rep, "isOpaque").boolean);
   rt.set(rep, "colorSpaceName", Text("NSDeviceWhiteColorSpace"));
@@ -256,9 +251,7 @@ TEST_F(DocumentReps, EpsAndPictBoxesDataAndPixels) {
   // The figure as an image, drawn at twice its size: red left half, blue bottom right.
   host::Value image = runtime.callShared("NSImageQVR", "imageWithData", {Block(kFigure)});
   auto pixel = Drawn(image, 200, 100);
-  EXPECT_EQ(pixel(40, 50), "255 0 0 255");
-  EXPECT_EQ(pixel(160, 80), "0 0 255 255");
-  EXPECT_EQ(pixel(160, 20), "255 0 0 255");
+  EXPECT_EQ(pixel(40, 50) + ", " + pixel(160, 80) + ", " + pixel(160, 20), "255 0 0 255, 0 0 255 255, 255 0 0 255");
 
   // A PICT: its frame, its data, and its pixels.
   std::string pict =
@@ -269,8 +262,7 @@ TEST_F(DocumentReps, EpsAndPictBoxesDataAndPixels) {
   EXPECT_EQ(runtime.memoryBlockBytes(runtime.call(pictRep, "PICTRepresentation")), pict);
   host::Value pictImage = runtime.callShared("NSImageQVR", "imageWithData", {Block(pict)});
   auto pictPixel = Drawn(pictImage, 8, 6);
-  EXPECT_EQ(pictPixel(1, 1), "255 136 0 255");
-  EXPECT_EQ(pictPixel(6, 4), "51 102 204 255");
+  EXPECT_EQ(pictPixel(1, 1) + ", " + pictPixel(6, 4), "255 136 0 255, 51 102 204 255");
 }
 
 TEST_F(DocumentReps, RectanglesAreNilWithoutTheSiblingPlugin) {
