@@ -160,14 +160,13 @@ TEST(QvrClasses, FirstLineNamesHostAndLayoutThenTheClasses) {
   const std::string plain = Classes("");
   EXPECT_EQ(FirstLine(plain), "host 2013.03, layout 12");
   EXPECT_NE(plain.find("\nstatus=0\n"), std::string::npos);
-  EXPECT_EQ(FirstLine(Classes("--host-version 2013.02")), "host 2013.02, layout 11");
-  EXPECT_EQ(FirstLine(Classes("--host-version 2010.029 --console")), "host 2010.029, layout 9");
-  EXPECT_EQ(FirstLine(Classes("--host-version none")), "host none, layout 9");
+  for (auto [arguments, first] : {std::pair{"2013.02", "host 2013.02, layout 11"},
+                                   {"2010.029 --console", "host 2010.029, layout 9"}, {"none", "host none, layout 9"}})
+    EXPECT_EQ(FirstLine(Classes(std::string("--host-version ") + arguments)), first);
   const std::string out = Classes("--no-siblings");
-  EXPECT_NE(out.find("\nstatus=0\n"), std::string::npos);
-  EXPECT_NE(out.find("class NSImageQVR  [layout 12, data 16 bytes at 24, flags 0x4]"), std::string::npos) << out;
-  EXPECT_NE(out.find("class NSBitmapImageRepQVR inherits NSImageRepQVR"), std::string::npos);
-  EXPECT_NE(out.find("method Constructor  [flags 0x84]"), std::string::npos);
+  for (const char* line : {"\nstatus=0\n", "class NSImageQVR  [layout 12, data 16 bytes at 24, flags 0x4]",
+                           "class NSBitmapImageRepQVR inherits NSImageRepQVR", "method Constructor  [flags 0x84]"})
+    EXPECT_NE(out.find(line), std::string::npos) << line << " in\n" << out;
   EXPECT_EQ(out.find("class NSSizeQVR"), std::string::npos) << "no sibling classes";
   EXPECT_LT(out.find("class NSImageRepQVR"), out.find("class NSPDFImageRepQVR"));
   for (const char* bad : {"--host-version abc", "--bogus"})
