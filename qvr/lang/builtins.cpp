@@ -229,8 +229,9 @@ const std::map<std::string, Builtin>& builtins() {
                   }};
     t["str"] = {1, 2, [](I& in, Args& a, Position w) {
                   if (a[0].isString()) return a[0];
+                  if (a[0].isNil()) return in.string("");  // an empty Variant reads as ""
                   if (a.size() == 2) return in.string(formatNumber(in.numberArgument(a, 0, "Str", w), in.stringArgument(a, 1, "Str", w)));
-                  if (!a[0].isNumber() && !a[0].isBoolean() && !a[0].isColor())
+                  if (!a[0].isNumber() && !a[0].isBoolean() && !a[0].isColor() && !isDate(in.runtime(), a[0]))
                     fail(w, "Str expects a number but got " + withArticle(typeNameOf(a[0])));
                   return in.string(variantText(in.runtime(), a[0]));
                 }};

@@ -200,6 +200,10 @@ std::string textOf(host::Runtime& rt, const Value& value) {
   return rt.utf8(value.v);
 }
 
+bool isDate(host::Runtime& rt, const Value& value) {
+  return value.isObject() && value.v.object.get()->cls->isA(rt.findClass("Date"));
+}
+
 std::string variantText(host::Runtime& rt, const Value& value) {
   if (value.isString()) return textOf(rt, value);
   if (value.isInteger()) {
@@ -213,6 +217,8 @@ std::string variantText(host::Runtime& rt, const Value& value) {
     std::snprintf(buffer, sizeof buffer, "&h%08X", static_cast<unsigned>(value.v.integer));
     return buffer;
   }
+  // A Date reads as its SQL date and time, "2024-01-02 03:04:05".
+  if (isDate(rt, value)) return rt.bytes(rt.get(value.v, "SQLDateTime"));
   return std::string();
 }
 

@@ -18,6 +18,8 @@ std::string formatNumber(double value, const std::string& pattern);
 std::string textOf(host::Runtime& rt, const Value& value);
 // What a Variant (or a number, a Boolean, a colour) reads as where a String is wanted.
 std::string variantText(host::Runtime& rt, const Value& value);
+// Whether the value is a Date instance (which reads as text as its SQL date and time).
+bool isDate(host::Runtime& rt, const Value& value);
 // Splits UTF-8 text into its characters.
 std::vector<std::string> characters(const std::string& text);
 // Upper and lower case of UTF-8 text (the byte length stays the same, so byte offsets

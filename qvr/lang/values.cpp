@@ -206,6 +206,16 @@ void raiseException(host::Runtime& rt, const std::string& className, const std::
 }
 
 Value convertTo(host::Runtime& rt, const Type& type, const Value& value, Position where, const std::string& what) {
+  // A Variant that holds nothing reads as the target type's default: 0, False, &c000000.
+  if (value.variant && value.isNil() && !type.isArray) {
+    switch (type.kind) {
+      case Type::Kind::Integer: return host::Value::ofInteger(0);
+      case Type::Kind::Double: return host::Value::ofDouble(0);
+      case Type::Kind::Boolean: return host::Value::ofBoolean(false);
+      case Type::Kind::Color: return host::Value::ofColor(0);
+      default: break;
+    }
+  }
   if (!fits(type, value)) {
     if (value.variant && !value.isArray())
       raiseException(rt, "TypeMismatchException",

@@ -99,7 +99,7 @@ Value Interpreter::variantMember(const Value& value, const std::string& name, co
     return host::Value::ofBoolean(number() != 0);
   }
   if (n == "stringvalue") {
-    if (isObject) mismatch("a String");
+    if (isObject && !isDate(rt_, plain)) mismatch("a String");
     if (plain.isString()) return Value(plain.v);
     return string(variantText(rt_, plain));
   }

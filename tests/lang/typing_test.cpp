@@ -119,6 +119,11 @@ TEST(HostIdioms, VariantIsATypeOfItsOwn) {
       {"Dim v As Variant = New Dictionary\nPrint Str(v.Count)\n",
        "test.qvr:2:13: error: Variant has no member \"Count\"; convert the value first (IntegerValue, StringValue, ObjectValue, a cast ...)\n"},
       {"Print Str(Variant.TypeInt32) + Str(Variant.TypeBoolean) + Str(Variant.TypeColor) + Str(Variant.TypeDate)\n", "211167\n"},
+      // An empty Variant reads as the default of the type it goes into; a Date reads as its SQL date and time.
+      {"Dim v As Variant\nDim i As Integer = v\nDim d As Double = v\nDim b As Boolean = v\nDim c As Color = v\nDim s As String = v\n"
+       "Print Str(i) + Str(d) + Str(b) + Str(c) + \"[\" + s + Str(v) + \"]\"\n"
+       "Dim t As New Date(2024, 1, 2, 3, 4, 5)\nv = t\nPrint Str(t) + \" \" + v.StringValue\n",
+       "00False&h00000000[]\n2024-01-02 03:04:05 2024-01-02 03:04:05\n"},
   });
 }
 
