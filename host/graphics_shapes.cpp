@@ -1,5 +1,6 @@
 // The Graphics members that draw lines and shapes in the DrawingColor: DrawLine, DrawRect,
-// FillOval, DrawOval, FillRoundRect, DrawRoundRect, FillPolygon and DrawPolygon (points as
+// FillOval, DrawOval, FillRoundRect, DrawRoundRect (also by their later names DrawRectangle,
+// FillRoundRectangle, DrawRoundRectangle), FillPolygon and DrawPolygon (points as
 // x, y pairs from element 1 on; element 0 is not a coordinate), with the pen of PenWidth and
 // PenHeight (PenSize sets both). Coordinates are the host's, top-left origin and y down,
 // in pixels; the pen hangs below and to the right of the points it is drawn through, so a
@@ -166,6 +167,7 @@ void addGraphicsShapes(ClassInfo* cls) {
     bool fill;
   } kShapes[] = {
       {"DrawRect(x as Double, y as Double, width as Double, height as Double)", "DrawRect", Shape::kRect, false},
+      {"DrawRectangle(x as Double, y as Double, width as Double, height as Double)", "DrawRectangle", Shape::kRect, false},
       {"FillOval(x as Double, y as Double, width as Double, height as Double)", "FillOval", Shape::kOval, true},
       {"DrawOval(x as Double, y as Double, width as Double, height as Double)", "DrawOval", Shape::kOval, false},
       {"FillRoundRect(x as Double, y as Double, width as Double, height as Double, arcWidth as Double, "
@@ -174,6 +176,12 @@ void addGraphicsShapes(ClassInfo* cls) {
       {"DrawRoundRect(x as Double, y as Double, width as Double, height as Double, arcWidth as Double, "
        "arcHeight as Double)",
        "DrawRoundRect", Shape::kRoundRect, false},
+      {"FillRoundRectangle(x as Double, y as Double, width as Double, height as Double, arcWidth as Double, "
+       "arcHeight as Double)",
+       "FillRoundRectangle", Shape::kRoundRect, true},
+      {"DrawRoundRectangle(x as Double, y as Double, width as Double, height as Double, arcWidth as Double, "
+       "arcHeight as Double)",
+       "DrawRoundRectangle", Shape::kRoundRect, false},
   };
   for (const auto& s : kShapes)
     addNativeMethod(cls, s.declaration, [cls, s](Runtime& runtime, const Value& self, std::vector<Value>& args) {

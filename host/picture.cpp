@@ -312,29 +312,32 @@ void installGraphics(Runtime::Impl& impl) {
             picture->drawingColor = static_cast<uint32_t>(args.at(0).integer);
           return Value::nil();
         });
-  addNativeMethod(cls, "FillRect(x as Double, y as Double, width as Double, height as Double)",
-                  [cls](Runtime& runtime, const Value& self, std::vector<Value>& args) {
-                    PictureData* picture = viewedPicture(runtime, self, cls, "FillRect");
-                    if (!picture) return Value::nil();
-                    useDrawingColor(picture);
-                    CGContextFillRect(picture->context, cgRect(picture, args.at(0).real, args.at(1).real,
-                                                               args.at(2).real, args.at(3).real));
-                    return Value::nil();
-                  });
+  // Each drawing member also answers to its later name (FillRectangle, ClearRectangle).
+  for (const char* name : {"FillRect", "FillRectangle"})
+    addNativeMethod(cls, (std::string(name) + "(x as Double, y as Double, width as Double, height as Double)").c_str(),
+                    [cls](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+                      PictureData* picture = viewedPicture(runtime, self, cls, "FillRect");
+                      if (!picture) return Value::nil();
+                      useDrawingColor(picture);
+                      CGContextFillRect(picture->context, cgRect(picture, args.at(0).real, args.at(1).real,
+                                                                 args.at(2).real, args.at(3).real));
+                      return Value::nil();
+                    });
   // Clearing makes pixels transparent, or white in a picture without an alpha channel.
-  addNativeMethod(cls, "ClearRect(x as Double, y as Double, width as Double, height as Double)",
-                  [cls](Runtime& runtime, const Value& self, std::vector<Value>& args) {
-                    PictureData* picture = viewedPicture(runtime, self, cls, "ClearRect");
-                    if (!picture) return Value::nil();
-                    CGRect rect = cgRect(picture, args.at(0).real, args.at(1).real, args.at(2).real, args.at(3).real);
-                    if (picture->hasAlpha) {
-                      CGContextClearRect(picture->context, rect);
-                    } else {
-                      CGContextSetRGBFillColor(picture->context, 1, 1, 1, 1);
-                      CGContextFillRect(picture->context, rect);
-                    }
-                    return Value::nil();
-                  });
+  for (const char* name : {"ClearRect", "ClearRectangle"})
+    addNativeMethod(cls, (std::string(name) + "(x as Double, y as Double, width as Double, height as Double)").c_str(),
+                    [cls](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+                      PictureData* picture = viewedPicture(runtime, self, cls, "ClearRect");
+                      if (!picture) return Value::nil();
+                      CGRect rect = cgRect(picture, args.at(0).real, args.at(1).real, args.at(2).real, args.at(3).real);
+                      if (picture->hasAlpha) {
+                        CGContextClearRect(picture->context, rect);
+                      } else {
+                        CGContextSetRGBFillColor(picture->context, 1, 1, 1, 1);
+                        CGContextFillRect(picture->context, rect);
+                      }
+                      return Value::nil();
+                    });
   addNativeMethod(
       cls,
       "DrawPicture(image as Picture, x as Double, y as Double, destWidth as Double = -1, destHeight as Double = -1, "
