@@ -1,7 +1,8 @@
 // Dictionary: Variant keys to Variant values, in the order the keys were first added.
 // Keys compare as the host compares Variants: strings without regard to ASCII case,
 // numbers by value (1 and 1.0 are one key), Booleans and colours by value, objects by
-// identity. A missing key raises KeyNotFoundException.
+// identity. A missing key raises KeyNotFoundException. For Each goes through its entries
+// as DictionaryEntry objects (Key, Value).
 #include "native_members.h"
 
 #include <cstdio>
@@ -10,6 +11,10 @@
 namespace host {
 
 namespace {
+
+struct DictionaryEntryData {
+  Value key, value;
+};
 
 struct DictionaryData {
   std::vector<std::pair<Value, Value>> entries;  // unboxed key, value as given
@@ -71,10 +76,11 @@ Value variantArray(Runtime& runtime, const std::vector<Value>& items) {
 void installDictionaryClass(Runtime::Impl& impl) {
   ClassInfo* cls = addBoxedClass<DictionaryData>(impl, "Dictionary");
   impl.dictionaryClass = cls;
-  addNativeProperty(cls, "Count", "Integer", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
-    DictionaryData* data = dictionaryOf(runtime, self);
-    return Value::ofInteger(data ? int64_t(data->entries.size()) : 0);
-  });
+  for (const char* name : {"Count", "KeyCount"})
+    addNativeProperty(cls, name, "Integer", [](Runtime& runtime, const Value& self, std::vector<Value>&) {
+      DictionaryData* data = dictionaryOf(runtime, self);
+      return Value::ofInteger(data ? int64_t(data->entries.size()) : 0);
+    });
   addNativeMethod(
       cls, "Value(key as Variant) as Variant",
       [](Runtime& runtime, const Value& self, std::vector<Value>& args) {
@@ -150,6 +156,21 @@ void installDictionaryClass(Runtime::Impl& impl) {
       for (const auto& entry : data->entries) values.push_back(entry.second);
     return variantArray(runtime, values);
   });
+
+  // DictionaryEntry: one key and its value, what For Each gives for a Dictionary.
+  ClassInfo* entryClass = addBoxedClass<DictionaryEntryData>(impl, "DictionaryEntry");
+  addNativeMethod(entryClass, "Constructor(key as Variant, value as Variant)",
+                  [entryClass](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+                    if (auto* entry = boxedData<DictionaryEntryData>(runtime, self, entryClass))
+                      *entry = {args.at(0), args.at(1)};
+                    return Value::nil();
+                  });
+  for (const bool isKey : {true, false})
+    addNativeProperty(entryClass, isKey ? "Key" : "Value", "Variant",
+                      [entryClass, isKey](Runtime& runtime, const Value& self, std::vector<Value>&) {
+                        auto* entry = boxedData<DictionaryEntryData>(runtime, self, entryClass);
+                        return !entry ? Value::nil() : isKey ? entry->key : entry->value;
+                      });
 }
 
 }  // namespace host

@@ -386,9 +386,24 @@ Flow Interpreter::forStatement(const Stmt& s) {
   return Flow::Normal;
 }
 
+// A Dictionary's entries as DictionaryEntry objects, taken before the loop runs.
+Value Interpreter::dictionaryEntries(const Value& dictionary, Position where) {
+  Value result = makeArray(resolveType(rt_, "DictionaryEntry", false, where));
+  const int64_t count = rt_.get(dictionary.v, "Count").integer;
+  for (int64_t i = 0; i < count; ++i) {
+    host::Value key = rt_.call(dictionary.v, "Key", {host::Value::ofInteger(i)});
+    host::Value value = rt_.call(dictionary.v, "Value", {key});
+    result.array->items.push_back(Value(rt_.newInstance("DictionaryEntry", {key, value})));
+  }
+  return result;
+}
+
 Flow Interpreter::forEach(const Stmt& s) {
   Value collection = evaluate(*s.value);
-  if (!collection.isArray()) fail(s.value->where, "For Each goes through an array, not " + withArticle(typeNameOf(collection)));
+  if (collection.isObject() && collection.v.object.get()->cls->isA(rt_.findClass("Dictionary")))
+    collection = dictionaryEntries(collection, s.value->where);
+  if (!collection.isArray())
+    fail(s.value->where, "For Each goes through an array or a Dictionary, not " + withArticle(typeNameOf(collection)));
   BlockScope scope(*this);
   VariablePtr item;
   if (!s.type.empty()) {

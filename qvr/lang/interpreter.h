@@ -107,6 +107,7 @@ class Interpreter {
   Flow ifStatement(const Stmt& s);
   Flow forStatement(const Stmt& s);
   Flow forEach(const Stmt& s);
+  Value dictionaryEntries(const Value& dictionary, Position where);
   Flow whileStatement(const Stmt& s);
   Flow doStatement(const Stmt& s);
   Flow selectStatement(const Stmt& s);

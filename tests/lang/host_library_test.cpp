@@ -16,13 +16,14 @@ TEST(HostLibrary, DictionaryValuesAreVariants) {
        "Dim values() As Variant = d.Values\n"
        "Print Str(values.LastIndex) + \" \" + Str(d.HasKey(2)) + \" \" + Str(VarType(d.Value(2))) + \" \" + d.Lookup(3, \"none\")\n"
        "Dim v As Variant = d\nPrint Str(v IsA Dictionary) + \" \" + Str(VarType(v)) + \" \" + Str(VarType(1.5))\n"
-       "d.Clear\nPrint Str(d.Count)\n"
+       "For Each entry As DictionaryEntry In d\n  Print entry.Key + \"=\" + entry.Value\nNext\n"
+       "d.Clear\nPrint Str(d.KeyCount)\n"
       // The older Collection: counted from 1, keys without case, a missing key Nil.
        "Dim c As New Collection\nc.Add \"apple\", \"a\"\nc.Add \"banana\"\nc.Add New Dictionary, \"Dict\"\n"
        "Print Str(c.Count) + \" \" + c.Item(\"A\") + \" \" + c.Item(2) + \" \" + Str(c.Item(\"dict\") IsA Dictionary) + \" \" + Str(c.Item(\"none\") Is Nil)\n"
        "c.Remove 1\nc.Remove \"DICT\"\nPrint Str(c.Count) + \" \" + c.Item(1)\n"
        "Try\n  Call c.Item(5)\nCatch e As OutOfBoundsException\n  Print e.Message\nEnd Try\n",
-       "One: 10\n2: two\n1 True 8 none\nTrue 9 5\n0\n3 apple banana True True\n1 banana\nCollection.Item: index 5 is outside 1 to 1\n"},
+       "One: 10\n2: two\n1 True 8 none\nTrue 9 5\nOne=10\n2=two\n0\n3 apple banana True True\n1 banana\nCollection.Item: index 5 is outside 1 to 1\n"},
       // Random: the same seed gives the same numbers; the older NewPicture gives Nil where New raises.
       {"Dim a As New Random\nDim b As New Random\na.Seed = 7\nb.Seed = 7\nDim same As Boolean = True\nDim inside As Boolean = True\n"
        "For i As Integer = 1 To 50\n  Dim x As Integer = a.InRange(3, 5)\n  same = same And x = b.InRange(3, 5)\n"
