@@ -16,8 +16,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
-#include <random>
 #include <map>
+#include <random>
+#include <thread>
 
 namespace qvrlang {
 
@@ -573,6 +574,20 @@ const std::map<std::string, Builtin>& builtins() {
                                  if (in.programPath().empty()) in.raise("NilObjectException", "this program has no file", w);
                                  return in.fromHost(in.runtime().folderItem(in.programPath()));
                                }};
+    // A console program's event loop: one turn hands the other host threads their time, and
+    // DoEvents(milliseconds) waits that long besides.
+    t["app.doevents"] = {0, 1, [](I& in, Args& a, Position w) {
+                           in.runtime().yield();
+                           if (!a.empty()) {
+                             const int64_t ms = in.integerArgument(a, 0, "App.DoEvents", w);
+                             if (ms > 0) std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+                           }
+                           return Value();
+                         }};
+    t["app.yieldtonextthread"] = {0, 0, [](I& in, Args&, Position) {
+                                    in.runtime().yield();
+                                    return Value();
+                                  }};
     // The target constants read as values too: If TargetConsole Then ...
     for (const TargetConstant& target : targetConstants(host::Options())) {
       const std::string targetName = target.name;

@@ -43,7 +43,8 @@ TEST(Console, GlobalFunctionsAndArrayLiteralsHaveStaticTypes) {
 TEST(Console, SystemStdOutStdErrAppQuitAndTextEncodingsAndNumbers) {
   expectAll({
       {"System.DebugLog(\"log\")\nStdOut.Write \"a\"\nStdOut.Write(\"b\")\nStdOut.WriteLine \"c\"\nStdOut.WriteLine\nStdOut.Flush\n"
-       "StdErr.Write(\"e\")\nStdErr.WriteLine(\"rr\")\nPrint Str(System.Ticks >= 0) + Str(System.Microseconds >= 0)\n",
+       "StdErr.Write(\"e\")\nStdErr.WriteLine(\"rr\")\nApp.DoEvents\nApp.DoEvents(1)\nApp.YieldToNextThread\n"
+       "Print Str(System.Ticks >= 0) + Str(System.Microseconds >= 0)\n",
        "abc\n\nTrueTrue\n|log\nerr\n"},
       {"System.EnvironmentVariable(\"QVR_CONSOLE_TEST\") = \"on\"\n"
        "Print System.EnvironmentVariable(\"QVR_CONSOLE_TEST\") + \"|\" + System.EnvironmentVariable(\"QVR_CONSOLE_UNSET\") + \"|\"\n",
