@@ -160,38 +160,33 @@ void addGraphicsShapes(ClassInfo* cls) {
                       drawLine(picture, args[0].real, args[1].real, args[2].real, args[3].real);
                     return Value::nil();
                   });
+  // Each shape under its name and its later name (DrawRectangle for DrawRect).
   static const struct {
-    const char* declaration;
-    const char* name;
+    const char* names[2];
     Shape shape;
     bool fill;
   } kShapes[] = {
-      {"DrawRect(x as Double, y as Double, width as Double, height as Double)", "DrawRect", Shape::kRect, false},
-      {"DrawRectangle(x as Double, y as Double, width as Double, height as Double)", "DrawRectangle", Shape::kRect, false},
-      {"FillOval(x as Double, y as Double, width as Double, height as Double)", "FillOval", Shape::kOval, true},
-      {"DrawOval(x as Double, y as Double, width as Double, height as Double)", "DrawOval", Shape::kOval, false},
-      {"FillRoundRect(x as Double, y as Double, width as Double, height as Double, arcWidth as Double, "
-       "arcHeight as Double)",
-       "FillRoundRect", Shape::kRoundRect, true},
-      {"DrawRoundRect(x as Double, y as Double, width as Double, height as Double, arcWidth as Double, "
-       "arcHeight as Double)",
-       "DrawRoundRect", Shape::kRoundRect, false},
-      {"FillRoundRectangle(x as Double, y as Double, width as Double, height as Double, arcWidth as Double, "
-       "arcHeight as Double)",
-       "FillRoundRectangle", Shape::kRoundRect, true},
-      {"DrawRoundRectangle(x as Double, y as Double, width as Double, height as Double, arcWidth as Double, "
-       "arcHeight as Double)",
-       "DrawRoundRectangle", Shape::kRoundRect, false},
+      {{"DrawRect", "DrawRectangle"}, Shape::kRect, false},
+      {{"FillOval", nullptr}, Shape::kOval, true},
+      {{"DrawOval", nullptr}, Shape::kOval, false},
+      {{"FillRoundRect", "FillRoundRectangle"}, Shape::kRoundRect, true},
+      {{"DrawRoundRect", "DrawRoundRectangle"}, Shape::kRoundRect, false},
   };
   for (const auto& s : kShapes)
-    addNativeMethod(cls, s.declaration, [cls, s](Runtime& runtime, const Value& self, std::vector<Value>& args) {
-      PictureData* picture = graphicsPicture(runtime, self, cls, s.name);
+    for (const char* name : s.names) {
+      if (!name) continue;
       const bool round = s.shape == Shape::kRoundRect;
-      if (picture && finiteArguments(args, 0, round ? 6 : 4))
-        drawShape(picture, s.shape, s.fill, args[0].real, args[1].real, args[2].real, args[3].real,
-                  round ? args[4].real : 0, round ? args[5].real : 0);
-      return Value::nil();
-    });
+      const std::string declaration = std::string(name) + "(x as Double, y as Double, width as Double, height as Double" +
+                                      (round ? ", arcWidth as Double, arcHeight as Double)" : ")");
+      auto draw = [cls, s, name, round](Runtime& runtime, const Value& self, std::vector<Value>& args) {
+        PictureData* picture = graphicsPicture(runtime, self, cls, name);
+        if (picture && finiteArguments(args, 0, round ? 6 : 4))
+          drawShape(picture, s.shape, s.fill, args[0].real, args[1].real, args[2].real, args[3].real,
+                    round ? args[4].real : 0, round ? args[5].real : 0);
+        return Value::nil();
+      };
+      addNativeMethod(cls, declaration.c_str(), draw);
+    }
   for (const bool fill : {true, false})
     for (const bool integers : {true, false}) {
       const char* name = fill ? "FillPolygon" : "DrawPolygon";

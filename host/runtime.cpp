@@ -227,6 +227,15 @@ std::vector<ClassInfo*> Runtime::classes() const {
 
 ClassInfo* Runtime::findClass(std::string_view name) const { return impl_->findClass(name); }
 
+ClassInfo* Runtime::defineClass(const std::string& name, const std::string& superName, size_t dataSize) {
+  if (ClassInfo* existing = impl_->findClass(name); existing && !existing->definedByProgram)
+    throw std::invalid_argument("\"" + name + "\" is already a class of the host");
+  ClassInfo* cls = impl_->addBuiltInClass(name, superName, dataSize);
+  cls->builtIn = false;
+  cls->definedByProgram = true;
+  return cls;
+}
+
 ClassInfo* Runtime::classOf(const Value& value) const {
   if (value.kind != Value::Kind::Object || !value.object) return nullptr;
   return value.object.get()->cls;

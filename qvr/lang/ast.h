@@ -10,6 +10,10 @@
 #include <string>
 #include <vector>
 
+namespace host {
+struct ClassInfo;
+}
+
 namespace qvrlang {
 
 struct Expr;
@@ -136,6 +140,8 @@ struct Parameter {
   Position where;
 };
 
+struct ClassDefinition;
+
 struct Function {
   std::string name;
   bool isFunction = false;  // Function (with a result) or Sub
@@ -143,13 +149,32 @@ struct Function {
   TypeName returnType;
   Block body;
   Position where;
+  const ClassDefinition* owner = nullptr;  // the class of a method, null for a global Sub or Function
+  bool isShared = false;                   // a Shared method: called on the class, without Self
+};
+
+using Functions = std::multimap<std::string, std::unique_ptr<Function>>;  // by lower-case name; overloads allowed
+
+// A class the program defines: its superclass (a program class or a class of the host),
+// its properties (each with its type and optional initial value), constants and methods.
+// Inside its methods, Self and Me are the instance, Super reaches the superclass's
+// methods, and the class's own members may be named without Self.
+struct ClassDefinition {
+  std::string name, superName;
+  Position where;
+  host::ClassInfo* info = nullptr;                  // the class as the host knows it, once defined
+  const ClassDefinition* superclass = nullptr;      // the superclass when the program defines it too
+  std::vector<DimItem> properties;
+  std::vector<StmtPtr> constants;  // Const statements
+  Functions methods;
 };
 
 struct Program {
   std::string file;
   std::string path;  // the program file as given, for App.ExecutableFile ("" for text)
   Block main;
-  std::multimap<std::string, std::unique_ptr<Function>> functions;  // by lower-case name; overloads allowed
+  Functions functions;
+  std::vector<std::unique_ptr<ClassDefinition>> classes;  // in the order they are written
 };
 
 }  // namespace qvrlang

@@ -4,6 +4,8 @@
 // before the program starts, at its line and column.
 #include "checker.h"
 
+#include "classes.h"
+
 #include "lexer.h"
 #include "values.h"
 
@@ -96,23 +98,45 @@ class Checker {
       if (s->kind == Stmt::Kind::Const) globalConstants_[lowered(s->items[0].name)] = Static();
     scopes_.assign(1, {});
     block(program_.main, false);
-    for (const auto& [name, f] : program_.functions) {
+    for (const auto& [name, f] : program_.functions) method(*f);
+    for (const auto& c : program_.classes) {
       scopes_.assign(1, {});
       constants_.clear();
-      for (const Parameter& p : f->parameters) {
-        Type t = resolveType(rt_, p.type);
-        if (p.defaultValue) stores(t, expression(*p.defaultValue), p.defaultValue->where, "parameter " + p.name);
-        declare(p.name, p.where, false, typed(t));
+      inMethod_ = true;
+      for (const StmtPtr& constant : c->constants) expression(*constant->items[0].initializer);
+      for (const DimItem& item : c->properties) {
+        const Type declared = resolveType(rt_, item.type);
+        if (item.size) expression(*item.size);
+        if (item.initializer) stores(declared, expression(*item.initializer), item.initializer->where, "\"" + item.name + "\"");
+        for (const ExprPtr& a : item.newArgs) expression(*a);
       }
-      if (f->isFunction) type(f->returnType);
-      result_ = f->isFunction ? typed(resolveType(rt_, f->returnType)) : Static();
-      method_ = f->name;
-      block(f->body, true);
+      for (const auto& [name, f] : c->methods) method(*f);
     }
     return std::move(types_);
   }
 
  private:
+  // A Sub or Function: its parameters and, in a class's method, Self and Me are its first
+  // variables.
+  void method(const Function& f) {
+    scopes_.assign(1, {});
+    constants_.clear();
+    inMethod_ = true;
+    class_ = f.owner;
+    if (f.owner && !f.isShared)
+      for (const char* self : {"Self", "Me"}) declare(self, f.where, true, typed(resolveType(rt_, f.owner->name, false, f.where)));
+    for (const Parameter& p : f.parameters) {
+      Type t = resolveType(rt_, p.type);
+      if (p.defaultValue) stores(t, expression(*p.defaultValue), p.defaultValue->where, "parameter " + p.name);
+      declare(p.name, p.where, false, typed(t));
+    }
+    if (f.isFunction) type(f.returnType);
+    result_ = f.isFunction ? typed(resolveType(rt_, f.returnType)) : Static();
+    method_ = f.owner ? f.owner->name + "." + f.name : f.name;
+    block(f.body, true);
+    class_ = nullptr;
+  }
+
   Static type(const TypeName& t) {
     if (t.empty()) return Static();
     return typed(resolveType(rt_, t));
@@ -237,7 +261,8 @@ class Checker {
           if (item.initializer) stores(declared, expression(*item.initializer), item.initializer->where, "\"" + item.name + "\"");
           std::vector<Static> given;
           for (const ExprPtr& a : item.newArgs) given.push_back(expression(*a));
-          if (item.isNew && declared.cls) hostArguments(declared.cls, "Constructor", false, item.newArgs, item.type.where, given);
+          if (item.isNew && declared.cls && !programConstructor(declared.cls->name, item.newArgs, item.type.where))
+            hostArguments(declared.cls, "Constructor", false, item.newArgs, item.type.where, given);
           declare(item.name, item.where, false, typed(declared));
         }
         return;
@@ -384,15 +409,23 @@ class Checker {
   // choose (a ParamArray takes any number of its element type); where a value is
   // wanted it must be a Function. Answers the result's type.
   Static arguments(const std::string& method, const std::vector<ExprPtr>& args, Position where, bool wantValue) {
+    std::vector<const Function*> candidates;
+    auto range = program_.functions.equal_range(lowered(method));
+    for (auto it = range.first; it != range.second; ++it) candidates.push_back(it->second.get());
+    return arguments(method, candidates, args, where, wantValue);
+  }
+
+  // The same for a method of a class (its overloads and what they override, nearest first).
+  Static arguments(const std::string& method, const std::vector<const Function*>& candidates, const std::vector<ExprPtr>& args,
+                   Position where, bool wantValue) {
     std::vector<Static> given;
     for (const ExprPtr& a : args) given.push_back(expression(*a));
-    auto range = program_.functions.equal_range(lowered(method));
     const Function* chosen = nullptr;
     const Function* countFits = nullptr;
     size_t most = 0, fewest = SIZE_MAX, fitting = 0;
     bool unbounded = false;
-    for (auto it = range.first; it != range.second; ++it) {
-      const Function& f = *it->second;
+    for (const Function* candidate : candidates) {
+      const Function& f = *candidate;
       const bool paramArray = !f.parameters.empty() && f.parameters.back().paramArray;
       size_t required = 0;
       for (const Parameter& p : f.parameters)
@@ -411,9 +444,10 @@ class Checker {
         if (p.paramArray && !(given.size() == fixed + 1 && given[i].known() && given[i].type.isArray)) t = t.element();
         fits = refusal(t, given[i]).empty();
       }
-      if (fits) {
+      // An override has the signature of what it overrides: one choice, not two.
+      if (fits && !(chosen && sameSignature(*chosen, f))) {
         ++fitting;
-        chosen = &f;
+        if (!chosen) chosen = &f;
       }
     }
     if (!countFits) {
@@ -422,7 +456,7 @@ class Checker {
       fail(where, method + " needs at least " + std::to_string(fewest) + " argument(s) but was given " + std::to_string(given.size()));
     }
     if (!chosen) {
-      if (std::distance(range.first, range.second) == 1) {
+      if (candidates.size() == 1) {
         const Function& f = *countFits;
         for (size_t i = 0; i < given.size(); ++i) {
           const Parameter& p = f.parameters[std::min(i, f.parameters.size() - 1)];
@@ -437,6 +471,15 @@ class Checker {
     }
     if (wantValue && !chosen->isFunction) fail(where, method + " is a Sub and has no value");
     return fitting == 1 && chosen->isFunction ? typed(resolveType(rt_, chosen->returnType)) : Static();
+  }
+
+  static bool sameSignature(const Function& a, const Function& b) {
+    if (a.isFunction != b.isFunction || lowered(a.returnType.describe()) != lowered(b.returnType.describe()) ||
+        a.parameters.size() != b.parameters.size())
+      return false;
+    for (size_t i = 0; i < a.parameters.size(); ++i)
+      if (lowered(a.parameters[i].type.describe()) != lowered(b.parameters[i].type.describe())) return false;
+    return true;
   }
 
   // The methods of a class (and its superclasses) by that name.
@@ -621,11 +664,76 @@ class Checker {
     return r.back() == ')' ? typed(resolveType(rt_, r.substr(0, r.size() - 2), true, {})) : named(result);
   }
 
+  const ClassDefinition* programClass(const Static& object) const {
+    if (!object.known() || object.type.isArray || object.type.kind != Type::Kind::Object) return nullptr;
+    return programClassOf(program_, object.type.cls);
+  }
+
+  bool isSuper(const Expr& e) const { return e.kind == Expr::Kind::Name && lowered(e.text) == "super" && !isVariable(e.text); }
+
+  // A member of a class the program defines (shared: named on the class): a property
+  // (indexed when it has arguments), a method checked as the program's Subs and
+  // Functions are, a constant. found tells whether the class has it.
+  Static programMember(const ClassDefinition* cls, const Expr& member, const std::vector<ExprPtr>* args, bool wantValue,
+                       bool shared, bool& found) {
+    static const std::vector<ExprPtr> kNone;
+    const std::vector<ExprPtr>& given = args ? *args : kNone;
+    ClassMember m = findMember(cls, member.text);
+    found = m.kind != ClassMember::Kind::None;
+    const std::string qualified = cls->name + "." + member.text;
+    switch (m.kind) {
+      case ClassMember::Kind::Property: {
+        if (shared) fail(member.where, member.text + " belongs to instances of " + cls->name + "; use it on an instance");
+        const Type t = resolveType(rt_, m.owner->properties[m.index].type);
+        if (given.empty()) return typed(t);
+        for (const ExprPtr& a : given) expression(*a);
+        if (!t.isArray) fail(member.where, qualified + " is a property and takes no arguments");
+        return typed(t.element());
+      }
+      case ClassMember::Kind::Method: {
+        std::vector<const Function*> methods = methodsOf(cls, member.text);
+        if (shared && !methods.front()->isShared)
+          fail(member.where, member.text + " belongs to instances of " + cls->name + "; call it on an instance");
+        return arguments(qualified, methods, given, member.where, wantValue);
+      }
+      case ClassMember::Kind::Constant: {
+        if (!given.empty()) fail(member.where, qualified + " is a constant and takes no arguments");
+        const DimItem& item = m.owner->constants[m.index]->items[0];
+        return item.type.empty() ? expression(*item.initializer) : typed(resolveType(rt_, item.type));
+      }
+      case ClassMember::Kind::None: break;
+    }
+    return Static();
+  }
+
+  // Super.Name in a method: the superclass's member (unknown when a class of the host has it).
+  Static superMember(const Expr& member, const std::vector<ExprPtr>* args, bool wantValue) {
+    if (!class_ || !isVariable("Self")) fail(member.left->where, "Super is used in the methods of a class");
+    bool found = false;
+    if (class_->superclass) {
+      Static result = programMember(class_->superclass, member, args, wantValue, false, found);
+      if (found) return result;
+    }
+    if (args)
+      for (const ExprPtr& a : *args) expression(*a);
+    return Static();
+  }
+
+  // The constructor arguments of New for a class the program defines with a Constructor.
+  bool programConstructor(const std::string& className, const std::vector<ExprPtr>& args, Position where) {
+    const ClassDefinition* cls = programClassOf(program_, rt_.findClass(className));
+    if (!cls) return false;
+    std::vector<const Function*> constructors = methodsOf(cls, "Constructor");
+    if (constructors.empty()) return false;
+    arguments(cls->name + ".Constructor", constructors, args, where, false);
+    return true;
+  }
+
   // A name: a variable, a method, a built-in function; a class only before a ".".
   void name(const Expr& e, bool receiver) {
     if (isVariable(e.text)) return;
     if (lowered(e.text) == "self" || lowered(e.text) == "me")
-      fail(e.where, "Self and Me refer to the object of class code; a program here has no classes");
+      fail(e.where, "Self and Me are the instance in the methods of a class");
     if (isFunction(e.text)) {
       arguments(e.text, {}, e.where, true);
       return;
@@ -664,13 +772,24 @@ class Checker {
         return Static();
       case Expr::Kind::Member: {
         if (const std::string qualified = moduleMember(e); !qualified.empty()) return builtinCall(qualified, e, {});
+        if (isSuper(*e.left)) return superMember(e, nullptr, !statement);
         if (e.left->kind == Expr::Kind::Name && !isVariable(e.left->text) && !isFunction(e.left->text) && isClass(e.left->text)) {
           if (lowered(e.left->text) == "variant") return named("Integer");  // Variant.TypeString and its siblings
           bool found = false;
+          if (const ClassDefinition* cls = programClassOf(program_, rt_.findClass(e.left->text))) {
+            Static result = programMember(cls, e, nullptr, !statement, true, found);
+            if (found) return result;
+          }
           return hostMember(rt_.findClass(e.left->text), e.text, 0, true, found);
         }
         if (e.left->kind == Expr::Kind::Name) name(*e.left, true);
-        return memberOfType(expression(*e.left), e, 0);
+        Static object = expression(*e.left);
+        if (const ClassDefinition* cls = programClass(object)) {
+          bool found = false;
+          Static result = programMember(cls, e, nullptr, !statement, false, found);
+          if (found) return result;
+        }
+        return memberOfType(object, e, 0);
       }
       case Expr::Kind::Call: {
         if (e.left->kind == Expr::Kind::Name) {
@@ -697,13 +816,23 @@ class Checker {
           std::vector<Static> given;
           for (const ExprPtr& a : e.args) given.push_back(expression(*a));
           if (const std::string qualified = moduleMember(m); !qualified.empty()) return builtinCall(qualified, e, given);
+          if (isSuper(*m.left)) return superMember(m, &e.args, !statement);
           if (m.left->kind == Expr::Kind::Name && !isVariable(m.left->text) && !isFunction(m.left->text) && isClass(m.left->text)) {
             bool found = false;
+            if (const ClassDefinition* cls = programClassOf(program_, rt_.findClass(m.left->text))) {
+              Static result = programMember(cls, m, &e.args, !statement, true, found);
+              if (found) return result;
+            }
             hostArguments(rt_.findClass(m.left->text), m.text, true, e.args, e.where, given);
             return hostMember(rt_.findClass(m.left->text), m.text, e.args.size(), true, found);
           }
           if (m.left->kind == Expr::Kind::Name) name(*m.left, true);
           Static object = expression(*m.left);
+          if (const ClassDefinition* cls = programClass(object)) {
+            bool found = false;
+            Static result = programMember(cls, m, &e.args, !statement, false, found);
+            if (found) return result;
+          }
           if (object.known() && object.type.kind == Type::Kind::Object && object.type.cls && !object.type.isArray)
             hostArguments(object.type.cls, m.text, false, e.args, e.where, given);
           Static result = memberOfType(object, m, e.args.size());
@@ -721,7 +850,7 @@ class Checker {
         classNamed(e.text, e.where);
         std::vector<Static> given;
         for (const ExprPtr& a : e.args) given.push_back(expression(*a));
-        hostArguments(rt_.findClass(e.text), "Constructor", false, e.args, e.where, given);
+        if (!programConstructor(e.text, e.args, e.where)) hostArguments(rt_.findClass(e.text), "Constructor", false, e.args, e.where, given);
         return named(e.text.c_str());
       }
       case Expr::Kind::IsA:
@@ -982,6 +1111,7 @@ class Checker {
   std::map<std::string, Static> globalConstants_;
   Static result_;
   std::string method_;
+  const ClassDefinition* class_ = nullptr;  // the class whose method is being read
   std::vector<std::string> forLoops_;  // counters of the For loops around the statement
   bool inMethod_ = false;
   StaticTypes types_;

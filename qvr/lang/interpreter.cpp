@@ -3,6 +3,8 @@
 // Functions (overloads, ByRef and optional parameters, recursion with a depth limit).
 #include "interpreter.h"
 
+#include "classes.h"
+
 #include "lexer.h"
 #include "text.h"
 
@@ -77,6 +79,8 @@ const Function* Interpreter::findFunction(const std::string& name) const {
   auto it = program_.functions.find(key(name));
   return it == program_.functions.end() ? nullptr : it->second.get();
 }
+
+bool Interpreter::isSuper(const Expr& e) const { return e.kind == Expr::Kind::Name && key(e.text) == "super" && !findVariable(e.text); }
 
 bool Interpreter::isClassName(const Expr& e) const {
   if (e.kind != Expr::Kind::Name) return false;
@@ -177,37 +181,30 @@ Flow Interpreter::dim(const Stmt& s) {
   for (const DimItem& item : s.items) {
     auto variable = std::make_shared<Variable>();
     variable->type = resolveType(rt_, item.type);
-    if (item.isNew) {
-      std::vector<Value> args = arguments(item.newArgs);
-      const std::string constructor =
-          variable->type.cls ? chooseHostOverload(variable->type.cls, "Constructor", false, args, &item.newArgs, item.type.where)
-                             : std::string();
-      variable->value = hostCall(
-          item.type.where,
-          [&] {
-            std::vector<std::pair<host::Value, Value>> arrays;
-            std::vector<host::Value> hostArgs = toHost(args, item.type.where, arrays);
-            host::Value object = rt_.newInstance(variable->type.name, hostArgs, constructor);
-            copyBack(arrays);
-            return object;
-          },
-          overloads(variable->type.cls, "Constructor", false, args));
-    } else if (item.initializer) {
-      variable->value = convertTo(rt_, variable->type, evaluate(*item.initializer), item.initializer->where,
-                                  "\"" + item.name + "\"");
-    } else {
-      variable->value = defaultValue(rt_, variable->type);
-      if (item.sized) {
-        Value size = evaluate(*item.size);
-        if (!size.isInteger()) fail(item.size->where, "an array's upper bound must be an Integer");
-        int64_t upper = size.integer();
-        checkUpperBound(upper, item.size->where);
-        for (int64_t i = 0; i <= upper; ++i) variable->value.array->items.push_back(defaultValue(rt_, variable->type.element()));
-      }
-    }
+    variable->value = initialValue(item, variable->type);
     declare(item.name, std::move(variable), item.where);
   }
   return Flow::Normal;
+}
+
+// What a Dim (or a property of a class) starts with: a new object, its initial value,
+// or its type's default (an array of its size).
+Value Interpreter::initialValue(const DimItem& item, const Type& type) {
+  if (item.isNew) {
+    if (!type.cls) fail(item.type.where, "\"As New\" needs a class");
+    return construct(type.cls, arguments(item.newArgs), &item.newArgs, item.type.where);
+  }
+  if (item.initializer)
+    return convertTo(rt_, type, evaluate(*item.initializer), item.initializer->where, "\"" + item.name + "\"");
+  Value value = defaultValue(rt_, type);
+  if (item.sized) {
+    Value size = evaluate(*item.size);
+    if (!size.isInteger()) fail(item.size->where, "an array's upper bound must be an Integer");
+    int64_t upper = size.integer();
+    checkUpperBound(upper, item.size->where);
+    for (int64_t i = 0; i <= upper; ++i) value.array->items.push_back(defaultValue(rt_, type.element()));
+  }
+  return value;
 }
 
 Flow Interpreter::constant(const Stmt& s) {
@@ -262,6 +259,7 @@ void Interpreter::assign(const Expr& target, Value value, Position where) {
       Value object = evaluate(*target.left);
       if (object.isNil()) raise("NilObjectException", "cannot set " + target.text + " of Nil", target.where);
       if (!object.isObject()) fail(target.where, "cannot assign to " + target.text + " of " + withArticle(typeNameOf(object)));
+      if (setProgramProperty(object, target.text, {}, value, where)) return;
       hostCall(target.where, [&] {
         std::vector<std::pair<host::Value, Value>> arrays;
         std::vector<host::Value> one = toHost({value}, where, arrays);
@@ -284,6 +282,7 @@ void Interpreter::assign(const Expr& target, Value value, Position where) {
       }
       if (callee.kind == Expr::Kind::Member && !isClassName(*callee.left)) {
         Value object = evaluate(*callee.left);
+        if (object.isObject() && setProgramProperty(object, callee.text, args, value, where)) return;
         if (object.isObject()) {
           hostCall(target.where, [&] {
             std::vector<std::pair<host::Value, Value>> arrays;
@@ -635,6 +634,7 @@ Value Interpreter::member(const Expr& e) {
     builtin(qualified, none, {}, e.where, out);
     return out;
   }
+  if (isSuper(*e.left)) return superMember(e.text, {}, e.where, nullptr);
   if (isClassName(*e.left)) return sharedMember(e.left->text, e.text, {}, e.where);
   Value object = evaluate(*e.left);
   if (const Type* t = staticType(*e.left); t && t->kind == Type::Kind::Variant && !t->isArray) object.variant = true;
@@ -670,6 +670,7 @@ Value Interpreter::call(const Expr& e) {
       builtin(qualified, args, e.args, e.where, out);
       return out;
     }
+    if (isSuper(*callee.left)) return superMember(callee.text, arguments(e.args), e.where, &e.args);
     if (isClassName(*callee.left)) return sharedMember(callee.left->text, callee.text, arguments(e.args), e.where, &e.args);
     Value object = evaluate(*callee.left);
     if (const Type* t = staticType(*callee.left); t && t->kind == Type::Kind::Variant && !t->isArray) object.variant = true;
@@ -728,7 +729,36 @@ Value Interpreter::castTo(host::ClassInfo* wanted, const Value& value, const Exp
 Value Interpreter::newObject(const Expr& e) {
   host::ClassInfo* cls = rt_.findClass(e.text);
   if (!cls || cls->name.back() == ')') fail(e.where, "unknown class \"" + e.text + "\"");
-  std::vector<Value> args = arguments(e.args);
+  return construct(cls, arguments(e.args), &e.args, e.where);
+}
+
+// A class of the program: the instance's properties take their initial values, from its
+// topmost program class down, and then the nearest Constructor the program defines runs
+// (when there is none, the host's constructors take the arguments).
+Value Interpreter::construct(host::ClassInfo* cls, std::vector<Value> args, const std::vector<ExprPtr>* argExprs,
+                             Position where) {
+  const ClassDefinition* definition = programClassOf(program_, cls);
+  std::vector<const Function*> constructors = definition ? methodsOf(definition, "Constructor") : std::vector<const Function*>();
+  Value object = constructors.empty() ? hostObject(cls, std::move(args), argExprs, where)
+                                      : hostCall(where, [&] { return rt_.newInstance(cls->name); });
+  if (definition) {
+    std::vector<const ClassDefinition*> chain;
+    for (const ClassDefinition* c = definition; c; c = c->superclass) chain.push_back(c);
+    for (auto c = chain.rbegin(); c != chain.rend(); ++c)
+      for (size_t i = 0; i < (*c)->properties.size(); ++i) {
+        const DimItem& item = (*c)->properties[i];
+        if (!item.isNew && !item.initializer && !item.sized) continue;
+        Value value = initialValue(item, resolveType(rt_, item.type));
+        std::vector<Value>& values = propertiesOf(object, **c);
+        if (i < values.size()) values[i] = std::move(value);
+      }
+  }
+  if (!constructors.empty()) invoke(constructors, cls->name + ".Constructor", std::move(args), argExprs, where, false, &object);
+  return object;
+}
+
+Value Interpreter::hostObject(host::ClassInfo* cls, std::vector<Value> args, const std::vector<ExprPtr>* argExprs,
+                              Position where) {
   // Exceptions take their message (and error number) as constructor arguments.
   host::ClassInfo* exceptionBase = rt_.findClass("RuntimeException");
   bool hasConstructor = false;
@@ -737,21 +767,21 @@ Value Interpreter::newObject(const Expr& e) {
       if (lowered(m.declaration.name) == "constructor") hasConstructor = true;
   if (!hasConstructor && exceptionBase && cls->isA(exceptionBase) && !args.empty()) {
     if (args.size() > 2 || !args[0].isString() || (args.size() == 2 && !args[1].isInteger()))
-      fail(e.where, "New " + cls->name + " takes (message As String, errorNumber As Integer = 0)");
-    Value object = hostCall(e.where, [&] { return rt_.newInstance(cls->name); });
-    hostCall(e.where, [&] {
+      fail(where, "New " + cls->name + " takes (message As String, errorNumber As Integer = 0)");
+    Value object = hostCall(where, [&] { return rt_.newInstance(cls->name); });
+    hostCall(where, [&] {
       rt_.set(object.v, "Message", args[0].v);
       if (args.size() == 2) rt_.set(object.v, "ErrorNumber", args[1].v);
       return host::Value::nil();
     });
     return object;
   }
-  const std::string constructor = chooseHostOverload(cls, "Constructor", false, args, &e.args, e.where);
+  const std::string constructor = chooseHostOverload(cls, "Constructor", false, args, argExprs, where);
   return hostCall(
-      e.where,
+      where,
       [&] {
         std::vector<std::pair<host::Value, Value>> arrays;
-        std::vector<host::Value> hostArgs = toHost(args, e.where, arrays);
+        std::vector<host::Value> hostArgs = toHost(args, where, arrays);
         host::Value object = rt_.newInstance(cls->name, hostArgs, constructor);
         copyBack(arrays);
         return object;
@@ -789,23 +819,32 @@ Value Interpreter::binary(const Expr& e) {
 // ---- the program's own Subs and Functions
 
 Value Interpreter::callFunction(const std::string& name, const std::vector<ExprPtr>& argExprs, Position where, bool wantResult) {
-  std::vector<Value> args = arguments(argExprs);
+  std::vector<const Function*> candidates;
+  auto range = program_.functions.equal_range(key(name));
+  for (auto it = range.first; it != range.second; ++it) candidates.push_back(it->second.get());
+  return invoke(candidates, name, arguments(argExprs), &argExprs, where, wantResult, nullptr);
+}
+
+Value Interpreter::invoke(const std::vector<const Function*>& candidates, const std::string& name, std::vector<Value> args,
+                          const std::vector<ExprPtr>* argExprsGiven, Position where, bool wantResult, const Value* self) {
+  static const std::vector<ExprPtr> kNoExpressions;
+  const std::vector<ExprPtr>& argExprs = argExprsGiven ? *argExprsGiven : kNoExpressions;
+  auto whereOf = [&](size_t i) { return i < argExprs.size() ? argExprs[i]->where : where; };
   // Overloads: the first definition whose parameters take these arguments, judged by
   // their declared types where the checker knows them (a Nil of a declared class fits
   // only that class). A ParamArray takes the remaining arguments as one array.
-  auto range = program_.functions.equal_range(key(name));
   const Function* chosen = nullptr;
   std::vector<Type> types;
   std::vector<Value> given;
   auto takes = [&](const Type& t, size_t i) {
     if (!fits(t, args[i])) return false;
-    const Type* declared = staticType(*argExprs[i]);
+    const Type* declared = i < argExprs.size() ? staticType(*argExprs[i]) : nullptr;
     if (!declared || !args[i].isNil() || t.isArray || declared->kind != Type::Kind::Object || !declared->cls) return true;
     if (t.kind == Type::Kind::Variant) return true;
     return t.kind == Type::Kind::Object && (!t.cls || declared->cls->isA(t.cls));
   };
-  for (auto it = range.first; it != range.second && !chosen; ++it) {
-    const Function& f = *it->second;
+  for (auto candidate = candidates.begin(); candidate != candidates.end() && !chosen; ++candidate) {
+    const Function& f = **candidate;
     const bool paramArray = !f.parameters.empty() && f.parameters.back().paramArray;
     const size_t fixed = f.parameters.size() - (paramArray ? 1 : 0);
     if (args.size() > f.parameters.size() && !paramArray) continue;
@@ -827,7 +866,7 @@ Value Interpreter::callFunction(const std::string& name, const std::vector<ExprP
         std::vector<Value> rest;
         for (size_t i = fixed; i < args.size() && ok; ++i) {
           ok = takes(arrayType.element(), i);
-          if (ok) rest.push_back(convertTo(rt_, arrayType.element(), args[i], argExprs[i]->where, "parameter " + f.parameters.back().name + " of " + name));
+          if (ok) rest.push_back(convertTo(rt_, arrayType.element(), args[i], whereOf(i), "parameter " + f.parameters.back().name + " of " + name));
         }
         values.push_back(makeArray(arrayType.element(), std::move(rest)));
       }
@@ -839,13 +878,13 @@ Value Interpreter::callFunction(const std::string& name, const std::vector<ExprP
     }
   }
   if (!chosen) {
-    const Function& f = *range.first->second;
-    if (std::distance(range.first, range.second) == 1) {
+    const Function& f = *candidates.front();
+    if (candidates.size() == 1) {
       if (args.size() > f.parameters.size())
         fail(where, name + " takes " + std::to_string(f.parameters.size()) + " argument(s) but was given " + std::to_string(args.size()));
       for (size_t i = 0; i < f.parameters.size(); ++i) {
         Type t = resolveType(rt_, f.parameters[i].type);
-        if (i < args.size()) convertTo(rt_, t, args[i], argExprs[i]->where, "parameter " + f.parameters[i].name + " of " + name);
+        if (i < args.size()) convertTo(rt_, t, args[i], whereOf(i), "parameter " + f.parameters[i].name + " of " + name);
         else fail(where, name + " needs a value for its parameter " + f.parameters[i].name);
       }
     }
@@ -864,6 +903,7 @@ Value Interpreter::callFunction(const std::string& name, const std::vector<ExprP
     const Parameter& p = chosen->parameters[i];
     VariablePtr variable;
     if (p.byRef && i < args.size() && !p.paramArray) {
+      if (i >= argExprs.size()) fail(where, "the ByRef parameter " + p.name + " of " + name + " needs a variable");
       const Expr& a = *argExprs[i];
       VariablePtr source = a.kind == Expr::Kind::Name ? findVariable(a.text) : nullptr;
       if (!source || source->isConstant) fail(a.where, "the ByRef parameter " + p.name + " of " + name + " needs a variable");
@@ -874,12 +914,21 @@ Value Interpreter::callFunction(const std::string& name, const std::vector<ExprP
       variable = std::make_shared<Variable>();
       variable->type = types[i];
       if (i < args.size())
-        variable->value = convertTo(rt_, types[i], args[i], i < argExprs.size() ? argExprs[i]->where : where, "parameter " + p.name + " of " + name);
+        variable->value = convertTo(rt_, types[i], args[i], whereOf(i), "parameter " + p.name + " of " + name);
       else if (p.defaultValue) variable->value = convertTo(rt_, types[i], evaluate(*p.defaultValue), p.defaultValue->where, "parameter " + p.name);
       else variable->value = defaultValue(rt_, types[i]);
     }
     frame.scopes.back()[key(p.name)] = variable;
   }
+  // A method of a class sees its instance as Self and Me.
+  if (self && !chosen->isShared)
+    for (const char* n : {"self", "me"}) {
+      auto variable = std::make_shared<Variable>();
+      variable->type = resolveType(rt_, chosen->owner->name, false, where);
+      variable->value = *self;
+      variable->isConstant = true;
+      frame.scopes.back()[n] = variable;
+    }
   if (chosen->isFunction) {
     frame.resultType = resolveType(rt_, chosen->returnType);
     frame.result = defaultValue(rt_, frame.resultType);
@@ -897,7 +946,7 @@ Value Interpreter::callFunction(const std::string& name, const std::vector<ExprP
   try {
     execute(chosen->body);
   } catch (Raised& raised) {
-    raised.trace.emplace_back(chosen->name, where.line);
+    raised.trace.emplace_back(chosen->owner ? chosen->owner->name + "." + chosen->name : chosen->name, where.line);
     throw;
   }
   return frames_.back().result;

@@ -133,6 +133,9 @@ class Interpreter {
   Value member(const Expr& e);
   Value call(const Expr& e);
   Value newObject(const Expr& e);
+  Value construct(host::ClassInfo* cls, std::vector<Value> args, const std::vector<ExprPtr>* argExprs, Position where);
+  Value hostObject(host::ClassInfo* cls, std::vector<Value> args, const std::vector<ExprPtr>* argExprs, Position where);
+  Value initialValue(const DimItem& item, const Type& type);
   Value binary(const Expr& e);
   Value unary(const Expr& e);
   std::vector<Value> arguments(const std::vector<ExprPtr>& args);
@@ -142,12 +145,27 @@ class Interpreter {
   VariablePtr findVariable(const std::string& name) const;
   void declare(const std::string& name, VariablePtr variable, Position where);
   bool isClassName(const Expr& e) const;
+  bool isSuper(const Expr& e) const;
   // Module.Function (Bitwise.ShiftLeft): the built-in's qualified name, or "".
   std::string moduleMember(const Expr& member) const;
   const Function* findFunction(const std::string& name) const;
 
   // user Subs and Functions
   Value callFunction(const std::string& name, const std::vector<ExprPtr>& argExprs, Position where, bool wantResult);
+  // Runs the first of the candidates (overloads, or a method and what it overrides) that
+  // takes the arguments; argExprs (when known) give their declared types and the
+  // variables of ByRef parameters; self is the instance for a class's method.
+  Value invoke(const std::vector<const Function*>& candidates, const std::string& name, std::vector<Value> args,
+               const std::vector<ExprPtr>* argExprs, Position where, bool wantResult, const Value* self);
+
+  // Classes the program defines (members.cpp).
+  Value programMember(const Value& object, const ClassDefinition& cls, const std::string& name, std::vector<Value> args,
+                      Position where, const std::vector<ExprPtr>* argExprs, bool& found);
+  bool setProgramProperty(const Value& object, const std::string& name, const std::vector<Value>& index, Value value,
+                          Position where);
+  Value newProgramObject(host::ClassInfo* cls, const ClassDefinition& definition, const Expr& e);
+  Value superMember(const std::string& name, std::vector<Value> args, Position where, const std::vector<ExprPtr>* argExprs);
+  Value programConstant(const ClassDefinition& owner, size_t index, Position where);
 
   // members of values
   Value memberOf(const Value& object, const std::string& name, std::vector<Value> args, Position where,

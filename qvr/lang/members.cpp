@@ -3,6 +3,7 @@
 // language's array members, and the crossing of arrays between the language and the host.
 #include "interpreter.h"
 
+#include "classes.h"
 #include "lexer.h"
 #include "text.h"
 
@@ -143,7 +144,14 @@ Value Interpreter::memberOf(const Value& object, const std::string& name, std::v
   if (object.variant) return variantMember(object, name, args, where);
   if (object.isArray()) return arrayMember(object, name, args, where);
   if (object.isNil()) raise("NilObjectException", "\"" + name + "\" was used on Nil", where);
-  if (object.isObject()) return hostMember(object, name, std::move(args), where, argExprs);
+  if (object.isObject()) {
+    if (const ClassDefinition* cls = programClassOf(program_, rt_.classOf(object.v))) {
+      bool found = false;
+      Value result = programMember(object, *cls, name, args, where, argExprs, found);
+      if (found) return result;
+    }
+    return hostMember(object, name, std::move(args), where, argExprs);
+  }
   Value out;
   if (valueMember(object, name, args, where, out)) return out;
   fail(where, withArticle(typeNameOf(object)) + " has no member \"" + name + "\"");
@@ -193,6 +201,20 @@ Value Interpreter::globalCall(const std::string& name, std::vector<Value> args, 
 Value Interpreter::sharedMember(const std::string& className, const std::string& name, std::vector<Value> args,
                                 Position where, const std::vector<ExprPtr>* argExprs) {
   host::ClassInfo* cls = rt_.findClass(className);
+  if (const ClassDefinition* definition = programClassOf(program_, cls)) {
+    ClassMember m = findMember(definition, name);
+    if (m.kind == ClassMember::Kind::Constant) {
+      if (!args.empty()) fail(where, cls->name + "." + name + " is a constant and takes no arguments");
+      return programConstant(*m.owner, m.index, where);
+    }
+    if (m.kind == ClassMember::Kind::Method) {
+      std::vector<const Function*> methods = methodsOf(definition, name);
+      if (!methods.front()->isShared) fail(where, name + " belongs to instances of " + cls->name + "; call it on an instance");
+      return invoke(methods, cls->name + "." + name, std::move(args), argExprs, where, false, nullptr);
+    }
+    if (m.kind == ClassMember::Kind::Property)
+      fail(where, name + " belongs to instances of " + cls->name + "; use it on an instance");
+  }
   if (lowered(className) == "variant" && args.empty()) return variantConstant(name, where);
   if (hasMethod(cls, name, true)) {
     const std::string declaration = chooseHostOverload(cls, name, true, args, argExprs, where);
@@ -371,6 +393,76 @@ Value Interpreter::arrayMember(const Value& array, const std::string& name, std:
     return host::Value::nil();
   }
   fail(where, "an array has no member \"" + name + "\"");
+}
+
+// ---- classes the program defines
+
+Value Interpreter::programMember(const Value& object, const ClassDefinition& cls, const std::string& name,
+                                 std::vector<Value> args, Position where, const std::vector<ExprPtr>* argExprs, bool& found) {
+  ClassMember m = findMember(&cls, name);
+  found = m.kind != ClassMember::Kind::None;
+  switch (m.kind) {
+    case ClassMember::Kind::Property: {
+      std::vector<Value>& values = propertiesOf(object, *m.owner);
+      if (m.index >= values.size()) raise("NilObjectException", "this " + cls.name + " has no properties", where);
+      Value v = values[m.index];
+      if (!args.empty()) {
+        if (!v.isArray()) fail(where, cls.name + "." + name + " is a property and takes no arguments");
+        return index(v, args, where);
+      }
+      const Type t = resolveType(rt_, m.owner->properties[m.index].type);
+      v.variant = t.kind == Type::Kind::Variant && !t.isArray;
+      return v;
+    }
+    // The object's own class first: a method overrides the one of its name above it.
+    case ClassMember::Kind::Method:
+      return invoke(methodsOf(&cls, name), cls.name + "." + name, std::move(args), argExprs, where, false, &object);
+    case ClassMember::Kind::Constant:
+      if (!args.empty()) fail(where, cls.name + "." + name + " is a constant and takes no arguments");
+      return programConstant(*m.owner, m.index, where);
+    case ClassMember::Kind::None: break;
+  }
+  return Value();
+}
+
+bool Interpreter::setProgramProperty(const Value& object, const std::string& name, const std::vector<Value>& index,
+                                     Value value, Position where) {
+  const ClassDefinition* cls = programClassOf(program_, rt_.classOf(object.v));
+  if (!cls) return false;
+  ClassMember m = findMember(cls, name);
+  if (m.kind == ClassMember::Kind::Constant) fail(where, "\"" + name + "\" is a constant of " + m.owner->name);
+  if (m.kind == ClassMember::Kind::Method) fail(where, "\"" + name + "\" is a method of " + m.owner->name);
+  if (m.kind != ClassMember::Kind::Property) return false;
+  std::vector<Value>& values = propertiesOf(object, *m.owner);
+  if (m.index >= values.size()) raise("NilObjectException", "this " + cls->name + " has no properties", where);
+  if (!index.empty()) {
+    setElement(values[m.index], index, std::move(value), where);
+    return true;
+  }
+  values[m.index] = convertTo(rt_, resolveType(rt_, m.owner->properties[m.index].type), value, where, "\"" + name + "\"");
+  return true;
+}
+
+Value Interpreter::programConstant(const ClassDefinition& owner, size_t index, Position where) {
+  const DimItem& item = owner.constants.at(index)->items.at(0);
+  Value value = evaluate(*item.initializer);
+  if (!item.type.empty()) value = convertTo(rt_, resolveType(rt_, item.type), value, where, "\"" + item.name + "\"");
+  return value;
+}
+
+// Super.Name(...) in a method: the superclass's member, on the same instance.
+Value Interpreter::superMember(const std::string& name, std::vector<Value> args, Position where,
+                               const std::vector<ExprPtr>* argExprs) {
+  const Function* method = frames_.back().function;
+  VariablePtr self = findVariable("self");
+  if (!method || !method->owner || !self) fail(where, "Super is the superclass of a class's method's own class");
+  const ClassDefinition* above = method->owner->superclass;
+  std::vector<const Function*> methods = methodsOf(above, name);
+  if (!methods.empty()) return invoke(methods, name, std::move(args), argExprs, where, false, &self->value);
+  if (findMember(above, name).kind != ClassMember::Kind::None) return memberOf(self->value, name, std::move(args), where, argExprs);
+  // The constructor of a class of the host has run already, when the instance was made.
+  if (lowered(name) == "constructor") return Value();
+  return hostMember(self->value, name, std::move(args), where, argExprs);
 }
 
 }  // namespace qvrlang

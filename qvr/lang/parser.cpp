@@ -39,8 +39,13 @@ class Parser {
       if (at().kind == Token::Kind::EndOfFile) break;
       if (startsDefinition()) {
         std::unique_ptr<Function> f = definition();
+        if (f->isShared) fail(f->where, "only a method of a class can be Shared");
         std::string key = lowered(f->name);
         p.functions.emplace(key, std::move(f));
+        continue;
+      }
+      if (startsClass()) {
+        p.classes.push_back(classDefinition());
         continue;
       }
       if (isWord("end") || isWord("next") || isWord("wend") || isWord("loop") || isWord("else") ||
@@ -150,10 +155,60 @@ class Parser {
     return isWord("sub", i) || isWord("function", i);
   }
 
+  // "Class Name" (with a name after it, so a variable called Class still works).
+  bool startsClass() const {
+    size_t i = 0;
+    while (isWord("public", i) || isWord("private", i) || isWord("protected", i)) ++i;
+    return isWord("class", i) && at(i + 1).kind == Token::Kind::Identifier;
+  }
+
+  // Class Name [Inherits Super] ... End Class: properties (Dim, Var or Property, with a
+  // type and an optional initial value), constants, and methods.
+  std::unique_ptr<ClassDefinition> classDefinition() {
+    while (acceptWord("public") || acceptWord("private") || acceptWord("protected")) {
+    }
+    auto c = std::make_unique<ClassDefinition>();
+    next();  // Class
+    c->where = at().where;
+    c->name = name("the class's name");
+    if (acceptWord("inherits")) c->superName = name("the superclass's name");
+    expectEndOfLine();
+    for (;;) {
+      skipEndsOfLine();
+      if (at().kind == Token::Kind::EndOfFile) fail(c->where, "Class " + c->name + " has no \"End Class\"");
+      if (isWord("end")) break;
+      if (startsDefinition()) {
+        std::unique_ptr<Function> f = definition();
+        f->owner = c.get();
+        c->methods.emplace(lowered(f->name), std::move(f));
+        continue;
+      }
+      size_t i = 0;
+      while (isWord("public", i) || isWord("private", i) || isWord("protected", i)) ++i;
+      if (isWord("shared", i)) fail(at(i).where, "Shared properties are not supported; use a property of an instance or a constant");
+      pos_ += i;
+      if (isWord("dim") || isWord("var") || isWord("property")) {
+        StmtPtr d = dim();
+        for (DimItem& item : d->items) c->properties.push_back(std::move(item));
+      } else if (isWord("const")) {
+        c->constants.push_back(constant());
+      } else {
+        refuseUnsupported(at());
+        expected("a property, a constant, a Sub, a Function or \"End Class\"");
+      }
+    }
+    expectEnd("class", "End Class");
+    return c;
+  }
+
   std::unique_ptr<Function> definition() {
-    while (acceptWord("public") || acceptWord("private") || acceptWord("protected") || acceptWord("shared")) {
+    bool shared = false;
+    for (;;) {
+      if (acceptWord("shared")) shared = true;
+      else if (!acceptWord("public") && !acceptWord("private") && !acceptWord("protected")) break;
     }
     auto f = std::make_unique<Function>();
+    f->isShared = shared;
     f->where = at().where;
     f->isFunction = isWord("function");
     next();
@@ -229,14 +284,13 @@ class Parser {
   // names still work.
   void refuseUnsupported(const Token& first) const {
     static const std::map<std::string, const char*> kLeftOut = {
-        {"class", "Class definitions are not supported; write Subs and Functions at the top level"},
         {"module", "Module definitions are not supported; write Subs and Functions at the top level"},
         {"interface", "Interface definitions are not supported"},
         {"structure", "Structure definitions are not supported; use a class of the host or a MemoryBlock"},
         {"enum", "Enum definitions are not supported; use constants"},
         {"event", "Event definitions are not supported"},
         {"delegate", "Delegate definitions are not supported"},
-        {"property", "Property definitions are not supported; use variables"},
+        {"property", "a Property belongs to a class; declare it inside Class ... End Class"},
         {"declare", "Declare statements (calls into system libraries) are not supported"},
         {"addhandler", "AddHandler is not supported"},
         {"removehandler", "RemoveHandler is not supported"},

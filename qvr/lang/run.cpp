@@ -5,6 +5,7 @@
 #include <qvrlang/run.h>
 
 #include "checker.h"
+#include "classes.h"
 #include "interpreter.h"
 #include "parser.h"
 #include "text.h"
@@ -32,6 +33,7 @@ int runSource(host::Runtime& rt, const std::string& source, const std::string& f
   try {
     program = parseProgram(source, file, targetConstants(rt.options()));
     program.path = path;
+    defineClasses(rt, program);
     types = checkProgram(rt, program);
   } catch (const ProgramError& e) {
     err << e.describe(file) << '\n';

@@ -143,7 +143,7 @@ TEST(HostIdioms, TypeErrorsNameFileLineColumnAndWhatWasExpected) {
 
 TEST(HostIdioms, WhatTheLanguageLeavesOutIsRefusedByName) {
   expectAll({
-      {"Print 1\nClass Foo\nEnd Class\n", "test.qvr:2:1: error: Class definitions are not supported; write Subs and Functions at the top level\n"},
+      {"Print 1\nModule Foo\nEnd Module\n", "test.qvr:2:1: error: Module definitions are not supported; write Subs and Functions at the top level\n"},
       {"Module M\n", "test.qvr:1:1: error: Module definitions are not supported; write Subs and Functions at the top level\n"},
       {"Declare Function getpid Lib \"libc\" () As Integer\n", "test.qvr:1:1: error: Declare statements (calls into system libraries) are not supported\n"},
       {"Soft Declare Sub x Lib \"y\" ()\n", "test.qvr:1:1: error: Soft Declare statements are not supported\n"},
@@ -159,7 +159,6 @@ TEST(HostIdioms, WhatTheLanguageLeavesOutIsRefusedByName) {
       {"Dim n As Integer = 1\nRaise New IOException(\"io\")\nException e As NilObjectException\n  Print \"nil\"\nException e As IOException\n"
        "  Print e.Message + Str(n)\nSub Later()\nEnd Sub\n",
        "io1\n"},
-      {"Print Str(Self Is Nil)\n", "test.qvr:1:11: error: Self and Me refer to the object of class code; a program here has no classes\n"},
       {"Dim class As Integer = 2\nclass = class + 1\nPrint Str(class)\n", "3\n"},
   });
 }

@@ -242,6 +242,7 @@ struct ClassInfo {
   std::string name, superName;
   ClassInfo* superclass = nullptr;
   bool builtIn = false;            // a class of the host, not of a plugin
+  bool definedByProgram = false;   // a class a host program defined (Runtime::defineClass)
   int layout = 0;                  // record layout version the class was registered with
   size_t dataSize = 0;             // instance data bytes of this class
   size_t dataOffset = 0;           // where this class's data starts in an object
@@ -297,6 +298,12 @@ class Runtime {
   // Classes in registration order, built-in classes first.
   std::vector<ClassInfo*> classes() const;
   ClassInfo* findClass(std::string_view name) const;  // case-insensitive, as the host language
+  // A class a host program defines, as a subclass of superName (a class already known,
+  // or "" for none), with dataSize bytes of instance data after its superclass's (at
+  // dataOffset in each object). The program gives it its members and its native
+  // constructor and destructor. A later program may define a class of the same name
+  // again; the names of host and plugin classes are refused (std::invalid_argument).
+  ClassInfo* defineClass(const std::string& name, const std::string& superName, size_t dataSize);
 
   // Instances and members. A member is named by its name (the overload is chosen by the
   // arguments, as the host language does) or by its exact declaration text (any member
