@@ -30,10 +30,17 @@ constexpr int kMaxHeight = 2000;
 
 class Parser {
  public:
-  explicit Parser(std::vector<Token> tokens) : t_(std::move(tokens)) {}
+  explicit Parser(std::vector<Token> tokens) : t_(std::move(tokens)) {
+    // Module names, wherever the modules are written: Utils.Helper names Helper.
+    for (size_t i = 0; i + 1 < t_.size(); ++i)
+      if (t_[i].kind == Token::Kind::Identifier && t_[i].lower == "module" && t_[i + 1].kind == Token::Kind::Identifier &&
+          (i == 0 || t_[i - 1].kind == Token::Kind::EndOfLine || t_[i - 1].lower == "public" || t_[i - 1].lower == "private"))
+        modules_.insert(t_[i + 1].lower);
+  }
 
   Program program() {
     Program p;
+    Block moduleConstants;
     for (;;) {
       skipEndsOfLine();
       if (at().kind == Token::Kind::EndOfFile) break;
@@ -48,6 +55,10 @@ class Parser {
         p.classes.push_back(classDefinition());
         continue;
       }
+      if (startsModule()) {
+        moduleDefinition(p, moduleConstants);
+        continue;
+      }
       if (isWord("end") || isWord("next") || isWord("wend") || isWord("loop") || isWord("else") ||
           isWord("elseif") || isWord("case") || isWord("catch") || isWord("finally"))
         fail(at().where, "\"" + at().text + "\" without the statement it closes");
@@ -59,6 +70,8 @@ class Parser {
       }
       p.main.push_back(statement());
     }
+    // A module's constants are there before the program's first statement runs.
+    p.main.insert(p.main.begin(), std::make_move_iterator(moduleConstants.begin()), std::make_move_iterator(moduleConstants.end()));
     return p;
   }
 
@@ -153,6 +166,46 @@ class Parser {
     size_t i = 0;
     while (isWord("public", i) || isWord("private", i) || isWord("protected", i) || isWord("shared", i)) ++i;
     return isWord("sub", i) || isWord("function", i);
+  }
+
+  bool startsModule() const {
+    size_t i = 0;
+    while (isWord("public", i) || isWord("private", i) || isWord("protected", i)) ++i;
+    return isWord("module", i) && at(i + 1).kind == Token::Kind::Identifier;
+  }
+
+  // Module Name ... End Module: Subs, Functions and constants the whole program shares,
+  // named with or without the module's name.
+  void moduleDefinition(Program& p, Block& constants) {
+    while (acceptWord("public") || acceptWord("private") || acceptWord("protected")) {
+    }
+    next();  // Module
+    const Position where = at().where;
+    const std::string moduleName = name("the module's name");
+    expectEndOfLine();
+    for (;;) {
+      skipEndsOfLine();
+      if (at().kind == Token::Kind::EndOfFile) fail(where, "Module " + moduleName + " has no \"End Module\"");
+      if (isWord("end")) break;
+      if (startsDefinition()) {
+        std::unique_ptr<Function> f = definition();
+        if (f->isShared) fail(f->where, "only a method of a class can be Shared");
+        p.functions.emplace(lowered(f->name), std::move(f));
+        continue;
+      }
+      size_t i = 0;
+      while (isWord("public", i) || isWord("private", i) || isWord("protected", i) || isWord("global", i)) ++i;
+      pos_ += i;
+      if (isWord("const")) {
+        constants.push_back(constant());
+      } else if (isWord("dim") || isWord("var") || isWord("property")) {
+        fail(at().where, "properties of a module are not supported; use a constant, or a property of a class");
+      } else {
+        refuseUnsupported(at());
+        expected("a constant, a Sub, a Function or \"End Module\"");
+      }
+    }
+    expectEnd("module", "End Module");
   }
 
   // "Class Name" (with a name after it, so a variable called Class still works).
@@ -284,7 +337,6 @@ class Parser {
   // names still work.
   void refuseUnsupported(const Token& first) const {
     static const std::map<std::string, const char*> kLeftOut = {
-        {"module", "Module definitions are not supported; write Subs and Functions at the top level"},
         {"interface", "Interface definitions are not supported"},
         {"structure", "Structure definitions are not supported; use a class of the host or a MemoryBlock"},
         {"enum", "Enum definitions are not supported; use constants"},
@@ -905,6 +957,11 @@ class Parser {
         const Token& t = at();
         if (t.kind != Token::Kind::Identifier) expected("a member name after \".\"");
         next();
+        if (e->kind == Expr::Kind::Name && modules_.count(lowered(e->text))) {
+          e->text = t.text;
+          e->where = t.where;
+          continue;
+        }
         auto m = std::make_unique<Expr>(Expr::Kind::Member, t.where);
         m->text = t.text;
         m->left = std::move(e);
@@ -1000,6 +1057,7 @@ class Parser {
   }
 
   std::vector<Token> t_;
+  std::set<std::string> modules_;  // the program's module names, lower case
   size_t pos_ = 0;
   int nesting_ = 0;
   size_t lastCallOpen_ = 0;  // token index of the "(" of the last call postfix() read

@@ -2,7 +2,8 @@
 // that override and call Super, Self and Me and bare member names inside methods,
 // constants, Shared methods, ByRef, Optional and ParamArray parameters of methods, and
 // classes of the program that descend from the host's (an exception raised and caught by
-// its class). No run leaves an instance, or what its properties held, alive.
+// its class). No run leaves an instance, or what its properties held, alive. Modules
+// share their Subs, Functions and constants with the whole program.
 #include "lang_support.h"
 
 TEST(Classes, PropertiesConstructorsOverridesSuperAndTheHostsClasses) {
@@ -39,6 +40,10 @@ TEST(Classes, PropertiesConstructorsOverridesSuperAndTheHostsClasses) {
        "  Print err.Message + \" \" + err.detail\nEnd Try\n"
        "Try\n  Raise New MyError(\"second\")\nCatch err As RuntimeException\n  Print err.Message + \" \" + Introspection.GetType(err).Name\nEnd Try\n",
        "bad more\nsecond MyError\n"},
+      {"Print Utils.Twice(4) + Str(Utils.kBase) + \" \" + Str(kBase)\nModule Utils\n  Const kBase = 10\n"
+       "  Public Function Twice(n As Integer) As String\n    Return Str(n * 2 + kBase) + \":\"\n  End Function\nEnd Module\n"
+       "Print Twice(1)\n",
+       "18:10 10\n12:\n"},
   });
   // Initial values may use the class's constants; a method's name shows in the trace.
   langtest::expectAll({{"Class A\n  Const kStart = 5\n  Dim n As Integer = kStart * 2\n  Dim items(kStart) As String\n"
@@ -66,5 +71,8 @@ TEST(Classes, MistakesAreFoundBeforeTheProgramRuns) {
       {"Class A\n  Dim x As Integer\nEnd Class\nPrint Str(A.x)\n", "test.qvr:4:13: error: x belongs to instances of A; use it on an instance\n"},
       {"Print Str(Self Is Nil)\n", "test.qvr:1:11: error: Self and Me are the instance in the methods of a class\n"},
       {"Class A\n  Dim x As Integer\n", "test.qvr:1:7: error: Class A has no \"End Class\"\n"},
+      {"Module M\n  Dim x As Integer\nEnd Module\n",
+       "test.qvr:2:3: error: properties of a module are not supported; use a constant, or a property of a class\n"},
+      {"Module M\n", "test.qvr:1:8: error: Module M has no \"End Module\"\n"},
   });
 }

@@ -143,8 +143,7 @@ TEST(HostIdioms, TypeErrorsNameFileLineColumnAndWhatWasExpected) {
 
 TEST(HostIdioms, WhatTheLanguageLeavesOutIsRefusedByName) {
   expectAll({
-      {"Print 1\nModule Foo\nEnd Module\n", "test.qvr:2:1: error: Module definitions are not supported; write Subs and Functions at the top level\n"},
-      {"Module M\n", "test.qvr:1:1: error: Module definitions are not supported; write Subs and Functions at the top level\n"},
+      {"Print 1\nInterface Foo\nEnd Interface\n", "test.qvr:2:1: error: Interface definitions are not supported\n"},
       {"Declare Function getpid Lib \"libc\" () As Integer\n", "test.qvr:1:1: error: Declare statements (calls into system libraries) are not supported\n"},
       {"Soft Declare Sub x Lib \"y\" ()\n", "test.qvr:1:1: error: Soft Declare statements are not supported\n"},
       {"Sub S()\n  GoTo done\nEnd Sub\n", "test.qvr:2:3: error: GoTo is not supported; use loops and Exit\n"},
