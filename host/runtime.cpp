@@ -180,6 +180,7 @@ Runtime::Runtime(Options options) {
   installDictionaryClass(*impl_);
   installRandomClass(*impl_);
   installCollectionClass(*impl_);
+  installThreadClass(*impl_);
   installIntrospection(*impl_);
   installBinaryStreamClass(*impl_);
   installPictureClasses(*impl_);

@@ -37,14 +37,79 @@ const Type* Interpreter::staticType(const Expr& e) const {
   return it == types_.end() ? nullptr : &it->second;
 }
 
+Interpreter::~Interpreter() {
+  for (const ClassDefinition* c : threadClasses_) c->info->eventHandlers.erase("run");
+}
+
+Interpreter::Strand*& Interpreter::currentStrand() {
+  static thread_local Strand* strand = nullptr;
+  return strand;
+}
+
 void Interpreter::run() {
-  stackBase_ = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
-  stackBudget_ = stackBudget();
-  frames_.clear();
-  frames_.emplace_back();
-  frames_.back().scopes.emplace_back();
+  // The program's Thread classes run their Run on threads of their own; the program ends
+  // when the last of them has.
+  host::ClassInfo* threadClass = rt_.findClass("Thread");
+  for (const auto& c : program_.classes)
+    if (threadClass && c->info->isA(threadClass) && !methodsOf(c.get(), "Run").empty()) {
+      const ClassDefinition* definition = c.get();
+      c->info->eventHandlers["run"] = [this, definition](host::Runtime&, const host::Value& self, std::vector<host::Value>&) {
+        runThread(*definition, Value(self));
+        return host::Value::nil();
+      };
+      threadClasses_.push_back(definition);
+    }
+  struct Finish {
+    Interpreter* self;
+    Strand* previous;
+    ~Finish() {
+      self->rt_.runThreadsUntil([this] { return self->rt_.runningThreads() == 0; });
+      currentStrand() = previous;
+    }
+  } finish{this, currentStrand()};
+  currentStrand() = &main_;
+  strand().stackBase = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
+  strand().stackBudget = stackBudget();
+  frames().clear();
+  frames().emplace_back();
+  frames().back().scopes.emplace_back();
   Flow flow = execute(program_.main);
   (void)flow;  // Return or Exit at the top level ends the program
+  rt_.runThreadsUntil([this] { return rt_.runningThreads() == 0; });
+  if (threadFailed_) throw Quit{1};
+}
+
+// The Run of a program's Thread, on that thread: its own frames, and what goes wrong
+// reported on the error output as the main program's failures are.
+void Interpreter::runThread(const ClassDefinition& cls, const Value& self) {
+  Strand strand;
+  Strand* previous = currentStrand();
+  currentStrand() = &strand;
+  strand.stackBase = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
+  strand.stackBudget = stackBudget();
+  strand.frames.emplace_back();
+  strand.frames.back().scopes.emplace_back();
+  try {
+    invoke(methodsOf(&cls, "Run"), cls.name + ".Run", {}, nullptr, cls.where, false, &self);
+  } catch (const Raised& raised) {
+    threadFailed_ = true;
+    std::string className = "an exception", message;
+    if (host::ClassInfo* c = rt_.classOf(raised.exception.v)) className = c->name;
+    try {
+      message = text(Value(rt_.get(raised.exception.v, "Message")));
+    } catch (...) {
+    }
+    err() << program_.file << ":" << raised.where.line << ": uncaught " << className << (message.empty() ? "" : ": " + message)
+          << " in a " << cls.name << " thread\n";
+  } catch (const ProgramError& e) {
+    threadFailed_ = true;
+    err() << e.describe(program_.file) << '\n';
+  } catch (const Quit&) {
+  } catch (const std::exception& e) {
+    threadFailed_ = true;
+    err() << program_.file << ": a " << cls.name << " thread failed: " << e.what() << '\n';
+  }
+  currentStrand() = previous;
 }
 
 std::string Interpreter::text(const Value& value) { return textOf(rt_, value); }
@@ -57,7 +122,7 @@ void Interpreter::raise(const std::string& className, const std::string& message
 
 VariablePtr Interpreter::findVariable(const std::string& name) const {
   const std::string k = key(name);
-  const Frame& frame = frames_.back();
+  const Frame& frame = frames().back();
   for (auto scope = frame.scopes.rbegin(); scope != frame.scopes.rend(); ++scope) {
     auto it = scope->find(k);
     if (it != scope->end()) return it->second;
@@ -68,7 +133,7 @@ VariablePtr Interpreter::findVariable(const std::string& name) const {
 
 void Interpreter::declare(const std::string& name, VariablePtr variable, Position where) {
   const std::string k = key(name);
-  Frame& frame = frames_.back();
+  Frame& frame = frames().back();
   for (auto& scope : frame.scopes)
     if (scope.count(k)) fail(where, "\"" + name + "\" is already declared");
   if (findFunction(name)) fail(where, "\"" + name + "\" is the name of a method");
@@ -154,7 +219,7 @@ Flow Interpreter::statement(const Stmt& s) {
     }
     case Stmt::Kind::Return: return returnStatement(s);
     case Stmt::Kind::Exit:
-      if (!s.name.empty()) loopTarget_ = key(s.name);
+      if (!s.name.empty()) strand().loopTarget = key(s.name);
       switch (s.loop) {
         case LoopKind::For: return Flow::ExitFor;
         case LoopKind::While: return Flow::ExitWhile;
@@ -165,7 +230,7 @@ Flow Interpreter::statement(const Stmt& s) {
         default: return Flow::ExitAny;
       }
     case Stmt::Kind::Continue:
-      if (!s.name.empty()) loopTarget_ = key(s.name);
+      if (!s.name.empty()) strand().loopTarget = key(s.name);
       switch (s.loop) {
         case LoopKind::For: return Flow::ContinueFor;
         case LoopKind::While: return Flow::ContinueWhile;
@@ -229,7 +294,7 @@ Flow Interpreter::constant(const Stmt& s) {
   }
   variable->value = value;
   variable->isConstant = true;
-  if (frames_.size() == 1 && frames_.back().scopes.size() == 1) globalConstants_[key(item.name)] = variable;
+  if (frames().size() == 1 && frames().back().scopes.size() == 1) globalConstants_[key(item.name)] = variable;
   declare(item.name, std::move(variable), item.where);
   return Flow::Normal;
 }
@@ -322,9 +387,9 @@ Flow Interpreter::ifStatement(const Stmt& s) {
 // "Exit For i" or "Continue For i" inside a loop that counts with another variable: the
 // flow goes on up to the loop of i.
 bool Interpreter::leavesForAnOuterLoop(Flow flow, const std::string& counter) {
-  if ((flow != Flow::ExitFor && flow != Flow::ContinueFor) || loopTarget_.empty()) return false;
-  if (loopTarget_ != key(counter)) return true;
-  loopTarget_.clear();
+  if ((flow != Flow::ExitFor && flow != Flow::ContinueFor) || strand().loopTarget.empty()) return false;
+  if (strand().loopTarget != key(counter)) return true;
+  strand().loopTarget.clear();
   return false;
 }
 
@@ -473,15 +538,15 @@ Flow Interpreter::selectStatement(const Stmt& s) {
 
 Flow Interpreter::tryStatement(const Stmt& s) {
   Flow flow = Flow::Normal;
-  const size_t frameCount = frames_.size();
-  const size_t scopeCount = frames_.back().scopes.size();
+  const size_t frameCount = frames().size();
+  const size_t scopeCount = frames().back().scopes.size();
   try {
     try {
       flow = s.methodScope ? execute(s.body) : executeInScope(s.body);
     } catch (Raised& raised) {
       // Unwind to this Try's frame (the exception may come from a nested call).
-      frames_.resize(frameCount);
-      frames_.back().scopes.resize(scopeCount);
+      frames().resize(frameCount);
+      frames().back().scopes.resize(scopeCount);
       host::ClassInfo* cls = rt_.classOf(raised.exception.v);
       const CatchBlock* handler = nullptr;
       for (const CatchBlock& c : s.catches) {
@@ -513,8 +578,8 @@ Flow Interpreter::tryStatement(const Stmt& s) {
     throw;
   } catch (...) {
     if (s.hasFinally) {
-      if (frames_.size() > frameCount) frames_.resize(frameCount);
-      frames_.back().scopes.resize(scopeCount);
+      if (frames().size() > frameCount) frames().resize(frameCount);
+      frames().back().scopes.resize(scopeCount);
       Flow finallyFlow = executeInScope(s.finallyBlock);
       if (finallyFlow != Flow::Normal) return finallyFlow;
     }
@@ -528,7 +593,7 @@ Flow Interpreter::tryStatement(const Stmt& s) {
 }
 
 Flow Interpreter::returnStatement(const Stmt& s) {
-  Frame& frame = frames_.back();
+  Frame& frame = frames().back();
   if (!frame.function) {
     if (s.value) fail(s.value->where, "the main program returns no value");
     return Flow::Return;
@@ -540,7 +605,7 @@ Flow Interpreter::returnStatement(const Stmt& s) {
   const Function* function = frame.function;
   if (!s.value) fail(s.where, "Return in a Function needs a value of type " + frame.resultType.describe());
   Value value = evaluate(*s.value);
-  frames_.back().result = convertTo(rt_, frames_.back().resultType, value, s.value->where, "the result of " + function->name);
+  frames().back().result = convertTo(rt_, frames().back().resultType, value, s.value->where, "the result of " + function->name);
   return Flow::Return;
 }
 
@@ -893,8 +958,8 @@ Value Interpreter::invoke(const std::vector<const Function*>& candidates, const 
   args = std::move(given);
   if (wantResult && !chosen->isFunction) fail(where, name + " is a Sub and has no value");
   const uintptr_t here = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
-  if (depth_ >= kMaxDepth || (stackBase_ > here && stackBase_ - here > stackBudget_))
-    raise("StackOverflowException", "too many nested calls (" + std::to_string(depth_) + ")", where);
+  if (strand().depth >= kMaxDepth || (strand().stackBase > here && strand().stackBase - here > strand().stackBudget))
+    raise("StackOverflowException", "too many nested calls (" + std::to_string(strand().depth) + ")", where);
 
   Frame frame;
   frame.function = chosen;
@@ -933,23 +998,23 @@ Value Interpreter::invoke(const std::vector<const Function*>& candidates, const 
     frame.resultType = resolveType(rt_, chosen->returnType);
     frame.result = defaultValue(rt_, frame.resultType);
   }
-  frames_.push_back(std::move(frame));
-  ++depth_;
+  frames().push_back(std::move(frame));
+  ++strand().depth;
   struct Leave {
     Interpreter* self;
     size_t frames;
     ~Leave() {
-      --self->depth_;
-      if (self->frames_.size() > frames) self->frames_.resize(frames);
+      --self->strand().depth;
+      if (self->frames().size() > frames) self->frames().resize(frames);
     }
-  } leave{this, frames_.size() - 1};
+  } leave{this, frames().size() - 1};
   try {
     execute(chosen->body);
   } catch (Raised& raised) {
     raised.trace.emplace_back(chosen->owner ? chosen->owner->name + "." + chosen->name : chosen->name, where.line);
     throw;
   }
-  return frames_.back().result;
+  return frames().back().result;
 }
 
 }  // namespace qvrlang

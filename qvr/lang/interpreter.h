@@ -41,6 +41,7 @@ class Interpreter {
   // Runs the main statements. Throws ProgramError for errors in the program and Raised
   // for a host exception that the program did not catch.
   void run();
+  ~Interpreter();
 
   host::Runtime& runtime() { return rt_; }
   std::ostream& out() { return out_; }
@@ -85,10 +86,10 @@ class Interpreter {
   class BlockScope {
    public:
     explicit BlockScope(Interpreter& interpreter)
-        : interpreter_(interpreter), depth_(interpreter.frames_.back().scopes.size()) {
-      interpreter.frames_.back().scopes.emplace_back();
+        : interpreter_(interpreter), depth_(interpreter.frames().back().scopes.size()) {
+      interpreter.frames().back().scopes.emplace_back();
     }
-    ~BlockScope() { interpreter_.frames_.back().scopes.resize(depth_); }
+    ~BlockScope() { interpreter_.frames().back().scopes.resize(depth_); }
     BlockScope(const BlockScope&) = delete;
     BlockScope& operator=(const BlockScope&) = delete;
 
@@ -166,6 +167,7 @@ class Interpreter {
   Value newProgramObject(host::ClassInfo* cls, const ClassDefinition& definition, const Expr& e);
   Value superMember(const std::string& name, std::vector<Value> args, Position where, const std::vector<ExprPtr>* argExprs);
   Value programConstant(const ClassDefinition& owner, size_t index, Position where);
+  bool startsThread(const Value& object, const std::string& name);
 
   // members of values
   Value memberOf(const Value& object, const std::string& name, std::vector<Value> args, Position where,
@@ -218,12 +220,24 @@ class Interpreter {
   std::ostream& out_;
   std::ostream& err_;
   StaticTypes types_;
-  std::string loopTarget_;  // the counter an "Exit For i" or "Continue For i" is bound for
-  std::vector<Frame> frames_;
   std::map<std::string, VariablePtr> globalConstants_;
-  int depth_ = 0;
-  uintptr_t stackBase_ = 0;
-  size_t stackBudget_ = 0;
+
+  // What each host thread running the program has of its own: the main program's thread
+  // and each Thread the program starts (they take turns, each on its own OS stack).
+  struct Strand {
+    std::vector<Frame> frames;
+    std::string loopTarget;  // the counter an "Exit For i" or "Continue For i" is bound for
+    int depth = 0;
+    uintptr_t stackBase = 0;
+    size_t stackBudget = 0;
+  };
+  static Strand*& currentStrand();  // the calling OS thread's
+  Strand& strand() const { return *currentStrand(); }
+  std::vector<Frame>& frames() const { return currentStrand()->frames; }
+  Strand main_;
+  std::vector<const ClassDefinition*> threadClasses_;  // classes whose Run this interpreter handles
+  bool threadFailed_ = false;                          // a Thread of the program ended by an error
+  void runThread(const ClassDefinition& cls, const Value& self);
 };
 
 template <typename F>

@@ -145,7 +145,7 @@ Value Interpreter::memberOf(const Value& object, const std::string& name, std::v
   if (object.isArray()) return arrayMember(object, name, args, where);
   if (object.isNil()) raise("NilObjectException", "\"" + name + "\" was used on Nil", where);
   if (object.isObject()) {
-    if (const ClassDefinition* cls = programClassOf(program_, rt_.classOf(object.v))) {
+    if (const ClassDefinition* cls = programClassOf(program_, rt_.classOf(object.v)); cls && !startsThread(object, name)) {
       bool found = false;
       Value result = programMember(object, *cls, name, args, where, argExprs, found);
       if (found) return result;
@@ -397,6 +397,12 @@ Value Interpreter::arrayMember(const Value& array, const std::string& name, std:
 
 // ---- classes the program defines
 
+// Run of a Thread starts it (the program's Run is the handler the thread runs).
+bool Interpreter::startsThread(const Value& object, const std::string& name) {
+  host::ClassInfo* thread = rt_.findClass("Thread");
+  return thread && lowered(name) == "run" && rt_.classOf(object.v)->isA(thread);
+}
+
 Value Interpreter::programMember(const Value& object, const ClassDefinition& cls, const std::string& name,
                                  std::vector<Value> args, Position where, const std::vector<ExprPtr>* argExprs, bool& found) {
   ClassMember m = findMember(&cls, name);
@@ -453,7 +459,7 @@ Value Interpreter::programConstant(const ClassDefinition& owner, size_t index, P
 // Super.Name(...) in a method: the superclass's member, on the same instance.
 Value Interpreter::superMember(const std::string& name, std::vector<Value> args, Position where,
                                const std::vector<ExprPtr>* argExprs) {
-  const Function* method = frames_.back().function;
+  const Function* method = frames().back().function;
   VariablePtr self = findVariable("self");
   if (!method || !method->owner || !self) fail(where, "Super is the superclass of a class's method's own class");
   const ClassDefinition* above = method->owner->superclass;

@@ -3,7 +3,8 @@
 // constants, Shared methods, ByRef, Optional and ParamArray parameters of methods, and
 // classes of the program that descend from the host's (an exception raised and caught by
 // its class). No run leaves an instance, or what its properties held, alive. Modules
-// share their Subs, Functions and constants with the whole program.
+// share their Subs, Functions and constants with the whole program. A Thread subclass's
+// Run takes its turns on a host thread of its own while the main program yields.
 #include "lang_support.h"
 
 TEST(Classes, PropertiesConstructorsOverridesSuperAndTheHostsClasses) {
@@ -75,4 +76,17 @@ TEST(Classes, MistakesAreFoundBeforeTheProgramRuns) {
        "test.qvr:2:3: error: properties of a module are not supported; use a constant, or a property of a class\n"},
       {"Module M\n", "test.qvr:1:8: error: Module M has no \"End Module\"\n"},
   });
+}
+
+TEST(Classes, ThreadsRunTheirRunWhileTheProgramYields) {
+  langtest::expectAll(
+      {{"Class Worker Inherits Thread\n  Dim log() As String\n  Sub Run()\n    log.Append \"start\"\n    Sleep(2)\n"
+        "    Dim p As New Picture(4, 2, 32)\n    Dim png As MemoryBlock = New NSImageQVR(p).PNGRepresentationMT\n"
+        "    log.Append Str(NSImageQVR.imageWithDataMT(png).width)\n  End Sub\nEnd Class\n"
+        "Class Failing Inherits Thread\n  Sub Run()\n    Raise New RuntimeException(\"trouble\")\n  End Sub\nEnd Class\n"
+        "Dim a As New Worker\nDim b As New Worker\na.Start\nb.Run\nPrint Str(a.State = Thread.Running) + Str(a.log.Count)\n"
+        "While a.State <> Thread.NotRunning Or b.State <> Thread.NotRunning\n  App.DoEvents\nWend\n"
+        "Print Join(a.log, \",\") + \" \" + Join(b.log, \",\")\nDim f As New Failing\nf.Start\nPrint \"main ends\"\n",
+        "True0\nstart,4 start,4\nmain ends\n|test.qvr:13: uncaught RuntimeException: trouble in a Failing thread\n"}},
+      true, true);
 }

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -253,6 +254,9 @@ struct ClassInfo {
   std::vector<PropertyInfo> properties, sharedProperties;
   std::vector<MethodInfo> methods, sharedMethods;
   std::vector<ConstantInfo> constants;
+  // Handlers a program's class gives for the events its host superclass raises ("run":
+  // Thread's Run), by lower-case name.
+  std::map<std::string, NativeFunction> eventHandlers;
   // The registration record as it was handed over: its words (25 for layout 9,
   // 29 otherwise) and the byte sizes of the member records the host read it with.
   std::vector<uintptr_t> recordWords;
