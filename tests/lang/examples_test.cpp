@@ -34,7 +34,7 @@ TEST_P(Example, PrintsItsExpectedOutput) { expectExample(GetParam()); }
 INSTANTIATE_TEST_SUITE_P(Each, Example,
                          ::testing::Values("hello", "arrays", "exceptions", "memoryblock", "geometry", "image", "image_loading",
                                            "image_encoding", "files", "dictionary", "pictures", "drawing", "picture_conversion",
-                                           "representations", "console", "picture_files", "bitmap", "documents"),
+                                           "representations", "console", "picture_files", "bitmap", "documents", "classes", "threads"),
                          [](const ::testing::TestParamInfo<const char*>& info) { return std::string(info.param); });
 
 // Console pictures live in the host row buffer; the program prints the same.
