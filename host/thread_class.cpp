@@ -1,8 +1,8 @@
 // Thread: a host thread that a program starts. Start (and Run, its older name) runs the
 // Run event, the handler a subclass of the program gives (ClassInfo::eventHandlers), on
 // a cooperative host thread of its own; it takes its turns when the others yield (a
-// plugin waiting for its worker, App.DoEvents, Sleep). State tells where it is (Running,
-// Sleeping, NotRunning); the instance stays alive while it runs.
+// plugin waiting for its worker, App.DoEvents, Sleep, Thread.SleepCurrent). State tells
+// where it is (Running, Sleeping, NotRunning); the instance stays alive while it runs.
 #include "native_members.h"
 
 #include <algorithm>
@@ -27,6 +27,18 @@ NativeFunction runHandler(ClassInfo* cls) {
     if (it != c->eventHandlers.end()) return it->second;
   }
   return nullptr;
+}
+
+// The calling thread waits that long, handing the others their turns meanwhile.
+void sleepFor(Runtime& runtime, int64_t milliseconds) {
+  using Clock = std::chrono::steady_clock;
+  const auto until = Clock::now() + std::chrono::milliseconds(milliseconds);
+  for (;;) {
+    runtime.yield();
+    const auto now = Clock::now();
+    if (now >= until) return;
+    std::this_thread::sleep_for(std::min<Clock::duration>(until - now, std::chrono::milliseconds(1)));
+  }
 }
 
 Value start(Runtime& runtime, const Value& self, ClassInfo* cls) {
@@ -81,18 +93,16 @@ void installThreadClass(Runtime::Impl& impl) {
   addNativeMethod(cls, "Sleep(milliseconds as Integer, wakeEarly as Boolean = False)",
                   [cls](Runtime& runtime, const Value& self, std::vector<Value>& args) {
                     ThreadData* data = boxedData<ThreadData>(runtime, self, cls);
-                    const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(args.at(0).integer);
                     const int64_t was = data ? data->state : kNotRunning;
                     if (data) data->state = kSleeping;
-                    for (;;) {
-                      runtime.yield();
-                      const auto now = std::chrono::steady_clock::now();
-                      if (now >= until) break;
-                      std::this_thread::sleep_for(std::min<std::chrono::steady_clock::duration>(until - now, std::chrono::milliseconds(1)));
-                    }
+                    sleepFor(runtime, args.at(0).integer);
                     if (data) data->state = was;
                     return Value::nil();
                   });
+  addSharedMethod(cls, "SleepCurrent(milliseconds as Integer)", [](Runtime& runtime, const Value&, std::vector<Value>& args) {
+    sleepFor(runtime, args.at(0).integer);
+    return Value::nil();
+  });
 }
 
 }  // namespace host

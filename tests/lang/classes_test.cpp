@@ -85,7 +85,7 @@ TEST(Classes, ThreadsRunTheirRunWhileTheProgramYields) {
         "    log.Append Str(NSImageQVR.imageWithDataMT(png).width)\n  End Sub\nEnd Class\n"
         "Class Failing Inherits Thread\n  Sub Run()\n    Raise New RuntimeException(\"trouble\")\n  End Sub\nEnd Class\n"
         "Dim a As New Worker\nDim b As New Worker\na.Start\nb.Run\nPrint Str(a.State = Thread.Running) + Str(a.log.Count)\n"
-        "While a.State <> Thread.NotRunning Or b.State <> Thread.NotRunning\n  App.DoEvents\nWend\n"
+        "While a.State <> Thread.NotRunning Or b.State <> Thread.NotRunning\n  Thread.SleepCurrent(1)\nWend\n"
         "Print Join(a.log, \",\") + \" \" + Join(b.log, \",\")\nDim f As New Failing\nf.Start\nPrint \"main ends\"\n",
         "True0\nstart,4 start,4\nmain ends\n|test.qvr:13: uncaught RuntimeException: trouble in a Failing thread\n"}},
       true, true);
