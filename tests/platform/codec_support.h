@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #import "platform/drawing_pixels.h"
+#include "support/files.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -46,8 +47,6 @@ TestPicture OverWhite(const TestPicture& picture);
 // The same picture as RGBA: grey spread over the colours, an opaque alpha where it had none.
 TestPicture AsRGBA(const TestPicture& picture);
 
-// What a shell command prints, without its last newlines.
-std::string Output(const std::string& command);
 // Runs a command that prints a PNM picture (P5 grey or P6 RGB) and reads it.
 bool DecodeWithCommand(const std::string& command, TestPicture& out);
 // Reads a file with Pillow as RGBA.
@@ -74,13 +73,11 @@ using S = std::vector<NSUInteger>;
 S Samples(NSBitmapImageRep* rep, NSInteger x, NSInteger y);
 
 // An autorelease pool and a temporary folder for the length of a test.
-class CodecTest : public ::testing::Test {
+class CodecTest : public PoolTest {
  protected:
-  void SetUp() override;
-  void TearDown() override;
   // A file of the test's folder.
-  std::string Path(const std::string& name) const { return dir_ + "/" + name; }
-  void Write(const std::string& name, const std::string& bytes) const;
+  std::string Path(const std::string& name) const { return folder_.path(name); }
+  void Write(const std::string& name, const std::string& bytes) const { folder_.write(name, bytes); }
   // Data written to a new file of the folder with the extension; its path.
   std::string Temporary(NSData* data, const std::string& extension);
   // Runs a shell command in the folder (its errors dropped) and gives the bytes of the file
@@ -91,8 +88,7 @@ class CodecTest : public ::testing::Test {
   NSData* MadeByPillow(const std::string& program);
   // What a Python program with Pillow prints about the file written from data (opened as `im`).
   std::string Pillow(NSData* data, const std::string& extension, const std::string& program);
-  NSAutoreleasePool* pool_ = nil;
-  std::string dir_;
+  support::TempFolder folder_;
   int files_ = 0;
 };
 

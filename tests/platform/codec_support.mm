@@ -6,9 +6,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <unistd.h>
-
-#include <fstream>
 
 TestPicture MakeTestPicture(int width, int height, int samples) {
   TestPicture p{width, height, samples, std::vector<uint8_t>(size_t(width) * height * samples)};
@@ -120,33 +117,6 @@ TestPicture AsRGBA(const TestPicture& picture) {
   return p;
 }
 
-std::string Output(const std::string& command) {
-  std::string output;
-  if (FILE* f = popen(command.c_str(), "r")) {
-    char buffer[4096];
-    for (size_t n; (n = fread(buffer, 1, sizeof buffer, f)) > 0;) output.append(buffer, n);
-    pclose(f);
-  }
-  while (!output.empty() && output.back() == '\n') output.pop_back();
-  return output;
-}
-
-void CodecTest::SetUp() {
-  pool_ = [[NSAutoreleasePool alloc] init];
-  char pattern[] = "/tmp/qvr-codec-XXXXXX";
-  ASSERT_NE(mkdtemp(pattern), nullptr);
-  dir_ = pattern;
-}
-
-void CodecTest::TearDown() {
-  EXPECT_EQ(std::system(("rm -rf " + dir_).c_str()), 0);
-  [pool_ drain];
-}
-
-void CodecTest::Write(const std::string& name, const std::string& bytes) const {
-  std::ofstream(Path(name), std::ios::binary) << bytes;
-}
-
 std::string CodecTest::Temporary(NSData* data, const std::string& extension) {
   const std::string path = Path("file" + std::to_string(++files_) + extension);
   [data writeToFile:[NSString stringWithUTF8String:path.c_str()] atomically:NO];
@@ -154,18 +124,15 @@ std::string CodecTest::Temporary(NSData* data, const std::string& extension) {
 }
 
 NSData* CodecTest::Made(const std::string& command, const std::string& file) {
-  EXPECT_EQ(std::system(("cd " + dir_ + " && " + command + " 2>/dev/null").c_str()), 0) << command;
+  EXPECT_EQ(std::system(("cd " + folder_.path() + " && " + command + " 2>/dev/null").c_str()), 0) << command;
   return ReadFile(Path(file));
 }
 
-NSData* CodecTest::MadeByPillow(const std::string& program) {
-  return Made("/usr/bin/python3 -c \"from PIL import Image, ImageCms, TiffImagePlugin\nout = 'made'\n" + program + "\"",
-              "made");
-}
+NSData* CodecTest::MadeByPillow(const std::string& program) { return DataOf(support::MadeByPillow(program)); }
 
 std::string CodecTest::Pillow(NSData* data, const std::string& extension, const std::string& program) {
-  return Output("/usr/bin/python3 -c \"import sys; from PIL import Image; im = Image.open(sys.argv[1]); " + program +
-                "\" " + Temporary(data, extension) + " 2>&1");
+  return support::Output("/usr/bin/python3 -c \"import sys; from PIL import Image; im = Image.open(sys.argv[1]); " +
+                             program + "\" " + Temporary(data, extension) + " 2>&1", true);
 }
 
 // Reads P5 (grey), P6 (RGB) and, as DecodeWithPillow has Pillow print it, "P7 w h 255" RGBA

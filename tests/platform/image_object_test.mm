@@ -7,6 +7,7 @@
    beside it. (Images over http, redirects and error statuses are checked through the
    plugin's URL factories, as host code reaches them.) */
 #import "drawing_pixels.h"
+#include "support/standard_image_names.h"
 
 #include <arpa/inet.h>
 #include <dlfcn.h>
@@ -305,25 +306,8 @@ TEST_F(ImageObject, TheNameRegistryHoldsEveryStandardImageAndNamedOnes) {
   EXPECT_TRUE([NSImage imageNamed:@"MyOtherName"] == nil) << "a freed image leaves the registry";
 
   // Every standard name has an image, a template by its name, with something drawn.
-  NSString* names[] = {
-      NSImageNameQuickLookTemplate, NSImageNameBluetoothTemplate, NSImageNameIChatTheaterTemplate,
-      NSImageNameSlideshowTemplate, NSImageNameActionTemplate, NSImageNameSmartBadgeTemplate,
-      NSImageNameIconViewTemplate, NSImageNameListViewTemplate, NSImageNameColumnViewTemplate,
-      NSImageNameFlowViewTemplate, NSImageNamePathTemplate, NSImageNameInvalidDataFreestandingTemplate,
-      NSImageNameLockLockedTemplate, NSImageNameLockUnlockedTemplate, NSImageNameGoRightTemplate,
-      NSImageNameGoLeftTemplate, NSImageNameRightFacingTriangleTemplate, NSImageNameLeftFacingTriangleTemplate,
-      NSImageNameAddTemplate, NSImageNameRemoveTemplate, NSImageNameRevealFreestandingTemplate,
-      NSImageNameFollowLinkFreestandingTemplate, NSImageNameEnterFullScreenTemplate,
-      NSImageNameExitFullScreenTemplate, NSImageNameStopProgressTemplate, NSImageNameStopProgressFreestandingTemplate,
-      NSImageNameRefreshTemplate, NSImageNameRefreshFreestandingTemplate, NSImageNameBonjour, NSImageNameComputer,
-      NSImageNameFolderBurnable, NSImageNameFolderSmart, NSImageNameFolder, NSImageNameNetwork, NSImageNameDotMac,
-      NSImageNameMobileMe, NSImageNameMultipleDocuments, NSImageNameUserAccounts, NSImageNamePreferencesGeneral,
-      NSImageNameAdvanced, NSImageNameInfo, NSImageNameFontPanel, NSImageNameColorPanel, NSImageNameUser,
-      NSImageNameUserGroup, NSImageNameEveryone, NSImageNameUserGuest, NSImageNameMenuOnStateTemplate,
-      NSImageNameMenuMixedStateTemplate, NSImageNameApplicationIcon, NSImageNameTrashEmpty, NSImageNameTrashFull,
-      NSImageNameHomeTemplate, NSImageNameBookmarksTemplate, NSImageNameCaution, NSImageNameStatusAvailable,
-      NSImageNameStatusPartiallyAvailable, NSImageNameStatusUnavailable, NSImageNameStatusNone};
-  for (NSString* name : names) {
+  for (const char* standard : kStandardImageNames) {
+    NSString* name = [@"NS" stringByAppendingString:[NSString stringWithUTF8String:standard]];
     NSImage* image = [NSImage imageNamed:name];
     ASSERT_TRUE(image != nil) << [name UTF8String];
     EXPECT_EQ([image isTemplate], (BOOL)[name hasSuffix:@"Template"]) << [name UTF8String];

@@ -124,9 +124,7 @@ std::string Tool(const std::string& bytes, std::string command) {
   folder.write("file", bytes);
   for (size_t at = command.find("{}"); at != std::string::npos; at = command.find("{}", at))
     command.replace(at, 2, folder.path("file"));
-  std::string output = support::Output(command + " 2>&1");
-  while (!output.empty() && output.back() == '\n') output.pop_back();
-  return output;
+  return support::Output(command + " 2>&1", true);
 }
 
 std::string Pillow(const std::string& bytes, const std::string& program) {

@@ -1,6 +1,6 @@
 // Helpers for suites that drive plugins through the host: a host with the plugins of a
 // test loaded, the live counts a test must leave as it found them, the lines the platform
-// logs to stderr during a call, and temporary folders, file bytes and command output.
+// logs to stderr during a call (temporary folders, file bytes and command output: files.h).
 #pragma once
 
 #include <memory>
@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "host/runtime.h"
+#include "support/files.h"
 
 namespace support {
 
@@ -55,31 +56,5 @@ class StderrCapture {
 
 // Lines containing needle.
 size_t CountContaining(const std::vector<std::string>& lines, const std::string& needle);
-
-// A fresh folder under /tmp, removed with all it holds when the object goes.
-class TempFolder {
- public:
-  TempFolder();
-  ~TempFolder();
-  TempFolder(const TempFolder&) = delete;
-  TempFolder& operator=(const TempFolder&) = delete;
-  const std::string& path() const { return path_; }
-  std::string path(const std::string& name) const { return path_ + "/" + name; }
-  void write(const std::string& name, const std::string& bytes) const;
-
- private:
-  std::string path_;
-};
-
-// The bytes of a file, "" when there is none.
-std::string ReadBytes(const std::string& path);
-// What a shell command prints on its standard output, as it is.
-std::string Output(const std::string& command);
-// Runs a shell command in a fresh folder (its working folder) and gives the bytes of the
-// file it wrote there, "" when it wrote none.
-std::string MadeBy(const std::string& command, const std::string& file);
-// The same for a Python program with Pillow's Image, ImageCms and TiffImagePlugin
-// imported, which writes the file named by `out`.
-std::string MadeByPillow(const std::string& program);
 
 }  // namespace support
