@@ -84,26 +84,24 @@ TEST_F(Conversions, DataDatesFileURLsAndPlatformStringsConvertBothWays) {
   // Platform strings of any length, string data, string arrays and decomposition.
   // 99 units go through the stack buffer, 100 through a heap buffer; U+263A takes three
   // UTF-8 bytes, so 100 of them need 300 bytes.
-  host::Value short99 = Shared("RepeatUnit", {host::Value::ofInteger(0x263A), host::Value::ofInteger(99)});
-  host::Value long100 = Shared("RepeatUnit", {host::Value::ofInteger(0x263A), host::Value::ofInteger(100)});
+  host::Value short99 = Shared("RepeatUnit", {Value::ofInteger(0x263A), Value::ofInteger(99)});
+  host::Value long100 = Shared("RepeatUnit", {Value::ofInteger(0x263A), Value::ofInteger(100)});
   EXPECT_EQ(runtime.bytes(short99).size(), 297u);
   EXPECT_EQ(runtime.bytes(long100).size(), 300u);
   EXPECT_EQ(runtime.bytes(long100).substr(0, 297), runtime.bytes(short99));
-  host::Value huge = Shared("RepeatUnit", {host::Value::ofInteger('x'), host::Value::ofInteger(5000)});
-  EXPECT_EQ(runtime.bytes(huge), std::string(5000, 'x'));
+  EXPECT_EQ(runtime.bytes(Shared("RepeatUnit", {Value::ofInteger('x'), Value::ofInteger(5000)})),
+            std::string(5000, 'x'));
   // Empty, and cut at the first NUL.
   host::Value empty = Shared("StringFromUnits", {Text("")});
   EXPECT_EQ(empty.kind, host::Value::Kind::String);
   EXPECT_FALSE(empty.string) << "an empty platform string is no host string at all";
-  host::Value cut = Shared("StringFromUnits", {Text("0061 0000 0062")});
-  EXPECT_EQ(runtime.bytes(cut), "a");
-  host::Value onlyNul = Shared("StringFromUnits", {Text("0000")});
-  EXPECT_FALSE(onlyNul.string);
+  EXPECT_EQ(runtime.bytes(Shared("StringFromUnits", {Text("0061 0000 0062")})), "a");
+  EXPECT_FALSE(Shared("StringFromUnits", {Text("0000")}).string);
 
   // String data from the host, string arrays filled in enumeration order, normalization form D.
-  host::Value result = Shared("StringData", {runtime.string("\xC3\xA9", host::kEncodingUTF8),
-                                             host::Value::ofInteger(host::kEncodingUTF16)});
-  EXPECT_EQ(Utf8(result), "enc=100 len=2 bytes=e900 tail=00000000");
+  EXPECT_EQ(Utf8(Shared("StringData", {runtime.string("\xC3\xA9", host::kEncodingUTF8),
+                                       Value::ofInteger(host::kEncodingUTF16)})),
+            "enc=100 len=2 bytes=e900 tail=00000000");
   EXPECT_EQ(Utf8(Shared("FillAndJoin", {Text("a,b,c")})), "ubound=2:a|b|c");
   EXPECT_EQ(Utf8(Shared("FillAndJoin", {Text("\xC3\xA9t\xC3\xA9")})), "ubound=0:\xC3\xA9t\xC3\xA9");
   // An empty element is the host's empty string, inserted all the same.
@@ -181,39 +179,37 @@ TEST_P(StringPaths, EveryEncodingReadsAsTheSameTextAndComesBackAsUtf8) {
   // Nil is no platform string; an empty host string is none either or an empty one.
   EXPECT_EQ(Units(host::Value::ofString(host::StringRef())), "null");
   // Round trips come back as UTF-8.
-  host::Value back = Shared("RoundTrip", {runtime.string("gr\xC3\xBC\xC3\x9F \xE2\x98\xBA", host::kEncodingUTF8)});
-  EXPECT_EQ(runtime.bytes(back), "gr\xC3\xBC\xC3\x9F \xE2\x98\xBA");
-  EXPECT_EQ(runtime.encoding(back), host::kEncodingUTF8);
-  host::Value fromRoman = Shared("RoundTrip", {runtime.string("caf\x8E", host::kEncodingMacRoman)});
-  EXPECT_EQ(runtime.bytes(fromRoman), "caf\xC3\xA9");
-  EXPECT_EQ(runtime.encoding(fromRoman), host::kEncodingUTF8);
+  for (auto [bytes, encoding, utf8] : {std::tuple{"gr\xC3\xBC\xC3\x9F \xE2\x98\xBA", host::kEncodingUTF8,
+                                                 "gr\xC3\xBC\xC3\x9F \xE2\x98\xBA"},
+                                      {"caf\x8E", host::kEncodingMacRoman, "caf\xC3\xA9"}}) {
+    host::Value back = Shared("RoundTrip", {runtime.string(bytes, encoding)});
+    EXPECT_EQ(std::pair(runtime.bytes(back), runtime.encoding(back)),
+              std::pair(std::string(utf8), uint32_t(host::kEncodingUTF8)));
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(ReadPaths, StringPaths, ::testing::Values(0, 1, 2, 3), PathName);
 
 TEST_F(PluginTest, StringDataFallbackCopiesTheBytesWithFourZeroBytes) {
   host::Runtime& runtime = Probe(OwnBytes(2013.03, {"PluginGetStringData", "PluginDisposeStringData"}));
-  host::Value asIs = Shared("StringData", {runtime.string("abc", host::kEncodingMacRoman),
-                                           host::Value::ofInteger(host::kEncodingUnknown)});
-  EXPECT_EQ(Utf8(asIs), "enc=ffff len=3 bytes=616263 tail=00000000");
-  host::Value same = Shared("StringData", {runtime.string("\xC3\xA9", host::kEncodingUTF8),
-                                           host::Value::ofInteger(host::kEncodingUTF8)});
-  EXPECT_EQ(Utf8(same), "enc=8000100 len=2 bytes=c3a9 tail=00000000");
+  auto data = [&](const host::Value& s, uint32_t encoding) {
+    return Utf8(Shared("StringData", {s, host::Value::ofInteger(encoding)}));
+  };
+  EXPECT_EQ(data(runtime.string("abc", host::kEncodingMacRoman), host::kEncodingUnknown),
+            "enc=ffff len=3 bytes=616263 tail=00000000");
+  EXPECT_EQ(data(runtime.string("\xC3\xA9", host::kEncodingUTF8), host::kEncodingUTF8),
+            "enc=8000100 len=2 bytes=c3a9 tail=00000000");
   // A UTF-16 string asked for UTF-8 is converted by the host; the converted string is
   // given back (the live counts at the end show it).
   const char utf16[] = {0x3A, 0x26, 'b', 0};
-  host::Value converted = Shared("StringData", {runtime.string(std::string_view(utf16, 4), host::kEncodingUTF16),
-                                                host::Value::ofInteger(host::kEncodingUTF8)});
-  EXPECT_EQ(Utf8(converted), "enc=8000100 len=4 bytes=e298ba62 tail=00000000");
-  host::Value none = Shared("StringData", {host::Value::ofString(host::StringRef()),
-                                           host::Value::ofInteger(host::kEncodingUTF8)});
-  EXPECT_EQ(Utf8(none), "false");
+  EXPECT_EQ(data(runtime.string(std::string_view(utf16, 4), host::kEncodingUTF16), host::kEncodingUTF8),
+            "enc=8000100 len=4 bytes=e298ba62 tail=00000000");
+  EXPECT_EQ(data(host::Value::ofString(host::StringRef()), host::kEncodingUTF8), "false");
 }
 
 TEST_F(PluginTest, StringDataFallbackNeedsLenB) {
   host::Runtime& runtime = Probe(OwnBytes(2013.03, {"PluginGetStringData", "REALLoadGlobalMethod"}));
-  host::Value result = Shared("StringData", {runtime.string("abc"), host::Value::ofInteger(host::kEncodingUnknown)});
-  EXPECT_EQ(Utf8(result), "false");
+  EXPECT_EQ(Utf8(Shared("StringData", {runtime.string("abc"), Value::ofInteger(host::kEncodingUnknown)})), "false");
   // Without any way to read bytes a host string gives no platform string.
   EXPECT_EQ(Utf8(Shared("PlatformUnits", {runtime.string("abc")})), "null");
 }

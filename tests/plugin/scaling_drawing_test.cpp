@@ -43,7 +43,13 @@ class ScalingDrawing : public support::PluginTest {
          << " at (" << x << ", " << y << ")";
 }
 
-const RGBA kRed{255, 0, 0, 255}, kBlue{0, 0, 255, 255}, kClear{0, 0, 0, 0};
+struct Probe { int x, y; RGBA want; };
+// Each probed pixel of RGBA bytes rows width wide, within 2 of what it wants.
+void ExpectPixels(const std::string& bytes, int width, std::initializer_list<Probe> probes) {
+  for (const Probe& p : probes) EXPECT_TRUE(PixelNear(bytes, width, p.x, p.y, p.want));
+}
+
+const RGBA kRed{255, 0, 0, 255}, kBlue{0, 0, 255, 255}, kClear{0, 0, 0, 0}, kHalfBlue{0, 0, 128, 128};
 
 TEST_F(ScalingDrawing, ScaledFadedFlippedCopiesNamesAndSizes) {
   host::Runtime& runtime = Probe();
@@ -59,9 +65,7 @@ TEST_F(ScalingDrawing, ScaledFadedFlippedCopiesNamesAndSizes) {
   // Fading renders at the same size with the opacity given.
   Value faded = runtime.call(image, "imageByFadingToFraction", {Value::ofDouble(0.25)});
   EXPECT_EQ(Geometry(faded), "8 x 8");
-  std::string fadedPixels = Pixels(faded);
-  EXPECT_TRUE(PixelNear(fadedPixels, 8, 2, 1, {64, 0, 0, 64}));
-  EXPECT_TRUE(PixelNear(fadedPixels, 8, 5, 6, {0, 0, 64, 64}));
+  ExpectPixels(Pixels(faded), 8, {{2, 1, {64, 0, 0, 64}}, {5, 6, {0, 0, 64, 64}}});
   Value halfOpaque = runtime.call(image, "imageByScalingToSize", {Value::ofDouble(8), Value::ofDouble(8),
                                                                   Value::ofDouble(0.5)});
   EXPECT_TRUE(PixelNear(Pixels(halfOpaque), 8, 0, 0, {128, 0, 0, 128}));
@@ -71,9 +75,7 @@ TEST_F(ScalingDrawing, ScaledFadedFlippedCopiesNamesAndSizes) {
                                                                Value::ofDouble(1), Value::ofBoolean(true),
                                                                Value::ofBoolean(true)});
   EXPECT_EQ(Geometry(flipped), "8 x 8 flipped");
-  std::string flippedPixels = Pixels(flipped);
-  EXPECT_TRUE(PixelNear(flippedPixels, 8, 3, 0, kBlue));
-  EXPECT_TRUE(PixelNear(flippedPixels, 8, 3, 7, kRed));
+  ExpectPixels(Pixels(flipped), 8, {{3, 0, kBlue}, {3, 7, kRed}});
   // Names are unique; sizes are set.
   Value named = Plain(4, 4, kRed), other = Plain(4, 4, kBlue);
   EXPECT_TRUE(runtime.call(named, "setName", {Text("encoding-test-image")}).boolean);
@@ -98,9 +100,7 @@ TEST_F(ScalingDrawing, ScaledFadedFlippedCopiesNamesAndSizes) {
             "30 x 70");
 
   // A scaled copy shows the source's content; the source is left as it was.
-  Value half = Scale(landscape, 100, 100);
-  std::string pixels = Pixels(half);
-  EXPECT_TRUE(PixelNear(pixels, 100, 50, 25, kRed));
+  EXPECT_TRUE(PixelNear(Pixels(Scale(landscape, 100, 100)), 100, 50, 25, kRed));
   EXPECT_EQ(Geometry(landscape), "200 x 100");
 
   EXPECT_TRUE(Scale(none, 10, 10).isNil());
@@ -167,29 +167,17 @@ TEST_F(ScalingDrawing, DrawsIntoAHostContextWithOperationsAndOpacities) {
   // rows from the top), then at half opacity scaled into the top-right one.
   EXPECT_TRUE(at(blue, 0, 0, 0, 0, 4, 4, 2, 1.0));
   EXPECT_TRUE(inRect(blue, 4, 4, 4, 4, 2, 0.5));
-  std::string drawn = pixels();
-  EXPECT_TRUE(PixelNear(drawn, 8, 1, 6, kBlue));
-  EXPECT_TRUE(PixelNear(drawn, 8, 6, 1, {0, 0, 128, 128}));
-  EXPECT_TRUE(PixelNear(drawn, 8, 1, 1, kClear));
+  ExpectPixels(pixels(), 8, {{1, 6, kBlue}, {6, 1, kHalfBlue}, {1, 1, kClear}});
 
   // Copy replaces what is there, transparent parts included; source over a half-opaque
   // blue leaves the red on top; clear empties the rectangle.
   EXPECT_TRUE(inRect(redLeft, 0, 0, 4, 4, 1, 1.0));
   EXPECT_TRUE(inRect(redLeft, 4, 4, 4, 4, 2, 1.0));
-  drawn = pixels();
-  EXPECT_TRUE(PixelNear(drawn, 8, 0, 7, kRed));
-  EXPECT_TRUE(PixelNear(drawn, 8, 3, 7, kClear));
-  EXPECT_TRUE(PixelNear(drawn, 8, 4, 0, kRed));
-  EXPECT_TRUE(PixelNear(drawn, 8, 7, 0, {0, 0, 128, 128}));
+  ExpectPixels(pixels(), 8, {{0, 7, kRed}, {3, 7, kClear}, {4, 0, kRed}, {7, 0, kHalfBlue}});
   // Clear, with fromRect naming a 2 x 4 part of the image: only that much of the
   // top-right quadrant is emptied.
   EXPECT_TRUE(at(blue, 4, 4, 2, 0, 2, 4, 0, 1.0));
-  drawn = pixels();
-  EXPECT_TRUE(PixelNear(drawn, 8, 4, 0, kClear));
-  EXPECT_TRUE(PixelNear(drawn, 8, 5, 3, kClear));
-  EXPECT_TRUE(PixelNear(drawn, 8, 6, 0, {0, 0, 128, 128}));
-  EXPECT_TRUE(PixelNear(drawn, 8, 7, 3, {0, 0, 128, 128}));
-  EXPECT_TRUE(PixelNear(drawn, 8, 0, 7, kRed));
+  ExpectPixels(pixels(), 8, {{4, 0, kClear}, {5, 3, kClear}, {6, 0, kHalfBlue}, {7, 3, kHalfBlue}, {0, 7, kRed}});
 
   // An empty instance draws nothing; a zero context is refused before anything runs.
   Value none = WithoutImage();
