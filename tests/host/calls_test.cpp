@@ -27,11 +27,7 @@ TEST_F(HostTest, CallsPassAndReturnEveryTypeChooseOverloadsTakeDefaultsAndReadCo
   EXPECT_EQ(rt().liveObjects(), before);
   EXPECT_EQ(o.object.get()->refCount, 1);
   // Each parameter and result type; Integers convert to the declared numeric types.
-  const struct {
-    const char* member;
-    std::vector<Value> args;
-    std::string result;
-  } calls[] = {
+  const struct { const char* member; std::vector<Value> args; std::string result; } calls[] = {
       {"Add", {integer(40), integer(2)}, "Integer 42"}, {"Add", {integer(-10), integer(4)}, "Integer -6"},
       {"Add", {integer(int64_t(1) << 40), integer(1)}, "Integer 1099511627777"},
       {"AddInt32", {Value::ofInt32(-7), Value::ofInt32(3)}, "Int32 -4"},

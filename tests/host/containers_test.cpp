@@ -35,11 +35,7 @@ TEST_F(HostTest, PluginsFillAndReadArraysOfEveryElementTypeAndReleaseTheirValues
   EXPECT_DOUBLE_EQ(d[0].real, 1.5);  // inserted at 0 after 2.5: shifted up
   EXPECT_DOUBLE_EQ(d[1].real, 2.5);
   // Arrays of every element type keep their values and release them.
-  struct Case {
-    host::ArrayElementType type;
-    Value value;
-    size_t size;
-  } cases[] = {
+  struct Case { host::ArrayElementType type; Value value; size_t size; } cases[] = {
       {host::kArrayInteger, integer(-5), sizeof(void*)},  {host::kArrayInt32, Value::ofInt32(-6), 4},
       {host::kArrayInt64, integer(int64_t(1) << 40), 8},  {host::kArrayDouble, Value::ofDouble(0.5), 8},
       {host::kArraySingle, Value::ofSingle(0.25f), 4},    {host::kArrayBoolean, Value::ofBoolean(true), 1},

@@ -62,9 +62,7 @@ class HostTest : public ::testing::Test {
   }
   // An entry point as plugins resolve it, as a function of type F.
   template <class F>
-  F entry(const char* name) {
-    return reinterpret_cast<F>(rt().entryPoint(name));
-  }
+  F entry(const char* name) { return reinterpret_cast<F>(rt().entryPoint(name)); }
   std::string log() { return text(rt().callShared("TestBase", "Log")); }
   void clearLog() { rt().callShared("TestBase", "ClearLog"); }
 

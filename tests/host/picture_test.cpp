@@ -23,11 +23,7 @@ class PictureTest : public HostTest {
     return uint32_t(rt().call(rt().get(p, "RGBSurface"), "Pixel", {integer(x), integer(y)}).integer);
   }
   // What REALLockPictureDescription and lockPictureDescription fill in.
-  struct Description {
-    int32_t type, unused;
-    void* data;
-    int32_t width, height;
-  };
+  struct Description { int32_t type, unused; void* data; int32_t width, height; };
   void fill(const Value& p, uint32_t color, double x, double y, double w, double h) {
     Value g = rt().get(p, "Graphics");
     rt().set(g, "DrawingColor", Value::ofColor(color));

@@ -21,11 +21,7 @@ Options withVersion(std::optional<double> version) {
 
 // A host version, the layout the plugin registers in for it, and that layout's record
 // sizes in words: the class record, a property, a method and a constant record.
-struct Layout {
-  std::optional<double> version;
-  int layout;
-  size_t words, propertyWords, methodWords, constantWords;
-};
+struct Layout { std::optional<double> version; int layout; size_t words, propertyWords, methodWords, constantWords; };
 
 class Layouts : public HostTest, public ::testing::WithParamInterface<Layout> {};
 

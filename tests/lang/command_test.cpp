@@ -6,12 +6,7 @@
 
 // A command line ("program" stands for a small program file), its status and what each
 // stream must contain. One test a command line, as the plugins load once per process.
-struct CommandLine {
-  std::string name;
-  std::vector<std::string> args;
-  int status;
-  std::string out, err;
-};
+struct CommandLine { std::string name; std::vector<std::string> args; int status; std::string out, err; };
 
 void PrintTo(const CommandLine& line, std::ostream* os) { *os << line.name; }
 

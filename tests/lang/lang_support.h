@@ -40,9 +40,7 @@ inline Outcome run(const std::string& source, bool plugins = false) {
 }
 
 // A table row: a program and what it prints, or the message it fails with.
-struct Case {
-  std::string source, expected;
-};
+struct Case { std::string source, expected; };
 
 // Runs each case in rt, checking what it printed (or reported, when it failed; with
 // bothStreams, its output, "|" and its error output) and that it left no host object or

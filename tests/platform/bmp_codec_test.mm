@@ -34,11 +34,7 @@ class BMPCodec : public CodecTest {
 };
 
 TEST_F(BMPCodec, ReadsWhatImageMagickWritesInEveryDepth) {
-  struct Case {
-    const char* name;
-    const char* options;
-    bool alpha;
-  } cases[] = {
+  struct Case { const char* name; const char* options; bool alpha; } cases[] = {
       {"1bit.bmp", "-colors 2 -type palette BMP3:", false}, {"4bit.bmp", "-colors 16 -type palette BMP3:", false},
       {"8bit.bmp", "-colors 200 -type palette BMP3:", false}, {"rle8.bmp", "-colors 60 -compress RLE BMP3:", false},
       {"24bit.bmp", "-type truecolor BMP3:", false}, {"565.bmp", "-define bmp:subtype=RGB565 BMP:", false},

@@ -232,9 +232,7 @@ TEST_F(CodecProperties, EXIFIsReadFromATIFFWhereverItLies) {
 
 namespace {
 
-struct Patch {
-  int left, top, width, height, colour, disposal;
-};
+struct Patch { int left, top, width, height, colour, disposal; };
 
 // A GIF written with giflib itself: a canvas of the given size with one colour table of four
 // colours (index 0 transparent) and a frame per patch, each all one colour index.

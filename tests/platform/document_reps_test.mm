@@ -158,10 +158,7 @@ std::string OneBitPict(const std::vector<std::string>& rows) {
 TEST_F(DocumentReps, PictPixelsEqualTheSamePictureFromPngAndShapesAsQuickDrawDrawsThem) {
   Made("convert -size 40x30 gradient:red-blue -depth 8 -fill yellow -draw 'rectangle 5,5 15,20' rgb.png"
        " && pngtopnm rgb.png | ppmquant 64 > few.ppm && pnmtopng few.ppm > few.png", "few.png");
-  struct Case {
-    const char* what;
-    std::string command, output, png;
-  } cases[] = {
+  struct Case { const char* what; std::string command, output, png; } cases[] = {
       {"32-bit DirectBitsRect, packed by component", "convert rgb.png PICT:rgb.pict", "rgb.pict", "rgb.png"},
       {"8-bit PackBitsRect with a colour table", "ppmtopict few.ppm > few.pict", "few.pict", "few.png"},
       {"8-bit, two colours", "convert rgb.png -monochrome mono.png && convert mono.png PICT:mono.pict",

@@ -8,11 +8,7 @@ extern bool gCGContextRowCopies;
 
 namespace {
 
-struct Layout {
-  const char* name;
-  size_t components, bitsPerComponent, bitsPerPixel;
-  CGBitmapInfo info;
-};
+struct Layout { const char* name; size_t components, bitsPerComponent, bitsPerPixel; CGBitmapInfo info; };
 
 const Layout kBGRA = {"BGRA", 3, 8, 32, kCGImageAlphaPremultipliedFirst | kCGBitmapByteOrder32Little},
              kRGBA = {"RGBA", 3, 8, 32, kCGImageAlphaPremultipliedLast},

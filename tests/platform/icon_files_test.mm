@@ -83,9 +83,7 @@ std::array<int, 4> Expected(const IconImage& image, int x, int y) {
 }
 
 NSArray* Representations(NSData* data) { return [NSBitmapImageRep imageRepsWithData:data]; }
-NSArray* Representations(const std::string& bytes) {
-  return Representations(DataOf(bytes));
-}
+NSArray* Representations(const std::string& bytes) { return Representations(DataOf(bytes)); }
 
 // Each representation's size, "width x height", and the samples at the middle of one.
 std::vector<std::string> Sizes(NSArray* reps) {

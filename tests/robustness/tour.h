@@ -59,11 +59,7 @@ Outcome Run(TourHost& host, const Step& step,
             const std::function<void(const std::function<void()>&)>& around = nullptr);
 
 // The MT members (names ending in "MT") with their direct twins, for the thread tests.
-struct Twin {
-  const host::ClassInfo* owner;
-  const host::MethodInfo *threaded, *direct;
-  bool shared;
-};
+struct Twin { const host::ClassInfo* owner; const host::MethodInfo *threaded, *direct; bool shared; };
 std::vector<Twin> ThreadedTwins(const TourHost& host);
 
 // Fresh arguments for a member (real ones, or nil ones) and a fresh real receiver of a

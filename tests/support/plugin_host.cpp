@@ -9,9 +9,7 @@
 
 namespace support {
 
-std::string LibraryPath(const std::string& fileName) {
-  return host::Runtime::libraryDirectory() + "/" + fileName;
-}
+std::string LibraryPath(const std::string& fileName) { return host::Runtime::libraryDirectory() + "/" + fileName; }
 
 std::unique_ptr<host::Runtime> StartHost(host::Options options, ImagePlugin plugin) {
   bool siblings = options.siblings;
@@ -25,9 +23,7 @@ std::unique_ptr<host::Runtime> StartHost(host::Options options, ImagePlugin plug
   return runtime;
 }
 
-LiveCounts Live(const host::Runtime& runtime) {
-  return {runtime.liveObjects(), runtime.liveStrings()};
-}
+LiveCounts Live(const host::Runtime& runtime) { return {runtime.liveObjects(), runtime.liveStrings()}; }
 
 std::string Describe(const LiveCounts& counts) {
   return std::to_string(counts.objects) + " objects, " + std::to_string(counts.strings) + " strings";

@@ -62,9 +62,7 @@ struct BaseData {
   Object partner;    // "Partner" (marker)
 };
 
-struct DerivedData {
-  int64_t extra;
-};
+struct DerivedData { int64_t extra; };
 
 BaseData* base(Object self) { return reinterpret_cast<BaseData*>(static_cast<char*>(self) + gBaseClass.forSystemUse); }
 

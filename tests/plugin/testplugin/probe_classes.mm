@@ -42,9 +42,7 @@ REALevent FrameProbeEvents[] = {
     {"Happened(count as integer)", 0, 0, nullptr},
 };
 
-struct ProbeData {
-  void* Handle;
-};
+struct ProbeData { void* Handle; };
 
 }  // namespace
 
