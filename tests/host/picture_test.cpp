@@ -74,8 +74,7 @@ TEST_F(PictureTest, GraphicsDrawPictureMasksAndCGContextsDrawWhereTheHostExpects
   rt().call(rt().get(other, "Graphics"), "DrawPicture",
             {source, Value::ofDouble(3), Value::ofDouble(0), Value::ofDouble(1), Value::ofDouble(1), Value::ofDouble(1),
              Value::ofDouble(0), Value::ofDouble(1), Value::ofDouble(1)});
-  EXPECT_EQ(pixel(other, 3, 0), 0x00FFFFFFu);
-  EXPECT_EQ(pixel(other, 2, 0), 0xFF000000u);
+  EXPECT_EQ(std::pair(pixel(other, 3, 0), pixel(other, 2, 0)), std::pair(0x00FFFFFFu, 0xFF000000u));
   EXPECT_THROW(rt().call(g, "DrawPicture", {Value::nil(), Value::ofDouble(0), Value::ofDouble(0)}), host::HostException);
   // The Core Graphics context handed over by Graphics.Handle draws into the picture.
   p = picture(5, 4);
@@ -83,8 +82,8 @@ TEST_F(PictureTest, GraphicsDrawPictureMasksAndCGContextsDrawWhereTheHostExpects
   Value type = rt().constant("Graphics", "HandleTypeCGContextRef");
   auto context = reinterpret_cast<CGContextRef>(static_cast<intptr_t>(rt().call(g, "Handle", {type}).integer));
   ASSERT_NE(context, nullptr);
-  EXPECT_EQ(CGBitmapContextGetWidth(context), 5u);
-  EXPECT_EQ(CGBitmapContextGetAlphaInfo(context), kCGImageAlphaPremultipliedFirst);
+  EXPECT_EQ(std::pair(CGBitmapContextGetWidth(context), CGBitmapContextGetAlphaInfo(context)),
+            std::pair(size_t(5), uint32_t(kCGImageAlphaPremultipliedFirst)));
   // Core Graphics' origin is the bottom-left corner: (0, 0, 2, 1) is the host's bottom row.
   CGContextSetRGBFillColor(context, 0, 0, 1, 1);
   CGContextFillRect(context, CGRectMake(0, 0, 2, 1));
@@ -112,8 +111,7 @@ TEST_F(PictureTest, PluginsReachPicturesThroughEntryPointsAndBuildThemFromBuffer
 
   Description description{};
   ASSERT_TRUE(lock(plain.object.get(), &description, 8));
-  EXPECT_EQ(description.type, 8);
-  EXPECT_EQ(description.width, 3);
+  EXPECT_EQ(std::pair(description.type, description.width), std::pair(8, 3));
   auto context = static_cast<CGContextRef>(description.data);
   EXPECT_EQ(CGBitmapContextGetAlphaInfo(context), kCGImageAlphaNoneSkipFirst);
   EXPECT_FALSE(lock(plain.object.get(), &description, 10));
@@ -133,16 +131,11 @@ TEST_F(PictureTest, PluginsReachPicturesThroughEntryPointsAndBuildThemFromBuffer
       static_cast<intptr_t>(rt().call(g, "Handle", {rt().constant("Graphics", "HandleTypeCGContextRef")}).integer));
   CGContextDrawImage(targetContext, CGRectMake(0, 0, 3, 2), image);
   CGImageRelease(image);
-  EXPECT_EQ(pixel(target, 0, 0), 0xFF000000u);
-  EXPECT_EQ(pixel(target, 2, 1), 0x00FFFFFFu);
+  EXPECT_EQ(std::pair(pixel(target, 0, 0), pixel(target, 2, 1)), std::pair(0xFF000000u, 0x00FFFFFFu));
   // Pictures from a plugin's buffer in each pixel type, and the DrawPicture plugins load by
   // its declaration (unless the knob hides it).
   auto build = entry<host::ObjectHeader* (*)(intptr_t, intptr_t, int32_t, const void*, intptr_t)>("REALBuildPictureFromBuffer");
-  struct Case {
-    int32_t type;
-    std::string pixel;  // the buffer's one pixel for opaque 0x102030
-    bool alpha;
-  };
+  struct Case { int32_t type; std::string pixel; bool alpha; };  // pixel: the buffer's one pixel, opaque 0x102030
   for (const Case& c : {Case{1, std::string("\x10\x20\x30", 3), false}, Case{2, std::string("\x30\x20\x10", 3), false},
                         Case{3, std::string("\x00\x10\x20\x30", 4), false}, Case{4, std::string("\x30\x20\x10\x00", 4), false},
                         Case{5, std::string("\xFF\x10\x20\x30", 4), true}}) {
@@ -150,8 +143,7 @@ TEST_F(PictureTest, PluginsReachPicturesThroughEntryPointsAndBuildThemFromBuffer
     std::string buffer = row + row;
     Value p = Value::ofObject(host::ObjectRef::adopt(build(1, 2, c.type, buffer.data(), intptr_t(row.size()))));
     ASSERT_FALSE(p.isNil()) << c.type;
-    EXPECT_EQ(pixel(p, 0, 0), 0x102030u) << c.type;
-    EXPECT_EQ(pixel(p, 0, 1), 0x102030u) << c.type;
+    EXPECT_EQ(std::pair(pixel(p, 0, 0), pixel(p, 0, 1)), std::pair(0x102030u, 0x102030u)) << c.type;
     EXPECT_EQ(rt().get(p, "HasAlphaChannel").boolean, c.alpha) << c.type;
   }
   EXPECT_EQ(build(1, 1, 9, "abcd", 4), nullptr);

@@ -38,22 +38,19 @@ TEST_P(Layouts, RecordsAreReadWithTheirStridesEveryMemberWorksAndDataOffsetsAreH
   EXPECT_EQ(base->layout, l.layout);
   ASSERT_EQ(base->recordWords.size(), l.words);
   EXPECT_EQ(base->recordWords[0], uintptr_t(l.layout));
-  EXPECT_EQ(base->propertyRecordSize, l.propertyWords * sizeof(void*));
-  EXPECT_EQ(base->methodRecordSize, l.methodWords * sizeof(void*));
-  EXPECT_EQ(base->constantRecordSize, l.constantWords * sizeof(void*));
-  EXPECT_EQ(base->flags, 4u);
-  if (l.layout == 9) {  // words 16-17 are cleared; the counts stand where the narrower record has them
-    EXPECT_EQ(base->recordWords[16] + base->recordWords[17], 0u);
-    EXPECT_EQ(base->recordWords[8], 9u);    // property count
-    EXPECT_EQ(base->recordWords[10], 41u);  // method count
-    EXPECT_EQ(base->recordWords[19], 4u);   // constant count
-    EXPECT_EQ(base->recordWords[24], 9u);   // shared method count
+  EXPECT_EQ(std::tuple(base->propertyRecordSize, base->methodRecordSize, base->constantRecordSize, base->flags),
+            std::tuple(l.propertyWords * sizeof(void*), l.methodWords * sizeof(void*), l.constantWords * sizeof(void*),
+                       uintptr_t(4)));
+  // Layout 9: words 16-17 are cleared; the property, method, constant and shared method
+  // counts stand where the narrower record has them.
+  const std::vector<uintptr_t>& w = base->recordWords;
+  if (l.layout == 9) {
+    EXPECT_EQ(std::tuple(w[16] + w[17], w[8], w[10], w[19], w[24]), std::tuple(0u, 9u, 41u, 4u, 9u));
   }
   // Every member survived its record: names, declarations, accessors, values.
-  ASSERT_EQ(base->properties.size(), 9u);
-  ASSERT_EQ(base->methods.size(), 41u);
-  ASSERT_EQ(base->sharedMethods.size(), 9u);
-  ASSERT_EQ(base->constants.size(), 4u);
+  ASSERT_EQ(std::tuple(base->properties.size(), base->methods.size(), base->sharedMethods.size(),
+                       base->constants.size()),
+            std::tuple(9u, 41u, 9u, 4u));
   EXPECT_EQ(base->properties[1].name, "Tag");
   EXPECT_EQ(base->properties[7].param, 7);
   EXPECT_EQ(base->properties[8].name + " as " + base->properties[8].type, "Name as String");
@@ -66,22 +63,17 @@ TEST_P(Layouts, RecordsAreReadWithTheirStridesEveryMemberWorksAndDataOffsetsAreH
   host::ClassInfo* derived = rt().findClass("TestDerived");
   host::ClassInfo* leaf = rt().findClass("TestLeaf");
   ASSERT_TRUE(derived && leaf);
-  EXPECT_EQ(derived->layout, l.layout);
-  EXPECT_EQ(derived->recordWords.size(), l.words);
-  EXPECT_EQ(derived->methods.size(), 3u);
+  EXPECT_EQ(std::tuple(derived->layout, derived->recordWords.size(), derived->methods.size()),
+            std::tuple(l.layout, l.words, size_t(3)));
   // forSystemUse holds each class's data offset, which the plugin reads back from its records.
-  EXPECT_EQ(base->dataOffset, 24u);
-  EXPECT_EQ(derived->dataOffset, 24u + base->dataSize);
-  EXPECT_EQ(leaf->dataOffset, derived->dataOffset + derived->dataSize);
-  EXPECT_EQ(leaf->dataSize, 0u);
-  EXPECT_EQ(base->recordWords[4], 24u);
-  EXPECT_EQ(rt().callShared("TestBase", "RecordOffset", {integer(0)}).integer, 24);
-  EXPECT_EQ(rt().callShared("TestBase", "RecordOffset", {integer(1)}).integer, int64_t(derived->dataOffset));
-  EXPECT_EQ(rt().callShared("TestBase", "RecordOffset", {integer(2)}).integer, int64_t(leaf->dataOffset));
-  EXPECT_EQ(derived->superclass, base);
-  EXPECT_EQ(leaf->superclass, derived);
-  EXPECT_TRUE(leaf->isA(base));
-  EXPECT_FALSE(base->isA(leaf));
+  EXPECT_EQ(std::tuple(base->dataOffset, derived->dataOffset, leaf->dataOffset, leaf->dataSize, w[4]),
+            std::tuple(size_t(24), 24 + base->dataSize, derived->dataOffset + derived->dataSize, size_t(0),
+                       uintptr_t(24)));
+  const host::ClassInfo* chain[] = {base, derived, leaf};
+  for (int i = 0; i < 3; ++i)
+    EXPECT_EQ(rt().callShared("TestBase", "RecordOffset", {integer(i)}).integer, int64_t(chain[i]->dataOffset)) << i;
+  EXPECT_EQ(std::pair(derived->superclass, leaf->superclass), std::pair(base, derived));
+  EXPECT_TRUE(leaf->isA(base) && !base->isA(leaf));
   // And they work.
   Value object = rt().newInstance("TestDerived");
   EXPECT_EQ(rt().call(object, "Add", {integer(2), integer(3)}).integer, 5);

@@ -260,9 +260,7 @@ Outcome Run(TourHost& host, const Step& step, const std::function<void(const std
           out.receiver = Summary(rt, self) + ":raise:" + e.className();
         }
         if (step.method) args = Arguments(host, *step.method, step.nilArguments);
-        if (step.kind == Step::Kind::Setter) {
-          assigned = ValueOf(host, AssignedParameter(step), step.nilArguments);
-        }
+        if (step.kind == Step::Kind::Setter) assigned = ValueOf(host, AssignedParameter(step), step.nilArguments);
         body = [&] {
           switch (step.kind) {
             case Step::Kind::Method: result = rt.call(self, step.method->declarationText, args); break;
