@@ -12,10 +12,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <string>
+
+#include "support/files.h"
 
 namespace {
 
@@ -30,13 +30,7 @@ class FileReferences : public ::testing::Test {
   FileReferences() : pool_(send(send(reinterpret_cast<id>(objc_getClass("NSAutoreleasePool")), "alloc"), "init")) {}
   ~FileReferences() override { send(pool_, "release"); }
 
-  void SetUp() override {
-    char pattern[] = "/tmp/qvr-references-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
-    std::ofstream(dir_ + "/file") << "abc";
-  }
-  void TearDown() override { EXPECT_EQ(std::system(("rm -rf '" + dir_ + "'").c_str()), 0); }
+  void SetUp() override { folder_.write("file", "abc"); }
 
   FSRef ref(const std::string& path) {
     FSRef out;
@@ -58,7 +52,8 @@ class FileReferences : public ::testing::Test {
   }
 
   id pool_;
-  std::string dir_;
+  support::TempFolder folder_;
+  const std::string dir_ = folder_.path();
 };
 
 TEST_F(FileReferences, ExistingObjectsOnlyTheSamePathBackAndTheRootIsNodeTwo) {
@@ -79,8 +74,7 @@ TEST_F(FileReferences, ExistingObjectsOnlyTheSamePathBackAndTheRootIsNodeTwo) {
   std::memset(&parent, 0x11, sizeof parent);
   FSSpec fileSpec;
   ASSERT_EQ(FSGetCatalogInfo(&root, kFSCatInfoNodeID | kFSCatInfoParentDirID, &info, nullptr, &fileSpec, &parent), noErr);
-  EXPECT_EQ(info.nodeID, 2u);
-  EXPECT_EQ(info.parentDirID, 1u);
+  EXPECT_EQ(std::pair(info.nodeID, info.parentDirID), std::pair(2u, 1u));
   FSRef zero = {};
   EXPECT_EQ(std::memcmp(&parent, &zero, sizeof zero), 0);
   EXPECT_EQ(fileSpec.parID, fsRtParID);
@@ -102,12 +96,11 @@ TEST_F(FileReferences, CatalogInformationFSSpecsOfMissingItemsAndReferencesThatD
             noErr);
   EXPECT_GT(info.nodeID, 2u);
   EXPECT_EQ(info.parentDirID, folderInfo.nodeID);
-  EXPECT_EQ(info.nodeFlags & kFSNodeIsDirectoryMask, 0);
-  EXPECT_NE(folderInfo.nodeFlags & kFSNodeIsDirectoryMask, 0);
+  EXPECT_EQ(std::pair(info.nodeFlags & kFSNodeIsDirectoryMask, folderInfo.nodeFlags & kFSNodeIsDirectoryMask),
+            std::pair(0, int(kFSNodeIsDirectoryMask)));
   EXPECT_EQ(info.dataLogicalSize, 3u);
   ASSERT_EQ(name.length, 4);
-  EXPECT_EQ(name.unicode[0], 'f');
-  EXPECT_EQ(name.unicode[3], 'e');
+  EXPECT_EQ(std::pair(name.unicode[0], name.unicode[3]), std::pair(UniChar('f'), UniChar('e')));
   EXPECT_EQ(fileSpec.parID, SInt32(folderInfo.nodeID));
   EXPECT_EQ(std::string(reinterpret_cast<char*>(fileSpec.name + 1), fileSpec.name[0]), "file");
   EXPECT_EQ(pathOf(parent), dir_);
@@ -138,7 +131,7 @@ TEST_F(FileReferences, CatalogInformationFSSpecsOfMissingItemsAndReferencesThatD
   r = ref(dir_ + "/file");
   ASSERT_EQ(rename((dir_ + "/file").c_str(), (dir_ + "/moved").c_str()), 0);
   EXPECT_EQ(pathOf(r), "<none>");
-  std::ofstream(dir_ + "/file") << "new";
+  folder_.write("file", "new");
   UInt8 buffer[4096];
   EXPECT_EQ(FSRefMakePath(&r, buffer, sizeof buffer), fnfErr) << "another object at the same path";
   FSRef moved = ref(dir_ + "/moved");
@@ -161,8 +154,7 @@ TEST_F(FileReferences, FileURLsToAndFromFSRefs) {
   EXPECT_EQ(urlPath(back), dir_ + "/file");
   FSRef folder = ref(dir_);
   CFURLRef folderURL = CFURLCreateFromFSRef(nullptr, &folder);
-  std::string text = urlPath(folderURL);
-  EXPECT_EQ(text, dir_);
+  EXPECT_EQ(urlPath(folderURL), dir_);
   CFStringRef missingPath = CFStringCreateWithCString(nullptr, (dir_ + "/missing").c_str(), kCFStringEncodingUTF8);
   CFURLRef missing = CFURLCreateWithFileSystemPath(nullptr, missingPath, kCFURLPOSIXPathStyle, false);
   EXPECT_FALSE(CFURLGetFSRef(missing, &r));
@@ -171,8 +163,8 @@ TEST_F(FileReferences, FileURLsToAndFromFSRefs) {
   EXPECT_FALSE(CFURLGetFSRef(webURL, &r));
   EXPECT_FALSE(CFURLGetFSRef(nullptr, &r));
   FSRef zero = {};
-  EXPECT_EQ(CFURLCreateFromFSRef(nullptr, &zero), nullptr);
-  EXPECT_EQ(CFURLCreateFromFSRef(nullptr, nullptr), nullptr);
+  for (const FSRef* none : {&zero, static_cast<FSRef*>(nullptr)})
+    EXPECT_EQ(CFURLCreateFromFSRef(nullptr, none), nullptr);
   for (CFTypeRef object : {(CFTypeRef)path, (CFTypeRef)url, (CFTypeRef)back, (CFTypeRef)folderURL,
                            (CFTypeRef)missingPath, (CFTypeRef)missing, (CFTypeRef)web, (CFTypeRef)webURL})
     CFRelease(object);

@@ -17,6 +17,11 @@ class FolderItemTest : public HostTest {
   host::Value item(const std::string& path) { return rt().newInstance("FolderItem", {str(path.c_str())}); }
   std::string path(const host::Value& v) { return rt().folderItemPath(v); }
   bool flag(const host::Value& v, const char* name) { return rt().get(v, name).boolean; }
+  // "path, exists|missing, file|folder, Length" of an item.
+  std::string state(const host::Value& v) {
+    return path(v) + (flag(v, "Exists") ? ", exists, " : ", missing, ") +
+           (flag(v, "Directory") ? "folder, " : "file, ") + std::to_string(rt().get(v, "Length").integer);
+  }
   host::Value handOver(const char* member, std::vector<host::Value> args) {
     return rt().callShared("TestHandOver", member, std::move(args));
   }
@@ -29,28 +34,16 @@ TEST_F(FolderItemTest, PathsNamesParentsChildrenTrueItemDeletingRenamingAndNewFo
   load();
   write("a.txt", "hello");
   host::Value f = item(dir_ + "/./sub/../a.txt");
-  EXPECT_EQ(path(f), dir_ + "/a.txt");
-  EXPECT_EQ(text(rt().get(f, "NativePath")), dir_ + "/a.txt");
-  EXPECT_EQ(text(rt().get(f, "Name")), "a.txt");
-  EXPECT_TRUE(flag(f, "Exists"));
-  EXPECT_FALSE(flag(f, "Directory"));
-  EXPECT_EQ(rt().get(f, "Length").integer, 5);
-  host::Value parent = rt().get(f, "Parent");
-  EXPECT_EQ(path(parent), dir_);
-  EXPECT_TRUE(flag(parent, "Directory"));
-  EXPECT_EQ(rt().get(parent, "Length").integer, 0);
+  EXPECT_EQ(state(f), dir_ + "/a.txt, exists, file, 5");
+  EXPECT_EQ(text(rt().get(f, "NativePath")) + " " + text(rt().get(f, "Name")), dir_ + "/a.txt a.txt");
+  EXPECT_EQ(state(rt().get(f, "Parent")), dir_ + ", exists, folder, 0");
   host::Value root = item("/");
   EXPECT_TRUE(rt().get(root, "Parent").isNil());
   EXPECT_EQ(text(rt().get(root, "Name")), "");
   EXPECT_EQ(path(rt().folderItem("relative/../x")), path(rt().newInstance("FolderItem")) + "/x");
   host::Value folder = item(dir_);
-  host::Value child = rt().call(folder, "Child", {str("missing.png")});
-  EXPECT_EQ(path(child), dir_ + "/missing.png");
-  EXPECT_FALSE(flag(child, "Exists"));
-  EXPECT_EQ(rt().get(child, "Length").integer, 0);
-  EXPECT_TRUE(rt().call(folder, "Child", {str("a/b")}).isNil());
-  EXPECT_TRUE(rt().call(folder, "Child", {str("..")}).isNil());
-  EXPECT_TRUE(rt().call(folder, "Child", {str("")}).isNil());
+  EXPECT_EQ(state(rt().call(folder, "Child", {str("missing.png")})), dir_ + "/missing.png, missing, file, 0");
+  for (const char* name : {"a/b", "..", ""}) EXPECT_TRUE(rt().call(folder, "Child", {str(name)}).isNil()) << name;
   // TrueItem counts from one in name order (a.txt is there already).
   write("b", "2");
   write("a", "1");
@@ -67,8 +60,7 @@ TEST_F(FolderItemTest, PathsNamesParentsChildrenTrueItemDeletingRenamingAndNewFo
   f = item(dir_ + "/old");
   rt().set(f, "Name", str("new"));
   EXPECT_EQ(rt().get(f, "LastErrorCode").integer, 0);
-  EXPECT_EQ(path(f), dir_ + "/new");
-  EXPECT_TRUE(flag(f, "Exists"));
+  EXPECT_EQ(state(f), dir_ + "/new, exists, file, 1");
   EXPECT_NE(access((dir_ + "/old").c_str(), F_OK), 0);
   rt().call(f, "Delete");
   EXPECT_EQ(rt().get(f, "LastErrorCode").integer, 0);
@@ -104,14 +96,11 @@ TEST_F(FolderItemTest, ItemsAreHandedOverAsFSRefsParentsAndNamesAndFSSpecsBothWa
   unsigned char ref[80] = {};
   bool made = true;
   std::thread([&] { made = toRef(f.object.get(), ref, nullptr); }).join();
-  EXPECT_FALSE(made);
-  EXPECT_EQ(rt().foreignThreadCalls(), 1u);
+  EXPECT_EQ(std::pair(made, rt().foreignThreadCalls()), std::pair(false, size_t(1)));
   EXPECT_TRUE(toRef(f.object.get(), ref, nullptr));
   // A FolderItem comes back from a parent and a name, and FSSpecs go both ways.
   host::Value folder = item(dir_);
-  host::Value fromParent = handOver("FromParent", {folder, str("new.png"), integer(7)});
-  EXPECT_EQ(path(fromParent), dir_ + "/new.png");
-  EXPECT_FALSE(flag(fromParent, "Exists"));
+  EXPECT_EQ(state(handOver("FromParent", {folder, str("new.png"), integer(7)})), dir_ + "/new.png, missing, file, 0");
   std::string name(255, 'n');
   EXPECT_EQ(path(handOver("FromParent", {folder, str(name.c_str()), integer(255)})), dir_ + "/" + name);
   for (const auto& [name, length] : {std::pair{"a/b", 3}, {"..", 2}, {"", 0}, {"x", 256}})
@@ -120,15 +109,15 @@ TEST_F(FolderItemTest, ItemsAreHandedOverAsFSRefsParentsAndNamesAndFSSpecsBothWa
   write("there", "");
   for (const std::string& p : {dir_ + "/there", dir_ + "/not-there", dir_, std::string("/")})
     EXPECT_EQ(path(handOver("FileSpecRoundTrip", {item(p)})), p);
-  EXPECT_EQ(text(handOver("FileSpecOf", {item("/")})), "1:/");
-  EXPECT_EQ(text(handOver("FileSpecOf", {item("/tmp")})), "2:tmp");
+  for (auto [p, spec] : {std::pair{"/", "1:/"}, {"/tmp", "2:tmp"}})
+    EXPECT_EQ(text(handOver("FileSpecOf", {item(p)})), spec);
   std::string described = text(handOver("FileSpecOf", {item(dir_ + "/not-there")}));
   EXPECT_EQ(described.substr(described.find(':')), ":not-there");
   EXPECT_GT(std::stol(described), 2);
   std::string longName(64, 'l');
   EXPECT_TRUE(handOver("FileSpecRoundTrip", {item(dir_ + "/" + longName)}).isNil()) << "an FSSpec holds 63 bytes";
-  EXPECT_TRUE(handOver("FileSpecRoundTrip", {item(dir_ + "/no/such")}).isNil());
-  EXPECT_TRUE(handOver("FileSpecRoundTrip", {host::Value::nil()}).isNil());
+  for (const host::Value& none : {item(dir_ + "/no/such"), host::Value::nil()})
+    EXPECT_TRUE(handOver("FileSpecRoundTrip", {none}).isNil());
 }
 
 }  // namespace

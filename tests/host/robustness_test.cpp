@@ -24,9 +24,9 @@ TEST_F(HostTest, EntryPointsIgnoreNullAndForeignPointersAndArrayProceduresRaiseO
            {"memoryBlockGetPtr", stranger}, {"RuntimeArrayDirectGetInsertProc", o.object.get()},
            {"memoryBlockGetPtr", o.object.get()}})
     EXPECT_EQ(entry<void* (*)(void*)>(name)(argument), nullptr) << name;
-  EXPECT_EQ(entry<void* (*)(const char*)>("PluginNewInstance")(nullptr), nullptr);
-  EXPECT_EQ(entry<void* (*)(const char*)>("PluginNewInstance")("NoSuchClass"), nullptr);
-  EXPECT_EQ(entry<void* (*)(const char*)>("pluginObjectType")("NoSuchClass"), nullptr);
+  for (const char* name : {"PluginNewInstance", "pluginObjectType"})
+    for (const char* className : {static_cast<const char*>(nullptr), "NoSuchClass"})
+      EXPECT_EQ(entry<void* (*)(const char*)>(name)(className), nullptr) << name;
   EXPECT_EQ(entry<int (*)(void*, void*)>("RuntimeObjectIsa")(stranger, nullptr), 0);
   EXPECT_EQ(entry<void* (*)(const char*, int32_t)>("REALBuildString")(nullptr, 5), nullptr);
   EXPECT_EQ(entry<void* (*)(const char*, int32_t)>("REALBuildString")("x", -1), nullptr);
@@ -36,16 +36,15 @@ TEST_F(HostTest, EntryPointsIgnoreNullAndForeignPointersAndArrayProceduresRaiseO
   EXPECT_EQ(entry<int (*)(void*, uint32_t, void*)>("PluginGetStringData")(stranger, 0, foreign), 0);
   EXPECT_STREQ(entry<const char* (*)(void*)>("StringGetCString")(stranger), "");
   EXPECT_EQ(entry<void* (*)(void*, int32_t)>("REALGetStringCFString")(stranger, 0), nullptr);
-  EXPECT_EQ(entry<void* (*)(void*, const char*)>("REALLoadGlobalMethod")(nullptr, "NoSuch() as Integer"), nullptr);
-  EXPECT_EQ(entry<void* (*)(void*, const char*)>("REALLoadGlobalMethod")(nullptr, "not a (declaration"), nullptr);
-  EXPECT_EQ(entry<void* (*)(void*, const char*)>("REALLoadGlobalMethod")(nullptr, nullptr), nullptr);
+  for (const char* declaration : {"NoSuch() as Integer", "not a (declaration", static_cast<const char*>(nullptr)})
+    EXPECT_EQ(entry<void* (*)(void*, const char*)>("REALLoadGlobalMethod")(nullptr, declaration), nullptr);
   EXPECT_EQ(entry<void* (*)(void*, const char*)>("REALLoadObjectMethod")(stranger, "Byte(o as Integer) as Integer"), nullptr);
   int32_t number = 0;
   EXPECT_EQ(entry<int (*)(void*, const char*, int32_t*)>("REALGetPropValueInt")(stranger, "Size", &number), 0);
   EXPECT_EQ(entry<int (*)(void*, const char*, int32_t)>("REALSetPropValueInt")(nullptr, "Size", 1), 0);
   EXPECT_FALSE(rt().exceptionPending());
-  EXPECT_EQ(entry<void* (*)(int32_t, int32_t)>("RuntimeArrayCreateSingleDimBoundedArray")(99, 0), nullptr);
-  EXPECT_EQ(entry<void* (*)(int32_t, int32_t)>("RuntimeArrayCreateSingleDimBoundedArray")(3, -2), nullptr);
+  for (auto [type, bound] : {std::pair{99, 0}, {3, -2}})
+    EXPECT_EQ(entry<void* (*)(int32_t, int32_t)>("RuntimeArrayCreateSingleDimBoundedArray")(type, bound), nullptr);
   EXPECT_EQ(entry<intptr_t (*)(void*)>("RuntimeUBound")(stranger), -1);
   EXPECT_EQ(entry<void* (*)(int32_t)>("newMemoryBlock")(-5), nullptr);
   EXPECT_EQ(entry<intptr_t (*)(void*)>("memoryBlockGetSize")(stranger), 0);
@@ -60,8 +59,7 @@ TEST_F(HostTest, EntryPointsIgnoreNullAndForeignPointersAndArrayProceduresRaiseO
   uintptr_t orphan[29] = {12, reinterpret_cast<uintptr_t>("Orphan"), reinterpret_cast<uintptr_t>("NoSuchBase")};
   entry<void (*)(void*)>("PluginRegisterClass")(orphan);
   EXPECT_EQ(rt().classes().size(), classes);
-  EXPECT_EQ(rt().findClass("Stray"), nullptr);
-  EXPECT_EQ(rt().findClass("Orphan"), nullptr);
+  for (const char* name : {"Stray", "Orphan"}) EXPECT_EQ(rt().findClass(name), nullptr) << name;
   // Array procedures raise OutOfBoundsException past the end.
   Value array = rt().array(host::kArrayInt32, {Value::ofInt32(1)});
   auto get = reinterpret_cast<void (*)(void*, int32_t, void*)>(
@@ -78,8 +76,8 @@ TEST_F(HostTest, EntryPointsIgnoreNullAndForeignPointersAndArrayProceduresRaiseO
   EXPECT_THROW(rt().call(o, "Add", {integer(1)}), host::HostException);
   insert(array.object.get(), 1, 9);  // appending is fine
   get(array.object.get(), 1, &value);
-  EXPECT_EQ(value, 9);
-  EXPECT_EQ(entry<intptr_t (*)(void*)>("RuntimeUBound")(array.object.get()), 1);
+  EXPECT_EQ(std::pair(value, entry<intptr_t (*)(void*)>("RuntimeUBound")(array.object.get())),
+            std::pair(9, intptr_t(1)));
 }
 
 TEST(HostStandardPlugins, LoadTheImagePluginFromTheLibraryFolder) {
