@@ -10,17 +10,16 @@ TEST_F(HostTest, VariantsBoxValuesPluginsReadThemAndDictionaryKeysCompareAsTheHo
   load();
   Value boxed = rt().variant(str("12.5"));
   EXPECT_EQ(rt().classOf(boxed)->name, "Variant");
-  EXPECT_EQ(rt().get(boxed, "Type").integer, 8);
-  EXPECT_DOUBLE_EQ(rt().get(boxed, "DoubleValue").real, 12.5);
-  EXPECT_EQ(rt().get(boxed, "IntegerValue").integer, 12);
-  EXPECT_EQ(rt().callGlobal("VarType", {integer(3)}).integer, 3);
-  EXPECT_EQ(rt().callGlobal("VarType", {Value::ofBoolean(true)}).integer, 11);
-  EXPECT_EQ(rt().callGlobal("VarType", {Value::nil()}).integer, 0);
-  EXPECT_EQ(rt().callGlobal("VarType", {rt().array(host::kArrayString)}).integer, 0x1008);
+  EXPECT_EQ(std::tuple(rt().get(boxed, "Type").integer, rt().get(boxed, "DoubleValue").real,
+                       rt().get(boxed, "IntegerValue").integer),
+            std::tuple(8, 12.5, 12));
   // Objects are their own Variants.
   Value block = rt().memoryBlock("ab", 2);
   EXPECT_EQ(rt().variant(block).object.get(), block.object.get());
-  EXPECT_EQ(rt().callGlobal("VarType", {block}).integer, 9);
+  for (const auto& [value, type] : std::vector<std::pair<Value, int64_t>>{
+           {integer(3), 3}, {Value::ofBoolean(true), 11}, {Value::nil(), 0}, {rt().array(host::kArrayString), 0x1008},
+           {block, 9}})
+    EXPECT_EQ(rt().callGlobal("VarType", {value}).integer, type) << type;
 
   // The entry points: a new Variant with one reference for the plugin, read back.
   auto int32ToVariant = entry<host::ObjectHeader* (*)(int32_t)>("Int32ToVariant");
@@ -28,9 +27,8 @@ TEST_F(HostTest, VariantsBoxValuesPluginsReadThemAndDictionaryKeysCompareAsTheHo
   auto toDouble = entry<double (*)(host::ObjectHeader*)>("VariantToDouble");
   auto toString = entry<host::StringObject* (*)(host::ObjectHeader*)>("VariantToString");
   Value seven = Value::ofObject(host::ObjectRef::adopt(int32ToVariant(7)));
-  EXPECT_EQ(seven.object.get()->refCount, 1);
-  EXPECT_EQ(rt().unboxed(seven).kind, Value::Kind::Int32);
-  EXPECT_DOUBLE_EQ(toDouble(seven.object.get()), 7.0);
+  EXPECT_EQ(std::tuple(seven.object.get()->refCount, rt().unboxed(seven).kind, toDouble(seven.object.get())),
+            std::tuple(1, Value::Kind::Int32, 7.0));
   Value x7 = Value::ofObject(host::ObjectRef::adopt(stringToVariant(str("x7").string.get())));
   EXPECT_EQ(text(Value::ofString(host::StringRef::adopt(toString(x7.object.get())))), "x7");
   EXPECT_EQ(text(Value::ofString(host::StringRef::adopt(toString(seven.object.get())))), "7");
@@ -53,8 +51,7 @@ TEST_F(HostTest, VariantsBoxValuesPluginsReadThemAndDictionaryKeysCompareAsTheHo
   // Keys in the order they were first added, the first spelling kept.
   auto keys = rt().arrayElements(rt().call(d, "Keys"));
   ASSERT_EQ(keys.size(), 3u);
-  EXPECT_EQ(text(rt().unboxed(keys[0])), "Name");
-  EXPECT_EQ(rt().unboxed(keys[1]).integer, 1);
+  EXPECT_EQ(std::pair(text(rt().unboxed(keys[0])), rt().unboxed(keys[1]).integer), std::pair(std::string("Name"), 1L));
   EXPECT_EQ(text(rt().unboxed(rt().call(d, "Key", {integer(0)}))), "Name");
 
   rt().call(d, "Remove", {str("NAME")});
