@@ -11,16 +11,16 @@ TEST_F(HostTest, RaisedExceptionsAreThrownAfterTheFunctionReturnsAndThrownPlatfo
     auto e = Caught<host::HostException>(
         [&] { rt().call(o, "Fail", {str("OutOfBoundsException"), str("index 5 is too big")}); });
     ASSERT_TRUE(e) << "no exception";
-    EXPECT_EQ(e->className(), "OutOfBoundsException");
-    EXPECT_EQ(e->message(), "index 5 is too big");
-    EXPECT_EQ(e->errorNumber(), 7);
+    EXPECT_EQ(std::tuple(e->className(), e->message(), e->errorNumber()),
+              std::tuple("OutOfBoundsException", "index 5 is too big", 7));
     ASSERT_TRUE(e->exception());
     EXPECT_TRUE(e->exception().get()->cls->isA(rt().findClass("RuntimeException")));
     EXPECT_FALSE(rt().exceptionPending());
     // The exception object reads like any host object; the plugin reads its Message
     // through REALGetPropValueString.
-    EXPECT_EQ(text(rt().get(Value::ofObject(e->exception()), "Message")), "index 5 is too big");
-    EXPECT_EQ(rt().get(Value::ofObject(e->exception()), "ErrorNumber").integer, 7);
+    const Value object = Value::ofObject(e->exception());
+    EXPECT_EQ(std::pair(text(rt().get(object, "Message")), rt().get(object, "ErrorNumber").integer),
+              std::pair(std::string("index 5 is too big"), int64_t(7)));
     EXPECT_EQ(text(rt().call(o, "ReadMessage", {Value::ofObject(e->exception())})), "index 5 is too big");
   }
   // A class the host does not know: the plugin falls back to RuntimeException.
@@ -37,9 +37,8 @@ TEST_F(HostTest, RaisedExceptionsAreThrownAfterTheFunctionReturnsAndThrownPlatfo
   // Plugin blocks: a nil MemoryBlock raises NilObjectException with the plugin's message.
   auto e = Caught<host::HostException>([&] { rt().call(o, "BlockSum", {Value::nil()}); });
   ASSERT_TRUE(e) << "no exception";
-  EXPECT_EQ(e->className(), "NilObjectException");
-  EXPECT_EQ(e->message(), "Memoryblock is nil");
-  EXPECT_STREQ(e->what(), "NilObjectException: Memoryblock is nil");
+  EXPECT_EQ(std::tuple(e->className(), e->message(), std::string(e->what())),
+            std::tuple("NilObjectException", "Memoryblock is nil", "NilObjectException: Memoryblock is nil"));
   // A platform object thrown out of a plugin is reported, never fatal.
   auto thrown = Caught<host::ThrownObject>([&] { rt().call(o, "ThrowPlatform"); });
   ASSERT_TRUE(thrown) << "no exception";
@@ -54,16 +53,15 @@ TEST_F(HostTest, RaisedExceptionsAreThrownAfterTheFunctionReturnsAndThrownPlatfo
   Value made = rt().newInstance("OutOfMemoryException");
   rt().set(made, "Message", str("made by host code"));
   rt().set(made, "ErrorNumber", integer(12));
-  EXPECT_EQ(text(rt().get(made, "message")), "made by host code");
-  EXPECT_EQ(rt().get(made, "errornumber").integer, 12);
+  EXPECT_EQ(std::pair(text(rt().get(made, "message")), rt().get(made, "errornumber").integer),
+            std::pair(std::string("made by host code"), int64_t(12)));
   EXPECT_FALSE(rt().exceptionPending());
   // Platform objects thrown by constructors and destructors are contained.
   size_t objects = rt().liveObjects();
   clearLog();
   // A destructor that throws: reported, and the object is freed all the same.
   { Value fragile = rt().newInstance("TestFragile"); }
-  EXPECT_EQ(log(), "dtor Fragile");
-  EXPECT_EQ(rt().liveObjects(), objects);
+  EXPECT_EQ(std::pair(log(), rt().liveObjects()), std::pair(std::string("dtor Fragile"), objects));
   // A class constructor that throws while host code creates the instance.
   rt().callShared("TestBase", "ArmFragile", {Value::ofBoolean(true)});
   EXPECT_THROW(rt().newInstance("TestFragile"), host::ThrownObject);
