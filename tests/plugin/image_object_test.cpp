@@ -12,6 +12,10 @@ class ImageObject : public PluginTest {
   host::Value Image(std::vector<host::Value> args = {}) { return runtime_->newInstance("NSImageQVR", std::move(args)); }
   double Real(const host::Value& object, const char* property) { return runtime_->get(object, property).real; }
   bool Flag(const host::Value& object, const char* property) { return runtime_->get(object, property).boolean; }
+  // width and height of an image, Width and Height of an NSSizeQVR.
+  std::pair<double, double> Sides(const host::Value& object, const char* w = "width", const char* h = "height") {
+    return {Real(object, w), Real(object, h)};
+  }
   intptr_t Handle(const host::Value& object) { return runtime_->get(object, "Handle").integer; }
   host::Value ImageProbe(std::string_view member, std::vector<host::Value> args) {
     return runtime_->callShared("ImageProbeQVR", member, std::move(args));
@@ -26,8 +30,7 @@ TEST_F(ImageObject, ConstructorsAndSize) {
   EXPECT_EQ(Real(image, "width"), 0.0);
   host::Value size = runtime.get(image, "size");
   ASSERT_EQ(support::ClassName(runtime, size), "NSSizeQVR");
-  EXPECT_EQ(Real(size, "Width"), 0.0);
-  EXPECT_EQ(Real(size, "Height"), 0.0);
+  EXPECT_EQ(Sides(size, "Width", "Height"), std::pair(0.0, 0.0));
 
   intptr_t first = Handle(image);
   EXPECT_EQ(Raised([&] { runtime.call(image, "Constructor"); }),
@@ -35,31 +38,29 @@ TEST_F(ImageObject, ConstructorsAndSize) {
   EXPECT_EQ(Handle(image), first) << "the first image stays";
 
   runtime.call(image, "Constructor", {host::Value::ofDouble(100), host::Value::ofDouble(50)});
-  EXPECT_EQ(Real(image, "width"), 100.0);
-  EXPECT_EQ(Real(image, "height"), 50.0);
+  EXPECT_EQ(Sides(image), std::pair(100.0, 50.0));
   EXPECT_TRUE(Flag(image, "isValid"));
   EXPECT_EQ(Shared("InstancesCount").integer, 1) << "the old image left instances with its release";
 
   EXPECT_TRUE(runtime.call(image, "initWithSize", {host::Value::ofDouble(0.5), host::Value::ofDouble(0.25)}).boolean);
-  EXPECT_EQ(Real(image, "width"), 0.5);
-  EXPECT_EQ(Real(image, "height"), 0.25);
+  EXPECT_EQ(Sides(image), std::pair(0.5, 0.25));
   EXPECT_EQ(Shared("ImageRetainCount", {image}).integer, 1);
 
   host::Value one = runtime.get(image, "size"), two = runtime.get(image, "size");
   EXPECT_NE(one.object.get(), two.object.get()) << "a new NSSizeQVR at every read";
-  EXPECT_EQ(Real(one, "Width"), Real(two, "Width"));
+  EXPECT_EQ(Sides(one, "Width", "Height"), Sides(two, "Width", "Height"));
   EXPECT_EQ(Real(two, "Height"), 0.25);
 
   runtime.set(image, "size", runtime.newInstance("NSSizeQVR", {host::Value::ofDouble(3), host::Value::ofDouble(4.5)}));
-  EXPECT_EQ(Real(image, "width"), 3.0);
-  EXPECT_EQ(Real(image, "height"), 4.5);
+  EXPECT_EQ(Sides(image), std::pair(3.0, 4.5));
   runtime.set(image, "size", host::Value::nil());
   EXPECT_EQ(Real(image, "width"), 0.0);
 
   host::Value sized = Image({host::Value::ofDouble(7), host::Value::ofDouble(9)});
   EXPECT_EQ(Real(sized, "height"), 9.0);
-  EXPECT_EQ(runtime.constant("NSImageQVR", "NSImageCacheNever").integer, 3);
-  EXPECT_EQ(runtime.constant("NSImageQVR", "NSImageLoadStatusReadError").integer, 4);
+  EXPECT_EQ(std::pair(runtime.constant("NSImageQVR", "NSImageCacheNever").integer,
+                      runtime.constant("NSImageQVR", "NSImageLoadStatusReadError").integer),
+            std::pair(int64_t(3), int64_t(4)));
 }
 
 TEST_F(ImageObject, PropertiesRoundTripAndWithoutAnImageAreNeutral) {

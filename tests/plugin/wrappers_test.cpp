@@ -141,24 +141,25 @@ TEST_F(PluginTest, GeometryValuesAndCoreFoundationWrappersKeepThePlatformLayout)
   Value rect = runtime.newInstance("NSRectQVR", {Value::ofDouble(1), Value::ofDouble(2), Value::ofDouble(3),
                                                  Value::ofDouble(4)});
   for (size_t i = 0; i < 4; ++i) EXPECT_EQ(DataWord<float>(rect, i * 4), float(i + 1));
-  EXPECT_TRUE(runtime.call(rect, "Contains", {Value::ofDouble(1), Value::ofDouble(2)}).boolean);
-  EXPECT_FALSE(runtime.call(rect, "Contains", {Value::ofDouble(4), Value::ofDouble(2)}).boolean) << "right edge";
-  EXPECT_FALSE(runtime.call(rect, "IsEmpty").boolean);
-  Value empty = runtime.newInstance("NSRectQVR");
-  EXPECT_TRUE(runtime.call(empty, "IsEmpty").boolean);
+  auto in = [&](const Value& self, std::vector<Value> at) { return runtime.call(self, "Contains", at).boolean; };
+  auto empty = [&](const Value& self) { return runtime.call(self, "IsEmpty").boolean; };
+  // The right edge is outside.
+  const Value one = Value::ofDouble(1), two = Value::ofDouble(2), four = Value::ofDouble(4);
+  EXPECT_EQ(std::pair(in(rect, {one, two}), in(rect, {four, two})), std::pair(true, false));
+  EXPECT_EQ(std::pair(empty(rect), empty(runtime.newInstance("NSRectQVR"))), std::pair(false, true));
 
   Value range = runtime.newInstance("NSRangeQVR", {Value::ofInteger(5), Value::ofInteger(10)});
   EXPECT_EQ(std::pair(DataWord<uint32_t>(range, 0), DataWord<uint32_t>(range, 4)), std::pair(5u, 10u));
-  EXPECT_EQ(runtime.call(range, "MaxRange").integer, 15);
-  EXPECT_TRUE(runtime.call(range, "Contains", {Value::ofInteger(14)}).boolean);
-  EXPECT_FALSE(runtime.call(range, "Contains", {Value::ofInteger(15)}).boolean);
+  EXPECT_EQ(std::tuple(runtime.call(range, "MaxRange").integer, in(range, {Value::ofInteger(14)}),
+                       in(range, {Value::ofInteger(15)})),
+            std::tuple(15, true, false));
   Value clamped = runtime.newInstance("NSRangeQVR", {Value::ofInteger(-5), Value::ofInteger(int64_t(1) << 40)});
-  EXPECT_EQ(runtime.get(clamped, "Location").integer, 0);
-  EXPECT_EQ(runtime.get(clamped, "Length").integer, 0xFFFFFFFF);
+  EXPECT_EQ(std::pair(runtime.get(clamped, "Location").integer, runtime.get(clamped, "Length").integer),
+            std::pair(int64_t(0), int64_t(0xFFFFFFFF)));
   // The Core Foundation wrappers carry their tag.
   Value object = runtime.newInstance("CFObjectQVR");
-  EXPECT_EQ(DataWord<void*>(object, 0), nullptr);
-  EXPECT_EQ(DataWord<uint32_t>(object, 8), 0x52424346u);
+  EXPECT_EQ(std::pair(DataWord<void*>(object, 0), DataWord<uint32_t>(object, 8)),
+            std::pair(static_cast<void*>(nullptr), 0x52424346u));
   const unsigned char tagBytes[] = {0x46, 0x43, 0x42, 0x52};
   EXPECT_EQ(std::memcmp(reinterpret_cast<const char*>(object.object.get()) + 32, tagBytes, 4), 0);
   EXPECT_EQ(runtime.get(object, "TypeID").integer, 0);
@@ -171,25 +172,26 @@ TEST_F(PluginTest, FoundationWrappersAndColoursGiveTheMembersOneExpects) {
   host::Runtime& rt = Start();
   auto text = [&](const Value& self, const char* property) { return rt.utf8(rt.get(self, property)); };
   Value zone = rt.newInstance("NSTimeZoneQVR", {rt.string("Asia/Tokyo")});
-  EXPECT_EQ(text(zone, "Name"), "Asia/Tokyo");
-  EXPECT_EQ(rt.get(zone, "SecondsFromGMT").integer, 9 * 3600);
-  EXPECT_FALSE(rt.get(zone, "IsDaylightSavingTime").boolean);
+  EXPECT_EQ(std::tuple(text(zone, "Name"), rt.get(zone, "SecondsFromGMT").integer,
+                       rt.get(zone, "IsDaylightSavingTime").boolean),
+            std::tuple("Asia/Tokyo", 9 * 3600, false));
   Value named = rt.callShared("NSTimeZoneQVR", "TimeZoneWithName", {rt.string("Europe/Paris")});
   EXPECT_EQ(rt.callShared("NSTimeZoneQVR", "TimeZoneWithName", {rt.string("Europe/Paris")}).object.get(),
             named.object.get());
   Value error = rt.newInstance("NSErrorQVR", {rt.string("QVRDomain"), Value::ofInteger(-7)});
-  EXPECT_EQ(text(error, "Domain"), "QVRDomain");
-  EXPECT_EQ(rt.get(error, "Code").integer, -7);
+  EXPECT_EQ(std::pair(text(error, "Domain"), rt.get(error, "Code").integer), std::pair(std::string("QVRDomain"), -7L));
   EXPECT_EQ(text(rt.newInstance("NSLocaleQVR", {rt.string("fr_FR")}), "LocaleIdentifier"), "fr_FR");
   EXPECT_EQ(text(rt.newInstance("NSCalendarQVR", {rt.string("gregorian")}), "CalendarIdentifier"), "gregorian");
   Value letters = rt.newInstance("NSCharacterSetQVR", {rt.string("abc")});
-  EXPECT_TRUE(rt.call(letters, "CharacterIsMember", {Value::ofInteger('b')}).boolean);
-  EXPECT_FALSE(rt.call(letters, "CharacterIsMember", {Value::ofInteger('d')}).boolean);
+  auto member = [&](const Value& set, char c) {
+    return rt.call(set, "CharacterIsMember", {Value::ofInteger(c)}).boolean;
+  };
+  EXPECT_EQ(std::pair(member(letters, 'b'), member(letters, 'd')), std::pair(true, false));
   Value digits = rt.callShared("NSCharacterSetQVR", "DecimalDigitCharacterSet");
-  EXPECT_TRUE(rt.call(digits, "CharacterIsMember", {Value::ofInteger('7')}).boolean);
+  EXPECT_TRUE(member(digits, '7'));
   Value attributed = rt.newInstance("NSAttributedStringQVR", {rt.string("h\xC3\xA9llo")});
-  EXPECT_EQ(text(attributed, "StringValue"), "h\xC3\xA9llo");
-  EXPECT_EQ(rt.get(attributed, "Length").integer, 5);
+  EXPECT_EQ(std::pair(text(attributed, "StringValue"), rt.get(attributed, "Length").integer),
+            std::pair(std::string("h\xC3\xA9llo"), 5L));
   // The CF wrappers are subclasses of CFObjectQVR; one made empty holds nothing.
   EXPECT_EQ(rt.findClass("CFNumberQVR")->superclass, rt.findClass("CFObjectQVR"));
   EXPECT_EQ(rt.get(rt.newInstance("CFDateQVR"), "TypeID").integer, 0);
@@ -209,8 +211,8 @@ TEST_F(PluginTest, FoundationWrappersAndColoursGiveTheMembersOneExpects) {
     EXPECT_NEAR(rt.get(color, component).real, value, 1e-6) << component;
 
   Value grey = rt.newInstance("NSColorQVR", {Value::ofDouble(0.5)});
-  EXPECT_NEAR(rt.get(grey, "RedComponent").real, 0.5, 1e-6);
-  EXPECT_NEAR(rt.get(grey, "AlphaComponent").real, 1.0, 1e-6);
+  for (auto [component, value] : {std::pair{"RedComponent", 0.5}, {"AlphaComponent", 1.0}})
+    EXPECT_NEAR(rt.get(grey, component).real, value, 1e-6) << component;
 
   Value white = rt.callShared("NSColorQVR", "WhiteColor");
   ASSERT_FALSE(white.isNil());
