@@ -138,28 +138,23 @@ std::string CodecTest::Pillow(NSData* data, const std::string& extension, const 
 // Reads P5 (grey), P6 (RGB) and, as DecodeWithPillow has Pillow print it, "P7 w h 255" RGBA
 // (the tools used here write no comments in the header).
 bool DecodeWithCommand(const std::string& command, TestPicture& out) {
-  FILE* f = popen((command + " 2>/dev/null").c_str(), "r");
-  if (f == nullptr) return false;
+  const std::string bytes = support::Output(command + " 2>/dev/null");
   char kind = 0;
   long w = 0, h = 0, maxval = 0;
-  bool ok = fscanf(f, "P%c%ld%ld%ld", &kind, &w, &h, &maxval) == 4 && fgetc(f) != EOF && kind >= '5' && kind <= '7' &&
-            w > 0 && h > 0 && maxval > 0;
-  if (ok) {
-    out.width = int(w);
-    out.height = int(h);
-    out.samples = kind == '7' ? 4 : kind == '6' ? 3 : 1;
-    const size_t count = size_t(w) * h * out.samples;
-    out.pixels.resize(count);
-    if (maxval < 256) {
-      ok = fread(out.pixels.data(), 1, count, f) == count;
-    } else {
-      std::vector<uint8_t> wide(count * 2);
-      ok = fread(wide.data(), 1, wide.size(), f) == wide.size();
-      for (size_t i = 0; ok && i < count; ++i) out.pixels[i] = uint8_t(((wide[2 * i] << 8 | wide[2 * i + 1]) * 255 + maxval / 2) / maxval);
-    }
-  }
-  pclose(f);
-  return ok;
+  int header = 0;
+  if (sscanf(bytes.c_str(), "P%c%ld%ld%ld%n", &kind, &w, &h, &maxval, &header) != 4 || kind < '5' || kind > '7' ||
+      w <= 0 || h <= 0 || maxval <= 0)
+    return false;
+  out.width = int(w);
+  out.height = int(h);
+  out.samples = kind == '7' ? 4 : kind == '6' ? 3 : 1;
+  const size_t count = size_t(w) * h * out.samples, width = maxval < 256 ? 1 : 2;
+  if (bytes.size() < size_t(header) + 1 + count * width) return false;
+  const uint8_t* in = reinterpret_cast<const uint8_t*>(bytes.data()) + header + 1;  // after one white space
+  out.pixels.resize(count);
+  for (size_t i = 0; i < count; ++i)
+    out.pixels[i] = width == 1 ? in[i] : uint8_t(((in[2 * i] << 8 | in[2 * i + 1]) * 255 + maxval / 2) / maxval);
+  return true;
 }
 
 bool DecodeWithPillow(const std::string& path, TestPicture& out) {

@@ -4,9 +4,9 @@
 
 #include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <sstream>
+
+#include "support/files.h"
 
 namespace support {
 
@@ -23,28 +23,13 @@ const char kScript[] =
 
 DecodedImage DecodeIndependently(const std::string& encoded) {
   DecodedImage image;
-  char path[] = "/tmp/qvr-decode-XXXXXX";
-  int fd = mkstemp(path);
-  if (fd < 0) {
-    image.error = "no temporary file";
-    return image;
-  }
-  bool written = write(fd, encoded.data(), encoded.size()) == ssize_t(encoded.size());
-  close(fd);
-  std::string output;
-  if (written) {
-    // Debian's python3, where scripts/setup installs Pillow, rather than one of a
-    // version manager earlier on the PATH.
-    const char* python = access("/usr/bin/python3", X_OK) == 0 ? "/usr/bin/python3" : "python3";
-    std::string command = std::string(python) + " -c \"" + std::string(kScript) + "\" " + path + " 2>&1";
-    if (FILE* pipe = popen(command.c_str(), "r")) {
-      char buffer[65536];
-      size_t n;
-      while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0) output.append(buffer, n);
-      pclose(pipe);
-    }
-  }
-  unlink(path);
+  TempFolder folder;
+  folder.write("encoded", encoded);
+  // Debian's python3, where scripts/setup installs Pillow, rather than one of a
+  // version manager earlier on the PATH.
+  const char* python = access("/usr/bin/python3", X_OK) == 0 ? "/usr/bin/python3" : "python3";
+  const std::string output =
+      Output(std::string(python) + " -c \"" + kScript + "\" " + folder.path("encoded") + " 2>&1");
   std::istringstream lines(output);
   std::string hex;
   if (!(lines >> image.format >> image.compression >> image.width >> image.height >> hex) ||
