@@ -29,9 +29,9 @@ class Conversions : public support::PluginTest {
   void ExpectOutOfMemory(int64_t length) {
     auto e = Caught<host::HostException>([&] { Call("DataOfLength", {Value::ofInteger(length)}); });
     ASSERT_TRUE(e) << "nothing raised";
-    EXPECT_EQ(e->className(), "OutOfMemoryException");
-    EXPECT_EQ(e->message(), "Failed to allocate a memoryblock with " + std::to_string(length) + " bytes in size.");
-    EXPECT_EQ(e->errorNumber(), 0);
+    EXPECT_EQ(std::tuple(e->className(), e->message(), e->errorNumber()),
+              std::tuple("OutOfMemoryException",
+                         "Failed to allocate a memoryblock with " + std::to_string(length) + " bytes in size.", 0));
   }
   static host::Options Without(std::set<std::string> missing) {
     host::Options options;

@@ -19,9 +19,8 @@ TEST_F(PluginTest, RaiseByClassAndMessageAndOutOfBounds) {
   auto e = Caught<host::HostException>(
       [&] { Shared("Raise", {Text("IllegalCastException"), Text("CGImage must be a CGImageQVR!")}); });
   ASSERT_TRUE(e) << "nothing raised";
-  EXPECT_EQ(e->className(), "IllegalCastException");
-  EXPECT_EQ(e->message(), "CGImage must be a CGImageQVR!");
-  EXPECT_EQ(e->errorNumber(), 0);
+  EXPECT_EQ(std::tuple(e->className(), e->message(), e->errorNumber()),
+            std::tuple("IllegalCastException", "CGImage must be a CGImageQVR!", 0));
   EXPECT_EQ(Raised([&] { Shared("Raise", {Text("NilObjectException"), Text("")}); }), "NilObjectException: ");
   EXPECT_EQ(Raised([&] { Shared("RaiseNil", {Text("UnsupportedOperationException")}); }),
             "UnsupportedOperationException: ");
@@ -83,9 +82,9 @@ TEST_P(GuardForms, CompletedBodyAndOtherThrownObjects) {
   EXPECT_EQ(support::CountContaining(lines, ", Info: "), 0u) << "not logged as a platform exception";
   EXPECT_EQ(Shared("PoolProbesAlive").integer, 0) << "the guard's pool was released";
   if (!GetParam().siblings) {
-    EXPECT_FALSE(Shared("InstancesReady").boolean);
-    EXPECT_FALSE(Shared("ExceptionsReady").boolean);
-    EXPECT_EQ(Shared("InstancesCount").integer, -1);
+    EXPECT_EQ(std::tuple(Shared("InstancesReady").boolean, Shared("ExceptionsReady").boolean,
+                         Shared("InstancesCount").integer),
+              std::tuple(false, false, -1));
   }
 }
 
@@ -97,13 +96,12 @@ TEST_P(FramedGuardForms, PlatformExceptionIsLoggedOnceAndConverted) {
   support::StderrCapture log;
   auto e = Caught<host::HostException>([&] { Run(GetParam().form, kNSException); });
   ASSERT_TRUE(e) << "nothing raised";
-  EXPECT_EQ(e->className(), GetParam().siblings ? "NSExceptionQVR" : "RuntimeException");
-  EXPECT_EQ(e->message(), "probe reason");
-  EXPECT_EQ(e->errorNumber(), 0);
+  EXPECT_EQ(std::tuple(e->className(), e->message(), e->errorNumber()),
+            std::tuple(GetParam().siblings ? "NSExceptionQVR" : "RuntimeException", "probe reason", 0));
   if (GetParam().siblings) {
     host::Value exception = host::Value::ofObject(e->exception());
-    EXPECT_EQ(Utf8(runtime_->get(exception, "Name")), "QVRProbeException");
-    EXPECT_EQ(Utf8(runtime_->get(exception, "Reason")), "probe reason");
+    EXPECT_EQ(Utf8(runtime_->get(exception, "Name")) + ": " + Utf8(runtime_->get(exception, "Reason")),
+              "QVRProbeException: probe reason");
   }
   std::vector<std::string> lines = log.lines();
   EXPECT_EQ(support::CountContaining(lines, kLogLine), 1u);

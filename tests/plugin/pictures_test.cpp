@@ -274,8 +274,8 @@ TEST_P(RowCopies, CopyRowsBetweenRowBuffersOnly) {
     return rt().callShared("PictureProbeQVR", "OwnCopy", {dest, from, Int(w), Int(h), Int(sw), Int(sh)}).boolean;
   };
   EXPECT_EQ(ownCopy(to, 3, 2, 3, 2), console);
-  EXPECT_EQ(Pixel(to, 0, 0), console ? 0x112233u : 0xFFFFFFu);
-  EXPECT_EQ(Pixel(to, 2, 1), console ? 0x445566u : 0xFFFFFFu);
+  EXPECT_EQ(std::pair(Pixel(to, 0, 0), Pixel(to, 2, 1)),
+            console ? std::pair(0x112233u, 0x445566u) : std::pair(0xFFFFFFu, 0xFFFFFFu));
   EXPECT_FALSE(ownCopy(other, 3, 2, 3, 2));
   EXPECT_EQ(Pixel(other, 0, 0), 0xFFFFFFu);
   EXPECT_EQ(rt().pictureCounts(other).cacheClears, console ? 1u : 0u);
