@@ -56,8 +56,7 @@ TEST_F(HostTest, CallsPassAndReturnEveryTypeChooseOverloadsTakeDefaultsAndReadCo
   EXPECT_EQ(p.pointer, buffer + 3);
   // A MemoryBlock passed for a Ptr gives the address of its bytes.
   Value block = rt().memoryBlock("abcd", 4);
-  Value q = rt().call(o, "OffsetPtr", {block, integer(1)});
-  EXPECT_EQ(*static_cast<char*>(q.pointer), 'b');
+  EXPECT_EQ(*static_cast<char*>(rt().call(o, "OffsetPtr", {block, integer(1)}).pointer), 'b');
   // Constants have their declared types (names without case); subclasses inherit them.
   for (const auto& [cls, name, value] :
        {std::tuple{"TestBase", "Answer", "Integer 42"}, {"TestBase", "pi", "Double 3.25"}, {"TestBase", "Greeting", "String hello"},

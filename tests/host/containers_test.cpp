@@ -75,8 +75,7 @@ TEST_F(HostTest, MemoryBlocksPassBothWaysAndTheirMembersLoadAsRealCFunctions) {
   EXPECT_EQ(rt().memoryBlockBytes(rt().call(o, "MakeBlock", {integer(0)})), "");
   EXPECT_TRUE(rt().call(o, "MakeBlock", {integer(-1)}).isNil());
   // A new block is zero-filled.
-  Value fresh = rt().newInstance("MemoryBlock", {integer(16)});
-  EXPECT_EQ(rt().memoryBlockBytes(fresh), std::string(16, '\0'));
+  EXPECT_EQ(rt().memoryBlockBytes(rt().newInstance("MemoryBlock", {integer(16)})), std::string(16, '\0'));
   // Its members work for host code.
   block = rt().newInstance("MemoryBlock", {integer(4)});
   rt().assign(block, "Byte", {integer(2)}, integer(200));

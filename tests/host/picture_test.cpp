@@ -112,8 +112,7 @@ TEST_F(PictureTest, PluginsReachPicturesThroughEntryPointsAndBuildThemFromBuffer
   Description description{};
   ASSERT_TRUE(lock(plain.object.get(), &description, 8));
   EXPECT_EQ(std::pair(description.type, description.width), std::pair(8, 3));
-  auto context = static_cast<CGContextRef>(description.data);
-  EXPECT_EQ(CGBitmapContextGetAlphaInfo(context), kCGImageAlphaNoneSkipFirst);
+  EXPECT_EQ(CGBitmapContextGetAlphaInfo(static_cast<CGContextRef>(description.data)), kCGImageAlphaNoneSkipFirst);
   EXPECT_FALSE(lock(plain.object.get(), &description, 10));
 
   EXPECT_EQ(mask(alpha.object.get(), true), nullptr);
@@ -210,6 +209,5 @@ TEST_F(PictureTest, DrawPictureCanBeKeptFromPlugins) {
   options.drawPictureLoadable = false;
   load(options);
   auto load = entry<void* (*)(host::ObjectHeader*, const char*)>("REALLoadObjectMethod");
-  Value g = rt().get(picture(2, 2), "Graphics");
-  EXPECT_EQ(load(g.object.get(), kDrawPicture), nullptr);
+  EXPECT_EQ(load(rt().get(picture(2, 2), "Graphics").object.get(), kDrawPicture), nullptr);
 }

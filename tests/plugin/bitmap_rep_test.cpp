@@ -149,8 +149,7 @@ TEST_F(BitmapRep, LayoutAndDataConstructorsAndTheirProperties) {
   }
   // Junk and nothing make no representation and raise nothing.
   for (const Value& junk : {Block("not an image at all"), Block("")}) {
-    Value rep = runtime.newInstance(kClass, {junk});
-    EXPECT_EQ(Integer(rep, "Handle"), 0);
+    EXPECT_EQ(Integer(runtime.newInstance(kClass, {junk}), "Handle"), 0);
     EXPECT_TRUE(Shared("imageRepWithData", {junk}).isNil());
   }
 }
@@ -168,10 +167,8 @@ TEST_F(BitmapRep, ColorSpaceCGImageRetaggingAndWhatTheFactoriesRefuse) {
   EXPECT_EQ(Integer(cgImage, "Width"), 6);
   Value image = runtime.callShared("NSImageQVR", "imageWithCGImage", {cgImage});
   EXPECT_EQ(runtime.get(image, "width").real, 6.0);
-  Value fromImage = Shared("imageRepWithCGImage", {cgImage});
-  EXPECT_EQ(FirstRow(fromImage), FirstRow(rep));
-  Value fromReference = Shared("imageRepWithCGImageRef", {runtime.get(cgImage, "Handle")});
-  EXPECT_EQ(FirstRow(fromReference), FirstRow(rep));
+  EXPECT_EQ(FirstRow(Shared("imageRepWithCGImage", {cgImage})), FirstRow(rep));
+  EXPECT_EQ(FirstRow(Shared("imageRepWithCGImageRef", {runtime.get(cgImage, "Handle")})), FirstRow(rep));
 
   // Retagged with device RGB, the new representation reports that space's one wrapper.
   Value deviceRGB = runtime.callShared("NSColorSpaceQVR", "DeviceRGBColorSpace");

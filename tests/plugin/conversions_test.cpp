@@ -127,8 +127,7 @@ TEST_F(Conversions, WithoutFSSpecsTheRootIsLost) {
   Probe(Without({"FolderItemFromFSSpec", "REALGetPropValueInt"}));
   EXPECT_EQ(ItemPath("/"), "nil");
   EXPECT_EQ(ItemPath(dir_ + "/present.txt"), dir_ + "/present.txt");
-  Value date = runtime_->newInstance("Date");
-  EXPECT_EQ(Utf8(Call("CalendarDateOf", {date, Text("")})), "nil");
+  EXPECT_EQ(Utf8(Call("CalendarDateOf", {runtime_->newInstance("Date"), Text("")})), "nil");
 }
 
 TEST_F(Conversions, WithoutFSRefsAnExistingItemComesThroughItsFSSpec) {

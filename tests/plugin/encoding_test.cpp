@@ -274,13 +274,11 @@ TEST_F(BitmapEncoding, EveryEncoderAndThePropertiesByKey) {
   const std::string jpeg = Encode(rep, "JPEGRepresentation");
   EXPECT_EQ(interlace(jpeg), "JPEG");
   EXPECT_EQ(Pillow(jpeg, "e = im.getexif(); print(e[271], e.get_ifd(0x8769)[0x8827])"), "Set Here 800");
-  Value exif = get(rep, "NSImageEXIFData");
-  EXPECT_EQ(Utf8(runtime.unboxed(runtime.call(exif, "Value", {Text("Make")}))), "Set Here");
+  EXPECT_EQ(Utf8(runtime.unboxed(runtime.call(get(rep, "NSImageEXIFData"), "Value", {Text("Make")}))), "Set Here");
 
   // What loaded images report: progressive scans, and an animation's frames and loops.
   const std::string progressive = MadeByPillow("Image.new('RGB', (16, 16), (9, 99, 199)).save(out, 'JPEG', progressive=True)");
-  Value loaded = runtime.callShared(kClass, "imageRepWithData", {Block(progressive)});
-  EXPECT_EQ(Number(get(loaded, "NSImageProgressive")), 1);
+  EXPECT_EQ(Number(get(runtime.callShared(kClass, "imageRepWithData", {Block(progressive)}), "NSImageProgressive")), 1);
   const std::string gif = MadeByPillow("f = [Image.new('RGB', (8, 8), (60 * i, 0, 0)) for i in range(3)]; f[0].save(out, 'GIF', "
                                "save_all=True, append_images=f[1:], duration=[100, 200, 300], loop=5)");
   Value animation = runtime.callShared(kClass, "imageRepWithData", {Block(gif)});

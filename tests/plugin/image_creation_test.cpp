@@ -234,8 +234,7 @@ TEST_F(ImageCreation, URLsOverHTTP) {
   host::Runtime& runtime = Probe();
   ImageFolder folder;
   LoopbackServer server(folder);
-  host::Value fetched = Factory("imageWithContentsOfURL", {Text(server.url("/image.png"))});
-  EXPECT_EQ(Pixels(fetched), folder.source());
+  EXPECT_EQ(Pixels(Factory("imageWithContentsOfURL", {Text(server.url("/image.png"))})), folder.source());
   EXPECT_TRUE(Factory("imageWithContentsOfURL", {Text(server.url("/missing.png"))}).isNil()) << "404";
   EXPECT_EQ(Pixels(Factory("imageWithContentsOfURL", {Text(server.url("/moved"))})), folder.source()) << "redirect";
   EXPECT_TRUE(Factory("imageWithContentsOfURL", {Text(server.url("/garbage"))}).isNil()) << "no image in the body";
@@ -259,8 +258,7 @@ TEST_F(ImageCreation, ThePasteboardMemoryBlocksAndFolderItems) {
   EXPECT_EQ(Shared("InstancesCount").integer, 1);
   std::string png = folder.bytes("image.png");
   host::Value block = runtime.memoryBlock(png.data(), png.size());
-  host::Value fromBlock = Factory("imageWithData", {block});
-  EXPECT_EQ(Pixels(fromBlock), folder.source());
+  EXPECT_EQ(Pixels(Factory("imageWithData", {block})), folder.source());
   host::Value fromFile = Factory("imageWithContentsOfFile", {runtime.folderItem(folder.path("image.gif"))});
   EXPECT_EQ(Pixels(fromFile), folder.source());
   EXPECT_TRUE(Factory("imageWithData", {runtime.memoryBlock("", 0)}).isNil()) << "an empty MemoryBlock";

@@ -56,8 +56,7 @@ TEST_F(ImageObject, ConstructorsAndSize) {
   runtime.set(image, "size", host::Value::nil());
   EXPECT_EQ(Real(image, "width"), 0.0);
 
-  host::Value sized = Image({host::Value::ofDouble(7), host::Value::ofDouble(9)});
-  EXPECT_EQ(Real(sized, "height"), 9.0);
+  EXPECT_EQ(Real(Image({host::Value::ofDouble(7), host::Value::ofDouble(9)}), "height"), 9.0);
   EXPECT_EQ(std::pair(runtime.constant("NSImageQVR", "NSImageCacheNever").integer,
                       runtime.constant("NSImageQVR", "NSImageLoadStatusReadError").integer),
             std::pair(int64_t(3), int64_t(4)));

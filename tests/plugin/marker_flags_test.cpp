@@ -107,8 +107,7 @@ TEST_F(PluginTest, LayoutNineRecordsAreWordForWordCopies) {
   auto* events = reinterpret_cast<const uintptr_t*>(w[11]);
   ASSERT_NE(events, nullptr);
   EXPECT_STREQ(reinterpret_cast<const char*>(events[0]), "Happened(count as integer)");
-  host::Value copy = Shared("EventCopy");
-  EXPECT_EQ(copy.pointer, static_cast<const void*>(events));
+  EXPECT_EQ(Shared("EventCopy").pointer, static_cast<const void*>(events));
 
   // Attributes gone, constants in 3 words.
   EXPECT_EQ(w[16], 0u);

@@ -234,8 +234,7 @@ TEST_F(DocumentReps, PdfPagesBoundsDataAndIdentity) {
   }
   host::Value again = runtime.callShared("NSPDFImageRepQVR", "imageRepWithData", {Block(pdf)});
   EXPECT_NE(again.object.get(), rep.object.get()) << "new data, a new representation";
-  host::Value constructed = runtime.newInstance("NSPDFImageRepQVR", {Block(pdf)});
-  EXPECT_EQ(runtime.get(constructed, "pageCount").integer, 2);
+  EXPECT_EQ(runtime.get(runtime.newInstance("NSPDFImageRepQVR", {Block(pdf)}), "pageCount").integer, 2);
 }
 
 TEST_F(DocumentReps, EpsAndPictBoxesDataAndPixels) {
@@ -309,14 +308,12 @@ TEST_F(DocumentReps, TypeListsNamedImagesAndInstancesWithoutData) {
   for (const auto& c : cases) {
     host::Value empty = runtime.newInstance(c.cls, {Block("")});
     EXPECT_EQ(runtime.get(empty, "Handle").integer, 0) << c.cls;
-    host::Value rect = c.rectIsProperty ? runtime.get(empty, c.rect) : runtime.call(empty, c.rect);
-    EXPECT_EQ(Rect(rect), "0 0 0 0 ") << c.cls;
+    EXPECT_EQ(Rect(c.rectIsProperty ? runtime.get(empty, c.rect) : runtime.call(empty, c.rect)), "0 0 0 0 ") << c.cls;
     EXPECT_TRUE(runtime.call(empty, c.data).isNil()) << c.cls;
     EXPECT_TRUE(runtime.callShared(c.cls, "imageRepWithData", {Block("not a picture")}).isNil()) << c.cls;
     EXPECT_TRUE(runtime.callShared(c.cls, "imageRepWithData", {host::Value()}).isNil()) << c.cls;
   }
-  host::Value plain = runtime.newInstance("NSEPSImageRepQVR", {Block("")});
-  EXPECT_TRUE(runtime.call(plain, "pdfImage").isNil());
+  EXPECT_TRUE(runtime.call(runtime.newInstance("NSEPSImageRepQVR", {Block("")}), "pdfImage").isNil());
   EXPECT_EQ(runtime.get(runtime.newInstance("NSPDFImageRepQVR", {Block("")}), "pageCount").integer, 0);
 }
 

@@ -189,8 +189,7 @@ TEST_P(Variants, PlatformObjectsAndHostValuesConvertBothWays) {
   Value image = rt.newInstance("NSImageQVR", {Value::ofDouble(2), Value::ofDouble(3)});
   EXPECT_EQ(ToPlatform(image), "NSImage");
   EXPECT_EQ(rt.get(Shared("RoundTrip", {image}), "Handle").integer, rt.get(image, "Handle").integer);
-  Value empty = rt.newInstance("NSImageRepQVR");
-  EXPECT_EQ(ToPlatform(empty), "nil");
+  EXPECT_EQ(ToPlatform(rt.newInstance("NSImageRepQVR")), "nil");
   // A host object of no known class travels in a QVRREALobjectWrapper and comes back.
   Value stream = rt.newInstance("FrameProbeQVR");
   EXPECT_EQ(ToPlatform(stream), Siblings() ? "QVRREALobjectWrapper" : "nil");

@@ -187,8 +187,7 @@ TEST_F(PluginTest, FoundationWrappersAndColoursGiveTheMembersOneExpects) {
     return rt.call(set, "CharacterIsMember", {Value::ofInteger(c)}).boolean;
   };
   EXPECT_EQ(std::pair(member(letters, 'b'), member(letters, 'd')), std::pair(true, false));
-  Value digits = rt.callShared("NSCharacterSetQVR", "DecimalDigitCharacterSet");
-  EXPECT_TRUE(member(digits, '7'));
+  EXPECT_TRUE(member(rt.callShared("NSCharacterSetQVR", "DecimalDigitCharacterSet"), '7'));
   Value attributed = rt.newInstance("NSAttributedStringQVR", {rt.string("h\xC3\xA9llo")});
   EXPECT_EQ(std::pair(text(attributed, "StringValue"), rt.get(attributed, "Length").integer),
             std::pair(std::string("h\xC3\xA9llo"), 5L));
@@ -221,8 +220,7 @@ TEST_F(PluginTest, FoundationWrappersAndColoursGiveTheMembersOneExpects) {
   Value space = rt.callShared("NSColorSpaceQVR", "DeviceGrayColorSpace");
   EXPECT_EQ(rt.get(space, "NumberOfColorComponents").integer, 1);
   EXPECT_EQ(rt.callShared("NSColorSpaceQVR", "DeviceGrayColorSpace").object.get(), space.object.get());
-  Value rgb = rt.callShared("NSColorSpaceQVR", "DeviceRGBColorSpace");
-  EXPECT_EQ(rt.get(rgb, "NumberOfColorComponents").integer, 3);
+  EXPECT_EQ(rt.get(rt.callShared("NSColorSpaceQVR", "DeviceRGBColorSpace"), "NumberOfColorComponents").integer, 3);
 
   // An empty colour reads as zeros and has no colour space.
   Value none = rt.newInstance("NSColorQVR");
