@@ -28,8 +28,7 @@ TEST_F(HostTest, PluginsFillAndReadArraysOfEveryElementTypeAndReleaseTheirValues
   // The element type must match the parameter.
   EXPECT_THROW(rt().call(o, "SumArray", {names}), std::invalid_argument);
 
-  Value doubles = rt().call(o, "Doubles", {Value::ofDouble(1.5), Value::ofDouble(2.5)});
-  auto d = rt().arrayElements(doubles);
+  auto d = rt().arrayElements(rt().call(o, "Doubles", {Value::ofDouble(1.5), Value::ofDouble(2.5)}));
   ASSERT_EQ(d.size(), 2u);
   EXPECT_EQ(std::pair(d[0].real, d[1].real), std::pair(1.5, 2.5));  // 1.5 inserted at 0 after 2.5: shifted up
   // Arrays of every element type keep their values and release them.

@@ -93,8 +93,7 @@ TEST_F(BitmapRegistry, LoadsFromFilesURLsAndThePasteboard) {
   TestPicture picture = MakeTestPicture(12, 9, 3);
   NSArray* pages = [NSArray arrayWithObjects:MakeRep(picture), MakeRep(picture), nil];
   NSData* tiff = [NSBitmapImageRep TIFFRepresentationOfImageRepsInArray:pages];
-  const std::string path = Temporary(tiff, ".tif");
-  NSString* file = [NSString stringWithUTF8String:path.c_str()];
+  NSString* file = [NSString stringWithUTF8String:Temporary(tiff, ".tif").c_str()];
   EXPECT_EQ([[NSImageRep imageRepsWithContentsOfFile:file] count], 2u);
   NSImageRep* one = [NSImageRep imageRepWithContentsOfFile:file];
   ASSERT_TRUE([one isKindOfClass:[NSBitmapImageRep class]]);

@@ -189,8 +189,7 @@ TEST_F(BitmapEncoding, EveryEncoderAndThePropertiesByKey) {
   auto one = [&](const char* key, Value value) { return Dictionary({{key, value}}); };
 
   // The compression factor trades size for fidelity, in JPEG and in JPEG inside TIFF.
-  const std::string reference = Encode(rep, "PNGRepresentation");
-  DecodedImage original = DecodeIndependently(reference);
+  DecodedImage original = DecodeIndependently(Encode(rep, "PNGRepresentation"));
   for (const char* member : {"JPEGRepresentation", "TIFFRepresentation"}) {
     size_t previousSize = 0;
     double previousError = 1e9;

@@ -249,8 +249,7 @@ TEST_F(DocumentReps, EpsAndPictBoxesDataAndPixels) {
   EXPECT_EQ(Rect(runtime.get(pdf, "bounds")), "0 0 100 50 ");
   EXPECT_EQ(runtime.get(pdf, "pageCount").integer, 1);
   // The figure as an image, drawn at twice its size: red left half, blue bottom right.
-  host::Value image = runtime.callShared("NSImageQVR", "imageWithData", {Block(kFigure)});
-  auto pixel = Drawn(image, 200, 100);
+  auto pixel = Drawn(runtime.callShared("NSImageQVR", "imageWithData", {Block(kFigure)}), 200, 100);
   EXPECT_EQ(pixel(40, 50) + ", " + pixel(160, 80) + ", " + pixel(160, 20), "255 0 0 255, 0 0 255 255, 255 0 0 255");
 
   // A PICT: its frame, its data, and its pixels.
@@ -260,8 +259,7 @@ TEST_F(DocumentReps, EpsAndPictBoxesDataAndPixels) {
   host::Value pictRep = runtime.callShared("NSPICTImageRepQVR", "imageRepWithData", {Block(pict)});
   EXPECT_EQ(Rect(runtime.get(pictRep, "boundingBox")), "0 0 8 6 ");
   EXPECT_EQ(runtime.memoryBlockBytes(runtime.call(pictRep, "PICTRepresentation")), pict);
-  host::Value pictImage = runtime.callShared("NSImageQVR", "imageWithData", {Block(pict)});
-  auto pictPixel = Drawn(pictImage, 8, 6);
+  auto pictPixel = Drawn(runtime.callShared("NSImageQVR", "imageWithData", {Block(pict)}), 8, 6);
   EXPECT_EQ(pictPixel(1, 1) + ", " + pictPixel(6, 4), "255 136 0 255, 51 102 204 255");
 }
 

@@ -117,10 +117,8 @@ TEST_F(ScalingDrawing, JPEGScaledDownDecodesSmallerWithTheSameResult) {
     const int noise = (x * 7919 + y * 104729) % 13 - 6;
     return RGBA{x * 200 / 640 + 20 + noise, y * 200 / 480 + 20 - noise, 60 + ((x / 80 + y / 80) % 2) * 120, 255};
   });
-  Value jpeg = runtime.call(source, "JPEGRepresentation");
-  Value loaded = runtime.callShared("NSImageQVR", "imageWithData", {jpeg});
-  const std::string decoded = Pixels(loaded);
-  Value inFull = Shared("ImageFromPixels", {Value::ofInteger(640), Value::ofInteger(480), Block(decoded)});
+  Value loaded = runtime.callShared("NSImageQVR", "imageWithData", {runtime.call(source, "JPEGRepresentation")});
+  Value inFull = Shared("ImageFromPixels", {Value::ofInteger(640), Value::ofInteger(480), Block(Pixels(loaded))});
   for (bool flip : {false, true}) {
     SCOPED_TRACE(flip);
     std::string pixels[2];
