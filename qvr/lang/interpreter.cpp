@@ -93,14 +93,7 @@ void Interpreter::runThread(const ClassDefinition& cls, const Value& self) {
     invoke(methodsOf(&cls, "Run"), cls.name + ".Run", {}, nullptr, cls.where, false, &self);
   } catch (const Raised& raised) {
     threadFailed_ = true;
-    std::string className = "an exception", message;
-    if (host::ClassInfo* c = rt_.classOf(raised.exception.v)) className = c->name;
-    try {
-      message = text(Value(rt_.get(raised.exception.v, "Message")));
-    } catch (...) {
-    }
-    err() << program_.file << ":" << raised.where.line << ": uncaught " << className << (message.empty() ? "" : ": " + message)
-          << " in a " << cls.name << " thread\n";
+    err() << program_.file << ":" << raised.where.line << ": " << uncaught(rt_, raised) << " in a " << cls.name << " thread\n";
   } catch (const ProgramError& e) {
     threadFailed_ = true;
     err() << e.describe(program_.file) << '\n';

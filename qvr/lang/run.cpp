@@ -52,17 +52,7 @@ int runSource(host::Runtime& rt, const std::string& source, const std::string& f
     err << e.describe(file) << '\n';
   } catch (const Raised& raised) {
     out.flush();
-    std::string className = "an exception";
-    std::string message;
-    host::ClassInfo* cls = rt.classOf(raised.exception.v);
-    if (cls) className = cls->name;
-    try {
-      message = textOf(rt, Value(rt.get(raised.exception.v, "Message")));
-    } catch (...) {
-    }
-    err << file << ":" << raised.where.line << ": uncaught " << className;
-    if (!message.empty()) err << ": " << message;
-    err << '\n';
+    err << file << ":" << raised.where.line << ": " << uncaught(rt, raised) << '\n';
     for (const auto& [method, line] : raised.trace) err << "  in " << method << ", called at line " << line << '\n';
   } catch (const std::bad_alloc&) {
     out.flush();

@@ -198,6 +198,17 @@ bool fits(const Type& type, const Value& value) {
 
 std::string variantText(host::Runtime& rt, const Value& value);
 
+std::string uncaught(host::Runtime& rt, const Raised& raised) {
+  std::string out = "uncaught an exception";
+  if (host::ClassInfo* cls = rt.classOf(raised.exception.v)) out = "uncaught " + cls->name;
+  try {
+    const std::string message = variantText(rt, Value(rt.get(raised.exception.v, "Message")));
+    if (!message.empty()) out += ": " + message;
+  } catch (...) {
+  }
+  return out;
+}
+
 void raiseException(host::Runtime& rt, const std::string& className, const std::string& message, Position where) {
   std::string cls = rt.findClass(className) ? className : "RuntimeException";
   host::Value exception = rt.newInstance(cls);

@@ -69,6 +69,9 @@ struct Raised {
   std::vector<std::pair<std::string, int>> trace;
 };
 
+// "uncaught ClassName: message", as a run reports an exception nothing caught.
+std::string uncaught(host::Runtime& rt, const Raised& raised);
+
 // Quit: the program ends here with this exit status.
 struct Quit {
   int status;
