@@ -109,8 +109,8 @@ TEST_F(FolderItemTest, ItemsAreHandedOverAsFSRefsParentsAndNamesAndFSSpecsBothWa
   write("there", "");
   for (const std::string& p : {dir_ + "/there", dir_ + "/not-there", dir_, std::string("/")})
     EXPECT_EQ(path(handOver("FileSpecRoundTrip", {item(p)})), p);
-  for (auto [p, spec] : {std::pair{"/", "1:/"}, {"/tmp", "2:tmp"}})
-    EXPECT_EQ(text(handOver("FileSpecOf", {item(p)})), spec);
+  for (auto [p, fileSpec] : {std::pair{"/", "1:/"}, {"/tmp", "2:tmp"}})
+    EXPECT_EQ(text(handOver("FileSpecOf", {item(p)})), fileSpec);
   std::string described = text(handOver("FileSpecOf", {item(dir_ + "/not-there")}));
   EXPECT_EQ(described.substr(described.find(':')), ":not-there");
   EXPECT_GT(std::stol(described), 2);
