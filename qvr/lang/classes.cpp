@@ -188,16 +188,11 @@ const ClassDefinition* programClassOf(const Program& program, const host::ClassI
   return nullptr;
 }
 
-std::vector<Value>& propertiesOf(const Value& object, const ClassDefinition& def) {
-  static PropertyValues none;
+std::vector<Value>* propertiesOf(const Value& object, const ClassDefinition& def) {
   PropertyValues* values = nullptr;
   if (object.isObject() && object.v.object.get()->cls->isA(def.info))
     std::memcpy(&values, slotOf(object.v.object.get(), def.info), sizeof values);
-  if (!values) {
-    none.clear();
-    return none;
-  }
-  return *values;
+  return values;
 }
 
 void defineClasses(host::Runtime& rt, Program& program) {

@@ -39,8 +39,8 @@ ClassMember findMember(const ClassDefinition* from, const std::string& name);
 // override), for choosing by the arguments.
 std::vector<const Function*> methodsOf(const ClassDefinition* from, const std::string& name);
 
-// The property values an object keeps for the program class def (which it is or
-// descends from).
-std::vector<Value>& propertiesOf(const Value& object, const ClassDefinition& def);
+// The property values an object keeps for the program class def, or null when the
+// object is not an instance of def (or of a subclass).
+std::vector<Value>* propertiesOf(const Value& object, const ClassDefinition& def);
 
 }  // namespace qvrlang

@@ -59,23 +59,25 @@ void Interpreter::run() {
       };
       threadClasses_.push_back(definition);
     }
-  struct Finish {
-    Interpreter* self;
-    Strand* previous;
-    ~Finish() {
-      self->rt_.runThreadsUntil([this] { return self->rt_.runningThreads() == 0; });
-      currentStrand() = previous;
-    }
-  } finish{this, currentStrand()};
-  currentStrand() = &main_;
-  strand().stackBase = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
-  strand().stackBudget = stackBudget();
-  frames().clear();
-  frames().emplace_back();
-  frames().back().scopes.emplace_back();
-  Flow flow = execute(program_.main);
-  (void)flow;  // Return or Exit at the top level ends the program
-  rt_.runThreadsUntil([this] { return rt_.runningThreads() == 0; });
+  {
+    // However the main program ends, its threads run to their end first.
+    struct Finish {
+      Interpreter* self;
+      Strand* previous;
+      ~Finish() {
+        self->rt_.runThreadsUntil([this] { return self->rt_.runningThreads() == 0; });
+        currentStrand() = previous;
+      }
+    } finish{this, currentStrand()};
+    currentStrand() = &main_;
+    strand().stackBase = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
+    strand().stackBudget = stackBudget();
+    frames().clear();
+    frames().emplace_back();
+    frames().back().scopes.emplace_back();
+    Flow flow = execute(program_.main);
+    (void)flow;  // Return or Exit at the top level ends the program
+  }
   if (threadFailed_) throw Quit{1};
 }
 
@@ -807,8 +809,7 @@ Value Interpreter::construct(host::ClassInfo* cls, std::vector<Value> args, cons
         const DimItem& item = (*c)->properties[i];
         if (!item.isNew && !item.initializer && !item.sized) continue;
         Value value = initialValue(item, resolveType(rt_, item.type));
-        std::vector<Value>& values = propertiesOf(object, **c);
-        if (i < values.size()) values[i] = std::move(value);
+        if (std::vector<Value>* values = propertiesOf(object, **c)) (*values)[i] = std::move(value);
       }
   }
   if (!constructors.empty()) invoke(constructors, cls->name + ".Constructor", std::move(args), argExprs, where, false, &object);

@@ -409,9 +409,9 @@ Value Interpreter::programMember(const Value& object, const ClassDefinition& cls
   found = m.kind != ClassMember::Kind::None;
   switch (m.kind) {
     case ClassMember::Kind::Property: {
-      std::vector<Value>& values = propertiesOf(object, *m.owner);
-      if (m.index >= values.size()) raise("NilObjectException", "this " + cls.name + " has no properties", where);
-      Value v = values[m.index];
+      std::vector<Value>* values = propertiesOf(object, *m.owner);
+      if (!values) raise("NilObjectException", "this " + cls.name + " has no properties", where);
+      Value v = (*values)[m.index];
       if (!args.empty()) {
         if (!v.isArray()) fail(where, cls.name + "." + name + " is a property and takes no arguments");
         return index(v, args, where);
@@ -439,13 +439,13 @@ bool Interpreter::setProgramProperty(const Value& object, const std::string& nam
   if (m.kind == ClassMember::Kind::Constant) fail(where, "\"" + name + "\" is a constant of " + m.owner->name);
   if (m.kind == ClassMember::Kind::Method) fail(where, "\"" + name + "\" is a method of " + m.owner->name);
   if (m.kind != ClassMember::Kind::Property) return false;
-  std::vector<Value>& values = propertiesOf(object, *m.owner);
-  if (m.index >= values.size()) raise("NilObjectException", "this " + cls->name + " has no properties", where);
+  std::vector<Value>* values = propertiesOf(object, *m.owner);
+  if (!values) raise("NilObjectException", "this " + cls->name + " has no properties", where);
   if (!index.empty()) {
-    setElement(values[m.index], index, std::move(value), where);
+    setElement((*values)[m.index], index, std::move(value), where);
     return true;
   }
-  values[m.index] = convertTo(rt_, resolveType(rt_, m.owner->properties[m.index].type), value, where, "\"" + name + "\"");
+  (*values)[m.index] = convertTo(rt_, resolveType(rt_, m.owner->properties[m.index].type), value, where, "\"" + name + "\"");
   return true;
 }
 

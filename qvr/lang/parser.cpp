@@ -162,23 +162,32 @@ class Parser {
 
   // ---- definitions
 
+  // How many visibility words (Public, Private, Protected, Global) start here.
+  size_t visibilityWords(size_t i = 0) const {
+    size_t n = 0;
+    while (isWord("public", i + n) || isWord("private", i + n) || isWord("protected", i + n) || isWord("global", i + n)) ++n;
+    return n;
+  }
+
   bool startsDefinition() const {
     size_t i = 0;
-    while (isWord("public", i) || isWord("private", i) || isWord("protected", i) || isWord("shared", i)) ++i;
+    for (;;) {
+      if (const size_t n = visibilityWords(i)) i += n;
+      else if (isWord("shared", i)) ++i;
+      else break;
+    }
     return isWord("sub", i) || isWord("function", i);
   }
 
   bool startsModule() const {
-    size_t i = 0;
-    while (isWord("public", i) || isWord("private", i) || isWord("protected", i)) ++i;
+    const size_t i = visibilityWords();
     return isWord("module", i) && at(i + 1).kind == Token::Kind::Identifier;
   }
 
   // Module Name ... End Module: Subs, Functions and constants the whole program shares,
   // named with or without the module's name.
   void moduleDefinition(Program& p, Block& constants) {
-    while (acceptWord("public") || acceptWord("private") || acceptWord("protected")) {
-    }
+    pos_ += visibilityWords();
     next();  // Module
     const Position where = at().where;
     const std::string moduleName = name("the module's name");
@@ -193,9 +202,7 @@ class Parser {
         p.functions.emplace(lowered(f->name), std::move(f));
         continue;
       }
-      size_t i = 0;
-      while (isWord("public", i) || isWord("private", i) || isWord("protected", i) || isWord("global", i)) ++i;
-      pos_ += i;
+      pos_ += visibilityWords();
       if (isWord("const")) {
         constants.push_back(constant());
       } else if (isWord("dim") || isWord("var") || isWord("property")) {
@@ -210,16 +217,14 @@ class Parser {
 
   // "Class Name" (with a name after it, so a variable called Class still works).
   bool startsClass() const {
-    size_t i = 0;
-    while (isWord("public", i) || isWord("private", i) || isWord("protected", i)) ++i;
+    const size_t i = visibilityWords();
     return isWord("class", i) && at(i + 1).kind == Token::Kind::Identifier;
   }
 
   // Class Name [Inherits Super] ... End Class: properties (Dim, Var or Property, with a
   // type and an optional initial value), constants, and methods.
   std::unique_ptr<ClassDefinition> classDefinition() {
-    while (acceptWord("public") || acceptWord("private") || acceptWord("protected")) {
-    }
+    pos_ += visibilityWords();
     auto c = std::make_unique<ClassDefinition>();
     next();  // Class
     c->where = at().where;
@@ -236,8 +241,7 @@ class Parser {
         c->methods.emplace(lowered(f->name), std::move(f));
         continue;
       }
-      size_t i = 0;
-      while (isWord("public", i) || isWord("private", i) || isWord("protected", i)) ++i;
+      const size_t i = visibilityWords();
       if (isWord("shared", i)) fail(at(i).where, "Shared properties are not supported; use a property of an instance or a constant");
       pos_ += i;
       if (isWord("dim") || isWord("var") || isWord("property")) {
