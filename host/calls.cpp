@@ -296,6 +296,16 @@ Value Runtime::newInstance(std::string_view className, std::vector<Value> args, 
   return Value::ofObject(std::move(object));
 }
 
+Value Runtime::newInstanceWithoutConstructor(std::string_view className) {
+  Impl& impl = *impl_;
+  ClassInfo* cls = classNamed(impl, className);
+  if (cls->name.back() == ')') throw std::invalid_argument("arrays are made with Runtime::array");
+  ObjectRef object = ObjectRef::adopt(impl.instantiate(cls));
+  if (!object) throw std::bad_alloc();
+  impl.throwPending();
+  return Value::ofObject(std::move(object));
+}
+
 Value Runtime::call(const Value& self, std::string_view member, std::vector<Value> args) {
   Impl& impl = *impl_;
   ObjectHeader* object = selfObject(impl, self);

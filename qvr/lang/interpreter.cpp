@@ -800,7 +800,7 @@ Value Interpreter::construct(host::ClassInfo* cls, std::vector<Value> args, cons
   const ClassDefinition* definition = programClassOf(program_, cls);
   std::vector<const Function*> constructors = definition ? methodsOf(definition, "Constructor") : std::vector<const Function*>();
   Value object = constructors.empty() ? hostObject(cls, std::move(args), argExprs, where)
-                                      : hostCall(where, [&] { return rt_.newInstance(cls->name); });
+                                      : hostCall(where, [&] { return rt_.newInstanceWithoutConstructor(cls->name); });
   if (definition) {
     std::vector<const ClassDefinition*> chain;
     for (const ClassDefinition* c = definition; c; c = c->superclass) chain.push_back(c);
@@ -814,38 +814,6 @@ Value Interpreter::construct(host::ClassInfo* cls, std::vector<Value> args, cons
   }
   if (!constructors.empty()) invoke(constructors, cls->name + ".Constructor", std::move(args), argExprs, where, false, &object);
   return object;
-}
-
-Value Interpreter::hostObject(host::ClassInfo* cls, std::vector<Value> args, const std::vector<ExprPtr>* argExprs,
-                              Position where) {
-  // Exceptions take their message (and error number) as constructor arguments.
-  host::ClassInfo* exceptionBase = rt_.findClass("RuntimeException");
-  bool hasConstructor = false;
-  for (host::ClassInfo* c = cls; c && !hasConstructor; c = c->superclass)
-    for (const host::MethodInfo& m : c->methods)
-      if (lowered(m.declaration.name) == "constructor") hasConstructor = true;
-  if (!hasConstructor && exceptionBase && cls->isA(exceptionBase) && !args.empty()) {
-    if (args.size() > 2 || !args[0].isString() || (args.size() == 2 && !args[1].isInteger()))
-      fail(where, "New " + cls->name + " takes (message As String, errorNumber As Integer = 0)");
-    Value object = hostCall(where, [&] { return rt_.newInstance(cls->name); });
-    hostCall(where, [&] {
-      rt_.set(object.v, "Message", args[0].v);
-      if (args.size() == 2) rt_.set(object.v, "ErrorNumber", args[1].v);
-      return host::Value::nil();
-    });
-    return object;
-  }
-  const std::string constructor = chooseHostOverload(cls, "Constructor", false, args, argExprs, where);
-  return hostCall(
-      where,
-      [&] {
-        std::vector<std::pair<host::Value, Value>> arrays;
-        std::vector<host::Value> hostArgs = toHost(args, where, arrays);
-        host::Value object = rt_.newInstance(cls->name, hostArgs, constructor);
-        copyBack(arrays);
-        return object;
-      },
-      overloads(cls, "Constructor", false, args));
 }
 
 Value Interpreter::unary(const Expr& e) {

@@ -136,6 +136,7 @@ class Interpreter {
   Value newObject(const Expr& e);
   Value construct(host::ClassInfo* cls, std::vector<Value> args, const std::vector<ExprPtr>* argExprs, Position where);
   Value hostObject(host::ClassInfo* cls, std::vector<Value> args, const std::vector<ExprPtr>* argExprs, Position where);
+  void hostConstructor(const Value& object, std::vector<Value> args, const std::vector<ExprPtr>* argExprs, Position where);
   Value initialValue(const DimItem& item, const Type& type);
   Value binary(const Expr& e);
   Value unary(const Expr& e);

@@ -456,6 +456,50 @@ Value Interpreter::programConstant(const ClassDefinition& owner, size_t index, P
   return value;
 }
 
+// A new instance of a class of the host, made by its Constructor overload that the arguments
+// choose.
+Value Interpreter::hostObject(host::ClassInfo* cls, std::vector<Value> args, const std::vector<ExprPtr>* argExprs,
+                              Position where) {
+  if (!hasMethod(cls, "Constructor", false)) {
+    Value object = hostCall(where, [&] { return rt_.newInstance(cls->name); });
+    hostConstructor(object, std::move(args), argExprs, where);
+    return object;
+  }
+  const std::string constructor = chooseHostOverload(cls, "Constructor", false, args, argExprs, where);
+  return hostCall(
+      where,
+      [&] {
+        std::vector<std::pair<host::Value, Value>> arrays;
+        std::vector<host::Value> hostArgs = toHost(args, where, arrays);
+        host::Value object = rt_.newInstance(cls->name, hostArgs, constructor);
+        copyBack(arrays);
+        return object;
+      },
+      overloads(cls, "Constructor", false, args));
+}
+
+// The host's Constructor run on an instance made without it: Super.Constructor(...) in a
+// Constructor of the program's subclass of a host class. Exceptions take their message
+// (and error number) as arguments.
+void Interpreter::hostConstructor(const Value& object, std::vector<Value> args, const std::vector<ExprPtr>* argExprs,
+                                  Position where) {
+  host::ClassInfo* cls = rt_.classOf(object.v);
+  if (hasMethod(cls, "Constructor", false)) {
+    hostMember(object, "Constructor", std::move(args), where, argExprs);
+    return;
+  }
+  if (args.empty()) return;
+  host::ClassInfo* exceptionBase = rt_.findClass("RuntimeException");
+  if (!exceptionBase || !cls->isA(exceptionBase)) fail(where, cls->name + " has no constructor that takes arguments");
+  if (args.size() > 2 || !args[0].isString() || (args.size() == 2 && !args[1].isInteger()))
+    fail(where, "New " + cls->name + " takes (message As String, errorNumber As Integer = 0)");
+  hostCall(where, [&] {
+    rt_.set(object.v, "Message", args[0].v);
+    if (args.size() == 2) rt_.set(object.v, "ErrorNumber", args[1].v);
+    return host::Value::nil();
+  });
+}
+
 // Super.Name(...) in a method: the superclass's member, on the same instance.
 Value Interpreter::superMember(const std::string& name, std::vector<Value> args, Position where,
                                const std::vector<ExprPtr>* argExprs) {
@@ -466,8 +510,12 @@ Value Interpreter::superMember(const std::string& name, std::vector<Value> args,
   std::vector<const Function*> methods = methodsOf(above, name);
   if (!methods.empty()) return invoke(methods, name, std::move(args), argExprs, where, false, &self->value);
   if (findMember(above, name).kind != ClassMember::Kind::None) return memberOf(self->value, name, std::move(args), where, argExprs);
-  // The constructor of a class of the host has run already, when the instance was made.
-  if (lowered(name) == "constructor") return Value();
+  // An instance of a program class with a Constructor of its own is made without the
+  // host's; this runs it.
+  if (lowered(name) == "constructor") {
+    hostConstructor(self->value, std::move(args), argExprs, where);
+    return Value();
+  }
   return hostMember(self->value, name, std::move(args), where, argExprs);
 }
 

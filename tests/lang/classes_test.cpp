@@ -78,6 +78,24 @@ TEST(Classes, MistakesAreFoundBeforeTheProgramRuns) {
   });
 }
 
+// A Constructor of the program's own replaces the host's: the host's runs only when it calls
+// Super.Constructor. The plugin hands the subclass's instance back where it holds its image.
+TEST(Classes, SubclassesOfThePluginsAndHostsClasses) {
+  langtest::expectAll(
+      {{"Class Thumb Inherits NSImageQVR\n  Dim caption As String\n"
+        "  Sub Constructor(side As Double, caption As String)\n    Super.Constructor(side, side)\n    Self.caption = caption\n  End Sub\n"
+        "  Function PNGRepresentation() As MemoryBlock\n    Return JPEGRepresentation\n  End Function\nEnd Class\n"
+        "Class Blank Inherits NSImageQVR\n  Sub Constructor()\n  End Sub\nEnd Class\n"
+        "Class Square Inherits Picture\n  Sub Constructor(n As Integer)\n    Super.Constructor(n, n, 32)\n  End Sub\nEnd Class\n"
+        "Class Oops Inherits RuntimeException\n  Sub Constructor(what As String)\n    Super.Constructor(\"oops: \" + what, 7)\n  End Sub\nEnd Class\n"
+        "Dim t As New Thumb(16, \"t\")\nCall t.setName(\"thumb-one\")\nDim again As NSImageQVR = NSImageQVR.imageNamed(\"thumb-one\")\n"
+        "Print Str(t.Width) + \" \" + Str(again Is t) + \" \" + Thumb(again).caption + \" \" + Str(NSImageQVR(t).PNGRepresentation.Byte(0))\n"
+        "Dim b As New Blank\nPrint Str(b.Handle) + \" \" + Str(b.PNGRepresentation Is Nil) + \" \" + Str(New NSImageQVR(New Square(6)).Width)\n"
+        "Try\n  Raise New Oops(\"x\")\nCatch e As Oops\n  Print e.Message + \" \" + Str(e.ErrorNumber)\nEnd Try\n",
+        "16 True t 255\n0 True 6\noops: x 7\n"}},
+      true);
+}
+
 TEST(Classes, ThreadsRunTheirRunWhileTheProgramYields) {
   langtest::expectAll(
       {{"Class Worker Inherits Thread\n  Dim log() As String\n  Sub Run()\n    log.Append \"start\"\n    Sleep(2)\n"

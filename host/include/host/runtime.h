@@ -317,6 +317,9 @@ class Runtime {
   // HostException for a pending host exception, ThrownObject for a thrown platform
   // object, and std::invalid_argument for a member or overload that does not exist.
   Value newInstance(std::string_view className, std::vector<Value> args = {}, std::string_view constructor = {});
+  // Only the class constructors run: a subclass whose own Constructor calls its
+  // superclass's Constructor as a method (host code's Super.Constructor) starts this way.
+  Value newInstanceWithoutConstructor(std::string_view className);
   Value call(const Value& self, std::string_view member, std::vector<Value> args = {});
   Value callShared(std::string_view className, std::string_view member, std::vector<Value> args = {});
   Value get(const Value& self, std::string_view property);
