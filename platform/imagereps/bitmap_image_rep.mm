@@ -132,8 +132,10 @@ void read_pixel(const BitmapStorage* s, NSInteger bps, NSInteger x, NSInteger y,
   if (!(self = [super init])) return nil;
   const NSInteger colours = QVRColourSamplesForSpaceName(colorSpaceName);
   const BOOL floating = (bitmapFormat & NSFloatingPointSamplesBitmapFormat) != 0;
+  /* A bitmap larger than the codecs' largest image is refused as an allocation that fails
+     would be: a scaled or focused image that size draws nowhere instead of taking gigabytes. */
   BOOL valid = width > 0 && height > 0 && width <= qvr::kMaxDimension && height <= qvr::kMaxDimension &&
-               colours > 0 && spp == colours + (alpha ? 1 : 0) && spp <= 5;
+               int64_t(width) * height <= qvr::kMaxPixels && colours > 0 && spp == colours + (alpha ? 1 : 0) && spp <= 5;
   valid = valid && (floating ? bps == 32 : (bps == 1 || bps == 2 || bps == 4 || bps == 8 || bps == 12 || bps == 16));
   valid = valid && (bitmapFormat & ~NSUInteger(7)) == 0;
   if (valid) {

@@ -35,6 +35,8 @@ TEST_F(BitmapLayout, RefusesLayoutsThatDoNotAddUp) {
   EXPECT_EQ(Make(NULL, 5, 5, 8, 3, NO, NO, NSCalibratedRGBColorSpace, 0, 10, 0), nil);      // row too short
   EXPECT_EQ(Make(NULL, 5, 5, 8, 3, NO, NO, NSCalibratedRGBColorSpace, 0, 0, 16), nil);      // pixel too small
   EXPECT_EQ(Make(NULL, 5, 5, 8, 3, NO, NO, @"NoSuchColorSpace", 0, 0, 0), nil);
+  EXPECT_EQ(Make(NULL, 20000, 20000, 8, 3, NO, NO, NSCalibratedRGBColorSpace, 0, 0, 0), nil);  // over 2^28 pixels
+  EXPECT_NE(Make(NULL, 65536, 4, 8, 3, NO, NO, NSCalibratedRGBColorSpace, 0, 0, 0), nil);      // the widest
   EXPECT_EQ(Make(NULL, 5, 5, 16, 3, NO, NO, NSCalibratedRGBColorSpace, NSFloatingPointSamplesBitmapFormat, 0, 0), nil);
   EXPECT_NE(Make(NULL, 5, 5, 32, 3, NO, NO, NSCalibratedRGBColorSpace, NSFloatingPointSamplesBitmapFormat, 0, 0), nil);
 }

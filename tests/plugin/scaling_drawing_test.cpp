@@ -102,6 +102,10 @@ TEST_F(ScalingDrawing, ScaledFadedFlippedCopiesNamesAndSizes) {
   // A scaled copy shows the source's content; the source is left as it was.
   EXPECT_TRUE(PixelNear(Pixels(Scale(landscape, 100, 100)), 100, 50, 25, kRed));
   EXPECT_EQ(Geometry(landscape), "200 x 100");
+  // A copy too large to have pixels keeps its size and has nothing drawn.
+  Value huge = Scale(landscape, 50000, 25000);
+  EXPECT_EQ(Geometry(huge), "50000 x 25000");
+  EXPECT_EQ(runtime.call(huge, "RepresentationsCount").integer, 0);
 
   EXPECT_TRUE(Scale(none, 10, 10).isNil());
   EXPECT_TRUE(runtime_->call(none, "imageByFadingToFraction", {Value::ofDouble(0.5)}).isNil());
