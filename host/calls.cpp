@@ -268,6 +268,18 @@ bool writeProperty(Runtime::Impl& impl, ObjectHeader* self, std::string_view nam
 
 // ---- the call API
 
+namespace {
+
+// A new instance after its class constructors, or the exception one of them left pending.
+ObjectRef instantiated(Runtime::Impl& impl, ClassInfo* cls) {
+  ObjectRef object = ObjectRef::adopt(impl.instantiate(cls));
+  if (!object) throw std::bad_alloc();
+  impl.throwPending();
+  return object;
+}
+
+}  // namespace
+
 Value Runtime::newInstance(std::string_view className, std::vector<Value> args, std::string_view constructor) {
   Impl& impl = *impl_;
   ClassInfo* cls = classNamed(impl, className);
@@ -286,9 +298,7 @@ Value Runtime::newInstance(std::string_view className, std::vector<Value> args, 
     chosen = &choose(impl, constructors, args, nullptr, Mode::Call, "Constructor");
   else if (!args.empty())
     throw std::invalid_argument("class " + cls->name + " has no constructor that takes arguments");
-  ObjectRef object = ObjectRef::adopt(impl.instantiate(cls));
-  if (!object) throw std::bad_alloc();
-  impl.throwPending();
+  ObjectRef object = instantiated(impl, cls);
   if (chosen) {
     invoke(impl, *chosen, object.get(), args, nullptr, true);
     impl.throwPending();
@@ -300,10 +310,7 @@ Value Runtime::newInstanceWithoutConstructor(std::string_view className) {
   Impl& impl = *impl_;
   ClassInfo* cls = classNamed(impl, className);
   if (cls->name.back() == ')') throw std::invalid_argument("arrays are made with Runtime::array");
-  ObjectRef object = ObjectRef::adopt(impl.instantiate(cls));
-  if (!object) throw std::bad_alloc();
-  impl.throwPending();
-  return Value::ofObject(std::move(object));
+  return Value::ofObject(instantiated(impl, cls));
 }
 
 Value Runtime::call(const Value& self, std::string_view member, std::vector<Value> args) {
