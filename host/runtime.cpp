@@ -25,9 +25,12 @@ std::string lowerCase(std::string_view text) {
 }
 
 bool equalsIgnoringCase(std::string_view a, std::string_view b) {
+  // ASCII only, as the "C" locale's tolower, without a library call per character: names
+  // are compared on every call a program makes.
+  auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
   if (a.size() != b.size()) return false;
   for (size_t i = 0; i < a.size(); ++i)
-    if (std::tolower(static_cast<unsigned char>(a[i])) != std::tolower(static_cast<unsigned char>(b[i]))) return false;
+    if (lower(a[i]) != lower(b[i])) return false;
   return true;
 }
 

@@ -116,13 +116,12 @@ void Interpreter::raise(const std::string& className, const std::string& message
 // ---- names
 
 VariablePtr Interpreter::findVariable(const std::string& name) const {
-  const std::string k = key(name);
   const Frame& frame = frames().back();
   for (auto scope = frame.scopes.rbegin(); scope != frame.scopes.rend(); ++scope) {
-    auto it = scope->find(k);
+    auto it = scope->find(name);
     if (it != scope->end()) return it->second;
   }
-  auto it = globalConstants_.find(k);
+  auto it = globalConstants_.find(name);
   return it == globalConstants_.end() ? nullptr : it->second;
 }
 

@@ -5,6 +5,7 @@
 
 #include "ast.h"
 #include "checker.h"
+#include "lexer.h"
 #include "values.h"
 
 #include <host/runtime.h>
@@ -75,7 +76,7 @@ class Interpreter {
 
  private:
   struct Frame {
-    std::vector<std::map<std::string, VariablePtr>> scopes;
+    std::vector<std::map<std::string, VariablePtr, NameOrder>> scopes;
     const Function* function = nullptr;
     Type resultType;
     Value result;
@@ -221,7 +222,7 @@ class Interpreter {
   std::ostream& out_;
   std::ostream& err_;
   StaticTypes types_;
-  std::map<std::string, VariablePtr> globalConstants_;
+  std::map<std::string, VariablePtr, NameOrder> globalConstants_;
 
   // What each host thread running the program has of its own: the main program's thread
   // and each Thread the program starts (they take turns, each on its own OS stack).

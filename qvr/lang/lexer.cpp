@@ -3,6 +3,7 @@
 // quotes to hold one. #Pragma lines are skipped; other directives become tokens.
 #include "lexer.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cstdint>
@@ -10,10 +11,31 @@
 
 namespace qvrlang {
 
+namespace {
+
+// The "C" locale's tolower, without a library call for every character.
+char lowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+}  // namespace
+
 std::string lowered(const std::string& text) {
   std::string out(text);
-  for (char& c : out) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  for (char& c : out) c = lowerAscii(c);
   return out;
+}
+
+bool NameOrder::operator()(std::string_view a, std::string_view b) const {
+  const size_t n = std::min(a.size(), b.size());
+  for (size_t i = 0; i < n; ++i)
+    if (lowerAscii(a[i]) != lowerAscii(b[i])) return lowerAscii(a[i]) < lowerAscii(b[i]);
+  return a.size() < b.size();
+}
+
+bool sameName(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i)
+    if (lowerAscii(a[i]) != lowerAscii(b[i])) return false;
+  return true;
 }
 
 namespace {

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qvrlang {
@@ -24,5 +25,12 @@ std::vector<Token> tokenize(const std::string& source);
 
 // Lower-case copy (ASCII), as names and keywords compare.
 std::string lowered(const std::string& text);
+// Whether two names are the same name: equal but for ASCII case, compared without a copy.
+bool sameName(std::string_view a, std::string_view b);
+// Names in order without regard to case, for maps looked up by a name as it was written.
+struct NameOrder {
+  using is_transparent = void;
+  bool operator()(std::string_view a, std::string_view b) const;
+};
 
 }  // namespace qvrlang

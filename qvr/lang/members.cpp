@@ -19,7 +19,7 @@ bool indexesResult(host::ClassInfo* cls, const std::string& name) {
   bool any = false;
   for (host::ClassInfo* c = cls; c; c = c->superclass)
     for (const host::MethodInfo& m : c->methods)
-      if (lowered(m.declaration.name) == lowered(name)) {
+      if (sameName(m.declaration.name, name)) {
         if (!m.declaration.parameters.empty() || !m.declaration.returnsArray) return false;
         any = true;
       }
@@ -29,14 +29,14 @@ bool indexesResult(host::ClassInfo* cls, const std::string& name) {
 bool hasMethod(host::ClassInfo* cls, const std::string& name, bool shared) {
   for (host::ClassInfo* c = cls; c; c = c->superclass)
     for (const host::MethodInfo& m : shared ? c->sharedMethods : c->methods)
-      if (lowered(m.declaration.name) == lowered(name)) return true;
+      if (sameName(m.declaration.name, name)) return true;
   return false;
 }
 
 bool hasProperty(host::ClassInfo* cls, const std::string& name) {
   for (host::ClassInfo* c = cls; c; c = c->superclass)
     for (const host::PropertyInfo& p : c->properties)
-      if (lowered(p.name) == lowered(name)) return true;
+      if (sameName(p.name, name)) return true;
   return false;
 }
 
@@ -130,7 +130,7 @@ std::string Interpreter::overloads(host::ClassInfo* cls, const std::string& memb
   std::vector<std::string> declarations;
   for (host::ClassInfo* c = cls; c; c = c->superclass)
     for (const host::MethodInfo& m : shared ? c->sharedMethods : c->methods)
-      if (lowered(m.declaration.name) == lowered(member)) declarations.push_back(m.declarationText);
+      if (sameName(m.declaration.name, member)) declarations.push_back(m.declarationText);
   if (!declarations.empty()) {
     out += "; declared: ";
     for (size_t i = 0; i < declarations.size(); ++i) out += (i ? " | " : "") + declarations[i];
@@ -231,13 +231,13 @@ Value Interpreter::sharedMember(const std::string& className, const std::string&
   }
   for (host::ClassInfo* c = cls; c; c = c->superclass)
     for (const host::ConstantInfo& k : c->constants)
-      if (lowered(k.name) == lowered(name)) {
+      if (sameName(k.name, name)) {
         if (!args.empty()) fail(where, cls->name + "." + name + " is a constant and takes no arguments");
         return hostCall(where, [&] { return rt_.constant(cls->name, name); });
       }
   for (host::ClassInfo* c = cls; c; c = c->superclass)
     for (const host::PropertyInfo& p : c->sharedProperties)
-      if (lowered(p.name) == lowered(name)) {
+      if (sameName(p.name, name)) {
         if (!p.nativeGetter) fail(where, "the shared property " + cls->name + "." + name + " cannot be read from here");
         std::vector<host::Value> none;
         return hostCall(where, [&] { return p.nativeGetter(rt_, host::Value::nil(), none); });

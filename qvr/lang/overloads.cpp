@@ -64,7 +64,7 @@ std::string Interpreter::chooseHostOverload(host::ClassInfo* cls, const std::str
   std::set<std::string> seen;
   for (host::ClassInfo* c = cls; c; c = c->superclass)
     for (const host::MethodInfo& m : shared ? c->sharedMethods : c->methods) {
-      if (lowered(m.declaration.name) != lowered(name) || (!m.function && !m.native)) continue;
+      if (!sameName(m.declaration.name, name) || (!m.function && !m.native)) continue;
       const auto& parameters = m.declaration.parameters;
       if (!parameters.empty() && parameters.back().assigns) continue;
       if (!seen.insert(lowered(m.declarationText)).second || args.size() > parameters.size()) continue;
