@@ -15,6 +15,7 @@
 #include <memory>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace qvrlang {
@@ -64,9 +65,14 @@ class Interpreter {
   std::string text(const Value& value);
 
   // Runs a host call, turning host exceptions into Raised and host complaints about
-  // members and overloads into program errors at where.
+  // members and overloads into program errors at where; detail() is what such an error
+  // adds (made only then).
   template <typename F>
-  Value hostCall(Position where, F&& call, const std::string& detail = std::string());
+  Value hostCall(Position where, F&& call) {
+    return hostCall(where, std::forward<F>(call), [] { return std::string(); });
+  }
+  template <typename F, typename D>
+  Value hostCall(Position where, F&& call, D&& detail);
 
   // What a failed host call was given and what the member's declarations take.
   std::string overloads(host::ClassInfo* cls, const std::string& member, bool shared, const std::vector<Value>& args);
@@ -242,8 +248,8 @@ class Interpreter {
   void runThread(const ClassDefinition& cls, const Value& self);
 };
 
-template <typename F>
-Value Interpreter::hostCall(Position where, F&& call, const std::string& detail) {
+template <typename F, typename D>
+Value Interpreter::hostCall(Position where, F&& call, D&& detail) {
   try {
     return fromHost(call());
   } catch (host::HostException& e) {
@@ -251,7 +257,7 @@ Value Interpreter::hostCall(Position where, F&& call, const std::string& detail)
   } catch (host::ThrownObject& e) {
     fail(where, "a platform exception of class " + e.className() + " came out of the plugin unconverted");
   } catch (std::invalid_argument& e) {
-    fail(where, e.what() + detail);
+    fail(where, e.what() + detail());
   } catch (std::bad_alloc&) {
     raise("OutOfMemoryException", "out of memory", where);
   } catch (ProgramError&) {

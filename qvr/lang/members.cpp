@@ -171,7 +171,7 @@ Value Interpreter::hostMember(const Value& object, const std::string& name, std:
     fail(where, "class " + cls->name + " has no member \"" + name + "\"");
   // img.representations(0): a method without parameters that answers an array, indexed.
   if (method && !args.empty() && indexesResult(cls, name)) {
-    Value array = hostCall(where, [&] { return rt_.call(object.v, name); }, overloads(cls, name, false, {}));
+    Value array = hostCall(where, [&] { return rt_.call(object.v, name); }, [&] { return overloads(cls, name, false, {}); });
     return index(array, args, where);
   }
   const std::string declaration = method ? chooseHostOverload(cls, name, false, args, argExprs, where) : std::string();
@@ -184,7 +184,7 @@ Value Interpreter::hostMember(const Value& object, const std::string& name, std:
         copyBack(arrays);
         return r;
       },
-      method ? overloads(cls, name, false, args) : std::string());
+      [&] { return method ? overloads(cls, name, false, args) : std::string(); });
   return result;
 }
 
@@ -227,7 +227,7 @@ Value Interpreter::sharedMember(const std::string& className, const std::string&
           copyBack(arrays);
           return r;
         },
-        overloads(cls, name, true, args));
+        [&] { return overloads(cls, name, true, args); });
   }
   for (host::ClassInfo* c = cls; c; c = c->superclass)
     for (const host::ConstantInfo& k : c->constants)
@@ -475,7 +475,7 @@ Value Interpreter::hostObject(host::ClassInfo* cls, std::vector<Value> args, con
         copyBack(arrays);
         return object;
       },
-      overloads(cls, "Constructor", false, args));
+      [&] { return overloads(cls, "Constructor", false, args); });
 }
 
 // The host's Constructor run on an instance made without it: Super.Constructor(...) in a
