@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <type_traits>
 
 #include <atomic>
 #include <pthread.h>
@@ -72,12 +73,13 @@ DerivedData* derived(Object self) {
 
 // ---- host services
 
-String makeString(const std::string& text) {
+// A host string of the bytes, tagged with the encoding (UTF-8 unless told).
+String makeString(const std::string& text, uint32_t encoding = 0x08000100) {
   auto build = entry<String (*)(const char*, int32_t)>("REALBuildString");
   auto tag = entry<void (*)(String, uint32_t)>("REALSetStringEncoding");
   if (!build) return nullptr;
   String s = build(text.data(), static_cast<int32_t>(text.size()));
-  if (s && tag) tag(s, 0x08000100);
+  if (s && tag) tag(s, encoding);
   return s;
 }
 
@@ -128,14 +130,11 @@ void leafDestructor(Object) { log("dtor Leaf"); }
 
 // ---- property accessors: T f(self, param), void f(self, param, T)
 
-double getScale(Object self, intptr_t) { return base(self)->scale; }
-void setScale(Object self, intptr_t, double v) { base(self)->scale = v; }
-float getRatio(Object self, intptr_t) { return base(self)->ratio; }
-void setRatio(Object self, intptr_t, float v) { base(self)->ratio = v; }
-int32_t getCount(Object self, intptr_t) { return base(self)->count; }
-void setCount(Object self, intptr_t, int32_t v) { base(self)->count = v; }
-uint8_t getFlag(Object self, intptr_t) { return base(self)->flag; }
-void setFlag(Object self, intptr_t, uint8_t v) { base(self)->flag = v; }
+// A BaseData field's getter and setter, of the field's own C type.
+template <auto Field>
+auto getField(Object self, intptr_t) { return base(self)->*Field; }
+template <auto Field>
+void setField(Object self, intptr_t, std::remove_reference_t<decltype(BaseData().*Field)> v) { base(self)->*Field = v; }
 int64_t getBig(Object, intptr_t param) { return int64_t(param) * 1000; }
 String getName(Object self, intptr_t) { return makeString("name:" + std::to_string(base(self)->handle)); }
 void setName(Object self, intptr_t, String v) { base(self)->handle = static_cast<intptr_t>(textOf(v).size()); }
@@ -514,10 +513,7 @@ String parentRefAndName(Object item) {
   HFSUniStr255 name;
   std::memset(&name, 0, sizeof name);
   if (!toRef || !toRef(item, &ref, &name)) return makeString("");
-  auto build = entry<String (*)(const char*, int32_t)>("REALBuildString");
-  auto tag = entry<void (*)(String, uint32_t)>("REALSetStringEncoding");
-  String utf16 = build(reinterpret_cast<const char*>(name.unicode), name.length * 2);
-  tag(utf16, 0x100);
+  String utf16 = makeString(std::string(reinterpret_cast<const char*>(name.unicode), name.length * 2), 0x100);
   std::string text = refPath(ref) + "|" + textOf(utf16);
   unlockString(utf16);
   return makeString(text);
@@ -570,10 +566,10 @@ Property gBaseProperties[] = {
     {nullptr, "Handle", "Integer", 6, kMarker, kMarker, 0, 0, 0, 0, 0, 0},
     {nullptr, "Tag", "String", 6, kMarker, kMarker, offsetof(BaseData, tag), 0, 0, 0, 0, 0},
     {nullptr, "Partner", "TestBase", 6, kMarker, kMarker, offsetof(BaseData, partner), 0, 0, 0, 0, 0},
-    {nullptr, "Scale", "Double", 6, fn(&getScale), fn(&setScale), 0, 0, 0, 0, 0, 0},
-    {nullptr, "Ratio", "Single", 6, fn(&getRatio), fn(&setRatio), 0, 0, 0, 0, 0, 0},
-    {nullptr, "Count", "Int32", 6, fn(&getCount), fn(&setCount), 0, 0, 0, 0, 0, 0},
-    {nullptr, "Flag", "Boolean", 6, fn(&getFlag), fn(&setFlag), 0, 0, 0, 0, 0, 0},
+    {nullptr, "Scale", "Double", 6, fn(&getField<&BaseData::scale>), fn(&setField<&BaseData::scale>), 0, 0, 0, 0, 0, 0},
+    {nullptr, "Ratio", "Single", 6, fn(&getField<&BaseData::ratio>), fn(&setField<&BaseData::ratio>), 0, 0, 0, 0, 0, 0},
+    {nullptr, "Count", "Int32", 6, fn(&getField<&BaseData::count>), fn(&setField<&BaseData::count>), 0, 0, 0, 0, 0, 0},
+    {nullptr, "Flag", "Boolean", 6, fn(&getField<&BaseData::flag>), fn(&setField<&BaseData::flag>), 0, 0, 0, 0, 0, 0},
     {nullptr, "Big", "Int64", 6, fn(&getBig), nullptr, 7, 0, 0, 0, 0, 0},
     {nullptr, "Name", "String", 6, fn(&getName), fn(&setName), 0, 0, 0, 0, 0, 0},
 };
