@@ -234,21 +234,13 @@ REALstring FillAndJoin(REALstring joined) {
 
 // ---- wrappers
 
-
-REALobject WrapImageAgain(REALobject image) {
-  if (image == nullptr) {
-    RaiseException("NilObjectException", "image is nil");
-    return nullptr;
-  }
-  REALobject result = nullptr;
-  CocoaGuardInitSimple([&] { result = NewNSImageQVR(NSImageQVRDataOf(image)->Handle); });
-  return result;
+NSImage* ImageHandle(REALobject image) { return image ? NSImageQVRDataOf(image)->Handle : nil; }
+NSImageRep* RepHandle(REALobject representation) {
+  return representation ? NSImageRepQVRDataOf(representation)->Handle : nil;
 }
-
-intptr_t ImageRetainCount(REALobject image) {
-  NSImage* handle = image ? NSImageQVRDataOf(image)->Handle : nil;
-  return handle ? static_cast<intptr_t>([handle retainCount]) : 0;
-}
+intptr_t RetainCount(id handle) { return handle ? static_cast<intptr_t>([handle retainCount]) : 0; }
+intptr_t ImageRetainCount(REALobject image) { return RetainCount(ImageHandle(image)); }
+intptr_t RepRetainCount(REALobject representation) { return RetainCount(RepHandle(representation)); }
 
 // A host object for a platform object that make() answers retained, which is released
 // once wrapped.
@@ -271,34 +263,36 @@ REALobject NewBitmapRep() {
 
 REALobject NewPDFRep() { return Wrapped([] { return [[NSPDFImageRep alloc] init]; }, NewNSPDFImageRepQVR); }
 
-NSImageRep* RepHandle(REALobject representation) {
-  return representation ? NSImageRepQVRDataOf(representation)->Handle : nil;
-}
-
 REALobject NewImage() { return Wrapped([] { return [[NSImage alloc] init]; }, NewNSImageQVR); }
 
-REALobject WrapBitmapRepAgain(REALobject representation) {
+// The host object wrap() gives for a platform object wrapped before, in the simple guard
+// that runs CocoaInit first.
+template <class Wrap>
+REALobject WrappedAgain(Wrap wrap) {
   REALobject result = nullptr;
-  CocoaGuardInitSimple([&] { result = NewNSBitmapImageRepQVR((NSBitmapImageRep*)RepHandle(representation)); });
+  CocoaGuardInitSimple([&] { result = wrap(); });
   return result;
 }
 
-REALobject WrapPDFRepAgain(REALobject representation) {
-  REALobject result = nullptr;
-  CocoaGuardInitSimple([&] { result = NewNSPDFImageRepQVR((NSPDFImageRep*)RepHandle(representation)); });
-  return result;
+REALobject WrapImageAgain(REALobject image) {
+  if (image == nullptr) {
+    RaiseException("NilObjectException", "image is nil");
+    return nullptr;
+  }
+  return WrappedAgain([&] { return NewNSImageQVR(ImageHandle(image)); });
 }
 
-intptr_t RepRetainCount(REALobject representation) {
-  NSImageRep* handle = RepHandle(representation);
-  return handle ? static_cast<intptr_t>([handle retainCount]) : 0;
+REALobject WrapBitmapRepAgain(REALobject rep) {
+  return WrappedAgain([&] { return NewNSBitmapImageRepQVR((NSBitmapImageRep*)RepHandle(rep)); });
+}
+
+REALobject WrapPDFRepAgain(REALobject rep) {
+  return WrappedAgain([&] { return NewNSPDFImageRepQVR((NSPDFImageRep*)RepHandle(rep)); });
 }
 
 REALobject WrapHandleAs(id handle, REALstring requiredClass) {
   std::string name = Utf8(requiredClass);
-  REALobject result = nullptr;
-  CocoaGuardInitSimple([&] { result = NewNSObjectQVR(handle, objc_getClass(name.c_str())); });
-  return result;
+  return WrappedAgain([&] { return NewNSObjectQVR(handle, objc_getClass(name.c_str())); });
 }
 
 REALobject WrapAs(REALobject representation, REALstring requiredClass) {
@@ -306,7 +300,7 @@ REALobject WrapAs(REALobject representation, REALstring requiredClass) {
 }
 
 REALobject WrapImageAs(REALobject image, REALstring requiredClass) {
-  return WrapHandleAs(image ? NSImageQVRDataOf(image)->Handle : nil, requiredClass);
+  return WrapHandleAs(ImageHandle(image), requiredClass);
 }
 
 // kind 0: the 196-byte class; 1: its 197-byte subclass; 2: a 197-byte direct subclass of
