@@ -674,12 +674,11 @@ void setUpClasses() {
 }
 
 // Layout 9: 25 words with narrower member records, copied over the static record.
-template <size_t Words>
-uintptr_t* narrowed(const void* records, uintptr_t count, size_t fromWords) {
+uintptr_t* narrowed(const void* records, uintptr_t count, size_t words, size_t fromWords) {
   if (!records || !count) return nullptr;
-  auto* out = static_cast<uintptr_t*>(std::calloc(count, Words * sizeof(uintptr_t)));
+  auto* out = static_cast<uintptr_t*>(std::calloc(count, words * sizeof(uintptr_t)));
   auto* in = static_cast<const uintptr_t*>(records);
-  for (uintptr_t i = 0; i < count; ++i) std::memcpy(out + i * Words, in + i * fromWords, Words * sizeof(uintptr_t));
+  for (uintptr_t i = 0; i < count; ++i) std::memcpy(out + i * words, in + i * fromWords, words * sizeof(uintptr_t));
   return out;
 }
 
@@ -694,22 +693,21 @@ void registerClass(ClassDefinition& cls) {
   uintptr_t words[25] = {};
   std::memcpy(words, &cls, 7 * sizeof(uintptr_t));
   words[0] = 9;
-  words[7] = reinterpret_cast<uintptr_t>(narrowed<10>(cls.properties, cls.propertyCount, 12));
-  words[8] = cls.propertyCount;
-  words[9] = reinterpret_cast<uintptr_t>(narrowed<4>(cls.methods, cls.methodCount, 6));
-  words[10] = cls.methodCount;
-  words[11] = reinterpret_cast<uintptr_t>(narrowed<2>(cls.events, cls.eventCount, 4));
-  words[12] = cls.eventCount;
+  // Each member table: the word of its pointer (its count follows), and its records' widths in
+  // layout 9 and in layout 12.
+  const struct { size_t at; const void* records; uintptr_t count; size_t words, fromWords; } tables[] = {
+      {7, cls.properties, cls.propertyCount, 10, 12},   {9, cls.methods, cls.methodCount, 4, 6},
+      {11, cls.events, cls.eventCount, 2, 4},           {18, cls.constants, cls.constantCount, 3, 5},
+      {21, cls.sharedProperties, cls.sharedPropertyCount, 10, 12},
+      {23, cls.sharedMethods, cls.sharedMethodCount, 4, 6}};
+  for (const auto& t : tables) {
+    words[t.at] = reinterpret_cast<uintptr_t>(narrowed(t.records, t.count, t.words, t.fromWords));
+    words[t.at + 1] = t.count;
+  }
   words[13] = reinterpret_cast<uintptr_t>(cls.eventInstances);
   words[14] = cls.eventInstanceCount;
   words[15] = reinterpret_cast<uintptr_t>(cls.interfaces);
-  words[18] = reinterpret_cast<uintptr_t>(narrowed<3>(cls.constants, cls.constantCount, 5));
-  words[19] = cls.constantCount;
   words[20] = cls.mFlags;
-  words[21] = reinterpret_cast<uintptr_t>(narrowed<10>(cls.sharedProperties, cls.sharedPropertyCount, 12));
-  words[22] = cls.sharedPropertyCount;
-  words[23] = reinterpret_cast<uintptr_t>(narrowed<4>(cls.sharedMethods, cls.sharedMethodCount, 6));
-  words[24] = cls.sharedMethodCount;
   std::memcpy(&cls, words, sizeof words);
   registerRecord(&cls);
 }
