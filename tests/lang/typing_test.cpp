@@ -5,7 +5,7 @@
 
 using langtest::expectAll;
 
-TEST(HostIdioms, TheIssuesProgramsRunWithThePlugins) {
+TEST(HostIdioms, EverydayProgramsRunWithThePlugins) {
   expectAll(
       {
           {"Function Twice(n As Integer) As Integer\n  Print \"twice\"\n  Return n * 2\nEnd Function\nCall Twice(3)\n"
