@@ -139,7 +139,7 @@ const Function* Interpreter::findFunction(const std::string& name) const {
   return it == program_.functions.end() ? nullptr : it->second.get();
 }
 
-bool Interpreter::isSuper(const Expr& e) const { return e.kind == Expr::Kind::Name && key(e.text) == "super" && !findVariable(e.text); }
+bool Interpreter::isSuper(const Expr& e) const { return e.kind == Expr::Kind::Name && sameName(e.text, "super") && !findVariable(e.text); }
 
 bool Interpreter::isClassName(const Expr& e) const {
   if (e.kind != Expr::Kind::Name) return false;
@@ -686,15 +686,21 @@ std::string Interpreter::moduleMember(const Expr& member) const {
   return isBuiltin(qualified) ? qualified : std::string();
 }
 
+// Whether e is the name of a variable: then v.Name is a member of its value, and no module,
+// Super or class of that name needs looking for.
+bool Interpreter::namesVariable(const Expr& e) const { return e.kind == Expr::Kind::Name && findVariable(e.text); }
+
 Value Interpreter::member(const Expr& e) {
-  if (const std::string qualified = moduleMember(e); !qualified.empty()) {
-    std::vector<Value> none;
-    Value out;
-    builtin(qualified, none, {}, e.where, out);
-    return out;
+  if (!namesVariable(*e.left)) {
+    if (const std::string qualified = moduleMember(e); !qualified.empty()) {
+      std::vector<Value> none;
+      Value out;
+      builtin(qualified, none, {}, e.where, out);
+      return out;
+    }
+    if (isSuper(*e.left)) return superMember(e.text, {}, e.where, nullptr);
+    if (isClassName(*e.left)) return sharedMember(e.left->text, e.text, {}, e.where);
   }
-  if (isSuper(*e.left)) return superMember(e.text, {}, e.where, nullptr);
-  if (isClassName(*e.left)) return sharedMember(e.left->text, e.text, {}, e.where);
   Value object = evaluate(*e.left);
   if (const Type* t = staticType(*e.left); t && t->kind == Type::Kind::Variant && !t->isArray) object.variant = true;
   return memberOf(object, e.text, {}, e.where);
@@ -709,12 +715,12 @@ Value Interpreter::call(const Expr& e) {
       return index(v, arguments(e.args), e.where);
     }
     if (findFunction(callee.text)) return callFunction(callee.text, e.args, e.where, true);
-    if (key(callee.text) == "ctype") return ctype(e);
-    if (key(callee.text) == "array") return arrayLiteral(e);
+    if (sameName(callee.text, "ctype")) return ctype(e);
+    if (sameName(callee.text, "array")) return arrayLiteral(e);
     if (isBuiltin(callee.text)) {
       std::vector<Value> args;
       Value out;
-      if (lowered(callee.text) != "array" && lowered(callee.text) != "ubound" && lowered(callee.text) != "redim")
+      if (!sameName(callee.text, "ubound") && !sameName(callee.text, "redim"))
         args = arguments(e.args);
       if (builtin(callee.text, args, e.args, e.where, out)) return out;
     }
@@ -723,14 +729,16 @@ Value Interpreter::call(const Expr& e) {
     fail(callee.where, "unknown method \"" + callee.text + "\"");
   }
   if (callee.kind == Expr::Kind::Member) {
-    if (const std::string qualified = moduleMember(callee); !qualified.empty()) {
-      std::vector<Value> args;
-      Value out;
-      builtin(qualified, args, e.args, e.where, out);
-      return out;
+    if (!namesVariable(*callee.left)) {
+      if (const std::string qualified = moduleMember(callee); !qualified.empty()) {
+        std::vector<Value> args;
+        Value out;
+        builtin(qualified, args, e.args, e.where, out);
+        return out;
+      }
+      if (isSuper(*callee.left)) return superMember(callee.text, arguments(e.args), e.where, &e.args);
+      if (isClassName(*callee.left)) return sharedMember(callee.left->text, callee.text, arguments(e.args), e.where, &e.args);
     }
-    if (isSuper(*callee.left)) return superMember(callee.text, arguments(e.args), e.where, &e.args);
-    if (isClassName(*callee.left)) return sharedMember(callee.left->text, callee.text, arguments(e.args), e.where, &e.args);
     Value object = evaluate(*callee.left);
     if (const Type* t = staticType(*callee.left); t && t->kind == Type::Kind::Variant && !t->isArray) object.variant = true;
     return memberOf(object, callee.text, arguments(e.args), e.where, &e.args);

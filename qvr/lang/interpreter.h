@@ -157,6 +157,7 @@ class Interpreter {
   bool isSuper(const Expr& e) const;
   // Module.Function (Bitwise.ShiftLeft): the built-in's qualified name, or "".
   std::string moduleMember(const Expr& member) const;
+  bool namesVariable(const Expr& e) const;
   const Function* findFunction(const std::string& name) const;
 
   // user Subs and Functions
