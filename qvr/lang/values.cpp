@@ -132,7 +132,12 @@ std::string typeNameOf(const Value& value) {
 std::string withArticle(const std::string& typeName) {
   if (typeName.empty() || typeName == "Nil") return typeName.empty() ? "a value" : typeName;
   const char first = static_cast<char>(std::tolower(static_cast<unsigned char>(typeName[0])));
-  return (std::string("aeio").find(first) != std::string::npos ? "an " : "a ") + typeName;
+  // A name that starts as an abbreviation is read letter by letter: an NSImageQVR, an
+  // RGBSurface, but a MemoryBlock.
+  const bool spelled = typeName.size() > 1 && std::isupper(static_cast<unsigned char>(typeName[0])) &&
+                       std::isupper(static_cast<unsigned char>(typeName[1]));
+  const char* vowelSounds = spelled ? "aefhilmnorsx" : "aeio";
+  return (std::string(vowelSounds).find(first) != std::string::npos ? "an " : "a ") + typeName;
 }
 
 namespace {

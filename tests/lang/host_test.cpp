@@ -41,7 +41,7 @@ TEST(HostClasses, OverloadsPropertiesMethodsSharedMembersAndNothingLeftAlive) {
       {"Dim i As NSImageQVR = NSImageQVR.imageWithData(5)\n",
        "test.qvr:1:34: error: no version of NSImageQVR.imageWithData takes (Integer); declared: "
        "imageWithData(data as string) as NSImageQVR | imageWithData(data as memoryblock) as NSImageQVR\n"},
-      {"Dim s As NSSizeQVR = New NSRectQVR(0, 0, 1, 1)\n", "test.qvr:1:22: error: \"s\" expects a NSSizeQVR but got an instance of NSRectQVR\n"},
+      {"Dim s As NSSizeQVR = New NSRectQVR(0, 0, 1, 1)\n", "test.qvr:1:22: error: \"s\" expects an NSSizeQVR but got an instance of NSRectQVR\n"},
       {"Dim r As NSImageRepQVR = New NSBitmapImageRepQVR(New MemoryBlock(4))\nPrint Str(r IsA NSBitmapImageRepQVR)\n", "True\n"},
       {"Dim m As New MemoryBlock(8)\nDim c As New NSColorQVR(0.5)\nDim list() As NSColorQVR\nlist.Append c\n"
        "list.Append NSColorQVR.WhiteColor\nDim s As String = \"a\" + Str(m.Size)\nTry\n  m.Byte(99) = 1\nCatch e As OutOfBoundsException\n"
