@@ -184,6 +184,7 @@ Runtime::Runtime(Options options) {
   installRandomClass(*impl_);
   installCollectionClass(*impl_);
   installThreadClass(*impl_);
+  installThreadSynchronisation(*impl_);
   installIntrospection(*impl_);
   installBinaryStreamClass(*impl_);
   installPictureClasses(*impl_);

@@ -188,6 +188,7 @@ void installDictionaryClass(Runtime::Impl& impl);
 void installRandomClass(Runtime::Impl& impl);
 void installCollectionClass(Runtime::Impl& impl);
 void installThreadClass(Runtime::Impl& impl);
+void installThreadSynchronisation(Runtime::Impl& impl);
 void installIntrospection(Runtime::Impl& impl);
 void installBinaryStreamClass(Runtime::Impl& impl);
 void installPictureClasses(Runtime::Impl& impl);

@@ -139,6 +139,8 @@ bool HostThreads::finished(size_t id) {
   return thread->finished;
 }
 
+size_t HostThreads::current() const { return tCurrentHostThread ? tCurrentHostThread->id : SIZE_MAX; }
+
 void HostThreads::join(size_t id) {
   HostThread* thread = find(id);
   if (!thread || thread == ring_.front().get()) throw std::invalid_argument("no host thread " + std::to_string(id) + " to join");
@@ -169,6 +171,8 @@ size_t Runtime::startThread(std::function<void()> body) { return impl_->threads-
 void Runtime::yield() { impl_->threads->yield(); }
 
 bool Runtime::threadFinished(size_t id) const { return impl_->threads->finished(id); }
+
+size_t Runtime::currentThread() const { return impl_->threads->current(); }
 
 void Runtime::joinThread(size_t id) { impl_->threads->join(id); }
 

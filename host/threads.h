@@ -38,6 +38,8 @@ class HostThreads {
   // host thread can run.
   void yield();
   bool finished(size_t id);
+  // The calling host thread's id (0 for the Runtime's own); SIZE_MAX on another thread.
+  size_t current() const;
   void join(size_t id);
   size_t unfinished();
   uint64_t yields() const { return yields_; }

@@ -108,3 +108,26 @@ TEST(Classes, ThreadsRunTheirRunWhileTheProgramYields) {
         "True0\nstart,4 start,4\nmain ends\n|test.qvr:13: uncaught RuntimeException: trouble in a Failing thread\n"}},
       true, true);
 }
+
+// A CriticalSection keeps a thread's two steps together, entered twice by its owner; a
+// Semaphore counts its units. A wait that could never end raises instead of hanging.
+TEST(Classes, ThreadsTakeTurnsThroughCriticalSectionsAndSemaphores) {
+  langtest::expectAll(
+      {{"Class Pair Inherits Thread\n  Dim lock As CriticalSection\n  Dim log() As String\n  Dim name As String\n  Sub Run()\n"
+        "    For i As Integer = 1 To 2\n      lock.Enter\n      lock.Enter\n      log.Append name + Str(i)\n      Me.Sleep(2)\n"
+        "      log.Append name + Str(i)\n      lock.Leave\n      lock.Leave\n      Me.Sleep(2)\n    Next\n  End Sub\nEnd Class\n"
+        "Dim lock As New CriticalSection\nDim log() As String\nDim threads() As Pair\nFor Each n As String In Array(\"a\", \"b\")\n"
+        "  Dim t As New Pair\n  t.lock = lock\n  t.log = log\n  t.name = n\n  threads.Append t\n  t.Start\nNext\n"
+        "While threads(0).State <> Thread.NotRunning Or threads(1).State <> Thread.NotRunning\n  App.DoEvents(1)\nWend\n"
+        "Dim pairs As Boolean = True\nFor i As Integer = 0 To log.Ubound Step 2\n  pairs = pairs And log(i) = log(i + 1)\nNext\n"
+        "Print Str(log.Count) + \" \" + Str(pairs)\n"
+        "Dim gate As New Semaphore(2)\nPrint Str(gate.TrySignal) + Str(gate.TrySignal) + Str(gate.TrySignal)\ngate.Release\ngate.Signal\n"
+        "Try\n  gate.Signal\nCatch e As RuntimeException\n  Print e.Message\nEnd Try\n"
+        "Try\n  lock.Leave\nCatch e As RuntimeException\n  Print e.Message\nEnd Try\n"
+        "Class Keeper Inherits Thread\n  Dim lock As CriticalSection\n  Sub Run()\n    lock.Enter\n  End Sub\nEnd Class\n"
+        "Dim k As New Keeper\nk.lock = lock\nk.Start\nThread.SleepCurrent(2)\n"
+        "Try\n  lock.Enter\nCatch e As RuntimeException\n  Print e.Message\nEnd Try\n",
+        "8 True\nTrueTrueFalse\nSemaphore.Signal would wait for ever: no other thread is left to release it\n"
+        "CriticalSection.Leave without Enter on this thread\nCriticalSection.Enter would wait for ever: the thread holding it has "
+        "ended, or no other thread is left to leave it\n"}});
+}

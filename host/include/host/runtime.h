@@ -386,6 +386,7 @@ class Runtime {
   size_t startThread(std::function<void()> body);
   void yield();
   bool threadFinished(size_t id) const;
+  size_t currentThread() const;      // the calling host thread's id: 0 for the first
   void joinThread(size_t id);
   bool runThreadsUntil(const std::function<bool()>& done, size_t maxYields = 1000000);
   size_t runningThreads() const;     // started and not yet finished (the first excluded)
