@@ -163,6 +163,10 @@ void save(Runtime& runtime, const Value& picture, const Value& file, int64_t for
 void addPictureFiles(Runtime::Impl& impl) {
   ClassInfo* cls = impl.pictureClass;
   for (const SaveFormat& f : kFormats) addConstant(cls, f.constant, "Integer", f.value);
+  // The later names of the same formats, grouped as Picture.Formats.PNG and its siblings.
+  for (const SaveFormat& f : kFormats)
+    if (std::strcmp(f.constant, "SaveAsMostCompatible") != 0)
+      addConstant(cls, (std::string("Formats.") + f.name).c_str(), "Integer", f.value);
   for (const auto& q : kQualities) addConstant(cls, q.name, "Integer", q.value);
 
   addSharedMethod(cls, "Open(file as FolderItem) as Picture", [](Runtime& runtime, const Value&, std::vector<Value>& args) {

@@ -181,6 +181,11 @@ class Checker {
     return cls && cls->name.back() != ')';
   }
 
+  // e names a class, not a variable or method of that name.
+  bool isClassName(const Expr& e) const {
+    return e.kind == Expr::Kind::Name && !isVariable(e.text) && !isFunction(e.text) && isClass(e.text);
+  }
+
   void declare(const std::string& name, Position where, bool constant, Static type = Static()) {
     const std::string k = lowered(name);
     for (const auto& scope : scopes_)
@@ -773,7 +778,12 @@ class Checker {
       case Expr::Kind::Member: {
         if (const std::string qualified = moduleMember(e); !qualified.empty()) return builtinCall(qualified, e, {});
         if (isSuper(*e.left)) return superMember(e, nullptr, !statement);
-        if (e.left->kind == Expr::Kind::Name && !isVariable(e.left->text) && !isFunction(e.left->text) && isClass(e.left->text)) {
+        if (const Expr& group = *e.left; group.kind == Expr::Kind::Member && isClassName(*group.left)) {
+          host::ClassInfo* cls = rt_.findClass(group.left->text);
+          bool found = false;
+          if (const std::string k = groupedConstant(cls, group.text, e.text); !k.empty()) return hostMember(cls, k, 0, true, found);
+        }
+        if (isClassName(*e.left)) {
           if (lowered(e.left->text) == "variant") return named("Integer");  // Variant.TypeString and its siblings
           bool found = false;
           if (const ClassDefinition* cls = programClassOf(program_, rt_.findClass(e.left->text))) {

@@ -700,6 +700,9 @@ Value Interpreter::member(const Expr& e) {
     }
     if (isSuper(*e.left)) return superMember(e.text, {}, e.where, nullptr);
     if (isClassName(*e.left)) return sharedMember(e.left->text, e.text, {}, e.where);
+    if (const Expr& group = *e.left; group.kind == Expr::Kind::Member && isClassName(*group.left))
+      if (const std::string k = groupedConstant(rt_.findClass(group.left->text), group.text, e.text); !k.empty())
+        return sharedMember(group.left->text, k, {}, e.where);
   }
   Value object = evaluate(*e.left);
   if (const Type* t = staticType(*e.left); t && t->kind == Type::Kind::Variant && !t->isArray) object.variant = true;

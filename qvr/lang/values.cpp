@@ -140,6 +140,14 @@ std::string withArticle(const std::string& typeName) {
   return (std::string(vowelSounds).find(first) != std::string::npos ? "an " : "a ") + typeName;
 }
 
+std::string groupedConstant(const host::ClassInfo* cls, const std::string& group, const std::string& name) {
+  const std::string dotted = group + "." + name;
+  for (const host::ClassInfo* c = cls; c; c = c->superclass)
+    for (const host::ConstantInfo& k : c->constants)
+      if (sameName(k.name, dotted)) return k.name;
+  return "";
+}
+
 namespace {
 
 int64_t narrowed(int64_t v, int bits, bool isUnsigned) {

@@ -97,6 +97,10 @@ std::string typeNameOf(const Value& value);
 // Nil stays "Nil".
 std::string withArticle(const std::string& typeName);
 
+// The constant a class of the host keeps for Class.Group.Name (Picture.Formats.PNG: the
+// constant "Formats.PNG"), or "" when it has none.
+std::string groupedConstant(const host::ClassInfo* cls, const std::string& group, const std::string& name);
+
 // Converts a value for a variable, parameter or result of the type; a value that does
 // not fit is a type error at where ("what" names the receiving thing), or, for a value
 // read from a Variant, a TypeMismatchException. A String and a MemoryBlock convert into

@@ -76,8 +76,9 @@ TEST(HostLibrary, PicturesByTheirPixelsAndHostErrorsNameTheirLine) {
   });
 }
 
-// Picture.Save, ToData and the older GetData in every format, read back by Picture.Open and FromData and by an
-// independent decoder, in both kinds of application; the errors each way.
+// Picture.Save, ToData (with the later Picture.Formats names) and the older GetData in every
+// format, read back by Picture.Open and FromData and by an independent decoder, in both kinds
+// of application; the errors each way.
 TEST(HostLibrary, PicturesSavedAndOpened) {
   // Each format and how far its samples may be off (JPEG is lossy).
   const std::pair<const char*, int> formats[] = {{"PNG", 0}, {"BMP", 0}, {"TIFF", 0}, {"GIF", 0}, {"JPEG", 6}};
@@ -93,7 +94,7 @@ TEST(HostLibrary, PicturesSavedAndOpened) {
           "Dim p As New Picture(40, 30, 32)\np.Graphics.ForeColor = &cE01020\np.Graphics.FillRect(0, 0, 20, 30)\n"
           "p.Save(GetFolderItem(\"" + path + "\"), Picture.SaveAs" + format + ")\n"
           "Dim fromFile As Picture = Picture.Open(GetFolderItem(\"" + path + "\"))\n"
-          "Dim fromData As Picture = Picture.FromData(p.ToData(Picture.SaveAs" + format + ", Picture.QualityMax))\n"
+          "Dim fromData As Picture = Picture.FromData(p.ToData(Picture.Formats." + format + ", Picture.QualityMax))\n"
           "Dim older As Picture = Picture.FromData(p.GetData(Picture.Format" + format + "))\n"
           "For Each q As Picture In Array(fromFile, fromData, GetFolderItem(\"" + path + "\").OpenAsPicture, older)\n"
           "  Dim c As Color = q.RGBSurface.Pixel(5, 5)\n  Dim w As Color = q.RGBSurface.Pixel(30, 5)\n"
