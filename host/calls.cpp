@@ -284,13 +284,9 @@ Value Runtime::newInstance(std::string_view className, std::vector<Value> args, 
   Impl& impl = *impl_;
   ClassInfo* cls = classNamed(impl, className);
   if (cls->name.back() == ')') throw std::invalid_argument("arrays are made with Runtime::array");
-  // The nearest class that declares constructors supplies them.
-  std::vector<Candidate> constructors;
-  for (ClassInfo* c = cls; c && constructors.empty(); c = c->superclass)
-    for (const MethodInfo& m : c->methods)
-      if (equalsIgnoringCase(m.declaration.name, "Constructor") &&
-          (constructor.empty() || squeezed(m.declarationText) == squeezed(constructor)))
-        constructors.push_back({&m, c});
+  // Constructors are inherited as methods are: a subclass's own hides only the one of the
+  // same parameters above it.
+  std::vector<Candidate> constructors = collect(cls, constructor.empty() ? "Constructor" : constructor, false);
   if (!constructor.empty() && constructors.empty())
     throw std::invalid_argument("class " + cls->name + " has no " + std::string(constructor));
   const Candidate* chosen = nullptr;

@@ -312,8 +312,8 @@ class Runtime {
   // Instances and members. A member is named by its name (the overload is chosen by the
   // arguments, as the host language does) or by its exact declaration text (any member
   // string with "(" or a space; compared without case and spacing). newInstance runs the
-  // class constructors root first, then the Constructor overload of the nearest class that
-  // declares Constructor methods (or the one whose declaration text is given). Calls throw
+  // class constructors root first, then the Constructor overload the arguments choose
+  // (or the one whose declaration text is given); constructors are inherited as methods are. Calls throw
   // HostException for a pending host exception, ThrownObject for a thrown platform
   // object, and std::invalid_argument for a member or overload that does not exist.
   Value newInstance(std::string_view className, std::vector<Value> args = {}, std::string_view constructor = {});
